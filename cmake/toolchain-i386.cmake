@@ -1,0 +1,24 @@
+# 32-bit x86 with Debian's i386 libraries from build/sysroot (see cmake/sysroot).
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR i686)
+set(CMAKE_C_COMPILER gcc)
+set(CMAKE_CXX_COMPILER g++)
+
+set(CMAKE_SYSROOT "${CMAKE_CURRENT_LIST_DIR}/../build/sysroot")
+get_filename_component(CMAKE_SYSROOT "${CMAKE_SYSROOT}" ABSOLUTE)
+set(CMAKE_LIBRARY_ARCHITECTURE i386-linux-gnu)
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+
+set(CMAKE_C_FLAGS_INIT "-m32 -msse2 -mfpmath=sse")
+set(CMAKE_CXX_FLAGS_INIT "-m32 -msse2 -mfpmath=sse")
+
+# One glibc serves the process: the sysroot's loader and an old-style RPATH, which libraries
+# inherit, so that indirect ones (ICU) come from the sysroot too.
+set(KOVA_LIBRARY_PATH "${CMAKE_SYSROOT}/usr/lib/i386-linux-gnu:${CMAKE_SYSROOT}/lib/i386-linux-gnu")
+set(CMAKE_EXE_LINKER_FLAGS_INIT
+    "-Wl,--disable-new-dtags,-rpath,${KOVA_LIBRARY_PATH} -Wl,--dynamic-linker,${CMAKE_SYSROOT}/lib/ld-linux.so.2")
+set(CMAKE_SHARED_LINKER_FLAGS_INIT "-Wl,--disable-new-dtags")
+set(CMAKE_MODULE_LINKER_FLAGS_INIT "-Wl,--disable-new-dtags")
