@@ -2,7 +2,7 @@
 find_package(EXPAT REQUIRED)
 find_package(LibXml2 REQUIRED)
 find_package(LibXslt REQUIRED)
-find_package(ICU REQUIRED COMPONENTS uc data)
+find_package(ICU REQUIRED COMPONENTS i18n uc data)
 find_package(GTest REQUIRED)
 find_package(benchmark REQUIRED)
 

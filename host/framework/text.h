@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Text operations below the string functions of the language: plain bytes in, plain bytes out.
+// Positions and lengths count characters from 0. Ill-formed UTF-8 counts each maximal ill-formed
+// sequence as one character (Unicode, section 3.9), so every byte string has a length.
+namespace host {
+
+// What one character is: a byte, or a code point of UTF-8.
+enum class Characters { BYTES, UTF8 };
+
+bool IsAscii(std::string_view text);
+size_t CountCharacters(std::string_view text, Characters characters);
+
+// The byte offset of character `index`; the size of `text` when there are fewer characters.
+size_t CharacterOffset(std::string_view text, size_t index, Characters characters);
+
+// The part of `text` from character `start`, at most `count` characters long.
+std::string_view Substring(std::string_view text, size_t start, size_t count, Characters characters);
+std::string_view LastCharacters(std::string_view text, size_t count, Characters characters);
+
+// The character index of the first `wanted` at or after character `start`.
+std::optional<size_t> FindText(std::string_view text, std::string_view wanted, size_t start, Characters characters);
+
+std::string ReplaceText(std::string_view text, std::string_view wanted, std::string_view replacement, bool all);
+
+// Removes white space (Unicode White_Space and control characters below the space).
+std::string_view TrimLeft(std::string_view text, Characters characters);
+std::string_view TrimRight(std::string_view text, Characters characters);
+
+// An empty delimiter splits into characters.
+std::vector<std::string_view> SplitText(std::string_view text, std::string_view delimiter, Characters characters);
+
+// Full case mapping of Unicode (ICU, root locale); BYTES maps ASCII letters only.
+std::string ToUppercase(std::string_view text, Characters characters);
+std::string ToLowercase(std::string_view text, Characters characters);
+
+// The UTF-8 bytes of a code point; nothing for a surrogate or a value above U+10FFFF.
+std::optional<std::string> EncodeCodePoint(uint32_t codePoint);
+// The code point of the first character, U+FFFD when it is ill-formed, -1 for empty text.
+int32_t FirstCodePoint(std::string_view text, Characters characters);
+
+// The shortest text that reads back as the same number.
+std::string NumberText(double number);
+// The number at the start of `text` (also &h, &o and &b forms), 0 when there is none.
+double NumberValue(std::string_view text);
+
+// Formats by a pattern such as "#,##0.00", "0.0%", "0.00E+0" or "0;(0)"; `\` quotes the next character.
+// Nothing when the pattern is malformed.
+std::optional<std::string> FormatNumber(double number, std::string_view pattern);
+
+} // namespace host
