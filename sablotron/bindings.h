@@ -1,0 +1,34 @@
+// Namespace bindings: which are in scope of an element, and keeping names what they are when nodes move.
+#pragma once
+
+#include "sablotron/document.h"
+
+namespace sablot {
+
+constexpr const char* XML_URI = "http://www.w3.org/XML/1998/namespace";
+constexpr const char* XMLNS_URI = "http://www.w3.org/2000/xmlns/";
+
+// A binding in scope: its declaration and the element that it stands on. The implicit ones count as standing on the
+// document element.
+struct Binding {
+    xmlNs* declaration;
+    xmlNode* owner;
+};
+
+// The bindings in scope of an element: its own declarations, last declared first, then those of its parent without the
+// ones it redeclares. In the tree, the document element of a parsed document begins with an implicit xmlns="" when it
+// declares no default namespace, and xmlns:xml ends the list.
+std::vector<Binding> BindingsInScope(Document& document, xmlNode* element);
+
+// The declaration that binds the prefix (null or "" for the default) at `element`, the nearest one; null when there is
+// none. xmlns="" is found like any other.
+Binding FindBinding(Document& document, xmlNode* element, const xmlChar* prefix);
+
+// Makes every name of the subtree one that its own element can say: each element and attribute whose prefix is not
+// bound to its URI where it now stands gets a declaration on its element.
+void Reconcile(Document& document, xmlNode* subtree);
+
+// Whether the declaration gives a name below (or on) its owner its URI.
+bool IsInUse(const xmlNs* declaration, xmlNode* owner);
+
+} // namespace sablot

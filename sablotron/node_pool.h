@@ -1,0 +1,57 @@
+// Node handles: small records that outlive the nodes they stand for.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <libxml/tree.h>
+
+namespace sablot {
+class Document;
+}
+
+// What an SDOM_Node points to. A handle whose document is gone has no node; it stays readable, so a stale handle is
+// recognised instead of followed.
+struct SDOM_NodeRecord {
+    xmlNode* node;              // also an xmlDoc, xmlAttr or xmlNs: their type field is at the same place
+    sablot::Document* document; // null in an inert handle
+    std::uintptr_t place;       // see IsDetached, Owner, Slot
+
+    // A root of a tree of its own: a node, attribute or declaration that stands in no other node.
+    bool IsDetached() const { return (place & 1) != 0; }
+    // Its index in the document's list of such roots.
+    std::size_t Slot() const { return place >> 1; }
+    // Of a namespace declaration that stands on an element: that element. libxml2 has no such pointer.
+    xmlNode* Owner() const { return IsDetached() ? nullptr : reinterpret_cast<xmlNode*>(place); }
+    void SetSlot(std::size_t slot) { place = slot << 1 | 1; }
+    void SetOwner(xmlNode* owner) { place = reinterpret_cast<std::uintptr_t>(owner); }
+};
+
+namespace sablot {
+
+using NodeHandle = SDOM_NodeRecord;
+
+// Hands out handles of one situation. A released handle is reused only after many others, so that a program that holds
+// on to a node of a destroyed document finds it inert for a long time, while loading in a loop needs no more memory.
+class NodePool {
+public:
+    NodePool() = default;
+    NodePool(const NodePool&) = delete;
+    NodePool& operator=(const NodePool&) = delete;
+    ~NodePool();
+
+    NodeHandle* Take(xmlNode* node, Document* document);
+    void Release(NodeHandle* handle);
+
+private:
+    static constexpr std::size_t CHUNK_SIZE = 4096;    // handles
+    static constexpr std::size_t QUARANTINE = 1 << 16; // released handles that stay inert
+
+    std::deque<NodeHandle*> chunks_;
+    std::size_t used_ = CHUNK_SIZE; // of the last chunk
+    NodeHandle* oldest_ = nullptr;  // released handles, linked through `place`, oldest first
+    NodeHandle* newest_ = nullptr;
+    std::size_t released_ = 0;
+};
+
+} // namespace sablot

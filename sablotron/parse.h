@@ -1,0 +1,20 @@
+// Parsing text into trees.
+#pragma once
+
+#include "sablotron/tree.h"
+
+#include <string>
+
+namespace sablot {
+
+// The first fatal error of a parse.
+struct ParseFailure {
+    int code = 0; // libxml2's
+    int line = 0;
+    std::string text; // "XML parser error N: text", one line
+};
+
+// Parses a NUL-terminated text, reading nothing but it. Null when it is not (namespace-)well-formed, with the failure.
+TreePointer ParseTree(const char* text, ParseFailure& failure);
+
+} // namespace sablot

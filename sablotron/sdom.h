@@ -1,0 +1,207 @@
+// The document object model of the library: nodes, editing, serialising, queries.
+//
+// Every function takes the situation first, answers an SDOM_Exception and records it in the situation, a success too
+// (SDOM_getExceptionCode). A null node gives SDOM_NOT_FOUND_ERR, so does a node of a destroyed document; a node of a
+// type that the call does not take gives SDOM_INVALID_NODE_TYPE. After a failure outputs are null or 0 and nothing has
+// changed.
+//
+// A node belongs to its document until that is destroyed, also while it stands in no tree; handles are not released.
+// Strings given to the library are copied. Strings that the getters hand out are new and released by the caller with
+// scalar operator delete, those of SDOM_docToString and SDOM_nodeToString with SablotFree.
+//
+// Names and data that XML cannot carry (invalid UTF-8, control characters, "--" in a comment, ...) are refused with
+// SDOM_INVALID_CHARACTER_ERR. A null string argument counts as "".
+#pragma once
+
+#include "sablotron/sablot.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+// A node: document, element, attribute, namespace declaration, text, CDATA section, comment, processing instruction.
+// The same node always has the same handle.
+typedef struct SDOM_NodeRecord* SDOM_Node;
+// The result of a query: nodes in document order.
+typedef struct SDOM_NodeListRecord* SDOM_NodeList;
+
+typedef enum SDOM_Exception {
+    SDOM_OK = 0,
+    SDOM_INDEX_SIZE_ERR = 1,
+    SDOM_DOMSTRING_SIZE_ERR = 2,
+    SDOM_HIERARCHY_REQUEST_ERR = 3,
+    SDOM_WRONG_DOCUMENT_ERR = 4,
+    SDOM_INVALID_CHARACTER_ERR = 5,
+    SDOM_NO_DATA_ALLOWED_ERR = 6,
+    SDOM_NO_MODIFICATION_ALLOWED_ERR = 7,
+    SDOM_NOT_FOUND_ERR = 8,
+    SDOM_NOT_SUPPORTED_ERR = 9,
+    SDOM_INUSE_ATTRIBUTE_ERR = 10,
+    SDOM_INVALID_STATE_ERR = 11,
+    SDOM_SYNTAX_ERR = 12,
+    SDOM_INVALID_MODIFICATION_ERR = 13,
+    SDOM_NAMESPACE_ERR = 14,
+    SDOM_INVALID_ACCESS_ERR = 15,
+    SDOM_INVALID_NODE_TYPE = 16,
+    SDOM_QUERY_PARSE_ERR = 17,
+    SDOM_QUERY_EXECUTION_ERR = 18,
+    SDOM_NOT_OK = 19
+} SDOM_Exception;
+
+// The numbering of DOM Level 2 Core, section 1.2. A namespace declaration answers SDOM_ATTRIBUTE_NODE.
+typedef enum SDOM_NodeType {
+    SDOM_ELEMENT_NODE = 1,
+    SDOM_ATTRIBUTE_NODE = 2,
+    SDOM_TEXT_NODE = 3,
+    SDOM_CDATA_SECTION_NODE = 4,
+    SDOM_ENTITY_REFERENCE_NODE = 5,
+    SDOM_ENTITY_NODE = 6,
+    SDOM_PROCESSING_INSTRUCTION_NODE = 7,
+    SDOM_COMMENT_NODE = 8,
+    SDOM_DOCUMENT_NODE = 9,
+    SDOM_DOCUMENT_TYPE_NODE = 10,
+    SDOM_DOCUMENT_FRAGMENT_NODE = 11,
+    SDOM_NOTATION_NODE = 12,
+    SDOM_OTHER_NODE = 13
+} SDOM_NodeType;
+
+// ---- The recorded exception -----------------------------------------------------------------------------------------
+
+// The code of the situation's last SDOM_ call; it does not change the record. A null situation gives SDOM_NOT_OK.
+SDOM_Exception SDOM_getExceptionCode(SablotSituation situation);
+// The text for that code, a new string for operator delete.
+char* SDOM_getExceptionMessage(SablotSituation situation);
+
+// ---- Creating -------------------------------------------------------------------------------------------------------
+// The new node has no parent and belongs to the document.
+
+// "p:x" takes the binding of p on the document element; where there is none the element is called p:x in no namespace.
+// An unprefixed name takes the default namespace of the document element.
+SDOM_Exception SDOM_createElement(SablotSituation situation, SDOM_Document document, SDOM_Node* element,
+                                  const char* tagName);
+// Code 14 for a prefix without URI and for the prefixes xml and xmlns with a URI that is not theirs (or the other way).
+SDOM_Exception SDOM_createElementNS(SablotSituation situation, SDOM_Document document, SDOM_Node* element,
+                                    const char* uri, const char* qName);
+// "xmlns" and "xmlns:p" make a namespace declaration with the value "". Prefixes as in SDOM_createElement.
+SDOM_Exception SDOM_createAttribute(SablotSituation situation, SDOM_Document document, SDOM_Node* attribute,
+                                    const char* qName);
+SDOM_Exception SDOM_createAttributeNS(SablotSituation situation, SDOM_Document document, SDOM_Node* attribute,
+                                      const char* uri, const char* qName);
+SDOM_Exception SDOM_createTextNode(SablotSituation situation, SDOM_Document document, SDOM_Node* text,
+                                   const char* data);
+SDOM_Exception SDOM_createCDATASection(SablotSituation situation, SDOM_Document document, SDOM_Node* section,
+                                       const char* data);
+SDOM_Exception SDOM_createComment(SablotSituation situation, SDOM_Document document, SDOM_Node* comment,
+                                  const char* data);
+SDOM_Exception SDOM_createProcessingInstruction(SablotSituation situation, SDOM_Document document,
+                                                SDOM_Node* instruction, const char* target, const char* data);
+
+// ---- Properties -----------------------------------------------------------------------------------------------------
+
+SDOM_Exception SDOM_getNodeType(SablotSituation situation, SDOM_Node node, SDOM_NodeType* type);
+// Strings for operator delete. Name: "#document", "#text", ... ; value: null for elements and documents; URI, prefix
+// and local name: null for nodes that are neither element, attribute nor namespace declaration, "" when there is none.
+SDOM_Exception SDOM_getNodeName(SablotSituation situation, SDOM_Node node, char** name);
+SDOM_Exception SDOM_getNodeNSUri(SablotSituation situation, SDOM_Node node, char** uri);
+SDOM_Exception SDOM_getNodePrefix(SablotSituation situation, SDOM_Node node, char** prefix);
+SDOM_Exception SDOM_getNodeLocalName(SablotSituation situation, SDOM_Node node, char** localName);
+SDOM_Exception SDOM_getNodeValue(SablotSituation situation, SDOM_Node node, char** value);
+// Renames an element, an attribute, a processing instruction or an unused namespace declaration. The prefix must be
+// bound where the node stands (14); other types give 7.
+SDOM_Exception SDOM_setNodeName(SablotSituation situation, SDOM_Node node, const char* name);
+// Elements and documents give 7, a namespace declaration in use 14.
+SDOM_Exception SDOM_setNodeValue(SablotSituation situation, SDOM_Node node, const char* value);
+
+// ---- Moving about ---------------------------------------------------------------------------------------------------
+// Null and code 0 where there is no such node. Attributes and namespace declarations have neither parent nor siblings.
+
+SDOM_Exception SDOM_getParentNode(SablotSituation situation, SDOM_Node node, SDOM_Node* parent);
+SDOM_Exception SDOM_getFirstChild(SablotSituation situation, SDOM_Node node, SDOM_Node* child);
+SDOM_Exception SDOM_getLastChild(SablotSituation situation, SDOM_Node node, SDOM_Node* child);
+SDOM_Exception SDOM_getPreviousSibling(SablotSituation situation, SDOM_Node node, SDOM_Node* sibling);
+SDOM_Exception SDOM_getNextSibling(SablotSituation situation, SDOM_Node node, SDOM_Node* sibling);
+// An index outside the list gives null and code 0.
+SDOM_Exception SDOM_getChildNodeIndex(SablotSituation situation, SDOM_Node node, int index, SDOM_Node* child);
+SDOM_Exception SDOM_getChildNodeCount(SablotSituation situation, SDOM_Node node, int* count);
+// Null for a document itself.
+SDOM_Exception SDOM_getOwnerDocument(SablotSituation situation, SDOM_Node node, SDOM_Document* document);
+SDOM_Exception SDOM_getDocumentElement(SablotSituation situation, SDOM_Document document, SDOM_Node* element);
+// *result is -1, 0 or 1 in document order, 0 only for one and the same node. Nodes outside the tree come after it, in
+// an order that is stable as long as they are not moved; nodes of different documents are ordered by their documents.
+SDOM_Exception SDOM_compareNodes(SablotSituation situation, SDOM_Node node, SDOM_Node other, int* result);
+
+// ---- Editing --------------------------------------------------------------------------------------------------------
+// Names keep the URI they have, wherever a node is moved. A child that has a parent is taken from it first. Refusals: 3
+// a place where the child may not stand, 4 a node of another document, 8 a reference that is no child of the node.
+
+// A null reference appends.
+SDOM_Exception SDOM_insertBefore(SablotSituation situation, SDOM_Node node, SDOM_Node newChild, SDOM_Node refChild);
+SDOM_Exception SDOM_appendChild(SablotSituation situation, SDOM_Node node, SDOM_Node newChild);
+SDOM_Exception SDOM_removeChild(SablotSituation situation, SDOM_Node node, SDOM_Node oldChild);
+SDOM_Exception SDOM_replaceChild(SablotSituation situation, SDOM_Node node, SDOM_Node newChild, SDOM_Node oldChild);
+// A copy without parent in the same document, with its attributes, and with its children when `deep` is not 0.
+SDOM_Exception SDOM_cloneNode(SablotSituation situation, SDOM_Node node, int deep, SDOM_Node* clone);
+// The same of a node of any document, made in `document`.
+SDOM_Exception SDOM_cloneForeignNode(SablotSituation situation, SDOM_Document document, SDOM_Node node, int deep,
+                                     SDOM_Node* clone);
+
+// ---- Attributes -----------------------------------------------------------------------------------------------------
+// Nodes that are no elements give 16. Names with the prefix xmlns are namespace declarations of the element itself.
+
+// "" and code 0 where the attribute is absent. The string is for operator delete.
+SDOM_Exception SDOM_getAttribute(SablotSituation situation, SDOM_Node element, const char* name, char** value);
+SDOM_Exception SDOM_getAttributeNS(SablotSituation situation, SDOM_Node element, const char* uri, const char* localName,
+                                   char** value);
+SDOM_Exception SDOM_setAttribute(SablotSituation situation, SDOM_Node element, const char* name, const char* value);
+// Declares the prefix when needed; 14 when the element uses it for another URI already.
+SDOM_Exception SDOM_setAttributeNS(SablotSituation situation, SDOM_Node element, const char* uri, const char* qName,
+                                   const char* value);
+// Null and code 0 where the attribute is absent.
+SDOM_Exception SDOM_getAttributeNode(SablotSituation situation, SDOM_Node element, const char* name,
+                                     SDOM_Node* attribute);
+SDOM_Exception SDOM_getAttributeNodeNS(SablotSituation situation, SDOM_Node element, const char* uri,
+                                       const char* localName, SDOM_Node* attribute);
+// The list begins with the namespace bindings in scope of the element - its own declarations, last declared first, then
+// those of its parent that it does not redeclare - and goes on with its attributes. Null and code 0 outside the list.
+SDOM_Exception SDOM_getAttributeNodeIndex(SablotSituation situation, SDOM_Node element, int index,
+                                          SDOM_Node* attribute);
+SDOM_Exception SDOM_getAttributeNodeCount(SablotSituation situation, SDOM_Node element, int* count);
+// *replaced is the attribute of the same name (of the same URI and local name) that had to go, or null. An attribute
+// that another element owns gives 10.
+SDOM_Exception SDOM_setAttributeNode(SablotSituation situation, SDOM_Node element, SDOM_Node attribute,
+                                     SDOM_Node* replaced);
+SDOM_Exception SDOM_setAttributeNodeNS(SablotSituation situation, SDOM_Node element, SDOM_Node attribute,
+                                       SDOM_Node* replaced);
+// An absent attribute gives 0, a namespace declaration in use 7.
+SDOM_Exception SDOM_removeAttribute(SablotSituation situation, SDOM_Node element, const char* name);
+// 8 when the attribute is not this element's own.
+SDOM_Exception SDOM_removeAttributeNode(SablotSituation situation, SDOM_Node element, SDOM_Node attribute,
+                                        SDOM_Node* removed);
+// The element that owns the attribute or declaration, or null; 3 for a node that is neither.
+SDOM_Exception SDOM_getAttributeElement(SablotSituation situation, SDOM_Node attribute, SDOM_Node* element);
+
+// ---- Serialising ----------------------------------------------------------------------------------------------------
+// Texts for SablotFree.
+
+// The XML declaration and the children of the document, nothing between them.
+SDOM_Exception SDOM_docToString(SablotSituation situation, SDOM_Document document, char** text);
+// The markup of an element with every binding in scope declared on it; "" for any other node.
+SDOM_Exception SDOM_nodeToString(SablotSituation situation, SDOM_Document document, SDOM_Node node, char** text);
+
+// ---- Queries (XPath 1.0) --------------------------------------------------------------------------------------------
+// Codes: 17 the query does not parse or uses an unbound prefix, 18 it cannot be evaluated or is no node set. *list is
+// released with SDOM_disposeNodeList; no match is an empty list.
+
+// Prefixes as bound on the document element; an unprefixed element name means its default namespace.
+SDOM_Exception SDOM_xql(SablotSituation situation, const char* query, SDOM_Node node, SDOM_NodeList* list);
+// Prefixes only from the map: a NULL-terminated array prefix, URI, prefix, URI ... An empty prefix is ignored.
+SDOM_Exception SDOM_xql_ns(SablotSituation situation, const char* query, SDOM_Node node, const char* const* namespaces,
+                           SDOM_NodeList* list);
+SDOM_Exception SDOM_getNodeListLength(SablotSituation situation, SDOM_NodeList list, int* length);
+// Code 1 for an index outside the list.
+SDOM_Exception SDOM_getNodeListItem(SablotSituation situation, SDOM_NodeList list, int index, SDOM_Node* node);
+SDOM_Exception SDOM_disposeNodeList(SablotSituation situation, SDOM_NodeList list);
+
+#ifdef __cplusplus
+}
+#endif
