@@ -1,0 +1,50 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/syntax/declaration.h"
+#include "host/syntax/diagnostic.h"
+#include "host/syntax/token.h"
+
+namespace host {
+
+// Walks over tokens and reads the parts of the grammar that records and programs share: parameter lists, types and
+// constants. Every Read function reports what is missing and answers whether (or what) it has read.
+class TokenCursor {
+public:
+    TokenCursor(const std::vector<Token>& tokens, DiagnosticList& diagnostics)
+        : tokens_(tokens), diagnostics_(diagnostics) {}
+
+    const Token& Peek(size_t ahead = 0) const;
+    const Token& Next();
+    // The token taken last.
+    const Token& Previous() const { return tokens_[at_ == 0 ? 0 : at_ - 1]; }
+    bool At(TokenKind kind) const { return Peek().kind == kind; }
+    bool At(Keyword keyword) const { return Peek().keyword == keyword; }
+    bool AtLineEnd() const { return At(TokenKind::END_OF_LINE) || At(TokenKind::END_OF_FILE); }
+    bool Accept(TokenKind kind);
+    bool Accept(Keyword keyword);
+    // Reports "expected WHAT" at the present token.
+    void Expected(const std::string& what);
+    bool Expect(TokenKind kind, const std::string& what);
+    bool Expect(Keyword keyword);
+
+    // Any word, keyword or not.
+    const Token* ReadName(const std::string& what);
+    bool ReadTypeName(TypeName& type);
+    // `Name(parameters) As Type`; the parameter list and the type may be missing.
+    bool ReadDeclaration(Declaration& declaration);
+    // A literal, with a minus before a number.
+    std::optional<ConstantValue> ReadConstant();
+
+private:
+    bool ReadParameter(Parameter& parameter);
+
+    const std::vector<Token>& tokens_;
+    DiagnosticList& diagnostics_;
+    size_t at_ = 0;
+};
+
+} // namespace host

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "host/syntax/source.h"
+
+namespace host {
+
+// A constant as written in a source: Nil, Boolean, Integer, Double or String.
+using ConstantValue = std::variant<std::monostate, bool, int32_t, double, std::string>;
+
+// A type as written, e.g. "XmlNode", or "String" with isArray for `map() as String`. Names are compared without case.
+struct TypeName {
+    std::string name; // empty where no type stands: a Sub has no result
+    bool isArray = false;
+    Span span;
+};
+
+struct Parameter {
+    std::string name;
+    TypeName type;
+    bool isByRef = false;
+    std::optional<ConstantValue> defaultValue;
+    Span span; // of the name
+};
+
+// A method, event or property as records and programs declare it.
+struct Declaration {
+    std::string name;
+    bool hasParameterList = false; // false for a property-like "DocumentElement as XmlElement"
+    std::vector<Parameter> parameters;
+    TypeName result; // empty name: no result
+    Span span;       // of the name
+};
+
+struct ConstantDeclaration {
+    std::string name;
+    ConstantValue value;
+};
+
+struct DeclarationError {
+    uint32_t offset = 0; // byte offset in the declaration
+    std::string message;
+};
+
+// "Item (index as Integer) as XmlNode": the declaration of a method, event or property. Nothing when it is malformed;
+// `error` (may be null) then says what is wrong.
+std::optional<Declaration> ParseDeclaration(std::string_view text, DeclarationError* error = nullptr);
+
+// "XML_CQUANT_OPT = 1".
+std::optional<ConstantDeclaration> ParseConstantDeclaration(std::string_view text, DeclarationError* error = nullptr);
+
+// The declaration in one spelling, e.g. `Read(Count As Integer, enc As TextEncoding = Nil) As String`.
+std::string FormatDeclaration(const Declaration& declaration);
+std::string FormatConstant(const ConstantValue& value);
+
+} // namespace host

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/syntax/source.h"
+
+namespace host {
+
+enum class Severity { ERROR, WARNING };
+
+// One finding about a program, complete in itself: it can be shown after the sources are gone.
+struct Diagnostic {
+    Severity severity = Severity::ERROR;
+    std::string file;
+    uint32_t line = 1;   // from 1
+    uint32_t column = 1; // from 1, in characters
+    uint32_t length = 1; // of the marked text, in characters, at least 1
+    std::string message;
+    std::string sourceLine;
+};
+
+// "file:line:column: error: message", the source line and a caret under the marked text, each ended by a line feed.
+// `color` adds terminal colours.
+std::string FormatDiagnostic(const Diagnostic& diagnostic, bool color = false);
+
+using SourceFiles = std::vector<std::shared_ptr<const SourceFile>>;
+
+// Collects what is found about the files of a program, by place.
+class DiagnosticList {
+public:
+    explicit DiagnosticList(const SourceFiles& files) : files_(files) {}
+
+    void Error(const Span& span, std::string message) { Add(Severity::ERROR, span, std::move(message)); }
+    void Warning(const Span& span, std::string message) { Add(Severity::WARNING, span, std::move(message)); }
+    bool HasErrors() const { return errorCount_ > 0; }
+    size_t ErrorCount() const { return errorCount_; }
+    // Everything found so far in the order of files and places; a place is reported once with the same message.
+    std::vector<Diagnostic> Sorted() const;
+    // Byte offset and message of the error found first; only valid when HasErrors().
+    uint32_t FirstErrorOffset() const;
+    const std::string& FirstErrorMessage() const;
+
+private:
+    struct Entry {
+        Severity severity;
+        Span span;
+        std::string message;
+    };
+
+    void Add(Severity severity, const Span& span, std::string message);
+    const Entry& FirstError() const;
+
+    const SourceFiles& files_;
+    std::vector<Entry> entries_;
+    size_t errorCount_ = 0;
+};
+
+} // namespace host

@@ -1,0 +1,326 @@
+#include "host/syntax/lexer.h"
+
+#include <algorithm>
+#include <charconv>
+#include <unordered_map>
+
+namespace host {
+
+namespace {
+
+constexpr std::pair<Keyword, std::string_view> KEYWORDS[] = {
+    {Keyword::AND, "And"},           {Keyword::AS, "As"},           {Keyword::BYREF, "ByRef"},
+    {Keyword::BYVAL, "ByVal"},       {Keyword::CASE, "Case"},       {Keyword::CATCH, "Catch"},
+    {Keyword::CLASS, "Class"},       {Keyword::CONST, "Const"},     {Keyword::CONTINUE, "Continue"},
+    {Keyword::DIM, "Dim"},           {Keyword::DO, "Do"},           {Keyword::DOWNTO, "DownTo"},
+    {Keyword::EACH, "Each"},         {Keyword::ELSE, "Else"},       {Keyword::ELSEIF, "ElseIf"},
+    {Keyword::END, "End"},           {Keyword::EVENT, "Event"},     {Keyword::EXIT, "Exit"},
+    {Keyword::FALSE, "False"},       {Keyword::FINALLY, "Finally"}, {Keyword::FOR, "For"},
+    {Keyword::FUNCTION, "Function"}, {Keyword::IF, "If"},           {Keyword::IN, "In"},
+    {Keyword::INHERITS, "Inherits"}, {Keyword::IS, "Is"},           {Keyword::ISA, "IsA"},
+    {Keyword::LOOP, "Loop"},         {Keyword::MOD, "Mod"},         {Keyword::MODULE, "Module"},
+    {Keyword::NEW, "New"},           {Keyword::NEXT, "Next"},       {Keyword::NIL, "Nil"},
+    {Keyword::NOT, "Not"},           {Keyword::OR, "Or"},           {Keyword::PRINT, "Print"},
+    {Keyword::PROPERTY, "Property"}, {Keyword::RAISE, "Raise"},     {Keyword::REDIM, "Redim"},
+    {Keyword::RETURN, "Return"},     {Keyword::SELECT, "Select"},   {Keyword::SELF, "Self"},
+    {Keyword::STEP, "Step"},         {Keyword::SUB, "Sub"},         {Keyword::SUPER, "Super"},
+    {Keyword::THEN, "Then"},         {Keyword::TO, "To"},           {Keyword::TRUE, "True"},
+    {Keyword::TRY, "Try"},           {Keyword::UNTIL, "Until"},     {Keyword::WEND, "Wend"},
+    {Keyword::WHILE, "While"},       {Keyword::XOR, "Xor"},
+};
+
+Keyword FindKeyword(std::string_view word) {
+    static const auto* table = [] {
+        auto* words = new std::unordered_map<std::string, Keyword>;
+        for (auto [keyword, name] : KEYWORDS) words->emplace(LowerCase(name), keyword);
+        return words;
+    }();
+    if (word.size() > 8) return Keyword::NONE;
+    auto found = table->find(LowerCase(word));
+    return found == table->end() ? Keyword::NONE : found->second;
+}
+
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+bool IsNameStart(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
+bool IsNamePart(char c) { return IsNameStart(c) || IsDigit(c); }
+bool IsLineEnd(char c) { return c == '\n' || c == '\r'; }
+
+void AppendUtf8(std::string& text, uint32_t code) {
+    auto put = [&text](uint32_t byte) { text += static_cast<char>(byte); };
+    if (code < 0x80) {
+        put(code);
+    } else if (code < 0x800) {
+        put(0xC0 | (code >> 6));
+        put(0x80 | (code & 0x3F));
+    } else if (code < 0x10000) {
+        put(0xE0 | (code >> 12));
+        put(0x80 | ((code >> 6) & 0x3F));
+        put(0x80 | (code & 0x3F));
+    } else {
+        put(0xF0 | (code >> 18));
+        put(0x80 | ((code >> 12) & 0x3F));
+        put(0x80 | ((code >> 6) & 0x3F));
+        put(0x80 | (code & 0x3F));
+    }
+}
+
+class Lexer {
+public:
+    Lexer(const SourceFiles& files, uint32_t file, DiagnosticList& diagnostics)
+        : text_(files[file]->Text()), file_(file), diagnostics_(diagnostics) {}
+
+    LexResult Run() {
+        if (text_.starts_with("\xEF\xBB\xBF")) at_ = 3;
+        if (text_.substr(at_).starts_with("#!")) SkipLine();
+        while (at_ < text_.size()) Step();
+        if (result_.tokens.empty() || result_.tokens.back().kind != TokenKind::END_OF_LINE) {
+            Add(TokenKind::END_OF_LINE, at_);
+        }
+        Add(TokenKind::END_OF_FILE, at_);
+        return std::move(result_);
+    }
+
+private:
+    char Peek(size_t ahead = 0) const { return at_ + ahead < text_.size() ? text_[at_ + ahead] : '\0'; }
+
+    Span Since(size_t start) const { return {file_, static_cast<uint32_t>(start), static_cast<uint32_t>(at_ - start)}; }
+
+    Token& Add(TokenKind kind, size_t start) {
+        Token token;
+        token.kind = kind;
+        token.span = Since(start);
+        token.text = text_.substr(start, at_ - start);
+        return result_.tokens.emplace_back(token);
+    }
+
+    void SkipLine() {
+        while (at_ < text_.size() && !IsLineEnd(text_[at_])) at_++;
+    }
+
+    void Comment() {
+        size_t start = at_;
+        SkipLine();
+        result_.comments.push_back(Since(start));
+    }
+
+    void LineEnd() {
+        size_t start = at_;
+        at_ += Peek() == '\r' && Peek(1) == '\n' ? 2 : 1;
+        bool hasContent = !result_.tokens.empty() && result_.tokens.back().kind != TokenKind::END_OF_LINE;
+        if (hasContent) Add(TokenKind::END_OF_LINE, start);
+    }
+
+    // An underscore that stands alone at the end of a line joins the next line; a comment may follow it.
+    bool Continuation() {
+        if (Peek() != '_' || IsNamePart(Peek(1))) return false;
+        size_t end = at_ + 1;
+        while (end < text_.size() && (text_[end] == ' ' || text_[end] == '\t')) end++;
+        bool comment = text_.substr(end).starts_with("'") || text_.substr(end).starts_with("//");
+        if (end < text_.size() && !IsLineEnd(text_[end]) && !comment) return false;
+        at_ = end;
+        if (comment) Comment();
+        result_.endsInContinuation = at_ >= text_.size();
+        if (at_ < text_.size()) at_ += Peek() == '\r' && Peek(1) == '\n' ? 2 : 1;
+        return true;
+    }
+
+    void Step() {
+        char c = Peek();
+        if (c == ' ' || c == '\t') {
+            at_++;
+        } else if (IsLineEnd(c)) {
+            LineEnd();
+        } else if (c == '\'' || (c == '/' && Peek(1) == '/')) {
+            Comment();
+        } else if (Continuation()) {
+            return;
+        } else if (IsNameStart(c)) {
+            Name();
+        } else if (IsDigit(c) || (c == '.' && IsDigit(Peek(1)))) {
+            Number();
+        } else if (c == '"') {
+            String();
+        } else if (c == '&') {
+            Prefixed();
+        } else {
+            Symbol();
+        }
+    }
+
+    void Name() {
+        size_t start = at_;
+        while (IsNamePart(Peek())) at_++;
+        std::string_view word = text_.substr(start, at_ - start);
+        bool afterDot = !result_.tokens.empty() && result_.tokens.back().kind == TokenKind::DOT;
+        if (!afterDot && EqualNames(word, "Rem")) {
+            at_ = start;
+            Comment();
+            return;
+        }
+        Add(TokenKind::NAME, start).keyword = FindKeyword(word);
+    }
+
+    void Number() {
+        size_t start = at_;
+        bool isDouble = false;
+        while (IsDigit(Peek())) at_++;
+        if (Peek() == '.' && IsDigit(Peek(1))) {
+            isDouble = true;
+            at_++;
+            while (IsDigit(Peek())) at_++;
+        }
+        size_t sign = Peek(1) == '+' || Peek(1) == '-' ? 2 : 1;
+        if ((Peek() == 'e' || Peek() == 'E') && IsDigit(Peek(sign))) {
+            isDouble = true;
+            at_ += sign;
+            while (IsDigit(Peek())) at_++;
+        }
+        std::string_view digits = text_.substr(start, at_ - start);
+        if (IsNamePart(Peek())) {
+            while (IsNamePart(Peek())) at_++;
+            diagnostics_.Error(Since(start), "a number cannot be followed by letters");
+        }
+        double number = 0;
+        auto parsed = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+        if (parsed.ec != std::errc()) {
+            diagnostics_.Error(Since(start), "number out of range");
+            number = 0;
+        }
+        // 2147483648 is an Integer only behind a minus; the parser joins the two.
+        bool isInteger = !isDouble && number <= 2147483648.0;
+        Token& token = Add(isInteger ? TokenKind::INTEGER : TokenKind::DOUBLE, start);
+        token.number = number;
+        if (isInteger) token.integer = static_cast<int32_t>(static_cast<uint32_t>(number));
+        if (!isDouble && !isInteger) {
+            diagnostics_.Error(token.span, "number too large for an Integer; write it with \".0\" for a Double");
+        }
+    }
+
+    void String() {
+        size_t start = at_++;
+        for (;;) {
+            if (at_ >= text_.size() || IsLineEnd(Peek())) {
+                diagnostics_.Error(Since(start), "the string is not closed");
+                break;
+            }
+            if (Peek() == '"') {
+                at_++;
+                if (Peek() != '"') break;
+            }
+            at_++;
+        }
+        Add(TokenKind::STRING, start);
+    }
+
+    // &hFF and &b11 are numbers (32 bits, so &hFFFFFFFF is -1), &u263A is the string of one character.
+    void Prefixed() {
+        size_t start = at_;
+        char prefix = LowerCase(text_.substr(at_ + 1, 1)).c_str()[0];
+        int base = prefix == 'h' || prefix == 'u' ? 16 : prefix == 'o' ? 8 : prefix == 'b' ? 2 : 0;
+        if (base == 0) {
+            at_++;
+            diagnostics_.Error(Since(start), "unexpected \"&\" (strings are joined with \"+\")");
+            return;
+        }
+        at_ += 2;
+        size_t digits = at_;
+        while (IsNamePart(Peek())) at_++;
+        uint32_t value = 0;
+        const char* end = text_.data() + at_;
+        auto parsed = std::from_chars(text_.data() + digits, end, value, base);
+        bool isCharacter = value <= 0x10FFFF && (value < 0xD800 || value > 0xDFFF);
+        if (parsed.ec != std::errc() || parsed.ptr != end || (prefix == 'u' && !isCharacter)) {
+            diagnostics_.Error(Since(start), prefix == 'u' ? "not a character" : "not a 32-bit number");
+            value = 0;
+        }
+        Token& token = Add(prefix == 'u' ? TokenKind::STRING : TokenKind::INTEGER, start);
+        token.integer = static_cast<int32_t>(value);
+        token.number = token.integer;
+    }
+
+    void Symbol() {
+        static constexpr std::pair<std::string_view, TokenKind> SYMBOLS[] = {
+            {"<>", TokenKind::NOT_EQUAL},
+            {"<=", TokenKind::LESS_EQUAL},
+            {">=", TokenKind::GREATER_EQUAL},
+            {"+", TokenKind::PLUS},
+            {"-", TokenKind::MINUS},
+            {"*", TokenKind::STAR},
+            {"/", TokenKind::SLASH},
+            {"\\", TokenKind::BACKSLASH},
+            {"^", TokenKind::CARET},
+            {"=", TokenKind::EQUAL},
+            {"<", TokenKind::LESS},
+            {">", TokenKind::GREATER},
+            {"(", TokenKind::LEFT_PARENTHESIS},
+            {")", TokenKind::RIGHT_PARENTHESIS},
+            {",", TokenKind::COMMA},
+            {".", TokenKind::DOT},
+        };
+        size_t start = at_;
+        for (auto [symbol, kind] : SYMBOLS) {
+            if (!text_.substr(at_).starts_with(symbol)) continue;
+            at_ += symbol.size();
+            Add(kind, start);
+            return;
+        }
+        at_++;
+        while ((static_cast<unsigned char>(Peek()) & 0xC0) == 0x80) at_++;
+        unsigned char first = static_cast<unsigned char>(text_[start]);
+        bool printable = first >= 0x20 && first != 0x7F;
+        diagnostics_.Error(Since(start), printable
+                                             ? "unexpected \"" + std::string(text_.substr(start, at_ - start)) + "\""
+                                             : "unexpected control character");
+    }
+
+    std::string_view text_;
+    uint32_t file_;
+    DiagnosticList& diagnostics_;
+    size_t at_ = 0;
+    LexResult result_;
+};
+
+} // namespace
+
+LexResult Lex(const SourceFiles& files, uint32_t file, DiagnosticList& diagnostics) {
+    return Lexer(files, file, diagnostics).Run();
+}
+
+std::string StringValue(const Token& token) {
+    std::string value;
+    if (token.text.starts_with("&")) {
+        AppendUtf8(value, static_cast<uint32_t>(token.integer));
+        return value;
+    }
+    std::string_view inner = token.text.substr(1);
+    for (size_t i = 0; i < inner.size(); i++) {
+        if (inner[i] == '"') {
+            if (i + 1 >= inner.size() || inner[i + 1] != '"') break;
+            i++;
+        }
+        value += inner[i];
+    }
+    return value;
+}
+
+std::string_view KeywordName(Keyword keyword) {
+    auto found = std::find_if(std::begin(KEYWORDS), std::end(KEYWORDS),
+                              [keyword](const auto& entry) { return entry.first == keyword; });
+    return found == std::end(KEYWORDS) ? std::string_view() : found->second;
+}
+
+std::string LowerCase(std::string_view text) {
+    std::string lower(text);
+    for (char& c : lower) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    return lower;
+}
+
+bool EqualNames(std::string_view left, std::string_view right) {
+    auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [lower](char a, char b) { return lower(a) == lower(b); });
+}
+
+} // namespace host

@@ -1,0 +1,114 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "host/syntax/source.h"
+
+namespace host {
+
+// Words with a meaning of their own. They are recognised wherever they stand, but the parsers take them as names where
+// only a name can follow: after a dot, for a parameter, for a member.
+enum class Keyword : uint8_t {
+    NONE,
+    AND,
+    AS,
+    BYREF,
+    BYVAL,
+    CASE,
+    CATCH,
+    CLASS,
+    CONST,
+    CONTINUE,
+    DIM,
+    DO,
+    DOWNTO,
+    EACH,
+    ELSE,
+    ELSEIF,
+    END,
+    EVENT,
+    EXIT,
+    FALSE,
+    FINALLY,
+    FOR,
+    FUNCTION,
+    IF,
+    IN,
+    INHERITS,
+    IS,
+    ISA,
+    LOOP,
+    MOD,
+    MODULE,
+    NEW,
+    NEXT,
+    NIL,
+    NOT,
+    OR,
+    PRINT,
+    PROPERTY,
+    RAISE,
+    REDIM,
+    RETURN,
+    SELECT,
+    SELF,
+    STEP,
+    SUB,
+    SUPER,
+    THEN,
+    TO,
+    TRUE,
+    TRY,
+    UNTIL,
+    WEND,
+    WHILE,
+    XOR,
+};
+
+enum class TokenKind : uint8_t {
+    END_OF_FILE,
+    END_OF_LINE,
+    NAME, // a name or a keyword; Token::keyword tells
+    INTEGER,
+    DOUBLE,
+    STRING,
+    PLUS,
+    MINUS,
+    STAR,
+    SLASH,
+    BACKSLASH,
+    CARET,
+    EQUAL,
+    NOT_EQUAL,
+    LESS,
+    LESS_EQUAL,
+    GREATER,
+    GREATER_EQUAL,
+    LEFT_PARENTHESIS,
+    RIGHT_PARENTHESIS,
+    COMMA,
+    DOT,
+};
+
+struct Token {
+    TokenKind kind = TokenKind::END_OF_FILE;
+    Keyword keyword = Keyword::NONE;
+    Span span;
+    std::string_view text; // as written, in the source file
+    int32_t integer = 0;   // of an INTEGER
+    double number = 0;     // of an INTEGER or a DOUBLE
+};
+
+// The value of a STRING token: without its quotes, doubled quotes made single; of `&u41` the character's UTF-8.
+std::string StringValue(const Token& token);
+
+// The keyword as the documentation writes it, e.g. "ElseIf".
+std::string_view KeywordName(Keyword keyword);
+
+// ASCII letters only: names of the language are ASCII, other bytes are kept.
+std::string LowerCase(std::string_view text);
+bool EqualNames(std::string_view left, std::string_view right);
+
+} // namespace host
