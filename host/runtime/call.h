@@ -1,0 +1,76 @@
+// Typed calls between the host and native code, both ways, by libffi (cdecl).
+#pragma once
+
+#include "host/runtime/signature.h"
+
+#include <ffi.h>
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace host {
+
+struct Array;
+struct Object;
+struct String;
+
+// One value on its way in or out of a call; which member holds it follows from its Kind.
+union Slot {
+    int32_t integer; // Integer and Boolean
+    double number;
+    String* string;
+    Object* object; // Object and Variant
+    Array* array;
+    void* pointer; // ByRef: the variable
+};
+static_assert(sizeof(Slot) == 8);
+
+// What a call passes and returns, derived from a signature; made once for each shape and shared.
+struct CallShape {
+    std::vector<bool> wide; // per argument: takes two words (a Double by value)
+    Kind result;
+    uint32_t words; // of all arguments
+    bool allWords;  // no wide argument
+    std::vector<ffi_type*> types;
+    ffi_cif cif;
+};
+
+// The object (if any) counts as the first argument.
+const CallShape* ShapeOf(const Signature& signature, bool withObject);
+// As ShapeOf, with the new value as a last argument and no result: the setter of a method that can be assigned to.
+const CallShape* SetterShapeOf(const Signature& signature, bool withObject);
+const CallShape* ShapeOf(const std::vector<Kind>& arguments, Kind result);
+
+// Calls a native function. `arguments` holds one slot for each argument, the object first. Arguments are borrowed by
+// the callee; a string or object result carries one reference for the caller. The unused part of the result is
+// unspecified. Strings lent by the conversion pool during the call are released. An exception raised meanwhile is
+// pending afterwards.
+void CallNative(const CallShape* shape, void* function, const Slot* arguments, Slot* result);
+
+// Called for a call of a closure's function: arguments are borrowed from the native caller, the result (if the shape
+// has one) passes with a reference. Must not throw. `result` starts as 0.
+using ClosureCallback = void (*)(void* context, const Slot* arguments, Slot* result);
+
+// A native function that calls back. The function is valid while the closure lives. An exception that was pending when
+// the function is called is set aside during the callback, so that the program does not meet it there.
+class Closure {
+public:
+    Closure(const CallShape* shape, ClosureCallback callback, void* context);
+    ~Closure();
+    Closure(const Closure&) = delete;
+    Closure& operator=(const Closure&) = delete;
+
+    void* Function() const { return function_; }
+
+private:
+    static void Enter(ffi_cif* cif, void* result, ffi_raw* words, void* self);
+
+    const CallShape* shape_;
+    ClosureCallback callback_;
+    void* context_;
+    void* memory_ = nullptr;
+    void* function_ = nullptr;
+};
+
+} // namespace host

@@ -1,0 +1,50 @@
+// Text encodings: their values, names and conversion (by ICU).
+#pragma once
+
+#include "host/runtime/string.h"
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+namespace host {
+
+// Values of the common text encodings. Any other value is unknown to the host; strings keep it all the same.
+inline constexpr uint32_t ENCODING_UNKNOWN = 0;
+inline constexpr uint32_t ENCODING_UTF16 = 0x0100;
+inline constexpr uint32_t ENCODING_ISO_LATIN1 = 0x0201;
+inline constexpr uint32_t ENCODING_WINDOWS_LATIN1 = 0x0500;
+inline constexpr uint32_t ENCODING_ASCII = 0x0600;
+inline constexpr uint32_t ENCODING_UTF8 = 0x08000100;
+
+struct Encoding {
+    uint32_t value;
+    const char* member;  // the name programs use: Encodings.UTF8
+    const char* icuName; // the converter; also the name shown ("internet name")
+    bool asciiBytes;     // bytes below 128 are ASCII, so ASCII text needs no conversion
+};
+
+std::span<const Encoding> Encodings();
+
+// nullptr when there is none of that value or name. Names are matched as ICU does (case and punctuation ignored), and
+// every alias ICU knows for an encoding of the table is understood.
+const Encoding* FindEncoding(uint32_t value);
+const Encoding* FindEncoding(std::string_view name);
+
+// The text in the target encoding, as a new reference; the same string when it has that encoding already. Text of
+// unknown encoding is taken as UTF-8 if it is valid UTF-8, else as Windows Latin 1. What the target cannot express
+// becomes its substitution character. An unknown target gives the same string.
+StringRef ConvertString(String* string, uint32_t target);
+
+// As ConvertString, but the result is lent: it belongs to a pool that keeps it until the native call in which it was
+// made returns. Outside any native call it stays until the next one returns.
+String* ConvertStringPooled(String* string, uint32_t target);
+
+// The pool's height, and release of everything above a mark. Used by NativeCall around each call.
+size_t ConversionPoolMark();
+void ReleaseConversionPool(size_t mark);
+
+// Whether the bytes are well-formed UTF-8 (RFC 3629).
+bool IsValidUTF8(std::string_view bytes);
+
+} // namespace host

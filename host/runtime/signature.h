@@ -1,0 +1,55 @@
+// Types and signatures of members, read from their declarations.
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace host {
+
+// A definition (record, declaration, class) that cannot be accepted; the message names the class and member.
+struct DefinitionError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// What a value is at the boundary. Integer and Boolean are 32-bit words (any non-zero word is True), Double is 64 bits,
+// the rest are pointers: String*, Object*, a boxed value or object (Variant), Array*.
+enum class Kind : uint8_t { Nothing, Integer, Boolean, Double, String, Object, Variant, Array };
+
+struct Type {
+    Kind kind = Kind::Nothing;
+    Kind element = Kind::Nothing; // of an Array
+    std::string className;        // as written, of an Object or of an array's elements
+
+    std::string Text() const; // "Integer", "XmlNode", "String()"
+    bool operator==(const Type& other) const;
+};
+
+// "integer" → Kind::Integer; any name that is not a built-in type is a class.
+Type TypeNamed(std::string_view name, bool isArray = false);
+
+struct Parameter {
+    std::string name;
+    Type type;
+    bool byRef = false; // passed as a pointer to the variable
+    bool hasDefault = false;
+    std::string defaultText; // the default expression as written
+};
+
+struct Signature {
+    std::string name;
+    std::vector<Parameter> parameters;
+    Type result; // Kind::Nothing for a Sub
+
+    std::string Text() const; // "Parse(s As String, isFinal As Boolean) As Boolean"
+    bool SameParameters(const Signature& other) const;
+    // Same name, parameter types and result; parameter names and defaults do not count.
+    bool Matches(const Signature& other) const;
+};
+
+// Reads a declaration such as "Read(Count as Integer, enc as TextEncoding = nil) as String". Throws DefinitionError.
+Signature ParseSignature(std::string_view declaration);
+
+} // namespace host

@@ -1,0 +1,55 @@
+// A value of the host language that owns what it refers to, for C++ code that works with objects dynamically.
+#pragma once
+
+#include "host/runtime/array.h"
+#include "host/runtime/call.h"
+#include "host/runtime/object.h"
+#include "host/runtime/string.h"
+
+#include <concepts>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace host {
+
+class Value {
+public:
+    Value() = default; // Kind::Nothing; as an argument: nil
+    Value(int32_t value) : kind_(Kind::Integer) { slot_.integer = value; }
+    Value(std::same_as<bool> auto value) : kind_(Kind::Boolean) { slot_.integer = value; }
+    Value(double value) : kind_(Kind::Double) { slot_.number = value; }
+    Value(std::string_view utf8) : Value(StringRef(utf8)) {}
+    Value(const char* utf8) : Value(StringRef(std::string_view(utf8))) {}
+    Value(const std::string& utf8) : Value(StringRef(std::string_view(utf8))) {}
+    Value(StringRef string) : kind_(Kind::String) { slot_.string = string.Detach(); }
+    Value(ObjectRef object) : kind_(Kind::Object) { slot_.object = object.Detach(); }
+    Value(const std::vector<std::string>& strings); // a string array
+
+    Value(const Value& other);
+    Value(Value&& other) noexcept : kind_(other.kind_), slot_(other.slot_) { other.kind_ = Kind::Nothing; }
+    Value& operator=(Value other) noexcept;
+    ~Value();
+
+    // Takes over the reference in the slot / adds one.
+    static Value Adopt(Kind kind, Slot slot);
+    static Value Share(Kind kind, Slot slot);
+
+    Kind GetKind() const { return kind_; }
+    Slot Get() const { return slot_; } // borrowed
+    Slot Detach();                     // the reference passes to the caller
+
+    // The content; 0, "" or nil if the value is of another kind.
+    int32_t Integer() const { return kind_ == Kind::Integer || kind_ == Kind::Boolean ? slot_.integer : 0; }
+    bool Boolean() const { return Integer() != 0; }
+    double Double() const { return kind_ == Kind::Double ? slot_.number : 0; }
+    StringRef GetString() const;
+    std::string Text() const { return std::string(GetString().View()); }
+    ObjectRef GetObject() const;
+
+private:
+    Kind kind_ = Kind::Nothing;
+    Slot slot_{};
+};
+
+} // namespace host

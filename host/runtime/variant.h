@@ -1,0 +1,27 @@
+// Variants: nil, an object, or a value boxed in an object of an internal class.
+#pragma once
+
+#include "host/runtime/object.h"
+#include "host/runtime/signature.h"
+#include "host/runtime/string.h"
+
+#include <cstdint>
+
+namespace host {
+
+// New boxes with one reference; a Variant holding them is one pointer. BoxString adds a reference to the string; the
+// nil string gives a box too.
+Object* BoxInteger(int32_t value);
+Object* BoxBoolean(int32_t value); // keeps the word
+Object* BoxDouble(double value);
+Object* BoxString(String* value);
+
+// Kind::Nothing for nil; Integer, Boolean, Double, String for a box; Array for an array; else Object.
+Kind VariantKind(const Object* variant);
+
+// The value of a box of that kind.
+int32_t UnboxInteger(Object* box); // Integer and Boolean
+double UnboxDouble(Object* box);
+String* UnboxString(Object* box); // borrowed
+
+} // namespace host
