@@ -14,19 +14,18 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <variant>
 #include <vector>
 
 namespace host {
 
-enum class Access : uint8_t { None, Direct, Function };
+enum class Access : uint8_t { NONE, DIRECT, FUNCTION };
 
 struct Property {
     Class* owner; // nullptr for a property of a module (its functions get nil as the object)
     std::string name;
     Type type;
-    Access read = Access::None;
-    Access write = Access::None;
+    Access read = Access::NONE;
+    Access write = Access::NONE;
     void* getter = nullptr; // result(object, param)
     void* setter = nullptr; // void(object, param, value)
     int32_t param = 0;
@@ -57,8 +56,6 @@ struct Event {
     uint32_t slot; // index into Class::handlers of the owner and its subclasses
     const CallShape* shape;
 };
-
-using ConstantValue = std::variant<int32_t, double, bool, std::string>;
 
 struct Constant {
     std::string name;
@@ -93,7 +90,7 @@ struct Class {
     bool hasFinalizer = false;    // this class or a superclass
     bool isInternal = false;      // boxes and arrays: not found by name
     void* program = nullptr;      // what the language keeps for the class
-    Kind boxKind = Kind::Nothing; // internal: kind of the boxed value, or Kind::Array
+    Kind boxKind = Kind::NOTHING; // internal: kind of the boxed value, or Kind::ARRAY
     Type elementType;             // of an internal array class
 
     // Own members in the order of definition. The elements do not move.

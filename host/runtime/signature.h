@@ -1,7 +1,10 @@
 // Types and signatures of members, read from their declarations.
 #pragma once
 
+#include "host/syntax/declaration.h"
+
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -16,32 +19,31 @@ struct DefinitionError : std::runtime_error {
 
 // What a value is at the boundary. Integer and Boolean are 32-bit words (any non-zero word is True), Double is 64 bits,
 // the rest are pointers: String*, Object*, a boxed value or object (Variant), Array*.
-enum class Kind : uint8_t { Nothing, Integer, Boolean, Double, String, Object, Variant, Array };
+enum class Kind : uint8_t { NOTHING, INTEGER, BOOLEAN, DOUBLE, STRING, OBJECT, VARIANT, ARRAY };
 
 struct Type {
-    Kind kind = Kind::Nothing;
-    Kind element = Kind::Nothing; // of an Array
+    Kind kind = Kind::NOTHING;
+    Kind element = Kind::NOTHING; // of an Array
     std::string className;        // as written, of an Object or of an array's elements
 
     std::string Text() const; // "Integer", "XmlNode", "String()"
     bool operator==(const Type& other) const;
 };
 
-// "integer" → Kind::Integer; any name that is not a built-in type is a class.
+// "integer" → Kind::INTEGER; any name that is not a built-in type is a class.
 Type TypeNamed(std::string_view name, bool isArray = false);
 
-struct Parameter {
+struct FormalParameter {
     std::string name;
     Type type;
     bool byRef = false; // passed as a pointer to the variable
-    bool hasDefault = false;
-    std::string defaultText; // the default expression as written
+    std::optional<ConstantValue> defaultValue;
 };
 
 struct Signature {
     std::string name;
-    std::vector<Parameter> parameters;
-    Type result; // Kind::Nothing for a Sub
+    std::vector<FormalParameter> parameters;
+    Type result; // Kind::NOTHING for a Sub
 
     std::string Text() const; // "Parse(s As String, isFinal As Boolean) As Boolean"
     bool SameParameters(const Signature& other) const;
@@ -51,5 +53,6 @@ struct Signature {
 
 // Reads a declaration such as "Read(Count as Integer, enc as TextEncoding = nil) as String". Throws DefinitionError.
 Signature ParseSignature(std::string_view declaration);
+Signature ToSignature(const Declaration& declaration);
 
 } // namespace host

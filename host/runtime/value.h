@@ -15,19 +15,19 @@ namespace host {
 
 class Value {
 public:
-    Value() = default; // Kind::Nothing; as an argument: nil
-    Value(int32_t value) : kind_(Kind::Integer) { slot_.integer = value; }
-    Value(std::same_as<bool> auto value) : kind_(Kind::Boolean) { slot_.integer = value; }
-    Value(double value) : kind_(Kind::Double) { slot_.number = value; }
+    Value() = default; // Kind::NOTHING; as an argument: nil
+    Value(int32_t value) : kind_(Kind::INTEGER) { slot_.integer = value; }
+    Value(std::same_as<bool> auto value) : kind_(Kind::BOOLEAN) { slot_.integer = value; }
+    Value(double value) : kind_(Kind::DOUBLE) { slot_.number = value; }
     Value(std::string_view utf8) : Value(StringRef(utf8)) {}
     Value(const char* utf8) : Value(StringRef(std::string_view(utf8))) {}
     Value(const std::string& utf8) : Value(StringRef(std::string_view(utf8))) {}
-    Value(StringRef string) : kind_(Kind::String) { slot_.string = string.Detach(); }
-    Value(ObjectRef object) : kind_(Kind::Object) { slot_.object = object.Detach(); }
+    Value(StringRef string) : kind_(Kind::STRING) { slot_.string = string.Detach(); }
+    Value(ObjectRef object) : kind_(Kind::OBJECT) { slot_.object = object.Detach(); }
     Value(const std::vector<std::string>& strings); // a string array
 
     Value(const Value& other);
-    Value(Value&& other) noexcept : kind_(other.kind_), slot_(other.slot_) { other.kind_ = Kind::Nothing; }
+    Value(Value&& other) noexcept : kind_(other.kind_), slot_(other.slot_) { other.kind_ = Kind::NOTHING; }
     Value& operator=(Value other) noexcept;
     ~Value();
 
@@ -40,15 +40,15 @@ public:
     Slot Detach();                     // the reference passes to the caller
 
     // The content; 0, "" or nil if the value is of another kind.
-    int32_t Integer() const { return kind_ == Kind::Integer || kind_ == Kind::Boolean ? slot_.integer : 0; }
+    int32_t Integer() const { return kind_ == Kind::INTEGER || kind_ == Kind::BOOLEAN ? slot_.integer : 0; }
     bool Boolean() const { return Integer() != 0; }
-    double Double() const { return kind_ == Kind::Double ? slot_.number : 0; }
+    double Double() const { return kind_ == Kind::DOUBLE ? slot_.number : 0; }
     StringRef GetString() const;
     std::string Text() const { return std::string(GetString().View()); }
     ObjectRef GetObject() const;
 
 private:
-    Kind kind_ = Kind::Nothing;
+    Kind kind_ = Kind::NOTHING;
     Slot slot_{};
 };
 

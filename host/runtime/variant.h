@@ -16,7 +16,7 @@ Object* BoxBoolean(int32_t value); // keeps the word
 Object* BoxDouble(double value);
 Object* BoxString(String* value);
 
-// Kind::Nothing for nil; Integer, Boolean, Double, String for a box; Array for an array; else Object.
+// Kind::NOTHING for nil; Integer, Boolean, Double, String for a box; Array for an array; else Object.
 Kind VariantKind(const Object* variant);
 
 // The value of a box of that kind.
