@@ -1,6 +1,6 @@
 #include "host/syntax/cursor.h"
 
-namespace host {
+namespace host::syntax {
 
 namespace {
 
@@ -138,4 +138,4 @@ bool TokenCursor::ReadDeclaration(Declaration& declaration) {
     return true;
 }
 
-} // namespace host
+} // namespace host::syntax

@@ -2,7 +2,7 @@
 
 #include "host/syntax/declaration.h"
 
-using namespace host;
+using namespace host::syntax;
 
 namespace {
 
