@@ -1,6 +1,6 @@
 #include "host/syntax/cursor.h"
 
-namespace host::syntax {
+namespace host {
 
 namespace {
 
@@ -138,4 +138,4 @@ bool TokenCursor::ReadDeclaration(Declaration& declaration) {
     return true;
 }
 
-} // namespace host::syntax
+} // namespace host

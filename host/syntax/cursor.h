@@ -8,7 +8,7 @@
 #include "host/syntax/diagnostic.h"
 #include "host/syntax/token.h"
 
-namespace host::syntax {
+namespace host {
 
 // Walks over tokens and reads the parts of the grammar that records and programs share: parameter lists, types and
 // constants. Every Read function reports what is missing and answers whether (or what) it has read.
@@ -47,4 +47,4 @@ private:
     size_t at_ = 0;
 };
 
-} // namespace host::syntax
+} // namespace host

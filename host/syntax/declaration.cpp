@@ -6,7 +6,7 @@
 #include "host/syntax/cursor.h"
 #include "host/syntax/lexer.h"
 
-namespace host::syntax {
+namespace host {
 
 namespace {
 
@@ -82,4 +82,4 @@ std::string FormatDeclaration(const Declaration& declaration) {
     return text;
 }
 
-} // namespace host::syntax
+} // namespace host

@@ -9,7 +9,7 @@
 
 #include "host/syntax/source.h"
 
-namespace host::syntax {
+namespace host {
 
 // A constant as written in a source: Nil, Boolean, Integer, Double or String.
 using ConstantValue = std::variant<std::monostate, bool, int32_t, double, std::string>;
@@ -59,4 +59,4 @@ std::optional<ConstantDeclaration> ParseConstantDeclaration(std::string_view tex
 std::string FormatDeclaration(const Declaration& declaration);
 std::string FormatConstant(const ConstantValue& value);
 
-} // namespace host::syntax
+} // namespace host

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <tuple>
 
-namespace host::syntax {
+namespace host {
 
 namespace {
 
@@ -82,4 +82,4 @@ std::vector<Diagnostic> DiagnosticList::Sorted() const {
     return result;
 }
 
-} // namespace host::syntax
+} // namespace host

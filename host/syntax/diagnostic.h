@@ -8,7 +8,7 @@
 
 #include "host/syntax/source.h"
 
-namespace host::syntax {
+namespace host {
 
 enum class Severity { ERROR, WARNING };
 
@@ -59,4 +59,4 @@ private:
     size_t errorCount_ = 0;
 };
 
-} // namespace host::syntax
+} // namespace host

@@ -4,7 +4,7 @@
 #include <charconv>
 #include <unordered_map>
 
-namespace host::syntax {
+namespace host {
 
 namespace {
 
@@ -323,4 +323,4 @@ bool EqualNames(std::string_view left, std::string_view right) {
                       [lower](char a, char b) { return lower(a) == lower(b); });
 }
 
-} // namespace host::syntax
+} // namespace host

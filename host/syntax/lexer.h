@@ -5,7 +5,7 @@
 #include "host/syntax/diagnostic.h"
 #include "host/syntax/token.h"
 
-namespace host::syntax {
+namespace host {
 
 struct LexResult {
     std::vector<Token> tokens;  // the last one is END_OF_FILE, the one before it END_OF_LINE
@@ -17,4 +17,4 @@ struct LexResult {
 // reported and left out, so that the result can be parsed in any case.
 LexResult Lex(const SourceFiles& files, uint32_t file, DiagnosticList& diagnostics);
 
-} // namespace host::syntax
+} // namespace host

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace host::syntax {
+namespace host {
 
 Span Join(const Span& first, const Span& last) {
     uint32_t end = std::max(first.offset + first.length, last.offset + last.length);
@@ -33,4 +33,4 @@ std::string_view SourceFile::Line(uint32_t line) const {
     return Text().substr(start, end == std::string::npos ? end : end - start);
 }
 
-} // namespace host::syntax
+} // namespace host

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace host::syntax {
+namespace host {
 
 // A piece of a source: `file` is the index of the source in its program, offset and length count bytes.
 struct Span {
@@ -40,4 +40,4 @@ private:
     std::vector<uint32_t> lineStarts_;
 };
 
-} // namespace host::syntax
+} // namespace host

@@ -6,7 +6,7 @@
 
 #include "host/syntax/source.h"
 
-namespace host::syntax {
+namespace host {
 
 // Words with a meaning of their own. They are recognised wherever they stand, but the parsers take them as names where
 // only a name can follow: after a dot, for a parameter, for a member.
@@ -111,4 +111,4 @@ std::string_view KeywordName(Keyword keyword);
 std::string LowerCase(std::string_view text);
 bool EqualNames(std::string_view left, std::string_view right);
 
-} // namespace host::syntax
+} // namespace host

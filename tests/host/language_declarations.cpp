@@ -2,7 +2,7 @@
 
 #include "host/syntax/declaration.h"
 
-using namespace host::syntax;
+using namespace host;
 
 namespace {
 
