@@ -1,0 +1,19 @@
+// The default-namespace rule of queries, applied to the tokens of an expression.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace sablot {
+
+// Returns `expression` with `prefix` and a colon put before every unprefixed name test whose principal node type is
+// element, so that such a name means an element of the namespace bound to `prefix`. Attribute and namespace names,
+// functions, variables, node types, axes, operators and strings stay as they are. What is no XPath is copied as it
+// stands: the parser of expressions reports it. (XPath 1.0, section 3.7, "Lexical Structure".)
+std::string QualifyElementNames(std::string_view expression, std::string_view prefix);
+
+// The prefixes of names, functions and variables in the expression, as they come.
+std::vector<std::string_view> PrefixesOf(std::string_view expression);
+
+} // namespace sablot

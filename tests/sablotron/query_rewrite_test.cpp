@@ -1,0 +1,110 @@
+#include "sablotron/xpath_rewrite.h"
+
+#include <gtest/gtest.h>
+
+namespace sablot {
+namespace {
+
+struct Case {
+    const char* expression;
+    const char* expected;
+};
+
+constexpr Case CASES[] = {
+    // Name tests.
+    {"b", "d:b"},
+    {" b ", " d:b "},
+    {"/a/b", "/d:a/d:b"},
+    {"//b", "//d:b"},
+    {"a//b/..", "d:a//d:b/.."},
+    {".//b", ".//d:b"},
+    {"./b", "./d:b"},
+    {"../b", "../d:b"},
+    {"*", "*"},
+    {"a/*/b", "d:a/*/d:b"},
+    {"p:b", "p:b"},
+    {"p:*", "p:*"},
+    {"p:b/c", "p:b/d:c"},
+    {"a.b-c_1", "d:a.b-c_1"},
+    {"\xC3\xA4\xC3\xB6", "d:\xC3\xA4\xC3\xB6"},
+    {"", ""},
+    // Axes.
+    {"child::b", "child::d:b"},
+    {"child :: b", "child :: d:b"},
+    {"descendant-or-self::node()/b", "descendant-or-self::node()/d:b"},
+    {"ancestor::a[1]", "ancestor::d:a[1]"},
+    {"self::a|parent::b", "self::d:a|parent::d:b"},
+    {"@x", "@x"},
+    {"@ x", "@ x"},
+    {"@*", "@*"},
+    {"@x/b", "@x/d:b"},
+    {"attribute::x", "attribute::x"},
+    {"attribute :: x", "attribute :: x"},
+    {"attribute::x[b]", "attribute::x[d:b]"},
+    {"namespace::p", "namespace::p"},
+    {"a/@x='1'", "d:a/@x='1'"},
+    {"following-sibling::b/@p:x", "following-sibling::d:b/@p:x"},
+    {"child::attribute", "child::d:attribute"},
+    {"attribute/namespace", "d:attribute/d:namespace"},
+    // Operator names and the star.
+    {"a and b", "d:a and d:b"},
+    {"and and and", "d:and and d:and"},
+    {"or or or", "d:or or d:or"},
+    {"div div div", "d:div div d:div"},
+    {"mod mod mod mod mod", "d:mod mod d:mod mod d:mod"},
+    {"a * b", "d:a * d:b"},
+    {"* * *", "* * *"},
+    {"*[*]", "*[*]"},
+    {"2*b", "2*d:b"},
+    {"2 * *", "2 * *"},
+    {"(a)*b", "(d:a)*d:b"},
+    {"a[1]*b", "d:a[1]*d:b"},
+    {". * b", ". * d:b"},
+    {".. div b", ".. div d:b"},
+    {"@x div y", "@x div d:y"},
+    {"@* * div", "@* * d:div"},
+    {"@and and @or", "@and and @or"},
+    {"p:* and b", "p:* and d:b"},
+    {"a-b", "d:a-b"},
+    {"a - b", "d:a - d:b"},
+    {"- b", "- d:b"},
+    {"1.5 mod b", "1.5 mod d:b"},
+    {".5*b", ".5*d:b"},
+    {"a=b", "d:a=d:b"},
+    {"a!=b", "d:a!=d:b"},
+    {"a<=b and c>=d", "d:a<=d:b and d:c>=d:d"},
+    {"a|b", "d:a|d:b"},
+    // Functions, node types, variables, strings.
+    {"count(b)", "count(d:b)"},
+    {"count (b)", "count (d:b)"},
+    {"text()", "text()"},
+    {"b/text()", "d:b/text()"},
+    {"comment ()|node()", "comment ()|node()"},
+    {"processing-instruction('b')", "processing-instruction('b')"},
+    {"p:f(b, c)", "p:f(d:b, d:c)"},
+    {"text/node/comment", "d:text/d:node/d:comment"},
+    {"$b", "$b"},
+    {"$b/c", "$b/d:c"},
+    {"$p:b * c", "$p:b * d:c"},
+    {"$ b and c", "$ b and d:c"},
+    {"'b'", "'b'"},
+    {"\"it's b\"", "\"it's b\""},
+    {"concat('a', b, \"c\")", "concat('a', d:b, \"c\")"},
+    {"b[contains(., 'x and y')]", "d:b[contains(., 'x and y')]"},
+    {"b[position()=last()]/c[@id='7']", "d:b[position()=last()]/d:c[@id='7']"},
+    {"id('x')/b", "id('x')/d:b"},
+    {"a[not(b or c)][2]/d", "d:a[not(d:b or d:c)][2]/d:d"},
+    // What is no expression passes through to be reported.
+    {"'b", "'b"},
+    {"a[", "d:a["},
+    {"$", "$"},
+    {"a b", "d:a b"},
+    {"p:", "p:"},
+};
+
+TEST(XpathRewrite, QualifiesOnlyElementNames) {
+    for (const Case& c : CASES) EXPECT_EQ(QualifyElementNames(c.expression, "d"), c.expected) << c.expression;
+}
+
+} // namespace
+} // namespace sablot
