@@ -1,0 +1,22 @@
+#include "glue/exceptions.h"
+
+#include "glue/strings.h"
+
+namespace kova {
+
+KOVAObject NewException(const ClassDefinition& record, std::int32_t errorNumber) {
+    KOVAObject exception = PluginNewInstance(record.name);
+    if (!exception) return nullptr;
+    InstanceData<ExceptionData>(exception, record)->errorNumber = errorNumber;
+    KOVASetPropValueInt(exception, "ErrorNumber", errorNumber);
+    return exception;
+}
+
+void SetExceptionMessage(KOVAObject exception, const ClassDefinition& record, KOVAString message) {
+    ReplaceString(InstanceData<ExceptionData>(exception, record)->message, message);
+    KOVASetPropValueString(exception, "Message", message);
+}
+
+void RaiseNilObjectException() { RuntimeRaiseException(PluginNewInstance("NilObjectException")); }
+
+} // namespace kova

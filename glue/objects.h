@@ -1,0 +1,53 @@
+// Host objects: instance data, references, methods found by declaration.
+#pragma once
+
+#include "glue/services.h"
+
+#include <utility>
+
+namespace kova {
+
+// The instance data that the class of `record` keeps in `object`; neither is checked. Objects of XmlNode's subclasses
+// carry only XmlNode's data and are reached through its record.
+template <class Data>
+Data* InstanceData(KOVAObject object, const ClassDefinition& record) {
+    return reinterpret_cast<Data*>(reinterpret_cast<std::uintptr_t>(object) + record.dataOffset);
+}
+
+// Adds a reference for the caller, as an object that was received or is kept needs before it is returned.
+inline KOVAObject LockedObject(KOVAObject object) {
+    KOVALockObject(object);
+    return object;
+}
+
+// One reference to an object, dropped at the end of the scope.
+class OwnedObject {
+public:
+    OwnedObject() = default;
+    explicit OwnedObject(KOVAObject object) : object_(object) {}
+    OwnedObject(OwnedObject&& other) noexcept : object_(other.Release()) {}
+    OwnedObject& operator=(OwnedObject&& other) noexcept {
+        std::swap(object_, other.object_);
+        return *this;
+    }
+    ~OwnedObject() {
+        if (object_) KOVAUnlockObject(object_);
+    }
+
+    KOVAObject Get() const { return object_; }
+    // Passes the reference on.
+    [[nodiscard]] KOVAObject Release() { return std::exchange(object_, nullptr); }
+
+private:
+    KOVAObject object_ = nullptr;
+};
+
+// Calls a method of a host object by its declaration; Result() if the object has no such method.
+template <class Result, class... Args>
+Result CallMethod(KOVAObject object, const char* declaration, Args... args) {
+    using Function = Result (*)(KOVAObject, Args...);
+    auto function = reinterpret_cast<Function>(KOVALoadObjectMethod(object, declaration));
+    return function ? function(object, args...) : Result();
+}
+
+} // namespace kova

@@ -1,0 +1,47 @@
+#include "glue/strings.h"
+
+#include <cstring>
+
+namespace kova {
+
+const char* CStringOrEmpty(KOVAString string) {
+    const char* bytes = string ? StringGetCString(string) : nullptr;
+    return bytes ? bytes : "";
+}
+
+std::int32_t StringLenB(KOVAString string) {
+    using Function = std::int32_t (*)(KOVAString);
+    static Function lenB = nullptr;
+
+    if (!string) return 0;
+    if (!lenB) lenB = reinterpret_cast<Function>(KOVALoadGlobalMethod("LenB( s as string ) as integer"));
+    // The host is required to have LenB; without it every text is taken as empty.
+    return lenB ? lenB(string) : 0;
+}
+
+KOVAString BuildUTF8String(const char* text) {
+    return text ? BuildUTF8String(text, static_cast<std::int32_t>(std::strlen(text))) : nullptr;
+}
+
+KOVAString BuildUTF8String(const char* bytes, std::int32_t length) {
+    if (!bytes) return nullptr;
+    KOVAString string = KOVABuildString(bytes, length);
+    KOVASetStringEncoding(string, UTF8_ENCODING);
+    return string;
+}
+
+KOVAString EnsureUTF8(KOVAString string) {
+    return KOVAGetStringEncoding(string) == UTF8_ENCODING ? string : KOVAConvertString(string, UTF8_ENCODING);
+}
+
+KOVAString LockedString(KOVAString string) {
+    KOVALockString(string);
+    return string;
+}
+
+void ReplaceString(KOVAString& field, KOVAString owned) {
+    KOVAString old = std::exchange(field, owned);
+    if (old) KOVAUnlockString(old);
+}
+
+} // namespace kova

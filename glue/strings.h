@@ -1,0 +1,53 @@
+// Host strings: reading, making and owning them.
+#pragma once
+
+#include "glue/services.h"
+
+#include <utility>
+
+namespace kova {
+
+constexpr KOVAEncoding UTF8_ENCODING = 0x08000100;
+
+// The string's bytes, NUL-terminated, valid while the string lives; "" for nil, without a host call.
+const char* CStringOrEmpty(KOVAString string);
+
+// The byte length, by the host's LenB; 0 for nil, without a host call.
+std::int32_t StringLenB(KOVAString string);
+
+// A new string marked UTF-8, owned by the caller; nil for a null pointer, without a host call.
+KOVAString BuildUTF8String(const char* text);
+KOVAString BuildUTF8String(const char* bytes, std::int32_t length);
+
+// The string itself if it is marked UTF-8, else converted. Borrowed either way: never unlock it.
+KOVAString EnsureUTF8(KOVAString string);
+
+// Adds a reference for the caller, as a string that is kept in instance data needs before it is returned.
+KOVAString LockedString(KOVAString string);
+
+// Stores a string whose reference passes to the field and drops the field's old one.
+void ReplaceString(KOVAString& field, KOVAString owned);
+
+// One reference to a string, dropped at the end of the scope.
+class OwnedString {
+public:
+    OwnedString() = default;
+    explicit OwnedString(KOVAString string) : string_(string) {}
+    OwnedString(OwnedString&& other) noexcept : string_(other.Release()) {}
+    OwnedString& operator=(OwnedString&& other) noexcept {
+        if (this != &other) ReplaceString(string_, other.Release());
+        return *this;
+    }
+    ~OwnedString() {
+        if (string_) KOVAUnlockString(string_);
+    }
+
+    KOVAString Get() const { return string_; }
+    // Passes the reference on.
+    [[nodiscard]] KOVAString Release() { return std::exchange(string_, nullptr); }
+
+private:
+    KOVAString string_ = nullptr;
+};
+
+} // namespace kova

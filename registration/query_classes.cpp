@@ -1,0 +1,55 @@
+// XmlNodeList and XmlNamespaces. Declarations are part of the interface and stand here letter by letter, the odd
+// spacing of one of them included.
+#include "dom/classes.h"
+#include "dom/members.h"
+#include "registration/tables.h"
+
+namespace kova {
+
+namespace {
+
+PropertyDefinition nodeListProperties[] = {
+    DirectReadOnly("LastError", "Integer", NODE_PROPERTY, 12),
+    ReadOnly("Length", "Integer", NODE_PROPERTY, XmlNodeList_GetLength),
+};
+
+MethodDefinition nodeListMethods[] = {
+    Method("Item (index as Integer) as XmlNode", XmlNodeList_Item),
+    Method("ToString() as String", XmlNodeList_ToString),
+    Method("ToString(tagName as String) as String", XmlNodeList_ToStringTagged),
+};
+
+PropertyDefinition namespacesProperties[] = {
+    DirectReadWrite("Count", "Integer", PLAIN_PROPERTY, 132),
+};
+
+MethodDefinition namespacesMethods[] = {
+    AssignableMethod("Uri(Prefix as String) as String", XmlNamespaces_Uri, XmlNamespaces_SetUri),
+    Method("Clear()", XmlNamespaces_Clear),
+    Method("HasPrefix(Prefix as String) as Boolean", XmlNamespaces_HasPrefix),
+};
+
+} // namespace
+
+ClassDefinition xmlNodeListClass = {
+    .name = "XmlNodeList",
+    .dataSize = 16,
+    .destructor = XmlNodeList_Finalize,
+    .properties = nodeListProperties,
+    .propertyCount = Count(nodeListProperties),
+    .methods = nodeListMethods,
+    .methodCount = Count(nodeListMethods),
+};
+
+ClassDefinition xmlNamespacesClass = {
+    .name = "XmlNamespaces",
+    .dataSize = 136,
+    .constructor = XmlNamespaces_Initialize,
+    .destructor = XmlNamespaces_Finalize,
+    .properties = namespacesProperties,
+    .propertyCount = Count(namespacesProperties),
+    .methods = namespacesMethods,
+    .methodCount = Count(namespacesMethods),
+};
+
+} // namespace kova
