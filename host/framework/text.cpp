@@ -17,6 +17,16 @@ const uint8_t* Bytes(std::string_view text) { return reinterpret_cast<const uint
 // ICU counts in 32 bits, which every size of this process fits.
 int32_t Size(std::string_view text) { return static_cast<int32_t>(text.size()); }
 
+// Most text is ASCII: it is looked at in runs of this many bytes.
+constexpr int32_t ASCII_RUN = 16;
+
+bool IsAsciiRun(std::string_view text, int32_t offset) {
+    if (Size(text) - offset < ASCII_RUN) return false;
+    std::array<uint64_t, 2> words;
+    std::memcpy(words.data(), text.data() + offset, sizeof words);
+    return ((words[0] | words[1]) & 0x8080808080808080U) == 0;
+}
+
 bool IsSpace(UChar32 character) { return character >= 0 && (character < ' ' || u_isUWhiteSpace(character)); }
 
 UChar32 CharacterAt(std::string_view text, int32_t& offset, Characters characters) {
@@ -52,27 +62,39 @@ std::string MapCase(std::string_view text, Characters characters, CaseMapping ma
 } // namespace
 
 bool IsAscii(std::string_view text) {
-    const char* position = text.data();
-    const char* end = position + text.size();
-    for (; end - position >= 16; position += 16) {
-        std::array<uint64_t, 2> words;
-        std::memcpy(words.data(), position, sizeof words);
-        if ((words[0] | words[1]) & 0x8080808080808080U) return false;
-    }
-    return std::all_of(position, end, [](char c) { return static_cast<signed char>(c) >= 0; });
+    int32_t offset = 0;
+    while (IsAsciiRun(text, offset)) offset += ASCII_RUN;
+    text.remove_prefix(static_cast<size_t>(offset));
+    return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<signed char>(c) >= 0; });
 }
 
 size_t CountCharacters(std::string_view text, Characters characters) {
-    if (characters == Characters::BYTES || IsAscii(text)) return text.size();
+    if (characters == Characters::BYTES) return text.size();
     size_t count = 0;
-    for (int32_t offset = 0; offset < Size(text); ++count) U8_FWD_1(Bytes(text), offset, Size(text));
+    for (int32_t offset = 0; offset < Size(text);) {
+        if (IsAsciiRun(text, offset)) {
+            offset += ASCII_RUN;
+            count += ASCII_RUN;
+        } else {
+            U8_FWD_1(Bytes(text), offset, Size(text));
+            ++count;
+        }
+    }
     return count;
 }
 
 size_t CharacterOffset(std::string_view text, size_t index, Characters characters) {
     if (characters == Characters::BYTES || index >= text.size()) return std::min(index, text.size());
     int32_t offset = 0;
-    for (; index > 0 && offset < Size(text); --index) U8_FWD_1(Bytes(text), offset, Size(text));
+    while (index > 0 && offset < Size(text)) {
+        if (index >= ASCII_RUN && IsAsciiRun(text, offset)) {
+            offset += ASCII_RUN;
+            index -= ASCII_RUN;
+        } else {
+            U8_FWD_1(Bytes(text), offset, Size(text));
+            --index;
+        }
+    }
     return static_cast<size_t>(offset);
 }
 

@@ -1,0 +1,203 @@
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+#include <vector>
+
+#include "host/framework/files.h"
+#include "host/framework/framework.h"
+#include "host/framework/tables.h"
+#include "host/runtime/encoding.h"
+#include "host/runtime/exception.h"
+#include "host/runtime/string.h"
+
+namespace host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct FolderItemData {
+    fs::path path; // absolute, without "." and ".."
+    // The names in the folder, in order, as Count last found them: so Item needs no new reading for each index.
+    std::vector<fs::path> items;
+    bool listed = false;
+
+    static ClassDefinition& Record();
+};
+
+fs::path PathOf(String* text) { return std::string(ConvertString(text, ENCODING_UTF8).View()); }
+
+String* BuildPath(const fs::path& path) { return BuildString(path.native(), ENCODING_UTF8); }
+
+const fs::path& Path(Object* self) { return DataOf<FolderItemData>(self).path; }
+
+bool Succeeded(Object* self, const std::error_code& error) {
+    if (error) RaiseFileError(Path(self), error.value());
+    return !error;
+}
+
+String* GetName(Object* self, int32_t) { return BuildPath(Path(self).filename()); }
+
+String* GetPath(Object* self, int32_t) { return BuildPath(Path(self)); }
+
+int32_t GetExists(Object* self, int32_t) {
+    std::error_code error;
+    return fs::exists(Path(self), error);
+}
+
+int32_t GetDirectory(Object* self, int32_t) {
+    std::error_code error;
+    return fs::is_directory(Path(self), error);
+}
+
+// An Integer cannot hold the length of larger files: it stays at its greatest value.
+int32_t GetLength(Object* self, int32_t) {
+    std::error_code error;
+    uintmax_t size = fs::file_size(Path(self), error);
+    return error ? 0 : static_cast<int32_t>(std::min<uintmax_t>(size, INT32_MAX));
+}
+
+Object* GetParent(Object* self, int32_t) {
+    const fs::path& path = Path(self);
+    if (path == path.root_path()) return nullptr;
+    return NewFolderItem(path.parent_path()).Detach();
+}
+
+void List(Object* self) {
+    FolderItemData& data = DataOf<FolderItemData>(self);
+    std::error_code error;
+    fs::directory_iterator entries(data.path, error);
+    data.items.clear();
+    for (; !error && entries != fs::directory_iterator(); entries.increment(error))
+        data.items.push_back(entries->path().filename());
+    std::sort(data.items.begin(), data.items.end());
+    data.listed = Succeeded(self, error);
+}
+
+int32_t GetCount(Object* self, int32_t) {
+    List(self);
+    return static_cast<int32_t>(DataOf<FolderItemData>(self).items.size());
+}
+
+Object* Item(Object* self, int32_t index) {
+    FolderItemData& data = DataOf<FolderItemData>(self);
+    if (!data.listed) List(self);
+    if (!data.listed) return nullptr;
+    if (index < 0 || static_cast<size_t>(index) >= data.items.size()) {
+        RaiseNew("OutOfBoundsException", 0,
+                 "Item " + std::to_string(index) + " of a folder with " + std::to_string(data.items.size()));
+        return nullptr;
+    }
+    return NewFolderItem(data.path / data.items[static_cast<size_t>(index)]).Detach();
+}
+
+Object* Child(Object* self, String* name) { return NewFolderItem(Path(self) / PathOf(name)).Detach(); }
+
+Object* OpenAsBinaryFile(Object* self, int32_t write) {
+    return OpenBinaryStream(Path(self), write ? "r+e" : "re").Detach();
+}
+
+Object* CreateBinaryFile(Object* self) { return OpenBinaryStream(Path(self), "w+e").Detach(); }
+
+Object* OpenAsTextFile(Object* self) { return OpenTextInput(Path(self)).Detach(); }
+
+Object* CreateTextFile(Object* self) { return OpenTextOutput(Path(self), "we").Detach(); }
+
+Object* AppendToTextFile(Object* self) { return OpenTextOutput(Path(self), "ae").Detach(); }
+
+void CreateAsFolder(Object* self) {
+    std::error_code error;
+    fs::create_directories(Path(self), error);
+    Succeeded(self, error);
+}
+
+// A folder must be empty.
+void Delete(Object* self) {
+    std::error_code error;
+    if (!fs::remove(Path(self), error) && !error) error.assign(ENOENT, std::generic_category());
+    Succeeded(self, error);
+}
+
+// The place a file is copied or moved to: in the folder, when the destination is one.
+fs::path Destination(Object* self, Object* destination) {
+    const fs::path& path = Path(destination);
+    return fs::is_directory(path) ? path / Path(self).filename() : path;
+}
+
+void CopyFileTo(Object* self, Object* destination) {
+    if (!destination) return RaiseNew("NilObjectException", 0, "CopyFileTo: no destination");
+    std::error_code error;
+    fs::copy_file(Path(self), Destination(self, destination), fs::copy_options::overwrite_existing, error);
+    Succeeded(self, error);
+}
+
+void MoveFileTo(Object* self, Object* destination) {
+    if (!destination) return RaiseNew("NilObjectException", 0, "MoveFileTo: no destination");
+    std::error_code error;
+    fs::rename(Path(self), Destination(self, destination), error);
+    Succeeded(self, error);
+}
+
+const PropertyDefinition PROPERTIES[] = {
+    ReadOnly("Name", "String", Native(GetName)),
+    ReadOnly("AbsolutePath", "String", Native(GetPath)),
+    ReadOnly("NativePath", "String", Native(GetPath)),
+    ReadOnly("Exists", "Boolean", Native(GetExists)),
+    ReadOnly("Directory", "Boolean", Native(GetDirectory)),
+    ReadOnly("Length", "Integer", Native(GetLength)),
+    ReadOnly("Parent", "FolderItem", Native(GetParent)),
+    ReadOnly("Count", "Integer", Native(GetCount)),
+};
+
+const MethodDefinition METHODS[] = {
+    Member("Item(index as Integer) as FolderItem", Native(Item)),
+    Member("Child(name as String) as FolderItem", Native(Child)),
+    Member("OpenAsBinaryFile(write as Boolean = False) as BinaryStream", Native(OpenAsBinaryFile)),
+    Member("CreateBinaryFile() as BinaryStream", Native(CreateBinaryFile)),
+    Member("OpenAsTextFile() as TextInputStream", Native(OpenAsTextFile)),
+    Member("CreateTextFile() as TextOutputStream", Native(CreateTextFile)),
+    Member("AppendToTextFile() as TextOutputStream", Native(AppendToTextFile)),
+    Member("CreateAsFolder()", Native(CreateAsFolder)),
+    Member("Delete()", Native(Delete)),
+    Member("CopyFileTo(destination as FolderItem)", Native(CopyFileTo)),
+    Member("MoveFileTo(destination as FolderItem)", Native(MoveFileTo)),
+};
+
+ClassDefinition& FolderItemData::Record() {
+    static ClassDefinition record = ClassRecordOf<FolderItemData>("FolderItem", PROPERTIES, METHODS);
+    return record;
+}
+
+Object* GetFolderItem(String* path) { return NewFolderItem(PathOf(path)).Detach(); }
+
+const GlobalFunction FUNCTIONS[] = {
+    {"GetFolderItem(path as String) as FolderItem", Native(GetFolderItem)},
+};
+
+} // namespace
+
+ObjectRef NewFolderItem(const fs::path& path) {
+    ObjectRef item = NewInstance(FolderItemData::Record());
+    if (!item) return item;
+    std::error_code error;
+    fs::path absolute = path.is_absolute() ? path : fs::current_path(error) / path;
+    absolute = absolute.lexically_normal();
+    // "a/b/" means "a/b".
+    if (!absolute.has_filename() && absolute != absolute.root_path()) absolute = absolute.parent_path();
+    DataOf<FolderItemData>(item.Get()).path = absolute;
+    return item;
+}
+
+void RaiseFileError(const fs::path& path, int error) {
+    RaiseNew("IOException", error, path.native() + ": " + std::strerror(error));
+}
+
+void RegisterFiles() {
+    RegisterClass(FolderItemData::Record());
+    RegisterStreams();
+    RegisterFunctions(FUNCTIONS);
+}
+
+} // namespace host

@@ -1,0 +1,15 @@
+#include "host/framework/framework.h"
+
+namespace host {
+
+void RegisterFramework() {
+    RegisterExceptions();
+    RegisterEncodings();
+    RegisterFiles();
+    RegisterDictionary();
+    RegisterSystem();
+    RegisterFunctions(StringFunctions());
+    RegisterFunctions(NumberFunctions());
+}
+
+} // namespace host

@@ -1,0 +1,94 @@
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+
+#include "host/framework/framework.h"
+#include "host/framework/tables.h"
+#include "host/framework/text.h"
+#include "host/runtime/encoding.h"
+#include "host/runtime/exception.h"
+#include "host/runtime/string.h"
+#include "host/runtime/variant.h"
+
+namespace host {
+
+namespace {
+
+String* BuildUtf8(std::string_view text) { return BuildString(text, ENCODING_UTF8); }
+
+String* StrInteger(int32_t value) {
+    std::array<char, 16> text;
+    auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), value);
+    return BuildUtf8({text.data(), end});
+}
+
+String* StrDouble(double value) { return BuildUtf8(NumberText(value)); }
+
+String* StrBoolean(int32_t value) { return BuildUtf8(value ? "True" : "False"); }
+
+String* StrVariant(Object* value) {
+    switch (VariantKind(value)) {
+    case Kind::NOTHING: return nullptr;
+    case Kind::INTEGER: return StrInteger(UnboxInteger(value));
+    case Kind::BOOLEAN: return StrBoolean(UnboxInteger(value));
+    case Kind::DOUBLE: return StrDouble(UnboxDouble(value));
+    case Kind::STRING: return StringRef::Share(UnboxString(value)).Detach();
+    default: RaiseNew("TypeMismatchException", 0, "Str: a " + value->cls->name + " has no text"); return nullptr;
+    }
+}
+
+double Val(String* text) { return NumberValue(StringView(text)); }
+
+String* Format(double number, String* pattern) {
+    std::optional<std::string> text = FormatNumber(number, StringView(pattern));
+    if (text) return BuildUtf8(*text);
+    RaiseNew("IllegalArgumentException", 0, "Format: malformed pattern \"" + std::string(StringView(pattern)) + "\"");
+    return nullptr;
+}
+
+String* Hex(int32_t value) {
+    std::array<char, 8> text;
+    auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), static_cast<uint32_t>(value), 16);
+    return BuildUtf8(ToUppercase({text.data(), end}, Characters::BYTES));
+}
+
+int32_t MinInteger(int32_t left, int32_t right) { return std::min(left, right); }
+int32_t MaxInteger(int32_t left, int32_t right) { return std::max(left, right); }
+double MinDouble(double left, double right) { return std::min(left, right); }
+double MaxDouble(double left, double right) { return std::max(left, right); }
+// The least Integer has no positive counterpart and stays as it is.
+int32_t AbsInteger(int32_t value) {
+    return value < 0 ? static_cast<int32_t>(0U - static_cast<uint32_t>(value)) : value;
+}
+double AbsDouble(double value) { return std::fabs(value); }
+double Floor(double value) { return std::floor(value); }
+double Ceil(double value) { return std::ceil(value); }
+double Round(double value) { return std::round(value); }
+double Sqrt(double value) { return std::sqrt(value); }
+
+const GlobalFunction FUNCTIONS[] = {
+    {"Str(value as Integer) as String", Native(StrInteger)},
+    {"Str(value as Double) as String", Native(StrDouble)},
+    {"Str(value as Boolean) as String", Native(StrBoolean)},
+    {"Str(value as Variant) as String", Native(StrVariant)},
+    {"Val(text as String) as Double", Native(Val)},
+    {"Format(number as Double, pattern as String) as String", Native(Format)},
+    {"Hex(value as Integer) as String", Native(Hex)},
+    {"Min(left as Integer, right as Integer) as Integer", Native(MinInteger)},
+    {"Min(left as Double, right as Double) as Double", Native(MinDouble)},
+    {"Max(left as Integer, right as Integer) as Integer", Native(MaxInteger)},
+    {"Max(left as Double, right as Double) as Double", Native(MaxDouble)},
+    {"Abs(value as Integer) as Integer", Native(AbsInteger)},
+    {"Abs(value as Double) as Double", Native(AbsDouble)},
+    {"Floor(value as Double) as Double", Native(Floor)},
+    {"Ceil(value as Double) as Double", Native(Ceil)},
+    {"Round(value as Double) as Double", Native(Round)},
+    {"Sqrt(value as Double) as Double", Native(Sqrt)},
+};
+
+} // namespace
+
+std::span<const GlobalFunction> NumberFunctions() { return FUNCTIONS; }
+
+} // namespace host
