@@ -9,10 +9,12 @@
 
 #include <functional>
 #include <initializer_list>
+#include <memory>
 #include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace host {
 
@@ -39,19 +41,13 @@ Value CallGlobal(std::string_view function, std::initializer_list<Value> argumen
 void Assign(const ObjectRef& object, std::string_view member, std::initializer_list<Value> arguments, Value value);
 
 // A new object; with a declaration or arguments its Constructor method is called.
+ObjectRef Create(Class* cls);
 ObjectRef Create(std::string_view className);
 ObjectRef Create(std::string_view className, std::initializer_list<Value> arguments,
                  std::string_view constructor = "Constructor");
 
 Value GetProperty(const ObjectRef& object, std::string_view name);
 void SetProperty(const ObjectRef& object, std::string_view name, Value value);
-
-// Property access for native code, without exceptions of C++: false if there is no such property or it is of another
-// type or not accessible.
-bool GetIntegerProperty(Object* object, std::string_view name, int32_t& value);
-bool SetIntegerProperty(Object* object, std::string_view name, int32_t value);
-bool SetStringProperty(Object* object, std::string_view name, String* value);
-bool GetStringProperty(Object* object, std::string_view name, StringRef& value);
 
 // A class with event handlers, removed again when the object of this type goes (all its objects must be gone by then).
 // A handler receives the object and the declared arguments; what it throws as ProgramException is raised in the

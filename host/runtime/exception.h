@@ -22,6 +22,9 @@ void Raise(Object* exception);
 // empty, Message (UTF-8), and raises it.
 void RaiseNew(std::string_view className, int32_t number, std::string_view message);
 
+// Raises OutOfMemoryException. Ends the process when there is no memory even for that.
+void RaiseOutOfMemory();
+
 // The pending exception, which is no longer pending; nil when there is none.
 ObjectRef TakePendingException();
 

@@ -11,7 +11,7 @@ inline constexpr int32_t RECORD_VERSION = 10;
 
 // In the getter or setter field of a property: the host reads or writes the field at `param` of the instance data
 // itself.
-inline const uintptr_t DIRECT_ACCESS = 0xFFFFFFFF;
+inline constexpr uintptr_t DIRECT_ACCESS = 0xFFFFFFFF;
 
 struct PropertyDefinition {
     uint32_t reserved0;

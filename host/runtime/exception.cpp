@@ -1,0 +1,60 @@
+#include "host/runtime/exception.h"
+
+#include "host/runtime/class.h"
+#include "host/runtime/property.h"
+#include "host/runtime/string.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace host {
+
+Object* detail::pendingException = nullptr;
+
+namespace {
+
+[[noreturn]] void Die(const char* message) {
+    std::fprintf(stderr, "kova: %s\n", message);
+    std::abort();
+}
+
+} // namespace
+
+void Raise(Object* exception) {
+    if (!exception) {
+        if (!IsExceptionPending()) RaiseNew("NilObjectException", 0, {});
+    } else if (IsExceptionPending()) {
+        UnlockObject(exception);
+    } else {
+        detail::pendingException = exception;
+    }
+}
+
+void RaiseNew(std::string_view className, int32_t number, std::string_view message) {
+    Class* cls = FindClass(className);
+    if (!cls) cls = FindClass("RuntimeException");
+    if (!cls) Die("an exception is raised, and there is no RuntimeException");
+    ObjectRef exception = ObjectRef::Adopt(NewObject(cls));
+    if (!exception) return; // without memory for it, OutOfMemoryException is pending instead
+    SetIntegerProperty(exception.Get(), "ErrorNumber", number);
+    if (!message.empty()) SetStringProperty(exception.Get(), "Message", StringRef(message).Get());
+    Raise(exception.Detach());
+}
+
+void RaiseOutOfMemory() {
+    static bool isRaising = false;
+    if (isRaising) Die("out of memory");
+    isRaising = true;
+    RaiseNew("OutOfMemoryException", 0, "The host has run out of memory.");
+    isRaising = false;
+}
+
+ObjectRef TakePendingException() { return ObjectRef::Adopt(std::exchange(detail::pendingException, nullptr)); }
+
+SuspendedException::~SuspendedException() {
+    if (!saved_) return;
+    ObjectRef later = TakePendingException();
+    Raise(saved_.Detach());
+}
+
+} // namespace host

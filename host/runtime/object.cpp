@@ -1,0 +1,115 @@
+#include "host/runtime/object.h"
+
+#include "host/runtime/class.h"
+#include "host/runtime/exception.h"
+
+#include <cstdlib>
+#include <vector>
+
+namespace host {
+
+namespace {
+
+constexpr uint32_t DYING = 1U << 31;     // destructors run
+constexpr uint32_t DEAD = 1U << 30;      // only the memory is left
+constexpr uint32_t FINALIZED = 1U << 29; // finalizers have run
+
+// While an object dies its count stands here, so that references taken and dropped by its destructors never reach zero.
+constexpr uint32_t DYING_COUNT = 1U << 27;
+
+// A chain of objects that hold each other is destroyed by recursion down to this depth; the rest waits in a list.
+constexpr int MAX_DEPTH = 64;
+
+int destroyDepth = 0;
+
+std::vector<Object*>& WaitingObjects() {
+    static auto& waiting = *new std::vector<Object*>;
+    return waiting;
+}
+
+using NativeHook = void (*)(Object*);
+
+void CallHooks(Object* object, Class* level) {
+    if (level->destructor) level->destructor(object, level);
+    if (level->nativeDestructor) reinterpret_cast<NativeHook>(level->nativeDestructor)(object);
+}
+
+uint32_t CountOf(const Object* object) { return object->references & Object::COUNT_MASK; }
+
+void SetState(Object* object, uint32_t state, uint32_t count) {
+    object->references = (object->references & FINALIZED) | state | count;
+}
+
+// Whether the object lives on because a finalizer kept a reference.
+bool FinalizeAndCheckSaved(Object* object) {
+    SuspendedException suspended; // the program's destructor must not meet an exception of before
+    object->references |= FINALIZED;
+    for (Class* level = object->cls; level; level = level->super) {
+        if (level->finalizer) level->finalizer(object, level);
+    }
+    uint32_t count = CountOf(object);
+    if (count <= DYING_COUNT) return false;
+    SetState(object, 0, count - DYING_COUNT);
+    return true;
+}
+
+void Destroy(Object* object) {
+    Class* cls = object->cls;
+    SetState(object, DYING, DYING_COUNT);
+    if (cls->hasFinalizer && !(object->references & FINALIZED) && FinalizeAndCheckSaved(object)) return;
+    for (Class* level = cls; level; level = level->super) CallHooks(object, level);
+    --cls->liveCount;
+    if (uint32_t count = CountOf(object); count > DYING_COUNT) {
+        SetState(object, DEAD, count - DYING_COUNT);
+    } else {
+        std::free(object);
+    }
+}
+
+} // namespace
+
+Object* NewObject(Class* cls) {
+    auto* object = static_cast<Object*>(std::calloc(1, static_cast<size_t>(cls->objectSize)));
+    if (!object) {
+        RaiseOutOfMemory();
+        return nullptr;
+    }
+    object->cls = cls;
+    object->references = 1;
+    ++cls->liveCount;
+    for (Class* level : cls->ancestors) {
+        if (level->nativeConstructor) reinterpret_cast<NativeHook>(level->nativeConstructor)(object);
+        if (level->constructor) level->constructor(object, level);
+    }
+    return object;
+}
+
+Object* NewObject(std::string_view className) {
+    Class* cls = FindClass(className);
+    return cls ? NewObject(cls) : nullptr;
+}
+
+void ReleaseObject(Object* object) {
+    if (object->references & DEAD) {
+        std::free(object);
+        return;
+    }
+    std::vector<Object*>& waiting = WaitingObjects();
+    if (destroyDepth >= MAX_DEPTH) {
+        waiting.push_back(object);
+        return;
+    }
+    ++destroyDepth;
+    Destroy(object);
+    --destroyDepth;
+    // The list is drained from the outermost level, where there is the most room.
+    while (destroyDepth == 0 && !waiting.empty()) {
+        Object* next = waiting.back();
+        waiting.pop_back();
+        ++destroyDepth;
+        Destroy(next);
+        --destroyDepth;
+    }
+}
+
+} // namespace host

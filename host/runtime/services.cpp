@@ -1,0 +1,196 @@
+#include "host/runtime/services.h"
+
+#include "host/runtime/array.h"
+#include "host/runtime/class.h"
+#include "host/runtime/encoding.h"
+#include "host/runtime/exception.h"
+#include "host/runtime/object.h"
+#include "host/runtime/property.h"
+#include "host/runtime/string.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <unordered_map>
+#include <utility>
+
+namespace host {
+
+namespace {
+
+constexpr double HOST_VERSION = 1.0;
+
+int32_t announcedVersion = 0;
+
+std::vector<std::string>& RegistrationErrors() {
+    static auto& errors = *new std::vector<std::string>;
+    return errors;
+}
+
+template <typename Action>
+void Register(Action action) {
+    try {
+        action();
+    } catch (const std::exception& error) {
+        RegistrationErrors().emplace_back(error.what());
+    }
+}
+
+// Declarations that plug-ins ask for, parsed once; nothing for those that are malformed.
+const Signature* KnownSignature(const char* declaration) {
+    static auto& signatures = *new std::unordered_map<std::string, std::optional<Signature>>;
+    if (!declaration) return nullptr;
+    auto [entry, isNew] = signatures.try_emplace(declaration);
+    if (isNew) {
+        try {
+            entry->second = ParseSignature(declaration);
+        } catch (const DefinitionError&) {
+            entry->second.reset();
+        }
+    }
+    return entry->second ? &*entry->second : nullptr;
+}
+
+void RegisterPluginVersion(int32_t version) { announcedVersion = version; }
+
+void PluginRegisterClass(ClassDefinition* record) {
+    Register([record] {
+        if (!record) throw DefinitionError("class without record");
+        RegisterClass(*record);
+    });
+}
+
+void PluginRegisterModule(const ModuleDefinition* record) {
+    Register([record] {
+        if (!record) throw DefinitionError("module without record");
+        RegisterModule(*record);
+    });
+}
+
+// The first byte tells a class from the name of one.
+Object* PluginNewInstance(void* reference) {
+    if (!reference) return nullptr;
+    const auto* name = static_cast<const char*>(reference);
+    if (*name == static_cast<char>(Class::MARK & 0xFF)) return NewObject(static_cast<Class*>(reference));
+    return NewObject(name);
+}
+
+String* KOVABuildString(const char* bytes, int32_t length) { return BuildString(bytes, length); }
+void KOVALockString(String* string) { LockString(string); }
+void KOVAUnlockString(String* string) { UnlockString(string); }
+const char* StringGetCString(String* string) { return StringBytes(string); }
+uint32_t KOVAGetStringEncoding(String* string) { return string ? string->encoding : ENCODING_UNKNOWN; }
+
+void KOVASetStringEncoding(String* string, uint32_t encoding) {
+    if (string) string->encoding = encoding;
+}
+
+void KOVALockObject(Object* object) { LockObject(object); }
+void KOVAUnlockObject(Object* object) { UnlockObject(object); }
+
+void* GetEventInstance(const Object* object, const Event* event) {
+    if (!object || !event || IsExceptionPending()) return nullptr;
+    return EventHandlerOf(object, event);
+}
+
+int32_t RuntimeUBound(Object* array) { return UpperBound(AsArray(array)); }
+
+String* RuntimeDirectReadStringArray(Object* object, int32_t index) {
+    Array* array = AsArray(object);
+    if (!array || array->element != Kind::STRING || index < 0 || index >= array->count) {
+        RaiseNew("OutOfBoundsException", 0, "There is no element " + std::to_string(index) + " in the array.");
+        return nullptr;
+    }
+    return array->Strings()[index];
+}
+
+// Results of property access are C's int, so that callers find a whole word.
+int32_t KOVAGetPropValueInt(Object* object, const char* name, int32_t* value) {
+    return name && value && GetIntegerProperty(object, name, *value) ? 1 : 0;
+}
+
+int32_t KOVASetPropValueInt(Object* object, const char* name, int32_t value) {
+    return name && SetIntegerProperty(object, name, value) ? 1 : 0;
+}
+
+int32_t KOVASetPropValueString(Object* object, const char* name, String* value) {
+    return name && SetStringProperty(object, name, value) ? 1 : 0;
+}
+
+void* KOVALoadObjectMethod(Object* object, const char* declaration) {
+    const Signature* signature = KnownSignature(declaration);
+    Method* method = object && signature ? object->cls->FindMethod(*signature) : nullptr;
+    return method ? method->NativeFunction() : nullptr;
+}
+
+void* KOVALoadGlobalMethod(Object*, const char* declaration) {
+    const Signature* signature = KnownSignature(declaration);
+    Method* function = signature ? FindGlobalFunction(*signature) : nullptr;
+    return function ? function->NativeFunction() : nullptr;
+}
+
+double KOVAGetKVVersion() { return HOST_VERSION; }
+
+template <typename Function>
+Service Entry(const char* name, Function* function) {
+    return {name, reinterpret_cast<void*>(function)};
+}
+
+const std::array SERVICES = {
+    Entry("RegisterPluginVersion", RegisterPluginVersion),
+    Entry("PluginRegisterClass", PluginRegisterClass),
+    Entry("PluginRegisterModule", PluginRegisterModule),
+    Entry("PluginNewInstance", PluginNewInstance),
+    Entry("KOVALockObject", KOVALockObject),
+    Entry("KOVAUnlockObject", KOVAUnlockObject),
+    Entry("KOVABuildString", KOVABuildString),
+    Entry("KOVALockString", KOVALockString),
+    Entry("KOVAUnlockString", KOVAUnlockString),
+    Entry("StringGetCString", StringGetCString),
+    Entry("KOVAGetStringEncoding", KOVAGetStringEncoding),
+    Entry("KOVASetStringEncoding", KOVASetStringEncoding),
+    Entry("KOVAConvertString", ConvertStringPooled),
+    Entry("RuntimeAddString", AddStrings),
+    Entry("RuntimeStringCompare", CompareStrings),
+    Entry("GetEventInstance", GetEventInstance),
+    Entry("RuntimeRaiseException", Raise),
+    Entry("RuntimeUBound", RuntimeUBound),
+    Entry("RuntimeDirectReadStringArray", RuntimeDirectReadStringArray),
+    Entry("KOVAGetPropValueInt", KOVAGetPropValueInt),
+    Entry("KOVASetPropValueInt", KOVASetPropValueInt),
+    Entry("KOVASetPropValueString", KOVASetPropValueString),
+    Entry("KOVALoadObjectMethod", KOVALoadObjectMethod),
+    Entry("KOVALoadGlobalMethod", KOVALoadGlobalMethod),
+    Entry("KOVAGetKVVersion", KOVAGetKVVersion),
+};
+
+std::array<bool, SERVICES.size()> isDisabled{};
+
+std::optional<size_t> FindService(std::string_view name) {
+    for (size_t i = 0; i < SERVICES.size(); ++i) {
+        if (name == SERVICES[i].name) return i;
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+std::span<const Service> Services() { return SERVICES; }
+
+extern "C" void* ResolveService(const char* name) {
+    if (!name) return nullptr;
+    std::optional<size_t> index = FindService(name);
+    return index && !isDisabled[*index] ? SERVICES[*index].function : nullptr;
+}
+
+bool SetServiceEnabled(std::string_view name, bool enabled) {
+    std::optional<size_t> index = FindService(name);
+    if (index) isDisabled[*index] = !enabled;
+    return index.has_value();
+}
+
+std::vector<std::string> TakeRegistrationErrors() { return std::exchange(RegistrationErrors(), {}); }
+
+int32_t TakeAnnouncedVersion() { return std::exchange(announcedVersion, 0); }
+
+} // namespace host

@@ -1,0 +1,84 @@
+#include "host/runtime/string.h"
+
+#include "host/runtime/encoding.h"
+#include "host/runtime/exception.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+
+namespace host {
+
+namespace {
+
+uint32_t liveStrings = 0;
+
+} // namespace
+
+String* AllocateString(uint32_t length, uint32_t encoding) {
+    // The length leaves room for header and NUL within 32 bits.
+    auto* string =
+        length < 0xFFFFFF00 ? static_cast<String*>(std::malloc(offsetof(String, bytes) + length + 1)) : nullptr;
+    if (!string) {
+        RaiseOutOfMemory();
+        return nullptr;
+    }
+    string->references = 1;
+    string->encoding = encoding;
+    string->length = length;
+    string->bytes[length] = 0;
+    ++liveStrings;
+    return string;
+}
+
+String* BuildString(std::string_view bytes, uint32_t encoding) {
+    String* string = AllocateString(static_cast<uint32_t>(bytes.size()), encoding);
+    if (string && !bytes.empty()) std::memcpy(string->bytes, bytes.data(), bytes.size());
+    return string;
+}
+
+String* BuildString(const char* bytes, int32_t length, uint32_t encoding) {
+    if (!bytes || length < 0) length = 0;
+    return BuildString(std::string_view(bytes, static_cast<size_t>(length)), encoding);
+}
+
+void FreeString(String* string) {
+    --liveStrings;
+    std::free(string);
+}
+
+uint32_t LiveStringCount() { return liveStrings; }
+
+StringRef::StringRef(std::string_view utf8) : string_(BuildString(utf8, ENCODING_UTF8)) {}
+
+String* AddStrings(String* left, String* right) {
+    std::string_view leftBytes = StringView(left);
+    std::string_view rightBytes = StringView(right);
+    if (rightBytes.empty()) return BuildString(leftBytes, left ? left->encoding : right ? right->encoding : 0);
+    if (leftBytes.empty()) return BuildString(rightBytes, right->encoding);
+    StringRef converted = ConvertString(right, left->encoding);
+    rightBytes = converted.View();
+
+    size_t length = leftBytes.size() + rightBytes.size();
+    String* joined = AllocateString(static_cast<uint32_t>(length), left->encoding);
+    if (!joined) return nullptr;
+    std::memcpy(joined->bytes, leftBytes.data(), leftBytes.size());
+    std::memcpy(joined->bytes + leftBytes.size(), rightBytes.data(), rightBytes.size());
+    return joined;
+}
+
+int32_t CompareStrings(String* left, String* right) {
+    if (left == right) return 0;
+    StringRef leftText = StringRef::Share(left);
+    StringRef rightText = StringRef::Share(right);
+    if (left && right && left->encoding != right->encoding && FindEncoding(left->encoding)
+        && FindEncoding(right->encoding)) {
+        leftText = ConvertString(left, ENCODING_UTF8);
+        rightText = ConvertString(right, ENCODING_UTF8);
+    }
+    int order = leftText.View().compare(rightText.View());
+    return std::clamp(order, -1, 1);
+}
+
+} // namespace host

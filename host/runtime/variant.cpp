@@ -1,0 +1,58 @@
+#include "host/runtime/variant.h"
+
+#include "host/runtime/class.h"
+
+namespace host {
+
+namespace {
+
+struct IntegerBox : Object {
+    int32_t value;
+};
+struct DoubleBox : Object {
+    double value;
+};
+struct StringBox : Object {
+    String* value;
+};
+
+void FreeStringBox(Object* object, Class*) { UnlockString(static_cast<StringBox*>(object)->value); }
+
+template <typename Box>
+Class* MakeBoxClass(const char* name, Kind kind, ClassHook destructor) {
+    Class* cls = DefineInternalClass(name, static_cast<int32_t>(sizeof(Box) - sizeof(Object)), destructor);
+    cls->boxKind = kind;
+    return cls;
+}
+
+template <typename Box, Kind KIND, typename T>
+Object* MakeBox(const char* name, T value, ClassHook destructor = nullptr) {
+    static Class* const cls = MakeBoxClass<Box>(name, KIND, destructor);
+    auto* box = static_cast<Box*>(NewObject(cls));
+    if (box) box->value = value;
+    return box;
+}
+
+} // namespace
+
+Object* BoxInteger(int32_t value) { return MakeBox<IntegerBox, Kind::INTEGER>("Integer in a Variant", value); }
+Object* BoxBoolean(int32_t value) { return MakeBox<IntegerBox, Kind::BOOLEAN>("Boolean in a Variant", value); }
+Object* BoxDouble(double value) { return MakeBox<DoubleBox, Kind::DOUBLE>("Double in a Variant", value); }
+
+Object* BoxString(String* value) {
+    Object* box = MakeBox<StringBox, Kind::STRING>("String in a Variant", value, FreeStringBox);
+    if (box) LockString(value);
+    return box;
+}
+
+Kind VariantKind(const Object* variant) {
+    if (!variant) return Kind::NOTHING;
+    Kind kind = variant->cls->boxKind;
+    return kind == Kind::NOTHING ? Kind::OBJECT : kind;
+}
+
+int32_t UnboxInteger(Object* box) { return static_cast<IntegerBox*>(box)->value; }
+double UnboxDouble(Object* box) { return static_cast<DoubleBox*>(box)->value; }
+String* UnboxString(Object* box) { return static_cast<StringBox*>(box)->value; }
+
+} // namespace host
