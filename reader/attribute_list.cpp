@@ -21,11 +21,11 @@ const char* const* PairAt(const XmlAttributeListData& list, KOVAInteger index) {
 
 } // namespace
 
-AttributeListView::AttributeListView(const char* const* attributes)
-    : object_(PluginNewInstance(xmlAttributeListClass.name)) {
+void AttributeListView::Show(const char* const* attributes) {
+    object_ = OwnedObject(PluginNewInstance(xmlAttributeListClass.name));
     if (!object_.Get()) return;
     std::int32_t entries = 0;
-    while (attributes[entries]) ++entries;
+    while (attributes && attributes[entries]) ++entries;
     Data(object_.Get()) = {attributes, entries / 2};
 }
 

@@ -7,7 +7,7 @@
 namespace kova {
 
 struct XmlAttributeListData {
-    // Name, value, name, value … and a null entry; not owned, nil once the event is over.
+    // Name, value, name, value … and a null entry; not owned, none once the event is over.
     const char* const* attributes;
     std::int32_t count; // pairs; the program may write it
 };
@@ -17,11 +17,14 @@ static_assert(sizeof(XmlAttributeListData) == 8 && offsetof(XmlAttributeListData
 // may have kept the object: it still tells Count, but shows no keys and values any more, as the array is gone by then.
 class AttributeListView {
 public:
-    explicit AttributeListView(const char* const* attributes);
+    AttributeListView() = default;
     ~AttributeListView();
     AttributeListView(const AttributeListView&) = delete;
     AttributeListView& operator=(const AttributeListView&) = delete;
 
+    // Makes the object; called at most once.
+    void Show(const char* const* attributes);
+    // Nil before Show, and when the host makes no instance.
     KOVAObject Get() const { return object_.Get(); }
 
 private:

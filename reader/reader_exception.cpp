@@ -1,0 +1,51 @@
+#include "reader/reader_exception.h"
+
+#include "glue/strings.h"
+#include "reader/members.h"
+
+namespace kova {
+
+namespace {
+
+const XmlReaderExceptionData& Data(KOVAObject self) {
+    return *InstanceData<XmlReaderExceptionData>(self, xmlReaderExceptionClass);
+}
+
+void Raise(XML_Parser main, XML_Error code, const char* message) {
+    KOVAObject exception = NewException(xmlReaderExceptionClass, code);
+    if (!exception) return;
+    auto& data = *InstanceData<XmlReaderExceptionData>(exception, xmlReaderExceptionClass);
+    data.lineNumber = static_cast<std::int32_t>(XML_GetCurrentLineNumber(main));
+    data.columnNumber = static_cast<std::int32_t>(XML_GetCurrentColumnNumber(main));
+    data.byteIndex = static_cast<std::int32_t>(XML_GetCurrentByteIndex(main));
+    data.byteCount = static_cast<std::int32_t>(XML_GetCurrentByteCount(main));
+    SetExceptionMessage(exception, xmlReaderExceptionClass, BuildUTF8String(message));
+    RuntimeRaiseException(exception);
+}
+
+} // namespace
+
+void RaiseReaderException(XML_Parser main) {
+    const XML_Error code = XML_GetErrorCode(main);
+    Raise(main, code, ReaderErrorText(code));
+}
+
+void RaiseReaderBusy(XML_Parser main, const char* message) { Raise(main, XML_ERROR_UNEXPECTED_STATE, message); }
+
+const char* ReaderErrorText(XML_Error code) {
+    // Expat has reworded this one; programs know the older text.
+    if (code == XML_ERROR_MISPLACED_XML_PI) return "xml declaration not at start of external entity";
+    return XML_ErrorString(code);
+}
+
+KOVAInteger XmlReaderException_GetCurrentLineNumber(KOVAObject self, std::uint32_t) { return Data(self).lineNumber; }
+
+KOVAInteger XmlReaderException_GetCurrentColumnNumber(KOVAObject self, std::uint32_t) {
+    return Data(self).columnNumber;
+}
+
+KOVAInteger XmlReaderException_GetCurrentByteIndex(KOVAObject self, std::uint32_t) { return Data(self).byteIndex; }
+
+KOVAInteger XmlReaderException_GetCurrentByteCount(KOVAObject self, std::uint32_t) { return Data(self).byteCount; }
+
+} // namespace kova

@@ -1,0 +1,36 @@
+// XmlReaderException: a parse that failed, with the main parser's position.
+#pragma once
+
+#include "glue/exceptions.h"
+#include "reader/classes.h"
+
+#include <expat.h>
+
+namespace kova {
+
+struct XmlReaderExceptionData {
+    KOVAString message;
+    std::int32_t errorNumber;
+    std::int32_t lineNumber;   // from 1
+    std::int32_t columnNumber; // from 0
+    std::int32_t byteIndex;
+    std::int32_t byteCount;
+};
+static_assert(sizeof(XmlReaderExceptionData) == 24
+              && offsetof(XmlReaderExceptionData, message) == offsetof(ExceptionData, message)
+              && offsetof(XmlReaderExceptionData, errorNumber) == offsetof(ExceptionData, errorNumber)
+              && offsetof(XmlReaderExceptionData, lineNumber) == 8
+              && offsetof(XmlReaderExceptionData, columnNumber) == 12
+              && offsetof(XmlReaderExceptionData, byteIndex) == 16
+              && offsetof(XmlReaderExceptionData, byteCount) == 20);
+
+// Raises with code, message and position of `main`, also when it was an external entity's parser that failed.
+void RaiseReaderException(XML_Parser main);
+
+// Raises for a call that may not be made while the reader parses, with the position that it has reached.
+void RaiseReaderBusy(XML_Parser main, const char* message);
+
+// The text for an error code; null for XML_ERROR_NONE and for codes that have none.
+const char* ReaderErrorText(XML_Error code);
+
+} // namespace kova
