@@ -37,7 +37,12 @@ bool TokenCursor::Accept(Keyword keyword) {
 }
 
 void TokenCursor::Expected(const std::string& what) {
-    diagnostics_.Error(Peek().span, "expected " + what + ", found " + Describe(Peek()));
+    Fail(Peek().span, "expected " + what + ", found " + Describe(Peek()));
+}
+
+void TokenCursor::Fail(const Span& span, std::string message) {
+    if (!hasFailed_) diagnostics_.Error(span, std::move(message));
+    hasFailed_ = true;
 }
 
 bool TokenCursor::Expect(TokenKind kind, const std::string& what) {
@@ -88,7 +93,7 @@ std::optional<ConstantValue> TokenCursor::ReadConstant() {
     } else if (!negative && (token.keyword == Keyword::TRUE || token.keyword == Keyword::FALSE)) {
         value = token.keyword == Keyword::TRUE;
     } else if (negative || token.keyword != Keyword::NIL) {
-        diagnostics_.Error(Join(first.span, token.span), "expected a constant, found " + Describe(token));
+        Fail(Join(first.span, token.span), "expected a constant, found " + Describe(token));
         return std::nullopt;
     }
     Next();

@@ -26,8 +26,12 @@ public:
     bool AtLineEnd() const { return At(TokenKind::END_OF_LINE) || At(TokenKind::END_OF_FILE); }
     bool Accept(TokenKind kind);
     bool Accept(Keyword keyword);
-    // Reports "expected WHAT" at the present token.
+    // Reports "expected WHAT" at the present token. After one report the cursor keeps quiet until ClearFailure, so that
+    // what follows from an error is not reported as another.
     void Expected(const std::string& what);
+    void Fail(const Span& span, std::string message);
+    bool HasFailed() const { return hasFailed_; }
+    void ClearFailure() { hasFailed_ = false; }
     bool Expect(TokenKind kind, const std::string& what);
     bool Expect(Keyword keyword);
 
@@ -45,6 +49,7 @@ private:
     const std::vector<Token>& tokens_;
     DiagnosticList& diagnostics_;
     size_t at_ = 0;
+    bool hasFailed_ = false;
 };
 
 } // namespace host

@@ -1,0 +1,182 @@
+// The syntax tree of a program, as it is written: nothing is resolved, every part knows its place.
+#pragma once
+
+#include "host/syntax/declaration.h"
+#include "host/syntax/source.h"
+#include "host/syntax/token.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace host::ast {
+
+enum class ExpressionKind : uint8_t {
+    INVALID, // stands for what could not be parsed; reported already
+    CONSTANT,
+    NAME,
+    MEMBER, // left.name
+    CALL,   // left(arguments): a call, an element, a cast
+    NEW,    // New name(arguments)
+    NEGATE, // -left
+    NOT,    // Not left
+    BINARY, // left `operation` right
+    IS_A,   // left IsA name
+    SELF,
+    SUPER,
+};
+
+enum class Operation : uint8_t {
+    ADD,
+    SUBTRACT,
+    MULTIPLY,
+    DIVIDE,
+    INTEGER_DIVIDE,
+    MODULO,
+    POWER,
+    EQUAL,
+    NOT_EQUAL,
+    LESS,
+    LESS_EQUAL,
+    GREATER,
+    GREATER_EQUAL,
+    IS,
+    AND,
+    OR,
+    XOR,
+};
+
+struct Expression;
+using ExpressionPtr = std::unique_ptr<Expression>;
+
+struct Expression {
+    ExpressionKind kind = ExpressionKind::INVALID;
+    Operation operation = Operation::ADD;
+    bool hasParentheses = false; // CALL and NEW: an argument list is written
+    uint16_t depth = 1;          // height of this tree, bounded by the parser
+    Span span;
+    Span nameSpan; // of `name`, or of the operator of a BINARY
+    std::string name;
+    ConstantValue constant;
+    ExpressionPtr left;
+    ExpressionPtr right;
+    std::vector<ExpressionPtr> arguments;
+};
+
+struct Statement;
+using Block = std::vector<std::unique_ptr<Statement>>;
+
+enum class StatementKind : uint8_t {
+    DIM,      // variables
+    CONST,    // name = value
+    ASSIGN,   // target = value
+    CALL,     // value
+    IF,       // branches, elseBody
+    SELECT,   // value, branches, elseBody
+    FOR,      // name = value To limit Step step; body
+    FOR_EACH, // name In value; body
+    WHILE,    // value, body
+    DO,       // value (may be missing), body
+    EXIT,     // loop
+    CONTINUE, // loop
+    RETURN,   // value (may be missing)
+    TRY,      // body, branches, elseBody as Finally
+    RAISE,    // value
+    PRINT,    // value (may be missing)
+    REDIM,    // target(value)
+};
+
+// One variable of a Dim or a property of a class or module.
+struct Variable {
+    std::string name;
+    Span span;
+    TypeName type;
+    ExpressionPtr bound; // upper bound of an array: Dim a(9) As Integer
+    // The initial value; for `As New C(…)` the NEW expression. Shared by the names of one group.
+    std::shared_ptr<Expression> value;
+};
+
+// A test of a Case: a value, `from To to`, or `Is < value`.
+struct CaseTest {
+    ExpressionPtr value;
+    ExpressionPtr upper;                    // of a range
+    Operation operation = Operation::EQUAL; // of `Is`
+};
+
+struct Branch {
+    Span span;                   // of the line that starts it
+    ExpressionPtr condition;     // If
+    std::vector<CaseTest> tests; // Select
+    std::string name;            // Catch: the variable, may be empty
+    Span nameSpan;
+    TypeName type; // Catch: the class, empty for all
+    Block body;
+};
+
+enum class LoopKind : uint8_t { ANY, FOR, WHILE, DO, FUNCTION };
+
+struct Statement {
+    StatementKind kind = StatementKind::CALL;
+    LoopKind loop = LoopKind::ANY; // EXIT, CONTINUE; FUNCTION for `Exit Sub`
+    bool isUntil = false;          // DO
+    bool testsAtEnd = false;       // DO
+    bool isDescending = false;     // FOR … DownTo
+    bool hasElse = false;          // IF, SELECT, TRY: elseBody is written
+    Span span;                     // of the statement, without the blocks in it
+    Span endSpan;                  // of what closes it
+    std::string name;
+    Span nameSpan;
+    TypeName type; // FOR, FOR_EACH: of a variable declared there, else empty
+    std::vector<Variable> variables;
+    ExpressionPtr target;
+    ExpressionPtr value;
+    ExpressionPtr limit;
+    ExpressionPtr step;
+    std::vector<Branch> branches;
+    Block body;
+    Block elseBody;
+};
+
+struct ConstantDefinition {
+    std::string name;
+    Span span;
+    ExpressionPtr value;
+};
+
+enum class FunctionKind : uint8_t { SUB, FUNCTION, EVENT };
+
+struct Function {
+    FunctionKind kind = FunctionKind::SUB;
+    Declaration declaration;
+    Span span;    // of the first line
+    Span endSpan; // of the line that ends it
+    Block body;
+};
+
+struct ClassDefinition {
+    std::string name;
+    Span span; // of the name
+    TypeName super;
+    std::vector<Variable> properties;
+    std::vector<ConstantDefinition> constants;
+    std::vector<std::unique_ptr<Function>> functions; // methods and event handlers
+};
+
+struct ModuleDefinition {
+    std::string name;
+    Span span;
+    std::vector<Variable> properties;
+    std::vector<ConstantDefinition> constants;
+    std::vector<std::unique_ptr<Function>> functions;
+};
+
+// One source.
+struct Unit {
+    Block statements;
+    std::vector<std::unique_ptr<Function>> functions;
+    std::vector<std::unique_ptr<ClassDefinition>> classes;
+    std::vector<std::unique_ptr<ModuleDefinition>> modules;
+    bool isIncomplete = false; // the text ends within a block or a continued line
+};
+
+} // namespace host::ast

@@ -1,0 +1,314 @@
+#include "host/syntax/expression_parser.h"
+
+#include <algorithm>
+
+namespace host {
+
+using namespace ast;
+
+namespace {
+
+// Bounds the recursion of everything that walks over the tree.
+constexpr int MAX_NESTING = 100;
+constexpr int MAX_DEPTH = 500;
+
+enum Precedence { OR_LEVEL = 1, AND_LEVEL, COMPARISON_LEVEL, SUM_LEVEL, PRODUCT_LEVEL };
+
+struct Operator {
+    TokenKind kind;
+    Keyword keyword;
+    Operation operation;
+    int precedence;
+};
+
+constexpr Operator OPERATORS[] = {
+    {TokenKind::NAME, Keyword::OR, Operation::OR, OR_LEVEL},
+    {TokenKind::NAME, Keyword::XOR, Operation::XOR, OR_LEVEL},
+    {TokenKind::NAME, Keyword::AND, Operation::AND, AND_LEVEL},
+    {TokenKind::EQUAL, Keyword::NONE, Operation::EQUAL, COMPARISON_LEVEL},
+    {TokenKind::NOT_EQUAL, Keyword::NONE, Operation::NOT_EQUAL, COMPARISON_LEVEL},
+    {TokenKind::LESS, Keyword::NONE, Operation::LESS, COMPARISON_LEVEL},
+    {TokenKind::LESS_EQUAL, Keyword::NONE, Operation::LESS_EQUAL, COMPARISON_LEVEL},
+    {TokenKind::GREATER, Keyword::NONE, Operation::GREATER, COMPARISON_LEVEL},
+    {TokenKind::GREATER_EQUAL, Keyword::NONE, Operation::GREATER_EQUAL, COMPARISON_LEVEL},
+    {TokenKind::NAME, Keyword::IS, Operation::IS, COMPARISON_LEVEL},
+    {TokenKind::NAME, Keyword::ISA, Operation::IS, COMPARISON_LEVEL},
+    {TokenKind::PLUS, Keyword::NONE, Operation::ADD, SUM_LEVEL},
+    {TokenKind::MINUS, Keyword::NONE, Operation::SUBTRACT, SUM_LEVEL},
+    {TokenKind::STAR, Keyword::NONE, Operation::MULTIPLY, PRODUCT_LEVEL},
+    {TokenKind::SLASH, Keyword::NONE, Operation::DIVIDE, PRODUCT_LEVEL},
+    {TokenKind::BACKSLASH, Keyword::NONE, Operation::INTEGER_DIVIDE, PRODUCT_LEVEL},
+    {TokenKind::NAME, Keyword::MOD, Operation::MODULO, PRODUCT_LEVEL},
+};
+
+const Operator* FindOperator(const Token& token) {
+    for (const Operator& row : OPERATORS) {
+        bool isKeyword = row.kind == TokenKind::NAME;
+        if (isKeyword ? token.keyword == row.keyword : token.kind == row.kind) return &row;
+    }
+    return nullptr;
+}
+
+// Keywords that can also name a variable, since they start no expression and no statement in one.
+bool CanBeName(Keyword keyword) {
+    switch (keyword) {
+    case Keyword::NONE:
+    case Keyword::BYREF:
+    case Keyword::BYVAL:
+    case Keyword::CLASS:
+    case Keyword::DOWNTO:
+    case Keyword::EACH:
+    case Keyword::EVENT:
+    case Keyword::IN:
+    case Keyword::INHERITS:
+    case Keyword::MODULE:
+    case Keyword::PROPERTY:
+    case Keyword::STEP: return true;
+    default: return false;
+    }
+}
+
+ExpressionPtr Make(ExpressionKind kind) {
+    auto expression = std::make_unique<Expression>();
+    expression->kind = kind;
+    return expression;
+}
+
+class NestingGuard {
+public:
+    explicit NestingGuard(int& nesting) : nesting_(nesting) { nesting_++; }
+    ~NestingGuard() { nesting_--; }
+    NestingGuard(const NestingGuard&) = delete;
+    NestingGuard& operator=(const NestingGuard&) = delete;
+
+private:
+    int& nesting_;
+};
+
+} // namespace
+
+ExpressionPtr ExpressionParser::Invalid(const Span& span) {
+    auto expression = Make(ExpressionKind::INVALID);
+    expression->span = span;
+    return expression;
+}
+
+ExpressionPtr ExpressionParser::Finish(ExpressionPtr expression, const Span& start) {
+    expression->span = Join(start, cursor_.Previous().span);
+    int depth = 0;
+    if (expression->left) depth = expression->left->depth;
+    if (expression->right) depth = std::max<int>(depth, expression->right->depth);
+    for (const ExpressionPtr& argument : expression->arguments) depth = std::max<int>(depth, argument->depth);
+    expression->depth = static_cast<uint16_t>(depth + 1);
+    if (depth < MAX_DEPTH) return expression;
+    cursor_.Fail(expression->span, "the expression is too complex");
+    return Invalid(expression->span);
+}
+
+ExpressionPtr ExpressionParser::Parse() { return ParseBinary(OR_LEVEL); }
+
+ExpressionPtr ExpressionParser::ParseRest(ExpressionPtr left) { return ParseOperators(std::move(left), OR_LEVEL); }
+
+ExpressionPtr ExpressionParser::ParseBinary(int minimum) {
+    NestingGuard guard(nesting_);
+    if (nesting_ > MAX_NESTING) {
+        cursor_.Fail(cursor_.Peek().span, "the expression is nested too deeply");
+        while (!cursor_.AtLineEnd()) cursor_.Next();
+        return Invalid(cursor_.Peek().span);
+    }
+    return ParseOperators(ParseUnary(), minimum);
+}
+
+ExpressionPtr ExpressionParser::ParseOperators(ExpressionPtr left, int minimum) {
+    for (;;) {
+        const Token& token = cursor_.Peek();
+        const Operator* row = FindOperator(token);
+        if (row == nullptr || row->precedence < minimum) return left;
+        cursor_.Next();
+        Span start = left->span;
+        if (token.keyword == Keyword::ISA) {
+            auto test = Make(ExpressionKind::IS_A);
+            if (const Token* name = cursor_.ReadName("a class")) {
+                test->name = name->text;
+                test->nameSpan = name->span;
+            } else {
+                test->kind = ExpressionKind::INVALID;
+            }
+            test->left = std::move(left);
+            left = Finish(std::move(test), start);
+            continue;
+        }
+        auto binary = Make(ExpressionKind::BINARY);
+        binary->operation = row->operation;
+        binary->nameSpan = token.span;
+        binary->left = std::move(left);
+        binary->right = ParseBinary(row->precedence + 1);
+        left = Finish(std::move(binary), start);
+    }
+}
+
+ExpressionPtr ExpressionParser::ParseUnary() {
+    NestingGuard guard(nesting_);
+    const Token& token = cursor_.Peek();
+    if (nesting_ > MAX_NESTING || (token.kind != TokenKind::MINUS && token.keyword != Keyword::NOT)) {
+        return ParsePower();
+    }
+    cursor_.Next();
+    bool isNot = token.keyword == Keyword::NOT;
+    auto unary = Make(isNot ? ExpressionKind::NOT : ExpressionKind::NEGATE);
+    unary->nameSpan = token.span;
+    unary->left = isNot ? ParseBinary(COMPARISON_LEVEL) : ParseUnary();
+
+    // A negative number is a constant.
+    if (!isNot && unary->left->kind == ExpressionKind::CONSTANT) {
+        ConstantValue& value = unary->left->constant;
+        if (auto* integer = std::get_if<int32_t>(&value)) {
+            *integer = static_cast<int32_t>(0U - static_cast<uint32_t>(*integer));
+            return Finish(std::move(unary->left), token.span);
+        }
+        if (auto* number = std::get_if<double>(&value)) {
+            *number = -*number;
+            return Finish(std::move(unary->left), token.span);
+        }
+    }
+    return Finish(std::move(unary), token.span);
+}
+
+ExpressionPtr ExpressionParser::ParsePower() {
+    ExpressionPtr left = ParsePostfix();
+    while (cursor_.At(TokenKind::CARET)) {
+        Span start = left->span;
+        auto power = Make(ExpressionKind::BINARY);
+        power->operation = Operation::POWER;
+        power->nameSpan = cursor_.Next().span;
+        power->left = std::move(left);
+        power->right = cursor_.At(TokenKind::MINUS) ? ParseUnary() : ParsePostfix();
+        left = Finish(std::move(power), start);
+    }
+    return left;
+}
+
+ExpressionPtr ExpressionParser::ParsePostfix() {
+    ExpressionPtr expression = ParsePrimary();
+    for (;;) {
+        Span start = expression->span;
+        if (cursor_.Accept(TokenKind::DOT)) {
+            auto member = Make(ExpressionKind::MEMBER);
+            if (const Token* name = cursor_.ReadName("a member")) {
+                member->name = name->text;
+                member->nameSpan = name->span;
+            } else {
+                member->kind = ExpressionKind::INVALID;
+            }
+            member->left = std::move(expression);
+            expression = Finish(std::move(member), start);
+        } else if (cursor_.At(TokenKind::LEFT_PARENTHESIS)) {
+            auto call = Make(ExpressionKind::CALL);
+            call->left = std::move(expression);
+            if (!ParseArguments(*call)) call->kind = ExpressionKind::INVALID;
+            expression = Finish(std::move(call), start);
+        } else {
+            return expression;
+        }
+    }
+}
+
+bool ExpressionParser::ParseArguments(Expression& call) {
+    cursor_.Next();
+    call.hasParentheses = true;
+    if (!cursor_.At(TokenKind::RIGHT_PARENTHESIS)) {
+        do {
+            call.arguments.push_back(Parse());
+        } while (cursor_.Accept(TokenKind::COMMA));
+    }
+    return cursor_.Expect(TokenKind::RIGHT_PARENTHESIS, "\",\" or \")\"");
+}
+
+ExpressionPtr ExpressionParser::ParseBareArguments(ExpressionPtr callee) {
+    Span start = callee->span;
+    auto call = Make(ExpressionKind::CALL);
+    call->left = std::move(callee);
+    do {
+        call->arguments.push_back(Parse());
+    } while (cursor_.Accept(TokenKind::COMMA));
+    return Finish(std::move(call), start);
+}
+
+ExpressionPtr ExpressionParser::ParseNew() {
+    Span start = cursor_.Next().span;
+    auto expression = Make(ExpressionKind::NEW);
+    const Token* name = cursor_.ReadName("a class");
+    if (name == nullptr) {
+        expression->kind = ExpressionKind::INVALID;
+    } else {
+        expression->name = name->text;
+        expression->nameSpan = name->span;
+        bool hasArguments = cursor_.At(TokenKind::LEFT_PARENTHESIS);
+        if (hasArguments && !ParseArguments(*expression)) expression->kind = ExpressionKind::INVALID;
+    }
+    return Finish(std::move(expression), start);
+}
+
+bool ExpressionParser::AtOperand() const {
+    const Token& token = cursor_.Peek();
+    switch (token.kind) {
+    case TokenKind::INTEGER:
+    case TokenKind::DOUBLE:
+    case TokenKind::STRING: return true;
+    case TokenKind::NAME: break;
+    default: return false;
+    }
+    switch (token.keyword) {
+    case Keyword::TRUE:
+    case Keyword::FALSE:
+    case Keyword::NIL:
+    case Keyword::NEW:
+    case Keyword::NOT:
+    case Keyword::SELF:
+    case Keyword::SUPER: return true;
+    default: return CanBeName(token.keyword);
+    }
+}
+
+ExpressionPtr ExpressionParser::ParsePrimary() {
+    const Token& token = cursor_.Peek();
+    if (token.kind == TokenKind::LEFT_PARENTHESIS) {
+        cursor_.Next();
+        ExpressionPtr inner = Parse();
+        if (!cursor_.Expect(TokenKind::RIGHT_PARENTHESIS, "\")\"")) return Invalid(inner->span);
+        inner->span = Join(token.span, cursor_.Previous().span);
+        return inner;
+    }
+    if (!AtOperand() || token.keyword == Keyword::NOT) {
+        cursor_.Expected("an expression");
+        return Invalid(token.span);
+    }
+    if (token.keyword == Keyword::NEW) return ParseNew();
+
+    ExpressionPtr expression = Make(ExpressionKind::CONSTANT);
+    if (token.kind == TokenKind::INTEGER) {
+        bool isNegated = cursor_.Previous().kind == TokenKind::MINUS;
+        if (token.number > 2147483647.0 && !isNegated) {
+            diagnostics_.Error(token.span, "number too large for an Integer; write it with \".0\" for a Double");
+        }
+        expression->constant = token.integer;
+    } else if (token.kind == TokenKind::DOUBLE) {
+        expression->constant = token.number;
+    } else if (token.kind == TokenKind::STRING) {
+        expression->constant = StringValue(token);
+    } else if (token.keyword == Keyword::TRUE || token.keyword == Keyword::FALSE) {
+        expression->constant = token.keyword == Keyword::TRUE;
+    } else if (token.keyword == Keyword::SELF) {
+        expression->kind = ExpressionKind::SELF;
+    } else if (token.keyword == Keyword::SUPER) {
+        expression->kind = ExpressionKind::SUPER;
+    } else if (token.keyword != Keyword::NIL) {
+        expression->kind = ExpressionKind::NAME;
+        expression->name = token.text;
+        expression->nameSpan = token.span;
+    }
+    cursor_.Next();
+    return Finish(std::move(expression), token.span);
+}
+
+} // namespace host
