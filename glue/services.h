@@ -41,7 +41,7 @@ inline constinit HostService<bool(KOVAObject, const char* name, KOVAString value
 inline constinit HostService<HostFunction(KOVAObject, const char* declaration)> KOVALoadObjectMethod{
     "KOVALoadObjectMethod"};
 
-// Arrays of strings. RuntimeUBound is the last valid index, -1 for an empty array.
+// Arrays of strings. RuntimeUBound is the last valid index, -1 for an empty array. Elements are borrowed.
 inline constinit HostService<std::int32_t(KOVAArray)> RuntimeUBound{"RuntimeUBound"};
 inline constinit HostService<KOVAString(KOVAArray, std::int32_t index)> RuntimeDirectReadStringArray{
     "RuntimeDirectReadStringArray"};
