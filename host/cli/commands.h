@@ -1,0 +1,69 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+// The commands of `kova`, one function each. All return the exit code of the process.
+namespace host {
+
+// Exit codes, as users of the command line expect them.
+constexpr int EXIT_OK = 0;
+constexpr int EXIT_FAILED = 1; // the program, the document or a test failed
+constexpr int EXIT_USAGE = 2;  // the command line is wrong
+
+// What all commands that load the plug-in share.
+struct HostOptions {
+    std::vector<std::string> plugins; // paths of bundles; empty means the one that belongs to this command
+    std::vector<std::string> without; // services to withhold
+};
+
+struct RunCommandOptions {
+    std::filesystem::path program;
+    std::vector<std::string> arguments;
+    bool reportLeaks = false;
+    double timeLimit = 0;   // seconds, 0 for none
+    double memoryLimit = 0; // megabytes, 0 for none
+};
+
+struct TestCommandOptions {
+    std::filesystem::path folder;
+    std::string filter; // part of a program's name
+    std::filesystem::path leakList;
+    std::filesystem::path data; // what programs find as the environment variable KOVA_DATA
+    bool update = false;
+    int jobs = 0; // 0: one for each processor
+    double timeLimit = 60;
+};
+
+struct EventsCommandOptions {
+    std::filesystem::path file;
+    std::optional<std::string> encoding;
+    std::optional<std::string> separator; // switches namespace processing on
+    bool quiet = false;
+};
+
+struct XqlCommandOptions {
+    std::filesystem::path file;
+    std::string query;
+    std::vector<std::pair<std::string, std::string>> namespaces; // prefix, URI
+};
+
+struct TransformCommandOptions {
+    std::filesystem::path file;
+    std::filesystem::path stylesheet;
+    std::filesystem::path output; // empty: standard output
+};
+
+int RunProgram(const HostOptions& host, const RunCommandOptions& options);
+int CheckProgram(const HostOptions& host, const std::vector<std::filesystem::path>& programs);
+int RunRepl(const HostOptions& host);
+int Describe(const HostOptions& host, const std::string& name);
+int RunTests(const HostOptions& host, const TestCommandOptions& options);
+int ShowEvents(const HostOptions& host, const EventsCommandOptions& options);
+int Query(const HostOptions& host, const XqlCommandOptions& options);
+int Transform(const HostOptions& host, const TransformCommandOptions& options);
+
+} // namespace host

@@ -1,0 +1,103 @@
+#include <cerrno>
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+#include "host/cli/session.h"
+#include "host/framework/files.h"
+#include "host/runtime/dynamic.h"
+
+// `kova xql` and `kova transform`: the document classes, used through the runtime as a program uses them.
+namespace host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Fails early, with the path as the user wrote it.
+ObjectRef FileToRead(const fs::path& path) {
+    std::FILE* file = std::fopen(path.c_str(), "re");
+    if (!file) throw fs::filesystem_error("", path, std::error_code(errno, std::generic_category()));
+    std::fclose(file);
+    return NewFolderItem(path);
+}
+
+// "FILE:LINE: message" for what the parser found, "FILE: message" without a line.
+int ReportException(const fs::path& path, const ProgramException& error) {
+    std::string place = path.native();
+    if (error.className == "XmlException")
+        if (std::string line = GetProperty(error.exception, "Line").Text(); !line.empty()) place += ":" + line;
+    std::string message = error.message.empty() ? error.what() : error.message;
+    std::fflush(stdout);
+    std::fprintf(stderr, "%s: %s\n", place.c_str(), message.c_str());
+    return EXIT_FAILED;
+}
+
+ObjectRef LoadDocument(const fs::path& path) {
+    ObjectRef file = FileToRead(path);
+    ObjectRef document = Create("XmlDocument", {}, "Constructor()");
+    SetProperty(document, "PreserveWhitespace", true);
+    Call(document, "LoadXml(fItem as FolderItem)", {file});
+    return document;
+}
+
+void PrintLine(std::string_view text) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    if (!text.ends_with('\n')) std::fputc('\n', stdout);
+}
+
+// An attribute has no markup of its own: its name and value are shown as they stand in a tag.
+std::string NodeText(const ObjectRef& node) {
+    if (std::string text = GetProperty(node, "ToString").Text(); !text.empty()) return text;
+    return GetProperty(node, "Value").Text();
+}
+
+} // namespace
+
+int Query(const HostOptions& host, const XqlCommandOptions& options) {
+    StartHost(host);
+    try {
+        ObjectRef document = LoadDocument(options.file);
+        ObjectRef map = Create("XmlNamespaces");
+        for (const auto& [prefix, uri] : options.namespaces) Assign(map, "Uri", {prefix}, uri);
+        ObjectRef list =
+            options.namespaces.empty()
+                ? Call(document, "Xql(query as String) as XmlNodeList", {options.query}).GetObject()
+                : Call(document, "Xql(query as String, map as XmlNamespaces) as XmlNodeList", {options.query, map})
+                      .GetObject();
+        if (!list) {
+            std::fprintf(stderr, "kova: the query cannot be evaluated: %s\n", options.query.c_str());
+            return EXIT_FAILED;
+        }
+        int32_t length = GetProperty(list, "Length").Integer();
+        for (int32_t i = 0; i < length; ++i) PrintLine(NodeText(Call(list, "Item", {i}).GetObject()));
+        return EXIT_OK;
+    } catch (const ProgramException& error) {
+        return ReportException(options.file, error);
+    }
+}
+
+int Transform(const HostOptions& host, const TransformCommandOptions& options) {
+    StartHost(host);
+    const fs::path* current = &options.file;
+    try {
+        ObjectRef document = LoadDocument(options.file);
+        current = &options.stylesheet;
+        ObjectRef style = Create("XmlStyleSheet", {FileToRead(options.stylesheet)}, "Constructor(fItem as FolderItem)");
+        fs::path output = options.output.empty() ? fs::path() : fs::absolute(options.output);
+        // What the stylesheet includes or reads lies beside it.
+        fs::path folder = fs::absolute(options.stylesheet).parent_path();
+        fs::current_path(folder);
+        Value result = Call(document, "Transform(xsl as XmlStylesheet) as String", {style});
+        std::string_view text = result.GetString().View();
+        if (!output.empty())
+            WriteFile(output, text);
+        else
+            std::fwrite(text.data(), 1, text.size(), stdout);
+        return EXIT_OK;
+    } catch (const ProgramException& error) {
+        return ReportException(*current, error);
+    }
+}
+
+} // namespace host

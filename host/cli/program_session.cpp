@@ -1,0 +1,67 @@
+#include "host/cli/program_session.h"
+
+#include <csignal>
+#include <cstdio>
+
+#include "host/cli/session.h"
+#include "host/framework/framework.h"
+
+namespace host {
+
+namespace {
+
+constexpr int EXIT_TIME_LIMIT = 124;  // as timeout(1)
+constexpr int EXIT_INTERRUPTED = 130; // as a shell reports a process that SIGINT ended
+
+void PrintStack(const std::vector<StackEntry>& stack) {
+    for (const StackEntry& entry : stack)
+        std::fprintf(stderr, "  at %s%s(%s:%u)\n", entry.function.c_str(), entry.function.empty() ? "" : " ",
+                     entry.file.c_str(), entry.line);
+}
+
+void HandleInterrupt(int) { RequestInterrupt(); }
+
+} // namespace
+
+Compilation CompileFile(const std::filesystem::path& path, bool showWarnings) {
+    Compilation compilation = Compile({Source{path.native(), ReadFile(path)}});
+    for (const Diagnostic& diagnostic : compilation.diagnostics)
+        if (showWarnings || diagnostic.severity == Severity::ERROR)
+            std::fputs(FormatDiagnostic(diagnostic, UsesColor(stderr)).c_str(), stderr);
+    return compilation;
+}
+
+int ReportOutcome(const RunResult& result) {
+    std::fflush(stdout);
+    switch (result.outcome) {
+    case RunOutcome::FINISHED: return EXIT_OK;
+    case RunOutcome::UNCAUGHT_EXCEPTION:
+        if (result.exception->className == END_EXCEPTION) return result.exception->errorNumber & 0xFF;
+        std::fprintf(stderr, "%sUncaught exception:%s %s", UsesColor(stderr) ? "\033[1;31m" : "",
+                     UsesColor(stderr) ? "\033[0m" : "", FormatException(*result.exception).c_str());
+        return EXIT_FAILED;
+    case RunOutcome::INTERRUPTED:
+        std::fputs("Interrupted\n", stderr);
+        PrintStack(result.stack);
+        return EXIT_INTERRUPTED;
+    case RunOutcome::TIME_LIMIT:
+        std::fputs("The time limit is reached\n", stderr);
+        PrintStack(result.stack);
+        return EXIT_TIME_LIMIT;
+    case RunOutcome::MEMORY_LIMIT:
+        std::fputs("The memory limit is reached\n", stderr);
+        PrintStack(result.stack);
+        return EXIT_FAILED;
+    }
+    return EXIT_FAILED;
+}
+
+InterruptHandler::InterruptHandler() {
+    struct sigaction action {};
+    action.sa_handler = HandleInterrupt; // without SA_RESTART: waiting for input ends too
+    sigaction(SIGINT, &action, nullptr);
+}
+
+InterruptHandler::~InterruptHandler() { std::signal(SIGINT, SIG_DFL); }
+
+} // namespace host

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <filesystem>
+
+#include "host/language/program.h"
+
+// What the commands share that compile and run programs.
+namespace host {
+
+// Compiles one file; the diagnostics that `showWarnings` lets through go to standard error.
+Compilation CompileFile(const std::filesystem::path& path, bool showWarnings);
+
+// Tells on standard error how a program ended; the exit code that follows from it.
+int ReportOutcome(const RunResult& result);
+
+// Ctrl-C stops the program that runs while this lives, instead of the process.
+class InterruptHandler {
+public:
+    InterruptHandler();
+    ~InterruptHandler();
+    InterruptHandler(const InterruptHandler&) = delete;
+    InterruptHandler& operator=(const InterruptHandler&) = delete;
+};
+
+} // namespace host

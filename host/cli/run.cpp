@@ -1,0 +1,43 @@
+#include <chrono>
+#include <cstdio>
+#include <iostream>
+
+#include "host/cli/program_session.h"
+#include "host/cli/session.h"
+#include "host/framework/framework.h"
+#include "host/runtime/leaks.h"
+
+namespace host {
+
+int RunProgram(const HostOptions& host, const RunCommandOptions& options) {
+    StartHost(host);
+    LiveCounts before = CountLive();
+    SetProgramEnvironment({options.program, options.arguments});
+    int result = EXIT_FAILED;
+    {
+        Compilation compilation = CompileFile(options.program, false);
+        if (!compilation.program) return EXIT_FAILED;
+        RunOptions limits;
+        // One buffer with what programs write through StdOut.
+        limits.print = [](std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); };
+        limits.timeLimit = std::chrono::milliseconds(static_cast<int64_t>(options.timeLimit * 1000));
+        limits.memoryLimit = static_cast<size_t>(options.memoryLimit * 1024 * 1024);
+        InterruptHandler interrupts;
+        result = ReportOutcome(Run(*compilation.program, limits));
+    }
+    if (options.reportLeaks) {
+        std::fflush(stdout);
+        if (!ReportLeaks(std::cerr, before)) std::cerr << "Nothing is left\n";
+    }
+    return result;
+}
+
+int CheckProgram(const HostOptions& host, const std::vector<std::filesystem::path>& programs) {
+    StartHost(host);
+    int result = EXIT_OK;
+    for (const std::filesystem::path& program : programs)
+        if (!CompileFile(program, true).program) result = EXIT_FAILED;
+    return result;
+}
+
+} // namespace host
