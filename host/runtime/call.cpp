@@ -3,8 +3,6 @@
 #include "host/runtime/encoding.h"
 #include "host/runtime/exception.h"
 
-#include <array>
-#include <bit>
 #include <cstring>
 #include <new>
 #include <stdexcept>
@@ -15,11 +13,8 @@ namespace host {
 
 namespace {
 
-// The words of most calls fit on the stack.
-constexpr uint32_t STACK_WORDS = 32;
-
-// libffi copies the argument block rounded up to this many words.
-constexpr uint32_t BLOCK_WORDS = 4;
+// The arguments of most calls fit on the stack.
+constexpr size_t FEW_ARGUMENTS = 16;
 
 ffi_type* FfiType(Kind kind) {
     switch (kind) {
@@ -41,33 +36,6 @@ std::vector<Kind> ArgumentKinds(const Signature& signature, bool withObject) {
     return kinds;
 }
 
-void PackWords(const CallShape& shape, const Slot* arguments, ffi_raw* words) {
-    const size_t count = shape.types.size();
-    if (shape.allWords) {
-        for (size_t i = 0; i < count; ++i) words[i].sint = arguments[i].integer;
-        return;
-    }
-    for (size_t i = 0; i < count; ++i) {
-        if (shape.wide[i]) {
-            std::memcpy(words, &arguments[i].number, sizeof(double));
-            words += 2;
-        } else {
-            (words++)->sint = arguments[i].integer;
-        }
-    }
-}
-
-void UnpackWords(const CallShape& shape, const ffi_raw* words, Slot* arguments) {
-    for (size_t i = 0; i < shape.types.size(); ++i) {
-        if (shape.wide[i]) {
-            std::memcpy(&arguments[i].number, words, sizeof(double));
-            words += 2;
-        } else {
-            arguments[i].integer = (words++)->sint;
-        }
-    }
-}
-
 } // namespace
 
 const CallShape* ShapeOf(const std::vector<Kind>& arguments, Kind result) {
@@ -81,12 +49,9 @@ const CallShape* ShapeOf(const std::vector<Kind>& arguments, Kind result) {
     shape = std::make_unique<CallShape>();
     shape->result = result == Kind::NOTHING || result == Kind::DOUBLE ? result : Kind::INTEGER;
     for (Kind kind : arguments) {
-        bool isWide = kind == Kind::DOUBLE;
-        shape->wide.push_back(isWide);
-        shape->words += isWide ? 2 : 1;
+        shape->isWide.push_back(kind == Kind::DOUBLE ? 1 : 0);
         shape->types.push_back(FfiType(kind));
     }
-    shape->allWords = shape->words == arguments.size();
     if (ffi_prep_cif(&shape->cif, FFI_DEFAULT_ABI, static_cast<unsigned>(arguments.size()), FfiType(result),
                      shape->types.data())
         != FFI_OK) {
@@ -108,26 +73,24 @@ const CallShape* SetterShapeOf(const Signature& signature, bool withObject) {
 void CallNative(const CallShape* shape, void* function, const Slot* arguments, Slot* result) {
     const size_t mark = ConversionPoolMark();
     auto* cif = const_cast<ffi_cif*>(&shape->cif); // libffi only reads it
-    auto target = reinterpret_cast<void (*)()>(function);
-    if (shape->words <= STACK_WORDS) {
-        ffi_raw words[STACK_WORDS];
-        PackWords(*shape, arguments, words);
-        ffi_raw_call(cif, target, result, words);
-    } else {
-        std::vector<ffi_raw> words(shape->words + BLOCK_WORDS);
-        PackWords(*shape, arguments, words.data());
-        ffi_raw_call(cif, target, result, words.data());
+    const size_t count = shape->types.size();
+    void* few[FEW_ARGUMENTS];
+    std::vector<void*> many;
+    void** values = few;
+    if (count > FEW_ARGUMENTS) {
+        many.resize(count);
+        values = many.data();
     }
+    for (size_t i = 0; i < count; ++i) values[i] = const_cast<Slot*>(&arguments[i]);
+    ffi_call(cif, reinterpret_cast<void (*)()>(function), result, values);
     ReleaseConversionPool(mark);
 }
 
 Closure::Closure(const CallShape* shape, ClosureCallback callback, void* context)
     : shape_(shape), callback_(callback), context_(context) {
-    memory_ = ffi_closure_alloc(sizeof(ffi_raw_closure), &function_);
+    memory_ = static_cast<ffi_closure*>(ffi_closure_alloc(sizeof(ffi_closure), &function_));
     if (!memory_) throw std::bad_alloc();
-    if (ffi_prep_raw_closure_loc(static_cast<ffi_raw_closure*>(memory_), const_cast<ffi_cif*>(&shape->cif), Enter, this,
-                                 function_)
-        != FFI_OK) {
+    if (ffi_prep_closure_loc(memory_, const_cast<ffi_cif*>(&shape->cif), Enter, this, function_) != FFI_OK) {
         ffi_closure_free(memory_);
         throw std::logic_error("libffi refuses a closure");
     }
@@ -135,18 +98,24 @@ Closure::Closure(const CallShape* shape, ClosureCallback callback, void* context
 
 Closure::~Closure() { ffi_closure_free(memory_); }
 
-void Closure::Enter(ffi_cif*, void* result, ffi_raw* words, void* self) {
+void Closure::Enter(ffi_cif*, void* result, void** values, void* self) {
     const auto* closure = static_cast<const Closure*>(self);
     const CallShape& shape = *closure->shape_;
     const size_t count = shape.types.size();
-    std::array<Slot, STACK_WORDS> few;
+    Slot few[FEW_ARGUMENTS];
     std::vector<Slot> many;
-    Slot* arguments = few.data();
-    if (count > few.size()) {
+    Slot* arguments = few;
+    if (count > FEW_ARGUMENTS) {
         many.resize(count);
         arguments = many.data();
     }
-    UnpackWords(shape, words, arguments);
+    for (size_t i = 0; i < count; ++i) {
+        if (shape.isWide[i]) {
+            std::memcpy(&arguments[i].number, values[i], sizeof(double));
+        } else {
+            arguments[i].integer = *static_cast<const int32_t*>(values[i]);
+        }
+    }
 
     Slot value{};
     if (IsExceptionPending()) {

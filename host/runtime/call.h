@@ -28,10 +28,8 @@ static_assert(sizeof(Slot) == 8);
 
 // What a call passes and returns, derived from a signature; made once for each shape and shared.
 struct CallShape {
-    std::vector<bool> wide; // per argument: takes two words (a Double by value)
+    std::vector<uint8_t> isWide; // per argument: a Double by value, which takes two words
     Kind result;
-    uint32_t words; // of all arguments
-    bool allWords;  // no wide argument
     std::vector<ffi_type*> types;
     ffi_cif cif;
 };
@@ -64,12 +62,12 @@ public:
     void* Function() const { return function_; }
 
 private:
-    static void Enter(ffi_cif* cif, void* result, ffi_raw* words, void* self);
+    static void Enter(ffi_cif* cif, void* result, void** values, void* self);
 
     const CallShape* shape_;
     ClosureCallback callback_;
     void* context_;
-    void* memory_ = nullptr;
+    ffi_closure* memory_ = nullptr;
     void* function_ = nullptr;
 };
 

@@ -110,7 +110,7 @@ struct Class {
     Event* FindEvent(std::string_view memberName) const;
     const Constant* FindConstant(std::string_view memberName) const;
     // All overloads, this class's first; an inherited one hidden by the same parameters and result is left out.
-    // Constructors are not inherited.
+    // Constructors are those of the nearest class that has any.
     std::vector<Method*> FindMethods(std::string_view memberName) const;
     // The method with exactly this signature (see Signature::Matches), nearest class first; nullptr if none.
     Method* FindMethod(const Signature& signature) const;
