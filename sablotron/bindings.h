@@ -24,6 +24,18 @@ std::vector<Binding> BindingsInScope(Document& document, xmlNode* element);
 // none. xmlns="" is found like any other.
 Binding FindBinding(Document& document, xmlNode* element, const xmlChar* prefix);
 
+// Whether a name or a declaration may bind the prefix ("" for none) to the URI: a prefix needs a URI, and xml and xmlns
+// belong to theirs.
+bool IsAllowedBinding(std::string_view prefix, std::string_view uri);
+
+// Whether the element's own name or one of its attributes' uses the prefix ("" for the element's default) for another
+// URI.
+bool UsesPrefixOtherwise(const xmlNode* element, std::string_view prefix, std::string_view uri);
+
+// A declaration in scope of the element for an attribute name with this prefix and URI, made on the element when there
+// is none; without a prefix one is chosen. Null when the element has another use for the prefix.
+xmlNs* BindForAttribute(Document& document, xmlNode* element, const xmlChar* prefix, const xmlChar* uri);
+
 // Makes every name of the subtree one that its own element can say: each element and attribute whose prefix is not
 // bound to its URI where it now stands gets a declaration on its element.
 void Reconcile(Document& document, xmlNode* subtree);

@@ -40,23 +40,29 @@ public:
 
     SDOM_Document Handle() { return reinterpret_cast<SDOM_Document>(HandleOf(reinterpret_cast<xmlNode*>(tree_))); }
 
-    // The handle of a node of this document; made at the first call, the same ever after.
+    // The handle of a node of this document that is no namespace declaration; made at the first call, the same ever
+    // after.
     NodeHandle* HandleOf(xmlNode* node) {
         if (!node) return nullptr;
         if (node->_private) return static_cast<NodeHandle*>(node->_private);
-        return NewHandle(node);
+        return NewHandle(node, node->_private);
     }
     NodeHandle* HandleOf(xmlAttr* attribute) { return HandleOf(reinterpret_cast<xmlNode*>(attribute)); }
-    // The handle of a declaration that stands on `owner`.
+    // The handle of a declaration, which stands on `owner` (null for one that stands nowhere).
     NodeHandle* HandleOf(xmlNs* declaration, xmlNode* owner);
 
     // Roots of trees of their own. Whatever stands in no other node must be listed: the list is what frees it.
     void AddDetached(NodeHandle* handle);
     void RemoveDetached(NodeHandle* handle);
-    const std::vector<NodeHandle*>& Detached() const { return detached_; }
 
-    // A binding for the names of attributes that stand on no element and for `xml`; it lives as long as the document.
+    // A binding that is declared nowhere: for the names of attributes that stand on no element, and of elements outside
+    // the tree that were made with a binding of the document element. It lives as long as the document.
     xmlNs* LooseBinding(const xmlChar* prefix, const xmlChar* uri);
+    bool IsLoose(const xmlNs* binding) const { return binding->_private == this; }
+    // Whether any element was ever named with a loose binding: only then a tree that joins another must be looked
+    // through.
+    bool HasLooseElements() const { return hasLooseElements_; }
+    void NoteLooseElement() { hasLooseElements_ = true; }
     // The binding of `xml`, and the implicit xmlns="" of a parsed document's root.
     xmlNs* XmlBinding();
     xmlNs* EmptyBinding();
@@ -79,28 +85,29 @@ public:
     // While a run reads the tree it is pinned: edits answer 7 and destroying it waits.
     bool IsPinned() const { return pins_ != 0; }
 
-    Document* previousInSituation = nullptr;
-    Document* nextInSituation = nullptr;
-
 private:
     friend class DocumentPin;
     friend void DestroyDocument(Document* document);
 
-    NodeHandle* NewHandle(xmlNode* node);
-    void ReleaseHandles(xmlNode* root);
+    NodeHandle* NewHandle(xmlNode* node, void*& slot);
+    void ReleaseHandle(void*& slot);
+    void ReleaseHandlesBelow(xmlNode* root);
+    void ReleaseHandles();
 
-    SablotSituation situation_;
+    SablotSituation situation_; // null: destroyed while pinned
     xmlDoc* tree_;
     Origin origin_;
     unsigned long serial_;
     unsigned editCount_ = 0;
     unsigned pins_ = 0;
-    bool destroyed_ = false; // while pinned
+    bool hasLooseElements_ = false;
     std::size_t handleCount_ = 0;
-    std::vector<NodeHandle*> detached_;
+    std::vector<xmlNode*> detachedNodes_;
     std::map<std::pair<std::string, std::string>, xmlNs*> looseBindings_;
     xmlNs* emptyBinding_ = nullptr;
     std::unique_ptr<Caches> caches_;
+    Document* previousInSituation_ = nullptr;
+    Document* nextInSituation_ = nullptr;
 };
 
 // Keeps a tree as it is while something outside the library's control (a handler of the caller) runs.

@@ -2,10 +2,6 @@
 
 namespace sablot {
 
-NodePool::~NodePool() {
-    for (NodeHandle* chunk : chunks_) delete[] chunk;
-}
-
 NodeHandle* NodePool::Take(xmlNode* node, Document* document) {
     NodeHandle* handle;
     if (released_ > QUARANTINE) {
@@ -14,7 +10,7 @@ NodeHandle* NodePool::Take(xmlNode* node, Document* document) {
         --released_;
     } else {
         if (used_ == CHUNK_SIZE) {
-            chunks_.push_back(new NodeHandle[CHUNK_SIZE]);
+            chunks_.push_back(std::make_unique<NodeHandle[]>(CHUNK_SIZE));
             used_ = 0;
         }
         handle = &chunks_.back()[used_++];

@@ -3,8 +3,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <libxml/tree.h>
+#include <memory>
+#include <vector>
 
 namespace sablot {
 class Document;
@@ -38,7 +39,6 @@ public:
     NodePool() = default;
     NodePool(const NodePool&) = delete;
     NodePool& operator=(const NodePool&) = delete;
-    ~NodePool();
 
     NodeHandle* Take(xmlNode* node, Document* document);
     void Release(NodeHandle* handle);
@@ -47,7 +47,7 @@ private:
     static constexpr std::size_t CHUNK_SIZE = 4096;    // handles
     static constexpr std::size_t QUARANTINE = 1 << 16; // released handles that stay inert
 
-    std::deque<NodeHandle*> chunks_;
+    std::vector<std::unique_ptr<NodeHandle[]>> chunks_;
     std::size_t used_ = CHUNK_SIZE; // of the last chunk
     NodeHandle* oldest_ = nullptr;  // released handles, linked through `place`, oldest first
     NodeHandle* newest_ = nullptr;

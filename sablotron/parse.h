@@ -1,6 +1,7 @@
 // Parsing text into trees.
 #pragma once
 
+#include "sablotron/document.h"
 #include "sablotron/tree.h"
 
 #include <string>
@@ -16,5 +17,9 @@ struct ParseFailure {
 
 // Parses a NUL-terminated text, reading nothing but it. Null when it is not (namespace-)well-formed, with the failure.
 TreePointer ParseTree(const char* text, ParseFailure& failure);
+
+// The same as a document of the situation, with the message of a failure sent to the situation's processor. `document`
+// is set in any case: empty after a failure. Returns 0 or 2.
+int ParseDocument(SablotSituation situation, const char* text, Document*& document);
 
 } // namespace sablot

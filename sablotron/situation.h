@@ -10,7 +10,7 @@ struct SablotSituationRecord {
     SDOM_Exception exception = SDOM_OK;
     SablotHandle processor = nullptr; // receives the messages of parses; set and cleared with the processor's life
     sablot::NodePool nodes;
-    sablot::Document* documents = nullptr; // all that live, linked through nextInSituation
+    sablot::Document* documents = nullptr; // all that live
 };
 
 namespace sablot {

@@ -29,13 +29,23 @@ inline xmlNode* NextInTree(xmlNode* node, const xmlNode* root) {
     }
     return nullptr;
 }
-// The same without the nodes below `node`.
-inline xmlNode* NextAfterSubtree(xmlNode* node, const xmlNode* root) {
-    while (node != root) {
-        if (node->next) return node->next;
-        node = node->parent;
+// Calls enter(node) before and leave(node) after what is below each node of the subtree.
+template <typename Enter, typename Leave>
+void WalkTree(xmlNode* root, Enter enter, Leave leave) {
+    for (xmlNode* node = root;;) {
+        enter(node);
+        if (node->children && (IsElement(node) || node->type == XML_DOCUMENT_NODE)) {
+            node = node->children;
+            continue;
+        }
+        leave(node);
+        while (node != root && !node->next) {
+            node = node->parent;
+            leave(node);
+        }
+        if (node == root) return;
+        node = node->next;
     }
-    return nullptr;
 }
 
 // An empty tree with a dictionary; null when memory is short.
@@ -48,6 +58,10 @@ TreePointer CopyTree(const xmlDoc* tree);
 // declarations, and with what is below it when `deep`. It keeps the names it had, declaring on itself what it needs of
 // the bindings around the original. It has no parent.
 xmlNode* CopySubtree(const xmlNode* node, bool deep, xmlDoc* target);
+
+// The element's own declaration of the prefix (null for the default) as that URI, made when it has none; null when it
+// declares the prefix as something else or memory is short.
+xmlNs* Declare(xmlNode* element, const xmlChar* prefix, const xmlChar* uri);
 
 // Links a node, which has no parent, before `next` in `parent` (at the end when null). Never merges text.
 void LinkBefore(xmlNode* parent, xmlNode* node, xmlNode* next);

@@ -1,0 +1,163 @@
+#include "sablotron/tree.h"
+
+#include <libxml/dict.h>
+#include <libxml/valid.h>
+#include <unordered_map>
+
+namespace sablot {
+
+namespace {
+
+struct NodeDeleter {
+    void operator()(xmlNode* node) const { xmlFreeNode(node); }
+};
+
+// Copies nodes of one tree to another, giving each name the copy of its own declaration.
+class Copier {
+public:
+    explicit Copier(xmlDoc* target) : target_(target) {}
+
+    // The copy of `node` and, when deep, of what is below it; null when memory is short.
+    xmlNode* Copy(const xmlNode* node, bool deep) {
+        std::unique_ptr<xmlNode, NodeDeleter> root(CopyNode(node));
+        root_ = root.get();
+        if (!root || !CopyNames(node, root_)) return nullptr;
+        if (!deep || !IsElement(node)) return root.release();
+
+        const xmlNode* from = node;
+        xmlNode* to = root_;
+        while (true) {
+            if (from->children && IsElement(from)) {
+                from = from->children;
+            } else {
+                while (from != node && !from->next) {
+                    from = from->parent;
+                    to = to->parent;
+                }
+                if (from == node) return root.release();
+                from = from->next;
+                to = to->parent;
+            }
+            xmlNode* copy = CopyNode(from);
+            if (!copy) return nullptr;
+            LinkBefore(to, copy, nullptr);
+            if (!CopyNames(from, copy)) return nullptr;
+            to = copy;
+        }
+    }
+
+private:
+    // The node without attributes and declarations.
+    xmlNode* CopyNode(const xmlNode* node) {
+        xmlNode* copy = nullptr;
+        switch (node->type) {
+        case XML_ELEMENT_NODE: copy = xmlNewDocNode(target_, nullptr, node->name, nullptr); break;
+        case XML_TEXT_NODE: copy = xmlNewDocText(target_, node->content); break;
+        case XML_CDATA_SECTION_NODE:
+            copy = xmlNewCDataBlock(target_, node->content, node->content ? xmlStrlen(node->content) : 0);
+            break;
+        case XML_COMMENT_NODE: copy = xmlNewDocComment(target_, node->content); break;
+        case XML_PI_NODE: copy = xmlNewDocPI(target_, node->name, node->content); break;
+        default: return nullptr;
+        }
+        if (!copy) return nullptr;
+        copy->line = node->line;
+        if (node->type == XML_TEXT_NODE) copy->psvi = node->psvi; // the line beyond 65534
+        return copy;
+    }
+
+    bool CopyNames(const xmlNode* from, xmlNode* to) {
+        if (!IsElement(from)) return true;
+        for (const xmlNs* declaration = from->nsDef; declaration; declaration = declaration->next) {
+            xmlNs* copy = xmlNewNs(to, declaration->href, declaration->prefix);
+            if (!copy) return false;
+            copies_[declaration] = copy;
+        }
+        if (from->ns && !(to->ns = CopyOf(from->ns, to))) return false;
+        for (const xmlAttr* attribute = from->properties; attribute; attribute = attribute->next) {
+            xmlNs* ns = nullptr;
+            if (attribute->ns && !(ns = CopyOf(attribute->ns, to))) return false;
+            xmlChar* value = xmlNodeListGetString(from->doc, attribute->children, 1);
+            xmlAttr* copy = xmlNewNsProp(to, ns, attribute->name, value ? value : Chars(""));
+            if (value && copy && attribute->atype == XML_ATTRIBUTE_ID) xmlAddID(nullptr, target_, value, copy);
+            xmlFree(value);
+            if (!copy) return false;
+        }
+        return true;
+    }
+
+    // What `ns` is on `element` of the copy. A declaration that was not copied is made on the root of the copy, or on
+    // the element where the root has another one of that prefix.
+    xmlNs* CopyOf(const xmlNs* ns, xmlNode* element) {
+        if (ns == lastFrom_) return lastTo_;
+        xmlNs* copy = nullptr;
+        if (ns->prefix && xmlStrEqual(ns->prefix, Chars("xml"))) {
+            copy = xmlSearchNs(target_, element, Chars("xml"));
+        } else if (auto found = copies_.find(ns); found != copies_.end()) {
+            copy = found->second;
+        } else {
+            // An unprefixed root in no namespace cannot carry a default one.
+            if (ns->prefix || root_->ns || root_ == element) copy = Declare(root_, ns->prefix, ns->href);
+            // What only this element can say is not remembered: others cannot see it.
+            if (!copy) return Declare(element, ns->prefix, ns->href);
+            copies_[ns] = copy;
+        }
+        lastFrom_ = ns;
+        lastTo_ = copy;
+        return copy;
+    }
+
+    xmlDoc* target_;
+    xmlNode* root_ = nullptr;
+    std::unordered_map<const xmlNs*, xmlNs*> copies_;
+    const xmlNs* lastFrom_ = nullptr;
+    xmlNs* lastTo_ = nullptr;
+};
+
+} // namespace
+
+TreePointer NewTree() {
+    TreePointer tree(xmlNewDoc(Chars("1.0")));
+    if (!tree) return nullptr;
+    tree->dict = xmlDictCreate();
+    return tree->dict ? std::move(tree) : nullptr;
+}
+
+TreePointer CopyTree(const xmlDoc* tree) {
+    TreePointer copy = NewTree();
+    if (!copy) return nullptr;
+    if (tree->URL && !(copy->URL = xmlStrdup(tree->URL))) return nullptr;
+    for (const xmlNode* child = tree->children; child; child = child->next) {
+        xmlNode* node = CopySubtree(child, true, copy.get());
+        if (!node) return nullptr;
+        LinkBefore(reinterpret_cast<xmlNode*>(copy.get()), node, nullptr);
+    }
+    return copy;
+}
+
+xmlNs* Declare(xmlNode* element, const xmlChar* prefix, const xmlChar* uri) {
+    for (xmlNs* declaration = element->nsDef; declaration; declaration = declaration->next)
+        if (xmlStrEqual(declaration->prefix, prefix))
+            return xmlStrEqual(declaration->href, uri) ? declaration : nullptr;
+    return xmlNewNs(element, uri, prefix);
+}
+
+xmlNode* CopySubtree(const xmlNode* node, bool deep, xmlDoc* target) { return Copier(target).Copy(node, deep); }
+
+void LinkBefore(xmlNode* parent, xmlNode* node, xmlNode* next) {
+    xmlNode* previous = next ? next->prev : parent->last;
+    node->parent = parent;
+    node->prev = previous;
+    node->next = next;
+    (previous ? previous->next : parent->children) = node;
+    (next ? next->prev : parent->last) = node;
+}
+
+void Unlink(xmlNode* node) {
+    xmlNode* parent = node->parent;
+    (node->prev ? node->prev->next : parent->children) = node->next;
+    (node->next ? node->next->prev : parent->last) = node->prev;
+    node->parent = node->prev = node->next = nullptr;
+}
+
+} // namespace sablot
