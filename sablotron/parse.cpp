@@ -142,12 +142,13 @@ TreePointer ParseTree(const char* text, ParseFailure& failure) {
         return nullptr;
     }
     inputPush(context.get(), input);
-    xmlCtxtUseOptions(context.get(), XML_PARSE_NOENT | XML_PARSE_NOCDATA | XML_PARSE_NONET | XML_PARSE_BIG_LINES
-                                         | (limited ? 0 : XML_PARSE_HUGE));
+    xmlCtxtUseOptions(context.get(), XML_PARSE_NOENT | XML_PARSE_NOCDATA | XML_PARSE_DTDATTR | XML_PARSE_NONET
+                                         | XML_PARSE_BIG_LINES | (limited ? 0 : XML_PARSE_HUGE));
     context->_private = &parse;
     context->sax->serror = OnError;
     context->sax->getEntity = GetEntity;
     context->sax->reference = Reference;
+    context->sax->externalSubset = nullptr; // XML_PARSE_DTDATTR, meant for the internal one, would read it
 
     xmlParseDocument(context.get());
     TreePointer tree(context->myDoc);
