@@ -3,6 +3,7 @@
 #include <exception>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "host/cli/command_line.h"
 #include "host/cli/session.h"
@@ -24,7 +25,9 @@ int Main(int argc, char** argv) {
     app.set_version_flag("--version", "kova " KOVA_VERSION);
     app.require_subcommand(1);
     app.failure_message([](const CLI::App* failed, const CLI::Error& error) {
-        std::string command = failed->get_parent() ? "kova " + failed->get_name() : "kova";
+        // Faults of a subcommand arrive as the command's own.
+        std::vector<CLI::App*> used = failed->get_subcommands();
+        std::string command = used.empty() ? "kova" : "kova " + used.front()->get_name();
         return "kova: " + std::string(error.what()) + "\nTry '" + command + " --help'.\n";
     });
     CommandLine line;
