@@ -73,9 +73,7 @@ public:
         if (text_.starts_with("\xEF\xBB\xBF")) at_ = 3;
         if (text_.substr(at_).starts_with("#!")) SkipLine();
         while (at_ < text_.size()) Step();
-        if (result_.tokens.empty() || result_.tokens.back().kind != TokenKind::END_OF_LINE) {
-            Add(TokenKind::END_OF_LINE, at_);
-        }
+        if (result_.tokens.empty() || result_.tokens.back().kind != TokenKind::END_OF_LINE) AddEndOfLine();
         Add(TokenKind::END_OF_FILE, at_);
         return std::move(result_);
     }
@@ -104,10 +102,17 @@ private:
     }
 
     void LineEnd() {
-        size_t start = at_;
-        at_ += Peek() == '\r' && Peek(1) == '\n' ? 2 : 1;
         bool hasContent = !result_.tokens.empty() && result_.tokens.back().kind != TokenKind::END_OF_LINE;
-        if (hasContent) Add(TokenKind::END_OF_LINE, start);
+        if (hasContent) AddEndOfLine();
+        at_ += Peek() == '\r' && Peek(1) == '\n' ? 2 : 1;
+    }
+
+    // A line ends behind its last word, not behind the blanks and the comment after it: errors point there.
+    void AddEndOfLine() {
+        Token& token = Add(TokenKind::END_OF_LINE, at_);
+        if (result_.tokens.size() == 1) return;
+        const Span& last = result_.tokens[result_.tokens.size() - 2].span;
+        token.span.offset = last.offset + last.length;
     }
 
     // An underscore that stands alone at the end of a line joins the next line; a comment may follow it.
@@ -220,6 +225,7 @@ private:
         if (base == 0) {
             at_++;
             diagnostics_.Error(Since(start), "unexpected \"&\" (strings are joined with \"+\")");
+            Add(TokenKind::PLUS, start);
             return;
         }
         at_ += 2;
