@@ -135,6 +135,7 @@ Document* FindDocument(SDOM_Document handle) {
 }
 
 void DestroyDocument(Document* document) {
+    *document->anchor_ = nullptr;
     document->ReleaseHandles();
     Document* previous = document->previousInSituation_;
     Document* next = document->nextInSituation_;

@@ -78,6 +78,12 @@ public:
     // The compiled stylesheet of this tree as it stands, or null.
     std::shared_ptr<CompiledStylesheet> stylesheet;
 
+    // One more than the edit count at which a query has numbered the elements of the tree; 0 when none has.
+    unsigned numberedAt = 0;
+
+    // Holds this document for as long as it is not destroyed, then null.
+    const std::shared_ptr<Document*>& Anchor() const { return anchor_; }
+
     // Caches of the navigation, see order.h and attribute_list.h.
     struct Caches;
     Caches& GetCaches();
@@ -106,6 +112,7 @@ private:
     std::map<std::pair<std::string, std::string>, xmlNs*> looseBindings_;
     xmlNs* emptyBinding_ = nullptr;
     std::unique_ptr<Caches> caches_;
+    std::shared_ptr<Document*> anchor_ = std::make_shared<Document*>(this);
     Document* previousInSituation_ = nullptr;
     Document* nextInSituation_ = nullptr;
 };

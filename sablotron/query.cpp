@@ -1,0 +1,296 @@
+// Queries: XPath 1.0 over live trees.
+#include "sablotron/bindings.h"
+#include "sablotron/call.h"
+#include "sablotron/stack_guard.h"
+#include "sablotron/xpath_rewrite.h"
+
+#include <algorithm>
+#include <deque>
+#include <libxml/globals.h>
+#include <libxml/xpathInternals.h>
+#include <list>
+#include <unordered_map>
+
+// The nodes of a result. Handles are made when an item is asked for: nodes live as long as their document.
+struct SDOM_NodeListRecord {
+    struct Item {
+        xmlNode* node;
+        SDOM_Node handle; // of a namespace declaration, which no node pointer finds again
+    };
+    std::shared_ptr<sablot::Document*> document;
+    std::vector<Item> items;
+};
+
+namespace sablot {
+namespace {
+
+constexpr std::size_t MAX_COMPILED = 128;
+constexpr unsigned long MAX_OPERATIONS = 400'000'000; // of one query: some seconds
+constexpr int MAX_DEPTH = 5000;                       // libxml2's limit on the depth of an expression
+constexpr std::size_t DEPTH_BYTES = 512;              // of the stack for one level of it
+
+struct ExpressionDeleter {
+    void operator()(xmlXPathCompExpr* expression) const { xmlXPathFreeCompExpr(expression); }
+};
+struct ContextDeleter {
+    void operator()(xmlXPathContext* context) const { xmlXPathFreeContext(context); }
+};
+struct ObjectDeleter {
+    void operator()(xmlXPathObject* object) const { xmlXPathFreeObject(object); }
+};
+using ObjectPointer = std::unique_ptr<xmlXPathObject, ObjectDeleter>;
+
+struct Query {
+    std::unique_ptr<xmlXPathCompExpr, ExpressionDeleter> expression;
+    std::vector<std::string> prefixes; // that the text uses
+    bool needsOrder = false;
+};
+
+// The bindings of one evaluation. An empty `defaultPrefix`: unprefixed names are in no namespace.
+struct Bindings {
+    std::vector<xmlNs*> declarations;
+    std::string defaultPrefix;
+
+    const xmlNs* Find(std::string_view prefix) const {
+        for (const xmlNs* declaration : declarations)
+            if (View(declaration->prefix) == prefix) return declaration;
+        return nullptr;
+    }
+};
+
+// Whether steps can find nodes in another than document order. The result must then be sorted, and that looks for the
+// way from node to node unless elements are numbered.
+bool NeedsOrder(std::string_view text) {
+    constexpr std::string_view PARTS[] = {"|", "..", "::"};
+    if (std::any_of(std::begin(PARTS), std::end(PARTS),
+                    [text](std::string_view part) { return text.find(part) != std::string_view::npos; }))
+        return true;
+    const std::size_t first = text.find("//");
+    return first != std::string_view::npos && text.find("//", first + 2) != std::string_view::npos;
+}
+
+// The compiled queries of a thread, the latest used first, and the context that they are evaluated in.
+class QueryEngine {
+public:
+    QueryEngine() : context_(xmlXPathNewContext(nullptr)) {
+        if (!context_) throw std::bad_alloc();
+        context_->error = [](void*, xmlErrorPtr) {};
+        xmlXPathContextSetCache(context_.get(), 1, -1, 0);
+    }
+
+    // Null when the text does not parse. It lives until the next call.
+    const Query* Find(std::string_view text, const std::string& defaultPrefix) {
+        std::string key = defaultPrefix + '\0';
+        key.append(text);
+        if (const auto found = index_.find(key); found != index_.end()) {
+            queries_.splice(queries_.begin(), queries_, found->second);
+            return &queries_.front().second;
+        }
+        const std::string rewritten =
+            defaultPrefix.empty() ? std::string(text) : QualifyElementNames(text, defaultPrefix);
+        Query query;
+        const GenericErrors silence;
+        Reset(0);
+        query.expression.reset(xmlXPathCtxtCompile(context_.get(), Chars(rewritten.c_str())));
+        if (!query.expression) return nullptr;
+        for (const std::string_view prefix : PrefixesOf(text)) query.prefixes.emplace_back(prefix);
+        query.needsOrder = NeedsOrder(text);
+        if (queries_.size() == MAX_COMPILED) {
+            index_.erase(queries_.back().first);
+            queries_.pop_back();
+        }
+        queries_.emplace_front(key, std::move(query));
+        index_.emplace(std::move(key), queries_.begin());
+        return &queries_.front().second;
+    }
+
+    // Null when it fails.
+    ObjectPointer Evaluate(const Query& query, xmlDoc* tree, xmlNode* node, const Bindings& bindings) {
+        const GenericErrors silence;
+        // An expression nested deeper than what is left of the stack fails, as one beyond libxml2's limit does.
+        const std::size_t remaining = RemainingStack() / DEPTH_BYTES;
+        Reset(MAX_DEPTH - static_cast<int>(std::min(remaining, static_cast<std::size_t>(MAX_DEPTH))));
+        context_->doc = tree;
+        context_->node = node;
+        std::vector<xmlNs*> declarations = bindings.declarations;
+        context_->namespaces = declarations.data();
+        context_->nsNr = static_cast<int>(declarations.size());
+        ObjectPointer value(xmlXPathCompiledEval(query.expression.get(), context_.get()));
+        Reset(0);
+        return value;
+    }
+
+private:
+    // What libxml2 says beside its structured errors.
+    class GenericErrors {
+    public:
+        GenericErrors() : handler_(xmlGenericError), data_(xmlGenericErrorContext) {
+            xmlSetGenericErrorFunc(nullptr, Drop);
+        }
+        GenericErrors(const GenericErrors&) = delete;
+        GenericErrors& operator=(const GenericErrors&) = delete;
+        ~GenericErrors() { xmlSetGenericErrorFunc(data_, handler_); }
+
+    private:
+        static void Drop(void*, const char*, ...) {}
+
+        xmlGenericErrorFunc handler_;
+        void* data_;
+    };
+
+    void Reset(int depth) {
+        context_->doc = nullptr;
+        context_->node = nullptr;
+        context_->namespaces = nullptr;
+        context_->nsNr = 0;
+        context_->opLimit = MAX_OPERATIONS;
+        context_->opCount = 0;
+        context_->depth = depth;
+        xmlResetError(&context_->lastError);
+    }
+
+    using Entry = std::pair<std::string, Query>;
+    std::unique_ptr<xmlXPathContext, ContextDeleter> context_;
+    std::list<Entry> queries_;
+    std::unordered_map<std::string, std::list<Entry>::iterator> index_;
+};
+
+// Numbers the elements of the tree, or of the detached tree, that the node is in, as libxml2 compares them. What is
+// numbered stays so until an edit.
+void NumberElements(Document& document, xmlNode* node, bool needed) {
+    xmlNode* root = node;
+    while (root->parent) root = root->parent;
+    const bool isWhole = root->type == XML_DOCUMENT_NODE;
+    if (isWhole) {
+        if (document.numberedAt == document.EditCount() + 1) return;
+        if (!needed && document.numberedAt == 0) return;
+        document.numberedAt = document.EditCount() + 1;
+    }
+    std::ptrdiff_t number = 0;
+    for (xmlNode* element = root; element; element = NextInTree(element, root))
+        if (IsElement(element)) element->content = reinterpret_cast<xmlChar*>(--number);
+}
+
+struct NodeSetDeleter {
+    void operator()(xmlNodeSet* nodes) const { xmlXPathFreeNodeSet(nodes); }
+};
+
+SDOM_NodeListRecord::Item ItemOf(Document& document, xmlNode* node) {
+    if (node->type != XML_NAMESPACE_DECL) return {node, nullptr};
+    const auto* copy = reinterpret_cast<const xmlNs*>(node);
+    auto* element = reinterpret_cast<xmlNode*>(copy->next);
+    const Binding binding = FindBinding(document, element, copy->prefix);
+    if (!binding.declaration) return {nullptr, nullptr};
+    return {nullptr, document.HandleOf(binding.declaration, binding.owner)};
+}
+
+// `named` are the bindings that the text may use, `bindings` also holds that of the default prefix.
+SDOM_Exception Run(std::string_view text, SDOM_Node handle, const Bindings& named, const Bindings& bindings,
+                   SDOM_NodeList* list) {
+    thread_local QueryEngine engine;
+    Document& document = *handle->document;
+    const Query* query = engine.Find(text, bindings.defaultPrefix);
+    if (!query) return SDOM_QUERY_PARSE_ERR;
+    for (const std::string& prefix : query->prefixes)
+        if (prefix != "xml" && !named.Find(prefix)) return SDOM_QUERY_PARSE_ERR;
+
+    xmlNode* node = handle->node;
+    xmlNode* anchor = node;
+    // A namespace declaration as XPath sees it, a node of one element.
+    const std::unique_ptr<xmlNodeSet, NodeSetDeleter> namespaceNode(xmlXPathNodeSetCreate(nullptr));
+    if (node->type == XML_NAMESPACE_DECL) {
+        anchor = handle->Owner();
+        if (!anchor || xmlXPathNodeSetAddNs(namespaceNode.get(), anchor, reinterpret_cast<xmlNs*>(node)) < 0)
+            return SDOM_QUERY_EXECUTION_ERR;
+        node = namespaceNode->nodeTab[0];
+    }
+    NumberElements(document, anchor, query->needsOrder);
+    const ObjectPointer value = engine.Evaluate(*query, document.Tree(), node, bindings);
+    if (!value || value->type != XPATH_NODESET) return SDOM_QUERY_EXECUTION_ERR;
+
+    auto result = std::make_unique<SDOM_NodeListRecord>();
+    result->document = document.Anchor();
+    if (const xmlNodeSet* nodes = value->nodesetval) {
+        result->items.reserve(static_cast<std::size_t>(nodes->nodeNr));
+        for (int i = 0; i < nodes->nodeNr; ++i) result->items.push_back(ItemOf(document, nodes->nodeTab[i]));
+    }
+    *list = result.release();
+    return SDOM_OK;
+}
+
+} // namespace
+} // namespace sablot
+
+using namespace sablot;
+
+SDOM_Exception SDOM_xql(SablotSituation situation, const char* query, SDOM_Node node, SDOM_NodeList* list) {
+    if (!list) return Record(situation, SDOM_NOT_FOUND_ERR);
+    *list = nullptr;
+    return CallOnNode(situation, node, [&](xmlNode*) {
+        Bindings bindings;
+        xmlNs defaultBinding{};
+        if (const xmlNode* root = node->document->Root()) {
+            for (xmlNs* declaration = root->nsDef; declaration; declaration = declaration->next)
+                if (declaration->prefix)
+                    bindings.declarations.push_back(declaration);
+                else
+                    defaultBinding = *declaration;
+        }
+        if (defaultBinding.href && *defaultBinding.href) {
+            bindings.defaultPrefix = "default";
+            while (bindings.Find(bindings.defaultPrefix)) bindings.defaultPrefix += '-';
+        }
+        const Bindings named = bindings;
+        if (!bindings.defaultPrefix.empty()) {
+            defaultBinding.next = nullptr;
+            defaultBinding.prefix = Chars(bindings.defaultPrefix.c_str());
+            bindings.declarations.push_back(&defaultBinding);
+        }
+        return Run(Argument(query), node, named, bindings, list);
+    });
+}
+
+SDOM_Exception SDOM_xql_ns(SablotSituation situation, const char* query, SDOM_Node node, const char* const* namespaces,
+                           SDOM_NodeList* list) {
+    if (!list) return Record(situation, SDOM_NOT_FOUND_ERR);
+    *list = nullptr;
+    return CallOnNode(situation, node, [&](xmlNode*) {
+        std::deque<xmlNs> declarations;
+        Bindings bindings;
+        for (; namespaces && namespaces[0] && namespaces[1]; namespaces += 2) {
+            if (!*namespaces[0]) continue;
+            xmlNs& declaration = declarations.emplace_back();
+            declaration = {};
+            declaration.type = XML_LOCAL_NAMESPACE;
+            declaration.prefix = Chars(namespaces[0]);
+            declaration.href = Chars(namespaces[1]);
+            bindings.declarations.push_back(&declaration);
+        }
+        return Run(Argument(query), node, bindings, bindings, list);
+    });
+}
+
+SDOM_Exception SDOM_getNodeListLength(SablotSituation situation, SDOM_NodeList list, int* length) {
+    if (length) *length = 0;
+    if (!list || !length) return Record(situation, SDOM_NOT_FOUND_ERR);
+    *length = static_cast<int>(list->items.size());
+    return Record(situation, SDOM_OK);
+}
+
+SDOM_Exception SDOM_getNodeListItem(SablotSituation situation, SDOM_NodeList list, int index, SDOM_Node* node) {
+    if (node) *node = nullptr;
+    if (!list || !node) return Record(situation, SDOM_NOT_FOUND_ERR);
+    return Call(situation, [&] {
+        if (index < 0 || static_cast<std::size_t>(index) >= list->items.size()) return SDOM_INDEX_SIZE_ERR;
+        Document* document = *list->document;
+        if (!document) return SDOM_NOT_FOUND_ERR;
+        const SDOM_NodeListRecord::Item& item = list->items[static_cast<std::size_t>(index)];
+        *node = item.handle ? item.handle : document->HandleOf(item.node);
+        return SDOM_OK;
+    });
+}
+
+SDOM_Exception SDOM_disposeNodeList(SablotSituation situation, SDOM_NodeList list) {
+    delete list;
+    return Record(situation, SDOM_OK);
+}

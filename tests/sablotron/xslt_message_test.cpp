@@ -1,0 +1,167 @@
+// Every kind of failure: one message with code, place and text, and the same code as the result of the call.
+#include "tests/sablotron/xslt_fixture.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using testing::HasSubstr;
+
+struct Failure {
+    const char* name;
+    std::string stylesheet;
+    int code;
+    const char* line; // "" for none
+    const char* node;
+    const char* text; // part of the message
+};
+
+const Failure FAILURES[] = {
+    {"NotWellFormed", "<a>\n<b></a>", 2, "2", "", "XML parser error 76: Opening and ending tag mismatch"},
+    {"Empty", "", 2, "1", "", "XML parser error 4: "},
+    {"UnboundPrefixInTheText", "<a><p:b/></a>", 2, "1", "", "XML parser error 201: "},
+    {"UnknownInstruction", Template("\n<xsl:foo/>"), 7, "2", "element '<xsl:foo>'", "foo"},
+    {"UnknownTopLevel", Sheet("\n\n<xsl:foo/>"), 7, "3", "element '<xsl:foo>'", "foo"},
+    {"UnknownInstructionOfALaterVersion",
+     "<xsl:transform version='2.0' xmlns:xsl='http://www.w3.org/1999/XSL/Transform'><xsl:template match='/'>"
+     "\n<xsl:foo/></xsl:template></xsl:transform>",
+     7, "2", "element '<xsl:foo>'", "foo"},
+    {"XPathInSelect", Template("\n<xsl:value-of select='a['/>"), 18, "2", "element '<xsl:value-of>'", "'a['"},
+    {"XPathInTest", Template("\n<xsl:if test='1 +'/>"), 18, "2", "element '<xsl:if>'", "'1 +'"},
+    {"XPathInTemplateOfValues", Template("\n<b a='{1 +}'/>"), 18, "2", "element '<b>'", "1 +"},
+    {"XPathInMatch", Sheet("\n<xsl:template match='a['/>"), 18, "2", "element '<xsl:template>'", "a["},
+    {"UnboundPrefix", Template("\n<xsl:value-of select='q:a'/>"), 24, "2", "element '<xsl:value-of>'", "q"},
+    {"UnboundPrefixOfFunction", Template("\n<xsl:value-of select='q:f()'/>"), 24, "2", "element '<xsl:value-of>'",
+     "prefix q"},
+    {"UnboundPrefixInMatch", Sheet("\n<xsl:template match='q:a'/>"), 24, "2", "element '<xsl:template>'", "q"},
+    {"UnboundPrefixInTemplateOfValues", Template("\n<b a='{1}{q:a}'/>"), 24, "2", "element '<b>'", "q"},
+    {"UndeclaredVariable", Template("\n<xsl:value-of select='$v'/>"), 46, "2", "element '<xsl:value-of>'", "'v'"},
+    {"UndeclaredVariableInCopy", Template("\n<xsl:copy-of select='$v'/>"), 46, "2", "element '<xsl:copy-of>'", "'v'"},
+    {"UnknownFunction", Template("\n<xsl:value-of select='f(1)'/>"), 51, "2", "element '<xsl:value-of>'",
+     "function f not found"},
+    {"UnknownFunctionInTest", Template("\n<xsl:if test='f(1)'/>"), 51, "2", "element '<xsl:if>'",
+     "function f not found"},
+    {"UnknownTemplate", Template("\n<xsl:call-template name='t'/>"), 52, "2", "element '<xsl:call-template>'", "'t'"},
+    {"Terminated", Template("\n<xsl:message terminate='yes'>no <b>way</b></xsl:message>"), 60, "2",
+     "element '<xsl:message>'", "xsl:message (no way) - terminating"},
+    {"MissingDocument", Template("\n<xsl:copy-of select=\"document('arg:/none')\"/>"), 65, "2",
+     "element '<xsl:copy-of>'", "'arg:/none' not found"},
+    {"MissingImport", Sheet("\n<xsl:import href='arg:/none'/>"), 65, "2", "element '<xsl:import>'",
+     "'arg:/none' not found"},
+    {"MissingInclude", Sheet("\n<xsl:include href='none.xsl'/>"), 65, "2", "element '<xsl:include>'",
+     "'arg:/none.xsl' not found"},
+    {"UnknownEncoding", Sheet("<xsl:output encoding='x-none'/>"), 69, "", "", "unknown encoding 'x-none'"},
+    {"EncodingWithZeroBytes", Sheet("<xsl:output encoding='UTF-16'/>"), 69, "", "", "unknown encoding 'UTF-16'"},
+    {"NoStylesheet", "<a/>", 1, "1", "element '<a>'", "not a stylesheet"},
+    {"WrongType", Template("\n<xsl:apply-templates select='1'/>"), 1, "2", "element '<xsl:apply-templates>'",
+     "node set"},
+    {"LateAttribute", Template("<b><c/>\n<xsl:attribute name='d'/></b>"), 1, "2", "element '<xsl:attribute>'",
+     "attribute"},
+    {"MissingAttribute", Template("\n<xsl:value-of/>"), 1, "2", "element '<xsl:value-of>'", "select"},
+    {"EndlessTemplates", Sheet("\n<xsl:template match='/' name='t'>\n<xsl:call-template name='t'/></xsl:template>"), 1,
+     "3", "element '<xsl:call-template>'", "recursion"},
+    {"EndlessRules", Sheet("<xsl:template match='text()'>\n<xsl:apply-templates select='/'/></xsl:template>"), 1, "2",
+     "element '<xsl:apply-templates>'", "recursion"},
+    {"CircularVariable", Sheet("\n<xsl:variable name='v' select='$v'/>"), 1, "2", "element '<xsl:variable>'", "v"},
+};
+
+class Messages : public XsltFixture, public testing::WithParamInterface<Failure> {};
+
+TEST_P(Messages, OneForEachFailure) {
+    const Failure& failure = GetParam();
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Transform(failure.stylesheet, "<r><a>x</a></r>"), failure.code);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(Out(), "(none)");
+    ASSERT_EQ(messages.size(), 1U) << failure.stylesheet;
+    const Message& message = messages[0];
+    EXPECT_EQ(message.code, failure.code);
+    EXPECT_EQ(message.level, 3);
+    EXPECT_EQ(message.Field("msgtype"), "error");
+    EXPECT_EQ(message.Field("code"), std::to_string(failure.code));
+    EXPECT_EQ(message.Field("module"), "Sablotron");
+    EXPECT_EQ(message.Field("line"), failure.line);
+    EXPECT_EQ(message.Field("node"), failure.node);
+    EXPECT_THAT(message.Field("msg"), HasSubstr(failure.text));
+    EXPECT_EQ(message.Field("URI"), *failure.line ? "arg:/style" : "");
+    EXPECT_EQ(message.Field("msg").find('\n'), std::string::npos);
+    // The processor works on.
+    EXPECT_EQ(Result(Template("<ok/>"), "<a/>"), "<ok/>");
+}
+
+INSTANTIATE_TEST_SUITE_P(Xslt, Messages, testing::ValuesIn(FAILURES),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+class MessageFields : public XsltFixture {};
+
+TEST_F(MessageFields, StandInTheirOrder) {
+    Transform(Template("\n<xsl:value-of select='$v'/>"), "<a/>");
+    ASSERT_EQ(messages.size(), 1U);
+    EXPECT_THAT(messages[0].fields,
+                testing::ElementsAre("msgtype:error", "code:46", "module:Sablotron", "URI:arg:/style", "line:2",
+                                     "node:element '<xsl:value-of>'", "msg:Variable 'v' has not been declared."));
+}
+
+TEST_F(MessageFields, OfXslMessageGoToLog) {
+    EXPECT_EQ(Result(Template("\n<xsl:message>one <xsl:value-of select='a'/></xsl:message><xsl:message/><ok/>"),
+                     "<a>two</a>"),
+              "<ok/>");
+    ASSERT_EQ(messages.size(), 2U);
+    EXPECT_THAT(messages[0].fields,
+                testing::ElementsAre("msgtype:warning", "code:89", "module:Sablotron", "URI:arg:/style", "line:2",
+                                     "node:element '<xsl:message>'", "msg:xsl:message (one two)"));
+    EXPECT_EQ(messages[0].level, 2);
+    EXPECT_EQ(messages[1].Field("msg"), "xsl:message ()");
+}
+
+TEST_F(MessageFields, NameTheModuleThatFails) {
+    const std::string module = Sheet("\n\n<xsl:template match='/'>\n<xsl:value-of select='$v'/></xsl:template>");
+    SablotAddArgBuffer(situation, processor, "module.xsl", module.c_str());
+    for (const char* statement : {"<xsl:import href='module.xsl'/>", "<xsl:include href='arg:/module.xsl'/>"}) {
+        EXPECT_EQ(Transform(Sheet(statement), "<a/>"), 46);
+        ASSERT_EQ(messages.size(), 1U);
+        EXPECT_EQ(messages[0].Field("URI"), "arg:/module.xsl");
+        EXPECT_EQ(messages[0].Field("line"), "4");
+    }
+    SablotAddArgBuffer(situation, processor, "module.xsl", "<a>\n<b></a>");
+    EXPECT_EQ(Transform(Sheet("<xsl:import href='module.xsl'/>"), "<a/>"), 2);
+    ASSERT_EQ(messages.size(), 1U);
+    EXPECT_EQ(messages[0].Field("URI"), "arg:/module.xsl");
+    EXPECT_EQ(messages[0].Field("line"), "2");
+}
+
+TEST_F(MessageFields, KeepLinesBeyond65535) {
+    const std::string lines(70000, '\n');
+    EXPECT_EQ(Transform(Template(lines + "<xsl:value-of select='$v'/>"), "<a/>"), 46);
+    ASSERT_EQ(messages.size(), 1U);
+    EXPECT_EQ(messages[0].Field("line"), "70001");
+}
+
+TEST_F(MessageFields, OfAStylesheetThatIsParsed) {
+    SDOM_Document document = nullptr;
+    const std::string text = Template("\n<xsl:value-of select='a['/>");
+    EXPECT_EQ(SablotParseStylesheetBuffer(situation, text.c_str(), &document), 18);
+    documents.push_back(document);
+    ASSERT_EQ(messages.size(), 1U);
+    EXPECT_EQ(messages[0].Field("line"), "2");
+    EXPECT_EQ(messages[0].Field("node"), "element '<xsl:value-of>'");
+    EXPECT_EQ(messages[0].Field("URI"), "arg:/style");
+}
+
+// A failure that EXSLT lets a stylesheet pass is none.
+TEST_F(MessageFields, AreNotSentForWhatIsNoFailure) {
+    EXPECT_EQ(Result("<xsl:stylesheet version='1.0' xmlns:xsl='http://www.w3.org/1999/XSL/Transform' "
+                     "xmlns:dyn='http://exslt.org/dynamic' exclude-result-prefixes='dyn'><xsl:template match='/'>"
+                     "<b><xsl:value-of select=\"dyn:evaluate('a[')\"/></b></xsl:template></xsl:stylesheet>",
+                     "<a/>"),
+              "<b/>");
+    EXPECT_TRUE(messages.empty());
+    EXPECT_EQ(Result("<xsl:stylesheet version='2.0' xmlns:xsl='http://www.w3.org/1999/XSL/Transform'>"
+                     "<xsl:template match='/'><xsl:foo><xsl:fallback><b/></xsl:fallback></xsl:foo></xsl:template>"
+                     "</xsl:stylesheet>",
+                     "<a/>"),
+              "<b/>");
+    EXPECT_TRUE(messages.empty());
+}
+
+} // namespace
