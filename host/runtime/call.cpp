@@ -3,11 +3,14 @@
 #include "host/runtime/encoding.h"
 #include "host/runtime/exception.h"
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 #include <new>
 #include <stdexcept>
 #include <string>
 #include <unordered_map>
+#include <utility>
 
 namespace host {
 
@@ -36,6 +39,36 @@ std::vector<Kind> ArgumentKinds(const Signature& signature, bool withObject) {
     return kinds;
 }
 
+// cdecl passes words alike whatever they mean, and drops of a result what is not there.
+template <size_t... INDEX>
+int32_t CallWithWords(void* function, const Slot* arguments, std::index_sequence<INDEX...>) {
+    using Function = int32_t (*)(decltype(static_cast<void>(INDEX), int32_t())...);
+    return reinterpret_cast<Function>(function)(arguments[INDEX].integer...);
+}
+
+template <size_t COUNT>
+int32_t CallWithCount(void* function, const Slot* arguments) {
+    return CallWithWords(function, arguments, std::make_index_sequence<COUNT>());
+}
+
+// Calls of this many words and no wide argument or result, which are nearly all, go straight to the function.
+constexpr std::array WORD_CALLS = {CallWithCount<0>, CallWithCount<1>, CallWithCount<2>, CallWithCount<3>,
+                                   CallWithCount<4>, CallWithCount<5>, CallWithCount<6>};
+
+void CallThroughFfi(const CallShape& shape, void* function, const Slot* arguments, Slot* result) {
+    const size_t count = shape.types.size();
+    void* few[FEW_ARGUMENTS];
+    std::vector<void*> many;
+    void** values = few;
+    if (count > FEW_ARGUMENTS) {
+        many.resize(count);
+        values = many.data();
+    }
+    for (size_t i = 0; i < count; ++i) values[i] = const_cast<Slot*>(&arguments[i]);
+    auto* cif = const_cast<ffi_cif*>(&shape.cif); // libffi only reads it
+    ffi_call(cif, reinterpret_cast<void (*)()>(function), result, values);
+}
+
 } // namespace
 
 const CallShape* ShapeOf(const std::vector<Kind>& arguments, Kind result) {
@@ -52,6 +85,9 @@ const CallShape* ShapeOf(const std::vector<Kind>& arguments, Kind result) {
         shape->isWide.push_back(kind == Kind::DOUBLE ? 1 : 0);
         shape->types.push_back(FfiType(kind));
     }
+    bool hasWide =
+        result == Kind::DOUBLE || std::find(arguments.begin(), arguments.end(), Kind::DOUBLE) != arguments.end();
+    if (!hasWide && arguments.size() < WORD_CALLS.size()) shape->wordCall = WORD_CALLS[arguments.size()];
     if (ffi_prep_cif(&shape->cif, FFI_DEFAULT_ABI, static_cast<unsigned>(arguments.size()), FfiType(result),
                      shape->types.data())
         != FFI_OK) {
@@ -72,17 +108,12 @@ const CallShape* SetterShapeOf(const Signature& signature, bool withObject) {
 
 void CallNative(const CallShape* shape, void* function, const Slot* arguments, Slot* result) {
     const size_t mark = ConversionPoolMark();
-    auto* cif = const_cast<ffi_cif*>(&shape->cif); // libffi only reads it
-    const size_t count = shape->types.size();
-    void* few[FEW_ARGUMENTS];
-    std::vector<void*> many;
-    void** values = few;
-    if (count > FEW_ARGUMENTS) {
-        many.resize(count);
-        values = many.data();
+    if (shape->wordCall) {
+        int32_t word = shape->wordCall(function, arguments);
+        if (result) result->integer = word;
+    } else {
+        CallThroughFfi(*shape, function, arguments, result);
     }
-    for (size_t i = 0; i < count; ++i) values[i] = const_cast<Slot*>(&arguments[i]);
-    ffi_call(cif, reinterpret_cast<void (*)()>(function), result, values);
     ReleaseConversionPool(mark);
 }
 

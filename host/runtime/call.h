@@ -32,6 +32,7 @@ struct CallShape {
     Kind result;
     std::vector<ffi_type*> types;
     ffi_cif cif;
+    int32_t (*wordCall)(void* function, const Slot* arguments) = nullptr; // a direct call, where libffi is not needed
 };
 
 // The object (if any) counts as the first argument.

@@ -12,6 +12,8 @@
 
 namespace host {
 
+size_t detail::conversionPoolSize = 0;
+
 namespace {
 
 // The first row with a name decides which value the name stands for.
@@ -151,13 +153,13 @@ String* ConvertStringPooled(String* string, uint32_t target) {
     StringRef converted = ConvertString(string, target);
     if (converted.Get() == string) return string; // the caller's own reference keeps it
     Pool().push_back(converted);
+    detail::conversionPoolSize = Pool().size();
     return converted.Get();
 }
 
-size_t ConversionPoolMark() { return Pool().size(); }
-
-void ReleaseConversionPool(size_t mark) {
-    if (Pool().size() > mark) Pool().resize(mark);
+void detail::ShrinkConversionPool(size_t size) {
+    conversionPoolSize = size;
+    Pool().resize(size);
 }
 
 bool IsValidUTF8(std::string_view bytes) {

@@ -3,6 +3,7 @@
 
 #include "host/runtime/string.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
@@ -40,9 +41,16 @@ StringRef ConvertString(String* string, uint32_t target);
 // made returns. Outside any native call it stays until the next one returns.
 String* ConvertStringPooled(String* string, uint32_t target);
 
-// The pool's height, and release of everything above a mark. Used by NativeCall around each call.
-size_t ConversionPoolMark();
-void ReleaseConversionPool(size_t mark);
+namespace detail {
+extern size_t conversionPoolSize;
+void ShrinkConversionPool(size_t size);
+} // namespace detail
+
+// The pool's height, and release of everything above a mark. Used around each native call.
+inline size_t ConversionPoolMark() { return detail::conversionPoolSize; }
+inline void ReleaseConversionPool(size_t mark) {
+    if (detail::conversionPoolSize > mark) detail::ShrinkConversionPool(mark);
+}
 
 // Whether the bytes are well-formed UTF-8 (RFC 3629).
 bool IsValidUTF8(std::string_view bytes);

@@ -2,8 +2,9 @@
 
 #include "host/runtime/class.h"
 #include "host/runtime/exception.h"
+#include "host/runtime/small_blocks.h"
 
-#include <cstdlib>
+#include <cstring>
 #include <vector>
 
 namespace host {
@@ -34,6 +35,11 @@ void CallHooks(Object* object, Class* level) {
     if (level->nativeDestructor) reinterpret_cast<NativeHook>(level->nativeDestructor)(object);
 }
 
+void FreeMemory(Object* object) {
+    --object->cls->liveCount;
+    SmallBlocks::Free(object, static_cast<size_t>(object->cls->objectSize));
+}
+
 uint32_t CountOf(const Object* object) { return object->references & Object::COUNT_MASK; }
 
 void SetState(Object* object, uint32_t state, uint32_t count) {
@@ -58,22 +64,23 @@ void Destroy(Object* object) {
     SetState(object, DYING, DYING_COUNT);
     if (cls->hasFinalizer && !(object->references & FINALIZED) && FinalizeAndCheckSaved(object)) return;
     for (Class* level = cls; level; level = level->super) CallHooks(object, level);
-    --cls->liveCount;
     if (uint32_t count = CountOf(object); count > DYING_COUNT) {
         SetState(object, DEAD, count - DYING_COUNT);
     } else {
-        std::free(object);
+        FreeMemory(object);
     }
 }
 
 } // namespace
 
 Object* NewObject(Class* cls) {
-    auto* object = static_cast<Object*>(std::calloc(1, static_cast<size_t>(cls->objectSize)));
+    auto size = static_cast<size_t>(cls->objectSize);
+    auto* object = static_cast<Object*>(SmallBlocks::Allocate(size));
     if (!object) {
         RaiseOutOfMemory();
         return nullptr;
     }
+    std::memset(object, 0, size);
     object->cls = cls;
     object->references = 1;
     ++cls->liveCount;
@@ -91,7 +98,7 @@ Object* NewObject(std::string_view className) {
 
 void ReleaseObject(Object* object) {
     if (object->references & DEAD) {
-        std::free(object);
+        FreeMemory(object);
         return;
     }
     std::vector<Object*>& waiting = WaitingObjects();

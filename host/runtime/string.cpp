@@ -2,10 +2,10 @@
 
 #include "host/runtime/encoding.h"
 #include "host/runtime/exception.h"
+#include "host/runtime/small_blocks.h"
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdlib>
 #include <cstring>
 
 namespace host {
@@ -14,12 +14,13 @@ namespace {
 
 uint32_t liveStrings = 0;
 
+size_t SizeOf(uint32_t length) { return offsetof(String, bytes) + length + 1; }
+
 } // namespace
 
 String* AllocateString(uint32_t length, uint32_t encoding) {
     // The length leaves room for header and NUL within 32 bits.
-    auto* string =
-        length < 0xFFFFFF00 ? static_cast<String*>(std::malloc(offsetof(String, bytes) + length + 1)) : nullptr;
+    auto* string = length < 0xFFFFFF00 ? static_cast<String*>(SmallBlocks::Allocate(SizeOf(length))) : nullptr;
     if (!string) {
         RaiseOutOfMemory();
         return nullptr;
@@ -45,7 +46,7 @@ String* BuildString(const char* bytes, int32_t length, uint32_t encoding) {
 
 void FreeString(String* string) {
     --liveStrings;
-    std::free(string);
+    SmallBlocks::Free(string, SizeOf(string->length));
 }
 
 uint32_t LiveStringCount() { return liveStrings; }
