@@ -151,6 +151,12 @@ Property& PropertyOf(const ObjectRef& object, std::string_view name) {
     return *property;
 }
 
+// Handlers of classes that could not be removed.
+std::vector<std::shared_ptr<void>>& OutlivedBindings() {
+    static auto& bindings = *new std::vector<std::shared_ptr<void>>;
+    return bindings;
+}
+
 std::string Describe(Object* exception) {
     int32_t number = 0;
     StringRef message;
@@ -176,7 +182,7 @@ void ThrowPending() {
 }
 
 Value Call(const ObjectRef& object, std::string_view member, Arguments arguments) {
-    ObjectRef self = object; // the call must not lose it
+    const ObjectRef self = ObjectRef::Share(object.Get()); // the call must not lose it
     return Invoke(NotNil(self), Choose(self.Get()->cls->FindMethods(MemberName(member)), member, arguments));
 }
 
@@ -191,7 +197,7 @@ Value CallGlobal(std::string_view function, std::initializer_list<Value> argumen
 }
 
 void Assign(const ObjectRef& object, std::string_view member, std::initializer_list<Value> arguments, Value value) {
-    ObjectRef self = object;
+    const ObjectRef self = ObjectRef::Share(object.Get());
     Chosen chosen = Choose(NotNil(self)->cls->FindMethods(MemberName(member)), member,
                            Arguments(arguments.begin(), arguments.size()));
     Method& method = *chosen.method;
@@ -225,7 +231,7 @@ ObjectRef Create(std::string_view className, std::initializer_list<Value> argume
 Value GetProperty(const ObjectRef& object, std::string_view name) {
     const Property& property = PropertyOf(object, name);
     if (property.read == Access::NONE) throw DefinitionError("property " + property.name + " cannot be read");
-    ObjectRef self = object;
+    const ObjectRef self = ObjectRef::Share(object.Get());
     Value value = FromSlot(property.type.kind, ReadProperty(self.Get(), property));
     ThrowPending();
     return value;
@@ -237,7 +243,7 @@ void SetProperty(const ObjectRef& object, std::string_view name, Value value) {
     if (property.write == Access::NONE || !assigned) {
         throw DefinitionError("property " + property.name + " cannot be assigned this value");
     }
-    ObjectRef self = object;
+    const ObjectRef self = ObjectRef::Share(object.Get());
     WriteProperty(self.Get(), property, assigned->Get());
     ThrowPending();
 }
@@ -252,10 +258,9 @@ HandlerClass::HandlerClass(std::string_view superName, std::string_view name) {
 }
 
 HandlerClass::~HandlerClass() {
-    // Objects that outlive this one go on being served.
-    static auto& outlived = *new std::vector<std::unique_ptr<Binding>>;
     if (RemoveClass(cls_)) return;
-    for (auto& binding : bindings_) outlived.push_back(std::move(binding));
+    // Objects that outlive this one go on being served.
+    for (auto& binding : bindings_) OutlivedBindings().push_back(std::move(binding));
 }
 
 HandlerClass& HandlerClass::On(std::string_view event, Handler handler) {

@@ -36,7 +36,7 @@ inline void UnlockString(String* string) {
     if (string && --string->references == 0) FreeString(string);
 }
 
-inline std::string_view StringView(const String* string) { return string ? string->View() : std::string_view("", 0); }
+inline std::string_view StringView(const String* string) { return string ? string->View() : std::string_view(""); }
 inline const char* StringBytes(const String* string) { return string ? string->bytes : ""; }
 
 // A new string: the two joined, in the encoding they share. If they differ, the right one is converted to the left
