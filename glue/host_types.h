@@ -28,6 +28,6 @@ using HostFunction = void (*)();
 // Maps the name of a host service to its function, 0 if the host has none of that name.
 using HostResolver = HostFunction (*)(const char* name);
 
-static_assert(sizeof(KOVAObject) == 4 && sizeof(HostFunction) == 4, "the interface is 32 bits wide");
+static_assert(sizeof(void*) == 4 && sizeof(HostFunction) == 4, "the interface is 32 bits wide");
 
 } // namespace kova
