@@ -1,9 +1,9 @@
 #include "sablotron/output.h"
 
+#include "sablotron/encoding.h"
 #include "sablotron/tree.h"
 
 #include <libxml/HTMLtree.h>
-#include <libxml/encoding.h>
 #include <libxml/xmlsave.h>
 #include <libxslt/imports.h>
 #include <libxslt/xslt.h>
@@ -13,11 +13,6 @@
 
 namespace sablot {
 namespace {
-
-struct HandlerDeleter {
-    void operator()(xmlCharEncodingHandler* handler) const { xmlCharEncCloseFunc(handler); }
-};
-using Handler = std::unique_ptr<xmlCharEncodingHandler, HandlerDeleter>;
 
 struct OutputDeleter {
     void operator()(xmlOutputBuffer* output) const { xmlOutputBufferClose(output); }
@@ -36,13 +31,17 @@ int Append(void* text, const char* bytes, int length) {
     return length;
 }
 
-// Sets fields of the compiled stylesheet that say how to write, for as long as it lives.
+// Sets what says how to write in the compiled stylesheet, for as long as it lives, and in the result. libxml2 writes
+// UTF-8; naming the encoding keeps it from replacing characters beyond ASCII.
 class OutputSettings {
 public:
-    OutputSettings(xsltStylesheet* stylesheet, const std::string& encoding)
+    OutputSettings(xsltStylesheet* stylesheet, xmlDoc* result, const std::string& encoding)
         : stylesheet_(stylesheet),
           encoding_(std::exchange(stylesheet->encoding, xmlStrdup(Chars(encoding.c_str())))),
-          omitDeclaration_(std::exchange(stylesheet->omitXmlDeclaration, 1)) {}
+          omitDeclaration_(std::exchange(stylesheet->omitXmlDeclaration, 1)) {
+        xmlFree(const_cast<xmlChar*>(result->encoding));
+        result->encoding = xmlStrdup(Chars(encoding.c_str()));
+    }
     OutputSettings(const OutputSettings&) = delete;
     OutputSettings& operator=(const OutputSettings&) = delete;
     ~OutputSettings() {
@@ -73,37 +72,22 @@ std::string OutputEncoding(const SablotProcessorRecord& processor, xsltStyleshee
     return encoding && *encoding ? Chars(encoding) : "UTF-8";
 }
 
-bool IsWritable(const std::string& encoding) {
-    const Handler handler(xmlFindCharEncodingHandler(encoding.c_str()));
-    if (!handler) return false;
-    std::string text;
-    {
-        const std::unique_ptr<xmlOutputBuffer, OutputDeleter> output(
-            xmlOutputBufferCreateIO(Append, nullptr, &text, xmlFindCharEncodingHandler(encoding.c_str())));
-        if (!output || xmlOutputBufferWriteString(output.get(), "<a/>") < 0 || xmlOutputBufferFlush(output.get()) < 0)
-            return false;
-    }
-    return !text.empty() && text.find('\0') == std::string::npos;
-}
-
 std::optional<std::string> ResultText(xmlDoc* result, xsltStylesheet* stylesheet, const std::string& encoding) {
     const std::string_view method = View(OutputValue<xmlChar*>(stylesheet, &xsltStylesheet::method, nullptr));
     const bool isText = method == "text";
     const bool isHtml = method == "html" || (method.empty() && result->type == XML_HTML_DOCUMENT_NODE);
-    const bool declares = !isText && !isHtml && OutputValue(stylesheet, &xsltStylesheet::omitXmlDeclaration, -1) != 1;
     std::string text;
+    if (!isText && !isHtml && OutputValue(stylesheet, &xsltStylesheet::omitXmlDeclaration, -1) != 1)
+        text = Declaration(result, stylesheet, encoding);
     {
         const std::unique_ptr<xmlOutputBuffer, OutputDeleter> output(
-            xmlOutputBufferCreateIO(Append, nullptr, &text, xmlFindCharEncodingHandler(encoding.c_str())));
+            xmlOutputBufferCreateIO(Append, nullptr, &text, nullptr));
         if (!output) return std::nullopt;
-        if (declares) xmlOutputBufferWriteString(output.get(), Declaration(result, stylesheet, encoding).c_str());
-        const OutputSettings settings(stylesheet, encoding);
+        const OutputSettings settings(stylesheet, result, encoding);
         if (xsltSaveResultTo(output.get(), result, stylesheet) < 0) return std::nullopt;
-        const bool endsLine = OutputValue(stylesheet, &xsltStylesheet::indent, -1) != 0 && result->children;
-        if (!isText && !isHtml && !endsLine) xmlOutputBufferWriteString(output.get(), "\n");
-        if (xmlOutputBufferFlush(output.get()) < 0 || output->error != 0) return std::nullopt;
     }
-    return text;
+    if (!isText && !isHtml && !text.ends_with('\n')) text += '\n';
+    return Encode(std::move(text), encoding);
 }
 
 } // namespace sablot

@@ -13,9 +13,6 @@ namespace sablot {
 // The encoding that a run writes: the processor's, else that of xsl:output, else UTF-8.
 std::string OutputEncoding(const SablotProcessorRecord& processor, xsltStylesheet* stylesheet);
 
-// Whether text of the encoding can be written and holds no zero byte.
-bool IsWritable(const std::string& encoding);
-
 // The result as xsl:output says. The XML declaration always names the encoding and is followed directly by the content;
 // xml and html end with a line break. Null when it cannot be written. May add the META element of html to the tree.
 std::optional<std::string> ResultText(xmlDoc* result, xsltStylesheet* stylesheet, const std::string& encoding);

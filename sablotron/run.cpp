@@ -1,4 +1,5 @@
 #include "sablotron/document.h"
+#include "sablotron/encoding.h"
 #include "sablotron/instructions.h"
 #include "sablotron/output.h"
 #include "sablotron/sandbox.h"
@@ -95,7 +96,7 @@ private:
         stylesheet->AddModules(errors_);
 
         const std::string encoding = OutputEncoding(*processor_, stylesheet->Get());
-        if (!IsWritable(encoding)) {
+        if (!IsWritableEncoding(encoding)) {
             Fail(CODE_UNKNOWN_ENCODING, "unknown encoding '" + encoding + "'");
             return false;
         }
