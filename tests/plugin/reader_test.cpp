@@ -177,7 +177,9 @@ TEST(Reader, ResetLeavesNoParserEvents) {
     EXPECT_EQ(Call(reader, "Reset", {"no-such"}).Integer(), 1);
     SetProperty(reader, "SetDefaultHandler", true); // without user data
     EXPECT_THAT(trace.Parse(reader, "<a/>"), ElementsAre("StartDocument()", "XmlReaderException 18: unknown encoding"));
-    EXPECT_EQ(Call(reader, "Reset", {"UTF-8"}).Integer(), 1);
+    const Value lastEncoding("UTF-8");
+    KeepInReach(lastEncoding);
+    EXPECT_EQ(Call(reader, "Reset", {lastEncoding}).Integer(), 1);
     SetProperty(reader, "SetDefaultHandlerExpand", true);
     EXPECT_THAT(trace.Parse(reader, "<a/>"), ElementsAre("StartDocument()", "EndDocument()"));
 }
@@ -385,7 +387,9 @@ TEST(Reader, KeepsNoReferenceButTheDeliberateOnes) {
         });
         const ObjectRef reader = trace.NewReader({"UTF-8", "|"});
         trace.Parse(reader, host::NewFolderItem(path));
-        Call(reader, "Reset", {"ISO-8859-1"});
+        const Value encoding("ISO-8859-1");
+        KeepInReach(encoding);
+        Call(reader, "Reset", {encoding});
         GetProperty(reader, "Base");
         trace.Parse(reader, "<a></b>");
         trace.Events("<!DOCTYPE a SYSTEM 'x'><a/>");

@@ -25,7 +25,20 @@ std::string AttributesText(const ObjectRef& list) {
     return text + "]";
 }
 
+void KeepWordInReach(const ObjectRef& reader, int offset) {
+    static auto& words = *new std::vector<void*>;
+    words.push_back(host::DataAt<void*>(reader.Get(), ReaderClass()->dataOffset + offset));
+}
+
 } // namespace
+
+void KeepInReach(const Value& encoding) {
+    static auto& encodings = *new std::vector<host::String*>;
+    encodings.push_back(encoding.GetString().Get());
+}
+
+void KeepMainParserInReach(const ObjectRef& reader) { KeepWordInReach(reader, 4); }
+void KeepEntityParserInReach(const ObjectRef& reader) { KeepWordInReach(reader, 8); }
 
 std::string ModelText(const ObjectRef& model) {
     static constexpr const char* TYPES[] = {"EMPTY", "ANY", "MIXED", "NAME", "CHOICE", "SEQ"};
@@ -73,6 +86,7 @@ ReaderTrace& ReaderTrace::On(const std::string& event, Handler handler) {
 }
 
 ObjectRef ReaderTrace::NewReader(std::initializer_list<Value> arguments) const {
+    if (arguments.size() > 0) KeepInReach(*arguments.begin());
     return readers_.Create(arguments, "Constructor");
 }
 
