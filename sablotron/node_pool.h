@@ -42,6 +42,8 @@ public:
 
     NodeHandle* Take(xmlNode* node, Document* document);
     void Release(NodeHandle* handle);
+    // Handles there is memory for.
+    std::size_t Capacity() const { return chunks_.size() * CHUNK_SIZE; }
 
 private:
     static constexpr std::size_t CHUNK_SIZE = 4096;    // handles

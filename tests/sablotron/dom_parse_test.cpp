@@ -1,0 +1,162 @@
+// Parsing: what reaches the tree, what is refused, and that nothing outside the buffer is read.
+#include "tests/sablotron/dom_support.h"
+
+#include "sablotron/parse.h"
+
+#include <fstream>
+#include <gmock/gmock.h>
+
+namespace sablot::test {
+namespace {
+
+struct TreeCase {
+    const char* source;
+    const char* markup; // serialised, without the XML declaration
+};
+
+class ParseTest : public testing::TestWithParam<TreeCase> {};
+
+TEST_P(ParseTest, GivesTree) {
+    Dom dom;
+    EXPECT_EQ(dom.Markup(dom.Parse(GetParam().source)), GetParam().markup);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Sources, ParseTest,
+    testing::Values(
+        TreeCase{"<a x=\"1&#10;2&lt;&gt;&amp;&quot;'\">v &gt; ]]&gt; \" '<e></e></a>",
+                 "<a x=\"1&#10;2&lt;&gt;&amp;&quot;'\">v &gt; ]]&gt; \" '<e/></a>"},
+        TreeCase{"<!--c-->\n<?q e?>\n<a>\n<!--a-->\n<?p d?></a>\n<!--z-->\n",
+                 "<!--c--><?q e?><a>\n<!--a-->\n<?p d?></a><!--z-->"},
+        TreeCase{"<a xmlns:p='u'><p:b xmlns:p='u'/><c xmlns:p='v'><p:d/></c></a>",
+                 "<a xmlns:p=\"u\"><p:b/><c xmlns:p=\"v\"><p:d/></c></a>"},
+        TreeCase{"<!DOCTYPE a [<!ENTITY y 'x<q/>'><!ATTLIST a d CDATA 'v'>]><a>&y;</a>", "<a d=\"v\">x<q/></a>"},
+        // Attribute types of the internal subset normalise values; comments and PIs in it are not the document's.
+        TreeCase{"<!DOCTYPE a [<!--n--><?n n?><!ATTLIST a t NMTOKENS #IMPLIED>]><a t='  x   y '/>", "<a t=\"x y\"/>"},
+        TreeCase{"<!DOCTYPE a [<!ATTLIST a xmlns CDATA #FIXED 'u' p:q CDATA 'v' xmlns:p CDATA 'w'>]><a/>",
+                 "<a xmlns=\"u\" xmlns:p=\"w\" p:q=\"v\"/>"},
+        TreeCase{"<a x='1\t2\n3'>\r\n&#13;\t</a>", "<a x=\"1 2 3\">\n&#13;\t</a>"},
+        TreeCase{"<a>x<![CDATA[<y>]]>z</a>", "<a>x&lt;y&gt;z</a>"},
+        // External subsets are skipped silently, found or not.
+        TreeCase{"<!DOCTYPE a SYSTEM 'no-such-file.dtd'><a/>", "<a/>"},
+        TreeCase{"<!DOCTYPE a PUBLIC '-//X//Y' 'http://localhost:1/z.dtd'><a/>", "<a/>"},
+        TreeCase{"<!DOCTYPE a [<!ENTITY % p SYSTEM 'no-such-file.ent'> %p;]><a/>", "<a/>"},
+        TreeCase{"\xEF\xBB\xBF<a>\xC3\xA4</a>", "<a>\xC3\xA4</a>"},
+        TreeCase{"<?xml version='1.0' encoding='ISO-8859-1'?><\xE4 \xF6='\xFC'>\xDF</\xE4>",
+                 "<\xC3\xA4 \xC3\xB6=\"\xC3\xBC\">\xC3\x9F</\xC3\xA4>"},
+        TreeCase{"<?xml version='1.0' encoding='windows-1252'?><a>\x80</a>", "<a>\xE2\x82\xAC</a>"},
+        TreeCase{"<?xml version='1.0' encoding='Shift_JIS'?><a>\x83\x5C</a>", "<a>\xE3\x82\xBD</a>"},
+        TreeCase{"<?xml version='1.0' encoding='KOI8-R'?><a>\xC1</a>", "<a>\xD0\xB0</a>"}));
+
+TEST(Parse, JoinsTextOfEverySourceIntoOneNode) {
+    Dom dom;
+    for (const char* source :
+         {"<a>x<![CDATA[y]]>z&amp;&#65;</a>",
+          "<!DOCTYPE a [<!ENTITY e 'f<![CDATA[g]]>h'><!ENTITY i 'j'>]><a>x&e;y&i;&i;<![CDATA[k]]>z</a>"}) {
+        SDOM_Node root = dom.Root(dom.Parse(source));
+        EXPECT_EQ(dom.Count(root), 1) << source;
+        EXPECT_EQ(dom.Get<SDOM_NodeType>(SDOM_getNodeType, dom.Child(root, 0)), SDOM_TEXT_NODE) << source;
+    }
+}
+
+struct FailureCase {
+    const char* source;
+    int line;
+    const char* text; // contained in the message
+};
+
+class ParseFailureTest : public testing::TestWithParam<FailureCase> {};
+
+TEST_P(ParseFailureTest, GivesEmptyDocument) {
+    Dom dom;
+    SDOM_Document document = dom.Parse(GetParam().source, 2);
+    EXPECT_EQ(dom.Markup(document), "");
+    // The document is as good as a new one.
+    EXPECT_EQ(SDOM_appendChild(dom.situation, Dom::Node(document), dom.Make(SDOM_createElement, document, "a")), 0);
+
+    ParseFailure failure;
+    EXPECT_EQ(ParseTree(GetParam().source, failure), nullptr);
+    EXPECT_EQ(failure.line, GetParam().line);
+    EXPECT_THAT(failure.text, testing::StartsWith("XML parser error " + std::to_string(failure.code) + ": "));
+    EXPECT_THAT(failure.text, testing::HasSubstr(GetParam().text));
+    EXPECT_THAT(failure.text, testing::Not(testing::EndsWith("\n")));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Sources, ParseFailureTest,
+    testing::Values(FailureCase{"", 1, "empty"}, FailureCase{"x", 1, "Start tag"},
+                    FailureCase{"<a>\n<b>\n</a>", 3, "mismatch"}, FailureCase{"<a/>\n<b/>", 2, "Extra content"},
+                    FailureCase{"<a>\n<p:b/></a>", 2, "prefix p"}, FailureCase{"<a xmlns:p=''/>", 1, "xmlns:p"},
+                    FailureCase{"<a>\n&b;</a>", 2, "'b'"},
+                    // The first failure counts, also when a later one is of the worse kind.
+                    FailureCase{"<a><p:b/>\n<c></a>", 1, "prefix p"}, FailureCase{"<a p:x='1'/>", 1, "prefix p"},
+                    FailureCase{"<a x='1' x='2'/>", 1, "redefined"}, FailureCase{"<a>\xFF</a>", 1, "UTF-8"},
+                    FailureCase{"<?xml version='1.0' encoding='no-such'?><a/>", 1, "no-such"},
+                    FailureCase{"<!DOCTYPE a [<!ENTITY e SYSTEM '/etc/passwd'>]>\n<a>&e;</a>", 2, "'e'"},
+                    FailureCase{"<!DOCTYPE a [<!ENTITY e SYSTEM '/etc/passwd'>]>\n<a x='&e;'/>", 2, "'e'"},
+                    // What only the skipped subset could declare is not known.
+                    FailureCase{"<!DOCTYPE a SYSTEM 'x.dtd'><a>\n&nbsp;</a>", 2, "'nbsp'"},
+                    FailureCase{"<!DOCTYPE a SYSTEM 'x.dtd'><a x='&nbsp;'/>", 1, "nbsp"}));
+
+TEST(Parse, ReadsNothingButTheBuffer) {
+    std::string path = testing::TempDir() + "dom_parse_secret.xml";
+    std::ofstream(path) << "<!ENTITY secret 'found'><!ATTLIST a secret CDATA 'found'>";
+    Dom dom;
+    EXPECT_EQ(dom.Markup(dom.Parse("<!DOCTYPE a SYSTEM '" + path + "'><a/>")), "<a/>");
+    EXPECT_EQ(dom.Markup(dom.Parse("<!DOCTYPE a [<!ENTITY % p SYSTEM '" + path + "'> %p;]><a/>")), "<a/>");
+    dom.Parse("<!DOCTYPE a [<!ENTITY % p SYSTEM '" + path + "'> %p;]><a>&secret;</a>", 2);
+    std::ofstream(path) << "<found/>";
+    dom.Parse("<!DOCTYPE a [<!ENTITY e SYSTEM '" + path + "'>]><a>&e;</a>", 2);
+}
+
+// Ten entities, each ten times the one before.
+std::string EntityBomb(const std::string& encoding) {
+    std::string text = "<?xml version='1.0' encoding='" + encoding + "'?><!DOCTYPE a [<!ENTITY e0 'lol'>";
+    for (int i = 1; i < 10; ++i) {
+        text += "<!ENTITY e" + std::to_string(i) + " '";
+        for (int j = 0; j < 10; ++j) text += "&e" + std::to_string(i - 1) + ";";
+        text += "'>";
+    }
+    return text + "]><a>&e9;</a>";
+}
+
+TEST(Parse, StopsEntityBombs) {
+    Dom dom;
+    dom.Parse(EntityBomb("UTF-8"), 2);
+    // An escape sequence inside the keyword, which the decoder drops, hides it from a search in the bytes.
+    std::string hidden = EntityBomb("ISO-2022-JP");
+    for (std::size_t at = 0; (at = hidden.find("<!ENTITY", at)) != std::string::npos; at += 8)
+        hidden.insert(at + 4, "\x1B(B");
+    dom.Parse(hidden, 2);
+}
+
+TEST(Parse, KnowsNoLimitsWithoutEntities) {
+    Dom dom;
+    std::string text(12'000'000, 'x'); // beyond libxml2's own limit
+    SDOM_Document document = dom.Parse("<a>" + text + "</a>");
+    EXPECT_EQ(dom.Value(dom.Child(dom.Root(document), 0)).size(), text.size());
+    dom.Parse("<!DOCTYPE a [<!ENTITY e 'x'>]><a>" + text + "</a>", 2);
+}
+
+TEST(Parse, KeepsLineNumbersBeyond65535) {
+    std::string source = "<a>" + std::string(70'000, '\n') + "<b>x</b></a>";
+    ParseFailure failure;
+    TreePointer tree = ParseTree(source.c_str(), failure);
+    ASSERT_TRUE(tree);
+    EXPECT_EQ(xmlGetLineNo(xmlDocGetRootElement(tree.get())->last), 70'001);
+    source.insert(source.size() - 4, "</c>");
+    EXPECT_FALSE(ParseTree(source.c_str(), failure));
+    EXPECT_EQ(failure.line, 70'001);
+}
+
+TEST(Parse, WritesNothingToStandardError) {
+    testing::internal::CaptureStderr();
+    Dom dom;
+    for (const char* source : {"<a", "<p:a/>", "<!DOCTYPE a [<!ENTITY e SYSTEM 'http://localhost:1/'>]><a>&e;</a>",
+                               "<?xml version='1.0' encoding='x'?><a/>", "<?xml version='1.0' encoding='UTF-16'?><a/>"})
+        SablotDestroyDocument(dom.situation, dom.Parse(source, 2));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+} // namespace
+} // namespace sablot::test
