@@ -69,6 +69,13 @@ void Reference(void* data, const xmlChar* name) noexcept {
            "Entity '" + std::string(View(name)) + "' not defined");
 }
 
+int ReadPiece(void* data, char* buffer, int size) {
+    auto* rest = static_cast<std::string_view*>(data);
+    std::size_t length = rest->copy(buffer, static_cast<std::size_t>(size));
+    rest->remove_prefix(length);
+    return static_cast<int>(length);
+}
+
 xmlParserInputPtr LoadNothing(const char*, const char*, xmlParserCtxtPtr) { return nullptr; }
 
 // Encodings in which every ASCII byte that counts as markup stands for itself and nothing else gives that character.
@@ -133,8 +140,10 @@ TreePointer ParseTree(const char* text, ParseFailure& failure) {
     ErrorScope errors(OnError);
     LoaderScope loader(LoadNothing);
     ContextPointer context(xmlNewParserCtxt());
+    // Read in pieces: libxml2 copies a text that it gets as a whole.
+    std::string_view rest(text, length);
     xmlParserInputBuffer* buffer =
-        context ? xmlParserInputBufferCreateStatic(text, static_cast<int>(length), XML_CHAR_ENCODING_NONE) : nullptr;
+        context ? xmlParserInputBufferCreateIO(ReadPiece, nullptr, &rest, XML_CHAR_ENCODING_NONE) : nullptr;
     xmlParserInput* input = buffer ? xmlNewIOInputStream(context.get(), buffer, XML_CHAR_ENCODING_NONE) : nullptr;
     if (!input) {
         if (buffer) xmlFreeParserInputBuffer(buffer);
