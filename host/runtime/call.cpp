@@ -55,6 +55,7 @@ int32_t CallWithCount(void* function, const Slot* arguments) {
 constexpr std::array WORD_CALLS = {CallWithCount<0>, CallWithCount<1>, CallWithCount<2>, CallWithCount<3>,
                                    CallWithCount<4>, CallWithCount<5>, CallWithCount<6>};
 
+// Not by ffi_raw_call, which would take the words as they are: that of libffi 3.4 damages the fourth word on i386.
 void CallThroughFfi(const CallShape& shape, void* function, const Slot* arguments, Slot* result) {
     const size_t count = shape.types.size();
     void* few[FEW_ARGUMENTS];
@@ -119,9 +120,9 @@ void CallNative(const CallShape* shape, void* function, const Slot* arguments, S
 
 Closure::Closure(const CallShape* shape, ClosureCallback callback, void* context)
     : shape_(shape), callback_(callback), context_(context) {
-    memory_ = static_cast<ffi_closure*>(ffi_closure_alloc(sizeof(ffi_closure), &function_));
+    memory_ = static_cast<ffi_raw_closure*>(ffi_closure_alloc(sizeof(ffi_raw_closure), &function_));
     if (!memory_) throw std::bad_alloc();
-    if (ffi_prep_closure_loc(memory_, const_cast<ffi_cif*>(&shape->cif), Enter, this, function_) != FFI_OK) {
+    if (ffi_prep_raw_closure_loc(memory_, const_cast<ffi_cif*>(&shape->cif), Enter, this, function_) != FFI_OK) {
         ffi_closure_free(memory_);
         throw std::logic_error("libffi refuses a closure");
     }
@@ -129,7 +130,7 @@ Closure::Closure(const CallShape* shape, ClosureCallback callback, void* context
 
 Closure::~Closure() { ffi_closure_free(memory_); }
 
-void Closure::Enter(ffi_cif*, void* result, void** values, void* self) {
+void Closure::Enter(ffi_cif*, void* result, ffi_raw* words, void* self) noexcept {
     const auto* closure = static_cast<const Closure*>(self);
     const CallShape& shape = *closure->shape_;
     const size_t count = shape.types.size();
@@ -140,11 +141,13 @@ void Closure::Enter(ffi_cif*, void* result, void** values, void* self) {
         many.resize(count);
         arguments = many.data();
     }
+    // The words of a raw closure are the caller's stack: a Double takes two.
     for (size_t i = 0; i < count; ++i) {
         if (shape.isWide[i]) {
-            std::memcpy(&arguments[i].number, values[i], sizeof(double));
+            std::memcpy(&arguments[i].number, words, sizeof(double));
+            words += 2;
         } else {
-            arguments[i].integer = *static_cast<const int32_t*>(values[i]);
+            arguments[i].integer = (words++)->sint;
         }
     }
 

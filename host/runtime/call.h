@@ -63,12 +63,12 @@ public:
     void* Function() const { return function_; }
 
 private:
-    static void Enter(ffi_cif* cif, void* result, void** values, void* self);
+    static void Enter(ffi_cif* cif, void* result, ffi_raw* words, void* self) noexcept;
 
     const CallShape* shape_;
     ClosureCallback callback_;
     void* context_;
-    ffi_closure* memory_ = nullptr;
+    ffi_raw_closure* memory_ = nullptr;
     void* function_ = nullptr;
 };
 

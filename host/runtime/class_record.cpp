@@ -40,8 +40,11 @@ std::unique_ptr<Property> MakeProperty(Class* owner, const PropertyDefinition& r
     auto property = std::make_unique<Property>();
     property->owner = owner;
     property->name = record.name;
-    property->type = TypeNamed(record.type);
-    if (!IsName(record.type)) throw DefinitionError("\"" + std::string(record.type) + "\" is no type");
+    std::string_view typeName = record.type;
+    bool isArray = typeName.ends_with("()");
+    if (isArray) typeName.remove_suffix(2);
+    if (!IsName(typeName)) throw DefinitionError("\"" + std::string(record.type) + "\" is no type");
+    property->type = TypeNamed(typeName, isArray);
     property->read = AccessBy(record.getter);
     property->write = AccessBy(record.setter);
     property->getter = property->read == Access::FUNCTION ? record.getter : nullptr;

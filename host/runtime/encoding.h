@@ -38,7 +38,7 @@ const Encoding* FindEncoding(std::string_view name);
 StringRef ConvertString(String* string, uint32_t target);
 
 // As ConvertString, but the result is lent: it belongs to a pool that keeps it until the native call in which it was
-// made returns. Outside any native call it stays until the next one returns.
+// made returns (what was lent before that call stays). Outside any native call it stays until ReleaseConversionPool.
 String* ConvertStringPooled(String* string, uint32_t target);
 
 namespace detail {

@@ -1,6 +1,7 @@
 #include "host/runtime/object.h"
 
 #include "host/runtime/class.h"
+#include "host/runtime/encoding.h"
 #include "host/runtime/exception.h"
 #include "host/runtime/small_blocks.h"
 
@@ -30,9 +31,11 @@ std::vector<Object*>& WaitingObjects() {
 
 using NativeHook = void (*)(Object*);
 
-void CallHooks(Object* object, Class* level) {
-    if (level->destructor) level->destructor(object, level);
-    if (level->nativeDestructor) reinterpret_cast<NativeHook>(level->nativeDestructor)(object);
+void CallNativeHook(void* hook, Object* object) {
+    if (!hook) return;
+    const size_t mark = ConversionPoolMark();
+    reinterpret_cast<NativeHook>(hook)(object);
+    ReleaseConversionPool(mark);
 }
 
 void FreeMemory(Object* object) {
@@ -63,7 +66,10 @@ void Destroy(Object* object) {
     Class* cls = object->cls;
     SetState(object, DYING, DYING_COUNT);
     if (cls->hasFinalizer && !(object->references & FINALIZED) && FinalizeAndCheckSaved(object)) return;
-    for (Class* level = cls; level; level = level->super) CallHooks(object, level);
+    for (Class* level = cls; level; level = level->super) {
+        if (level->destructor) level->destructor(object, level);
+        CallNativeHook(level->nativeDestructor, object);
+    }
     if (uint32_t count = CountOf(object); count > DYING_COUNT) {
         SetState(object, DEAD, count - DYING_COUNT);
     } else {
@@ -85,7 +91,7 @@ Object* NewObject(Class* cls) {
     object->references = 1;
     ++cls->liveCount;
     for (Class* level : cls->ancestors) {
-        if (level->nativeConstructor) reinterpret_cast<NativeHook>(level->nativeConstructor)(object);
+        CallNativeHook(level->nativeConstructor, object);
         if (level->constructor) level->constructor(object, level);
     }
     return object;

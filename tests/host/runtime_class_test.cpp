@@ -115,6 +115,7 @@ TEST_F(RuntimeClass, DamagedRecordsAreRefusedByName) {
         {[](auto& r) { r.properties[1].name = nullptr; }, "class Damaged: property without name"},
         {[](auto& r) { r.properties[1].name = "a b"; }, "property \"a b\": the property has no valid name"},
         {[](auto& r) { r.properties[1].type = nullptr; }, "property \"Count\": the property has no type"},
+        {[](auto& r) { r.properties[1].type = "()"; }, "property \"Count\": \"()\" is no type"},
         {[](auto& r) { r.properties[1].type = "1x"; }, "property \"Count\": \"1x\" is no type"},
         {[](auto& r) { r.properties[0].getter = nullptr; }, "property \"Size\": the property can be neither read nor"},
         {[](auto& r) { r.properties[1].param = 8; }, "its field at offset 8 is not within the 8 bytes"},
