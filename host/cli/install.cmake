@@ -1,0 +1,38 @@
+# What `make install` installs: the command, its bundle and the libraries both need, so that nothing of the build tree
+# is used afterwards. bin/kova starts lib/kova/kova with the loader that lies beside it.
+set(KOVA_PRIVATE_FOLDER lib/kova)
+install(TARGETS kova RUNTIME DESTINATION ${KOVA_PRIVATE_FOLDER})
+install(TARGETS kova-xml LIBRARY DESTINATION ${KOVA_PRIVATE_FOLDER})
+install(PROGRAMS "${CMAKE_CURRENT_LIST_DIR}/kova.sh" DESTINATION bin RENAME kova)
+install(DIRECTORY "${CMAKE_SOURCE_DIR}/examples" DESTINATION share/kova)
+
+install(CODE "set(sysroot \"${CMAKE_SYSROOT}\")
+set(folder \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${KOVA_PRIVATE_FOLDER}\")")
+install(CODE [[
+# The loader itself tells which libraries it takes: "libexpat.so.1 => /path/libexpat.so.1 (0x…)".
+set(libraries)
+foreach(file kova kova-xml.so)
+  execute_process(
+    COMMAND "${sysroot}/lib/ld-linux.so.2"
+      --library-path "${sysroot}/usr/lib/i386-linux-gnu:${sysroot}/lib/i386-linux-gnu" --list "${folder}/${file}"
+    OUTPUT_VARIABLE list COMMAND_ERROR_IS_FATAL ANY)
+  if(list MATCHES "not found")
+    message(FATAL_ERROR "Libraries of ${file} are missing:\n${list}")
+  endif()
+  string(REGEX MATCHALL "=> /[^ ]+" found "${list}")
+  list(APPEND libraries ${found})
+endforeach()
+list(TRANSFORM libraries REPLACE "^=> " "")
+list(FILTER libraries EXCLUDE REGEX "/ld-linux")
+list(REMOVE_DUPLICATES libraries)
+file(INSTALL ${libraries} DESTINATION "${folder}" FOLLOW_SYMLINK_CHAIN)
+file(REAL_PATH "${sysroot}/lib/ld-linux.so.2" loader)
+file(COPY_FILE "${loader}" "${folder}/ld-linux.so.2")
+file(CHMOD "${folder}/ld-linux.so.2" PERMISSIONS
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+# The search path of the build tree would come before everything else.
+file(GLOB installed "${folder}/kova" "${folder}/kova-xml.so")
+foreach(file ${installed})
+  file(RPATH_REMOVE FILE "${file}")
+endforeach()
+]])
