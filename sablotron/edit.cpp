@@ -85,6 +85,7 @@ SDOM_Exception Clone(Document& document, const xmlNode* node, bool deep, SDOM_No
     if (node->type == XML_DOCUMENT_NODE) return SDOM_INVALID_NODE_TYPE;
     if (node->type == XML_NAMESPACE_DECL) {
         const auto* declaration = reinterpret_cast<const xmlNs*>(node);
+        if (View(declaration->prefix) == "xml") return SDOM_NAMESPACE_ERR; // there is no other one
         *clone = AdoptDetached(document, NewDeclaration(declaration->prefix, View(declaration->href)));
     } else if (IsAttribute(node)) {
         xmlNs* ns = node->ns ? document.LooseBinding(node->ns->prefix, node->ns->href) : nullptr;

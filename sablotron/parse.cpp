@@ -52,6 +52,11 @@ void Refuse(xmlParserCtxt* context, int code, const std::string& text) noexcept 
     xmlStopParser(context);
 }
 
+// CDATA is text like that beside it; an empty section is nothing.
+void AddSection(void* data, const xmlChar* text, int length) noexcept {
+    if (length > 0) xmlSAX2Characters(data, text, length);
+}
+
 // Entities whose replacement stands outside the buffer.
 xmlEntityPtr GetEntity(void* data, const xmlChar* name) noexcept {
     auto* context = static_cast<xmlParserCtxt*>(data);
@@ -106,16 +111,12 @@ bool IsAsciiSuperset(std::string_view text) {
            || std::any_of(std::begin(ASCII_SUPERSET_FAMILIES), std::end(ASCII_SUPERSET_FAMILIES), isOf);
 }
 
-// Joins text that entities have left in pieces, and makes CDATA sections of their replacements text.
+// Joins text that entities have left in pieces.
 void JoinText(xmlDoc* tree) {
     auto* root = reinterpret_cast<xmlNode*>(tree);
     for (xmlNode* node = root; node; node = NextInTree(node, root)) {
-        if (node->type == XML_CDATA_SECTION_NODE) {
-            node->type = XML_TEXT_NODE;
-            node->name = xmlStringText;
-        }
         if (node->type != XML_TEXT_NODE) continue;
-        while (node->next && (node->next->type == XML_TEXT_NODE || node->next->type == XML_CDATA_SECTION_NODE)) {
+        while (node->next && node->next->type == XML_TEXT_NODE) {
             xmlNode* next = node->next;
             xmlNodeAddContent(node, next->content);
             Unlink(next);
@@ -151,10 +152,11 @@ TreePointer ParseTree(const char* text, ParseFailure& failure) {
         return nullptr;
     }
     inputPush(context.get(), input);
-    xmlCtxtUseOptions(context.get(), XML_PARSE_NOENT | XML_PARSE_NOCDATA | XML_PARSE_DTDATTR | XML_PARSE_NONET
-                                         | XML_PARSE_BIG_LINES | (limited ? 0 : XML_PARSE_HUGE));
+    xmlCtxtUseOptions(context.get(), XML_PARSE_NOENT | XML_PARSE_DTDATTR | XML_PARSE_NONET | XML_PARSE_BIG_LINES
+                                         | (limited ? 0 : XML_PARSE_HUGE));
     context->_private = &parse;
     context->sax->serror = OnError;
+    context->sax->cdataBlock = AddSection;
     context->sax->getEntity = GetEntity;
     context->sax->reference = Reference;
     context->sax->externalSubset = nullptr; // XML_PARSE_DTDATTR, meant for the internal one, would read it

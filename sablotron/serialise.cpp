@@ -31,6 +31,13 @@ constexpr Escapes MakeEscapes(bool inAttribute) {
 constexpr Escapes TEXT_ESCAPES = MakeEscapes(false);
 constexpr Escapes ATTRIBUTE_ESCAPES = MakeEscapes(true);
 
+// Whether anything stands between the tags: text nodes can be empty.
+bool HasContent(const xmlNode* element) {
+    const xmlNode* child = element->children;
+    while (child && child->type == XML_TEXT_NODE && View(child->content).empty()) child = child->next;
+    return child != nullptr;
+}
+
 class Serialiser {
 public:
     explicit Serialiser(TextBuffer& text) : text_(text) {
@@ -65,7 +72,7 @@ private:
 
     void Close(const xmlNode* node) {
         if (!IsElement(node)) return;
-        if (node->children) {
+        if (HasContent(node)) {
             Put("</");
             PutName(node->ns, node->name);
             text_.Append('>');
@@ -98,7 +105,7 @@ private:
                 Escape(View(part->content), ATTRIBUTE_ESCAPES);
             text_.Append('"');
         }
-        Put(element->children ? ">" : "/>");
+        Put(HasContent(element) ? ">" : "/>");
     }
 
     // Writes a declaration of the element that says something new and leaves its names what they are.

@@ -1,0 +1,415 @@
+// Random sequences of edits, checked against a simple model of the tree: who is whose child, which name each node has.
+// KOVA_SEED replays from one seed on, KOVA_SEQUENCES sets how many sequences run.
+#include "tests/sablotron/dom_support.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <iostream>
+#include <map>
+#include <random>
+#include <ranges>
+
+namespace sablot::test {
+namespace {
+
+constexpr const char* XMLNS_URI = "http://www.w3.org/2000/xmlns/";
+constexpr const char* SOURCES[] = {
+    "<r/>",
+    "<r xmlns='d' xmlns:p='u'><p:a x='1' p:x='2'><b/>t</p:a><c xmlns=''><d xmlns='d'/></c></r>",
+    "<r xmlns:p='u' xmlns:q='v'><a xmlns:p='v'><p:b q:x='1'/><c xmlns:q='u' q:y='2'>t</c></a><q:e/></r>",
+    "<!--c--><p:r xmlns:p='u' xmlns='d'><a xmlns:p='w'><b xmlns='e'><p:c/></b></a>t<?p d?></p:r>",
+};
+constexpr const char* URIS[] = {"", "u", "v", "w", "d"};
+constexpr const char* PREFIXES[] = {"", "p", "q"};
+constexpr const char* LOCAL_NAMES[] = {"a", "b", "x", "y"};
+constexpr const char* TEXTS[] = {"", "t", "<&>\"'", "a\r\n\tb", "]]>", "\xC3\xA4"};
+
+bool IsElement(const Dom& dom, SDOM_Node node) {
+    return dom.Get<SDOM_NodeType>(SDOM_getNodeType, node) == SDOM_ELEMENT_NODE;
+}
+
+std::string ExpandedName(const Dom& dom, SDOM_Node node) {
+    if (auto uri = dom.Text(SDOM_getNodeNSUri, node))
+        return "{" + *uri + "}" + dom.Text(SDOM_getNodeLocalName, node).value_or("(null)");
+    return dom.Name(node);
+}
+
+// What XML says of a subtree, one line a node: names, attributes by name, text with its neighbours.
+class Outline {
+public:
+    Outline(const Dom& dom, SDOM_Node node) : dom_(dom) {
+        Add(node);
+        Flush();
+    }
+    const std::string& Lines() const { return lines_; }
+
+private:
+    void Add(SDOM_Node node) {
+        switch (dom_.Get<SDOM_NodeType>(SDOM_getNodeType, node)) {
+        case SDOM_TEXT_NODE:
+        case SDOM_CDATA_SECTION_NODE: text_ += dom_.Value(node); return;
+        case SDOM_ELEMENT_NODE: {
+            Flush();
+            lines_ += ExpandedName(dom_, node);
+            std::map<std::string, std::string> attributes;
+            for (int i = 0; i < dom_.Get<int>(SDOM_getAttributeNodeCount, node); ++i) {
+                auto attribute = dom_.Get<SDOM_Node>(SDOM_getAttributeNodeIndex, node, i);
+                if (dom_.Text(SDOM_getNodeNSUri, attribute) == XMLNS_URI) continue;
+                EXPECT_TRUE(attributes.emplace(ExpandedName(dom_, attribute), dom_.Value(attribute)).second);
+            }
+            for (const auto& [name, value] : attributes) lines_ += " " + name + "='" + value + "'";
+            lines_ += "\n";
+            break;
+        }
+        case SDOM_DOCUMENT_NODE: break;
+        default: Flush(); lines_ += dom_.Name(node) + " " + dom_.Value(node) + "\n";
+        }
+        for (auto child = dom_.Get<SDOM_Node>(SDOM_getFirstChild, node); child;
+             child = dom_.Get<SDOM_Node>(SDOM_getNextSibling, child))
+            Add(child);
+        Flush();
+        if (IsElement(dom_, node)) lines_ += "/\n";
+    }
+    void Flush() {
+        if (!text_.empty()) lines_ += "'" + text_ + "'\n";
+        text_.clear();
+    }
+
+    const Dom& dom_;
+    std::string lines_;
+    std::string text_;
+};
+
+class Sequence {
+public:
+    Sequence(unsigned seed, Dom& dom, const Dom& elsewhere) : random_(seed), dom_(dom), elsewhere_(elsewhere) {
+        bool isCreated = Below(4) == 0;
+        document_ = isCreated ? dom_.Create() : dom_.Parse(Pick(SOURCES));
+        foreign_ = elsewhere_.Parse(Pick(SOURCES));
+        Learn(Dom::Node(document_));
+    }
+
+    void Run() {
+        for (int step = 0; step < 40 && !testing::Test::HasFailure(); ++step) {
+            SCOPED_TRACE("step " + std::to_string(step));
+            Step();
+            Check();
+        }
+        SablotDestroyDocument(dom_.situation, document_);
+        SablotDestroyDocument(elsewhere_.situation, foreign_);
+    }
+
+private:
+    std::size_t Below(std::size_t bound) { return random_() % bound; }
+    template <typename List>
+    std::ranges::range_value_t<const List> Pick(const List& list) {
+        return list[Below(std::size(list))];
+    }
+
+    std::string QualifiedName() {
+        std::string prefix = Pick(PREFIXES);
+        return (prefix.empty() ? "" : prefix + ":") + Pick(LOCAL_NAMES);
+    }
+
+    // Takes a subtree that the library made or parsed into the model.
+    void Learn(SDOM_Node node) {
+        nodes_.push_back(node);
+        if (node != Dom::Node(document_)) names_[node] = ExpandedName(dom_, node);
+        for (auto child = dom_.Get<SDOM_Node>(SDOM_getFirstChild, node); child;
+             child = dom_.Get<SDOM_Node>(SDOM_getNextSibling, child)) {
+            children_[node].push_back(child);
+            parents_[child] = node;
+            Learn(child);
+        }
+    }
+
+    void Step() {
+        switch (Below(12)) {
+        case 0: Create(); break;
+        case 1: Clone(); break;
+        case 2: RemoveChild(); break;
+        case 3: ReplaceChild(); break;
+        case 4:
+        case 5: SetAttribute(); break;
+        case 6: RemoveAttribute(); break;
+        case 7: MoveAttribute(); break;
+        case 8: Rename(); break;
+        default: Insert();
+        }
+    }
+
+    void Create() {
+        std::string name = QualifiedName();
+        switch (Below(6)) {
+        case 0: LearnNew(dom_.Make(SDOM_createElementNS, document_, Pick(URIS), name.c_str())); break;
+        case 1: {
+            // A prefix that the document element does not bind would become part of the name.
+            SDOM_Node root = dom_.Root(document_);
+            if (name.find(':') == std::string::npos || (root && Binds(root, name)))
+                LearnNew(dom_.Make(SDOM_createElement, document_, name.c_str()));
+            break;
+        }
+        case 2: LearnNew(dom_.Make(SDOM_createTextNode, document_, Pick(TEXTS))); break;
+        case 3: LearnNew(dom_.Make(SDOM_createCDATASection, document_, Pick(TEXTS))); break;
+        case 4: LearnNew(dom_.Make(SDOM_createComment, document_, "c")); break;
+        case 5: LearnNew(dom_.Make(SDOM_createProcessingInstruction, document_, "p", "d")); break;
+        }
+    }
+
+    void LearnNew(SDOM_Node node) {
+        if (node) Learn(node);
+    }
+
+    bool Binds(SDOM_Node element, const std::string& name) const {
+        std::string declaration = "xmlns:" + name.substr(0, name.find(':')) + "=";
+        std::vector<std::string> attributes = dom_.Attributes(element);
+        return std::any_of(attributes.begin(), attributes.end(),
+                           [&](const std::string& item) { return item.starts_with(declaration); });
+    }
+
+    void Clone() {
+        int deep = static_cast<int>(Below(2));
+        SDOM_Node copy;
+        if (Below(2) == 0) {
+            SDOM_Node node = Pick(nodes_);
+            copy = dom_.Get<SDOM_Node>(SDOM_cloneNode, node, deep);
+            EXPECT_EQ(copy == nullptr, node == Dom::Node(document_));
+            if (copy && deep) {
+                EXPECT_EQ(Outline(dom_, copy).Lines(), Outline(dom_, node).Lines());
+            }
+        } else {
+            SDOM_Node node = elsewhere_.Root(foreign_);
+            copy = dom_.Get<SDOM_Node>(SDOM_cloneForeignNode, document_, node, deep);
+            if (deep) {
+                EXPECT_EQ(Outline(dom_, copy).Lines(), Outline(elsewhere_, node).Lines());
+            }
+        }
+        LearnNew(copy);
+    }
+
+    bool IsWithin(SDOM_Node node, SDOM_Node ancestor) {
+        while (node && node != ancestor) node = parents_[node];
+        return node != nullptr;
+    }
+
+    SDOM_Exception MayTake(SDOM_Node parent, SDOM_Node child, SDOM_Node leaving) {
+        auto type = dom_.Get<SDOM_NodeType>(SDOM_getNodeType, child);
+        bool isDocument = parent == Dom::Node(document_);
+        if ((!isDocument && !IsElement(dom_, parent)) || type == SDOM_DOCUMENT_NODE || IsWithin(parent, child))
+            return SDOM_HIERARCHY_REQUEST_ERR;
+        if (!isDocument) return SDOM_OK;
+        if (type == SDOM_TEXT_NODE || type == SDOM_CDATA_SECTION_NODE) return SDOM_HIERARCHY_REQUEST_ERR;
+        SDOM_Node root = dom_.Root(document_);
+        bool isSecond = IsElement(dom_, child) && root && root != child && root != leaving;
+        return isSecond ? SDOM_HIERARCHY_REQUEST_ERR : SDOM_OK;
+    }
+
+    void Unlink(SDOM_Node child) {
+        if (!parents_[child]) return;
+        std::erase(children_[parents_[child]], child);
+        parents_[child] = nullptr;
+    }
+    void Link(SDOM_Node parent, SDOM_Node child, SDOM_Node next) {
+        std::vector<SDOM_Node>& children = children_[parent];
+        children.insert(std::find(children.begin(), children.end(), next), child);
+        parents_[child] = parent;
+    }
+
+    void Insert() {
+        SDOM_Node parent = Pick(nodes_);
+        SDOM_Node child = Pick(nodes_);
+        SDOM_Node next = nullptr;
+        if (!children_[parent].empty() && Below(2) == 0) next = Pick(children_[parent]);
+        if (Below(10) == 0) next = Pick(nodes_);
+        SDOM_Exception expected = MayTake(parent, child, nullptr);
+        if (!expected && next && parents_[next] != parent) expected = SDOM_NOT_FOUND_ERR;
+        EXPECT_EQ(SDOM_insertBefore(dom_.situation, parent, child, next), expected);
+        if (expected || child == next) return;
+        Unlink(child);
+        Link(parent, child, next);
+    }
+
+    void RemoveChild() {
+        SDOM_Node child = Pick(nodes_);
+        SDOM_Node parent = parents_[child];
+        if (!parent) return;
+        EXPECT_EQ(SDOM_removeChild(dom_.situation, parent, child), SDOM_OK);
+        Unlink(child);
+    }
+
+    void ReplaceChild() {
+        SDOM_Node old = Pick(nodes_);
+        SDOM_Node child = Pick(nodes_);
+        SDOM_Node parent = parents_[old];
+        if (!parent) return;
+        SDOM_Exception expected = MayTake(parent, child, old);
+        EXPECT_EQ(SDOM_replaceChild(dom_.situation, parent, child, old), expected);
+        if (expected || child == old) return;
+        std::vector<SDOM_Node>& children = children_[parent];
+        auto place = std::find(children.begin(), children.end(), old) + 1;
+        if (place != children.end() && *place == child) ++place;
+        SDOM_Node next = place == children.end() ? nullptr : *place;
+        Unlink(child);
+        Unlink(old);
+        Link(parent, child, next);
+    }
+
+    SDOM_Node AnyElement() {
+        SDOM_Node node = Pick(nodes_);
+        return IsElement(dom_, node) ? node : nullptr;
+    }
+    SDOM_Node AnyAttribute(SDOM_Node element) {
+        int count = dom_.Get<int>(SDOM_getAttributeNodeCount, element);
+        if (count == 0) return nullptr;
+        return dom_.Get<SDOM_Node>(SDOM_getAttributeNodeIndex, element,
+                                   static_cast<int>(Below(static_cast<std::size_t>(count))));
+    }
+
+    void SetAttribute() {
+        SDOM_Node element = AnyElement();
+        if (!element) return;
+        std::string name = QualifiedName();
+        std::string value = Pick(TEXTS);
+        std::string uri;
+        SDOM_Exception code;
+        switch (Below(4)) {
+        case 0: {
+            std::string prefix = Pick(PREFIXES);
+            SDOM_setAttribute(dom_.situation, element, ("xmlns" + (prefix.empty() ? "" : ":" + prefix)).c_str(),
+                              Pick(URIS));
+            return;
+        }
+        case 1:
+            uri = Pick(URIS);
+            code = SDOM_setAttributeNS(dom_.situation, element, uri.c_str(), name.c_str(), value.c_str());
+            if (code == SDOM_OK) {
+                std::string local = name.substr(name.find(':') + 1);
+                EXPECT_EQ(dom_.Text(SDOM_getAttributeNS, element, uri.c_str(), local.c_str()), value);
+            }
+            return;
+        default:
+            if (name.find(':') != std::string::npos && !Binds(element, name)) return;
+            EXPECT_EQ(SDOM_setAttribute(dom_.situation, element, name.c_str(), value.c_str()), SDOM_OK);
+        }
+    }
+
+    void RemoveAttribute() {
+        SDOM_Node element = AnyElement();
+        SDOM_Node attribute = element ? AnyAttribute(element) : nullptr;
+        if (!attribute) return;
+        std::string before = Outline(dom_, element).Lines();
+        auto removed = dom_.Get<SDOM_Node>(SDOM_removeAttributeNode, element, attribute);
+        bool isDeclaration = dom_.Text(SDOM_getNodeNSUri, attribute) == XMLNS_URI;
+        if (!removed || isDeclaration) {
+            EXPECT_EQ(Outline(dom_, element).Lines(), before);
+        } else {
+            EXPECT_NE(Outline(dom_, element).Lines(), before);
+        }
+    }
+
+    void MoveAttribute() {
+        SDOM_Node from = AnyElement();
+        SDOM_Node to = AnyElement();
+        SDOM_Node attribute = from && to ? AnyAttribute(from) : nullptr;
+        if (!attribute) return;
+        std::string name = ExpandedName(dom_, attribute);
+        std::string value = dom_.Value(attribute);
+        if (Below(2) == 0)
+            attribute = dom_.Get<SDOM_Node>(SDOM_cloneNode, attribute, 0);
+        else if (!dom_.Get<SDOM_Node>(SDOM_removeAttributeNode, from, attribute))
+            return;
+        if (!attribute) return; // xmlns:xml has no copy
+        dom_.Get<SDOM_Node>(SDOM_setAttributeNodeNS, to, attribute);
+        bool isPlaced = dom_.Recorded() == SDOM_OK;
+        EXPECT_EQ(dom_.Get<SDOM_Node>(SDOM_getAttributeElement, attribute), isPlaced ? to : nullptr);
+        EXPECT_EQ(ExpandedName(dom_, attribute), name);
+        EXPECT_EQ(dom_.Value(attribute), value);
+    }
+
+    void Rename() {
+        SDOM_Node element = AnyElement();
+        if (!element) return;
+        std::string name = QualifiedName();
+        SDOM_Node node = Below(2) == 0 ? element : AnyAttribute(element);
+        if (!node) return;
+        if (dom_.Text(SDOM_getNodeNSUri, node) == XMLNS_URI) {
+            name = "xmlns:" + name.substr(0, 1);
+            if (Below(2) == 0) {
+                SDOM_setNodeValue(dom_.situation, node, Pick(URIS));
+                return;
+            }
+        }
+        SDOM_Exception code = SDOM_setNodeName(dom_.situation, node, name.c_str());
+        if (code) return;
+        EXPECT_EQ(dom_.Name(node), name);
+        if (node == element) names_[node] = ExpandedName(dom_, node);
+    }
+
+    void Check() {
+        std::size_t elementsOfDocument = 0;
+        for (SDOM_Node node : nodes_) {
+            const std::vector<SDOM_Node>& children = children_[node];
+            ASSERT_EQ(dom_.Get<SDOM_Node>(SDOM_getParentNode, node), parents_[node]);
+            ASSERT_EQ(dom_.Count(node), static_cast<int>(children.size()));
+            SDOM_Node previous = nullptr;
+            for (std::size_t i = 0; i < children.size(); ++i) {
+                ASSERT_EQ(dom_.Child(node, static_cast<int>(i)), children[i]);
+                ASSERT_EQ(dom_.Get<SDOM_Node>(SDOM_getPreviousSibling, children[i]), previous);
+                previous = children[i];
+            }
+            ASSERT_EQ(dom_.Get<SDOM_Node>(SDOM_getLastChild, node), previous);
+            if (!parents_[node]) {
+                ASSERT_EQ(dom_.Get<SDOM_Node>(SDOM_getNextSibling, node), nullptr);
+            }
+            if (node == Dom::Node(document_)) continue;
+            ASSERT_EQ(ExpandedName(dom_, node), names_[node]);
+            if (parents_[node] == Dom::Node(document_) && IsElement(dom_, node)) ++elementsOfDocument;
+        }
+        ASSERT_LE(elementsOfDocument, 1U);
+        if (dom_.Root(document_)) Reread(dom_.Markup(document_), Dom::Node(document_));
+        if (SDOM_Node element = AnyElement()) Reread(dom_.Markup(element), element);
+    }
+
+    // Serialised text says what the tree says, and is written the same again.
+    void Reread(const std::string& markup, SDOM_Node node) {
+        SDOM_Document again = elsewhere_.Parse(XML_DECLARATION + markup);
+        bool isDocument = node == Dom::Node(document_);
+        EXPECT_EQ(Outline(elsewhere_, isDocument ? Dom::Node(again) : elsewhere_.Root(again)).Lines(),
+                  Outline(dom_, node).Lines())
+            << markup;
+        std::string once = elsewhere_.Markup(again);
+        SDOM_Document third = elsewhere_.Parse(XML_DECLARATION + once);
+        EXPECT_EQ(elsewhere_.Markup(third), once);
+        SablotDestroyDocument(elsewhere_.situation, again);
+        SablotDestroyDocument(elsewhere_.situation, third);
+    }
+
+    std::mt19937 random_;
+    Dom& dom_;
+    const Dom& elsewhere_;
+    SDOM_Document document_;
+    SDOM_Document foreign_;
+    std::vector<SDOM_Node> nodes_;
+    std::map<SDOM_Node, std::vector<SDOM_Node>> children_;
+    std::map<SDOM_Node, SDOM_Node> parents_;
+    std::map<SDOM_Node, std::string> names_;
+};
+
+unsigned Setting(const char* name, unsigned otherwise) {
+    const char* value = std::getenv(name);
+    return value ? static_cast<unsigned>(std::strtoul(value, nullptr, 10)) : otherwise;
+}
+
+TEST(Random, EditsKeepTreeAndNames) {
+    unsigned first = Setting("KOVA_SEED", std::random_device{}());
+    unsigned count = Setting("KOVA_SEQUENCES", 3000);
+    std::cout << "KOVA_SEED=" << first << "\n";
+    Dom dom, elsewhere;
+    for (unsigned i = 0; i < count && !HasFailure(); ++i) {
+        SCOPED_TRACE("replay with KOVA_SEED=" + std::to_string(first + i) + " KOVA_SEQUENCES=1");
+        Sequence(first + i, dom, elsewhere).Run();
+    }
+}
+
+} // namespace
+} // namespace sablot::test
