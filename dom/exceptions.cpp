@@ -1,0 +1,88 @@
+#include "dom/exceptions.h"
+
+#include "dom/library_strings.h"
+#include "dom/xml.h"
+#include "glue/exceptions.h"
+#include "glue/objects.h"
+#include "glue/strings.h"
+#include "registration/records.h"
+
+#include <cstring>
+#include <string_view>
+#include <strings.h>
+
+namespace kova {
+
+namespace {
+
+const XmlExceptionData& DataOf(KOVAObject exception) {
+    return *InstanceData<XmlExceptionData>(exception, XmlExceptionRecord);
+}
+
+int MakeCode(void*, SablotHandle, int, unsigned short, unsigned short code) { return code; }
+
+int Log(void*, SablotHandle, int code, int, char**) { return code; }
+
+// The fields of a message that an exception shows, each with its name ("line:12").
+struct MessageFields {
+    KOVAString line = nullptr;
+    KOVAString node = nullptr;
+    KOVAString message = nullptr;
+    KOVAString token = nullptr; // built, not used and never released, on purpose
+};
+
+MessageFields ReadFields(char** fields) {
+    MessageFields read;
+    const struct {
+        const char* name;
+        KOVAString& value;
+    } wanted[] = {{"line", read.line}, {"node", read.node}, {"msg", read.message}, {"token", read.token}};
+    for (; fields != nullptr && *fields != nullptr; ++fields) {
+        const std::string_view field = *fields;
+        const std::string_view name = field.substr(0, field.find(':'));
+        for (const auto& each : wanted) {
+            if (name.size() == std::strlen(each.name) && strncasecmp(name.data(), each.name, name.size()) == 0)
+                ReplaceString(each.value, BuildUTF8String(*fields));
+        }
+    }
+    return read;
+}
+
+int Error(void* userData, SablotHandle, int code, int level, char** fields) {
+    const XmlData& xml = *XmlOf(static_cast<KOVAObject>(userData));
+    if (xml.minimumMessageLevel > level) return level;
+    const MessageFields read = ReadFields(fields);
+    RaiseXmlException(code, read.message, read.line, read.node);
+    return code;
+}
+
+} // namespace
+
+void RaiseXmlException(std::int32_t code, KOVAString message, KOVAString line, KOVAString node) {
+    const KOVAObject exception = NewException(XmlExceptionRecord, code);
+    if (exception == nullptr) {
+        for (const KOVAString each : {message, line, node}) KOVAUnlockString(each);
+        return;
+    }
+    SetExceptionMessage(exception, XmlExceptionRecord, message);
+    auto& data = *InstanceData<XmlExceptionData>(exception, XmlExceptionRecord);
+    ReplaceString(data.line, line);
+    ReplaceString(data.node, node);
+    RuntimeRaiseException(exception);
+}
+
+void RaiseDomException(std::int32_t code, char* message) {
+    const GetterString owned(message);
+    const KOVAObject exception = NewException(XmlDomExceptionRecord, code);
+    if (exception == nullptr) return;
+    SetExceptionMessage(exception, XmlDomExceptionRecord, BuildUTF8String(owned.Text()));
+    RuntimeRaiseException(exception);
+}
+
+const SablotMessageHandler XML_MESSAGE_HANDLER = {MakeCode, Log, Error};
+
+KOVAString XmlException_GetLine(KOVAObject object, std::int32_t) { return LockedString(DataOf(object).line); }
+KOVAString XmlException_GetNode(KOVAObject object, std::int32_t) { return LockedString(DataOf(object).node); }
+KOVAString XmlException_GetToken(KOVAObject object, std::int32_t) { return LockedString(DataOf(object).token); }
+
+} // namespace kova

@@ -1,0 +1,33 @@
+// The exceptions of the document model.
+#pragma once
+
+#include "glue/exceptions.h"
+#include "sablotron/sablot.h"
+
+#include <cstdint>
+
+namespace kova {
+
+// Instance data of `XmlException`. The class has no destructor: what the fields hold when the object dies is kept for
+// good, on purpose.
+struct XmlExceptionData : ExceptionData {
+    KOVAString line;
+    KOVAString node;
+    KOVAString token; // never written, on purpose
+};
+
+// Instance data of `XmlDomException`, likewise without a destructor.
+using XmlDomExceptionData = ExceptionData;
+
+static_assert(sizeof(XmlExceptionData) == 20 && sizeof(XmlDomExceptionData) == 8);
+
+// Both record the exception and return. The references of the strings pass to the exception.
+void RaiseXmlException(std::int32_t code, KOVAString message, KOVAString line, KOVAString node);
+
+// `message` is a library string, released here with scalar operator delete; null gives no message.
+void RaiseDomException(std::int32_t code, char* message);
+
+// Turns the library's messages into XmlException. Its user data is the `Xml` object of the document.
+extern const SablotMessageHandler XML_MESSAGE_HANDLER;
+
+} // namespace kova

@@ -1,0 +1,98 @@
+#include "dom/namespaces.h"
+
+#include "dom/exceptions.h"
+#include "glue/objects.h"
+#include "glue/strings.h"
+#include "registration/records.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+namespace kova {
+
+namespace {
+
+constexpr std::int32_t ABSENT = -1;
+constexpr std::int32_t INDEX_SIZE_ERR = 1;
+
+std::int32_t IndexOf(const NamespacesData& map, KOVAString prefix) {
+    const auto entries = map.InUse();
+    const char* wanted = CStringOrEmpty(EnsureUTF8(prefix));
+    for (std::size_t index = 0; index < entries.size(); ++index) {
+        if (std::strcmp(wanted, CStringOrEmpty(entries[index].prefix)) == 0) return static_cast<std::int32_t>(index);
+    }
+    return ABSENT;
+}
+
+void Store(KOVAString& field, KOVAString value) {
+    KOVALockString(value);
+    KOVAUnlockString(field);
+    field = value;
+}
+
+void RaiseFull() {
+    constexpr char MESSAGE[] = "XmlNamespaces holds at most 16 prefixes";
+    char* message = static_cast<char*>(::operator new(sizeof MESSAGE));
+    std::memcpy(message, MESSAGE, sizeof MESSAGE);
+    RaiseDomException(INDEX_SIZE_ERR, message);
+}
+
+} // namespace
+
+std::span<const NamespaceEntry> NamespacesData::InUse() const {
+    return {entries, static_cast<std::size_t>(std::clamp(count, 0, CAPACITY))};
+}
+
+NamespacesData* NamespacesOf(KOVAObject namespaces) {
+    return namespaces != nullptr ? InstanceData<NamespacesData>(namespaces, XmlNamespacesRecord) : nullptr;
+}
+
+void XmlNamespaces_Construct(KOVAObject object) { *NamespacesOf(object) = NamespacesData{}; }
+
+void XmlNamespaces_Destroy(KOVAObject object) { XmlNamespaces_Clear(object); }
+
+KOVAString XmlNamespaces_GetUri(KOVAObject object, KOVAString prefix) {
+    const NamespacesData& map = *NamespacesOf(object);
+    const std::int32_t index = IndexOf(map, prefix);
+    if (index == ABSENT) return nullptr;
+    KOVALockString(map.entries[index].uri);
+    return map.entries[index].uri;
+}
+
+void XmlNamespaces_SetUri(KOVAObject object, KOVAString prefix, KOVAString value) {
+    NamespacesData& map = *NamespacesOf(object);
+    const KOVAString prefixUtf8 = EnsureUTF8(prefix);
+    const KOVAString valueUtf8 = EnsureUTF8(value);
+    std::int32_t index = IndexOf(map, prefixUtf8);
+    if (index == ABSENT) {
+        index = static_cast<std::int32_t>(map.InUse().size());
+        if (index == NamespacesData::CAPACITY) {
+            RaiseFull();
+            return;
+        }
+        map.count = index + 1;
+    }
+    // An entry beyond a count that the program lowered still holds its strings.
+    Store(map.entries[index].prefix, prefixUtf8);
+    Store(map.entries[index].uri, valueUtf8);
+}
+
+// Deliberate: answers the entry's index, or -1, and the host takes any word but 0 for True. So a prefix is "absent"
+// only when it stands first.
+std::int32_t XmlNamespaces_HasPrefix(KOVAObject object, KOVAString prefix) {
+    return IndexOf(*NamespacesOf(object), prefix);
+}
+
+// Releases every entry, also one beyond a count that the program lowered.
+void XmlNamespaces_Clear(KOVAObject object) {
+    NamespacesData& map = *NamespacesOf(object);
+    for (NamespaceEntry& entry : map.entries) {
+        KOVAUnlockString(entry.prefix);
+        KOVAUnlockString(entry.uri);
+        entry = NamespaceEntry{};
+    }
+    map.count = 0;
+}
+
+} // namespace kova

@@ -1,0 +1,123 @@
+#include "dom/node.h"
+
+#include "dom/exceptions.h"
+#include "dom/library_strings.h"
+#include "glue/objects.h"
+#include "glue/strings.h"
+#include "registration/class_references.h"
+#include "registration/records.h"
+
+namespace kova {
+
+namespace {
+
+ClassReference ClassOf(std::int32_t type) {
+    switch (type) {
+    case ELEMENT_NODE: return gXmlElementClass;
+    case ATTRIBUTE_NODE: return gXmlAttributeClass;
+    case TEXT_NODE: return gXmlTextNodeClass;
+    case CDATA_SECTION_NODE: return gXmlCDATASectionClass;
+    case PROCESSING_INSTRUCTION_NODE: return gXmlProcessingInstructionClass;
+    case COMMENT_NODE: return gXmlCommentClass;
+    case DOCUMENT_NODE: return gXmlDocumentClass;
+    default: return gXmlNodeClass;
+    }
+}
+
+// How many entries an element has that only the library's root binding puts there.
+std::int32_t HiddenAttributes(const XmlData& xml, SDOM_Node element, std::int32_t count) {
+    // Deliberate: in a document filled by LoadXml the first two entries are hidden, whatever they hold.
+    if (xml.loadedFromText != 0) return 2;
+    for (std::int32_t index = 0; index < count; ++index) {
+        SDOM_Node attribute = nullptr;
+        SDOM_getAttributeNodeIndex(xml.situation, element, index, &attribute);
+        GetterString text;
+        SDOM_getNodeName(xml.situation, attribute, text.Out());
+        const OwnedString name(BuildUTF8String(text.Text()));
+        const OwnedString wanted(BuildUTF8String("xmlns:xml"));
+        if (RuntimeStringCompare(name.Get(), wanted.Get()) == 0) return 1; // taken for the first, wherever it stands
+    }
+    return 0;
+}
+
+} // namespace
+
+NodeData* NodeOf(KOVAObject wrapper) {
+    return wrapper != nullptr ? InstanceData<NodeData>(wrapper, XmlNodeRecord) : nullptr;
+}
+
+SDOM_Node LibraryNodeOf(KOVAObject wrapper) { return NodeOf(wrapper)->node; }
+
+std::int32_t TypeOf(const XmlData& xml, SDOM_Node node) {
+    SDOM_NodeType type{};
+    SDOM_getNodeType(xml.situation, node, &type);
+    return static_cast<std::int32_t>(type);
+}
+
+KOVAObject WrapNode(KOVAObject xml, SDOM_Node node) {
+    if (node == nullptr) return nullptr;
+    XmlData& document = *XmlOf(xml);
+    const std::int32_t type = TypeOf(document, node);
+    const KOVAObject object = PluginNewInstance(ClassOf(type));
+    if (object == nullptr) return nullptr;
+    if (type == DOCUMENT_NODE) ++document.documentWrapperCount;
+    NodeData& wrapper = *NodeOf(object);
+    KOVALockObject(xml);
+    wrapper.xml = xml;
+    wrapper.node = node;
+    return object;
+}
+
+bool CheckDocument(NodeData& wrapper) {
+    const XmlData* xml = XmlOf(wrapper.xml);
+    if (xml != nullptr && xml->document != nullptr) return false;
+    wrapper.lastError = NOT_FOUND_ERR;
+    return true;
+}
+
+bool CheckLibrary(NodeData& wrapper) {
+    wrapper.lastError = SDOM_getExceptionCode(XmlOf(wrapper.xml)->situation);
+    if (wrapper.lastError == 0) return true;
+    RaiseLastError(wrapper);
+    return false;
+}
+
+void RaiseLastError(const NodeData& wrapper) {
+    RaiseDomException(wrapper.lastError, SDOM_getExceptionMessage(XmlOf(wrapper.xml)->situation));
+}
+
+KOVAString SerialiseDocument(const XmlData& xml, SDOM_Document document, std::int32_t& lastError) {
+    SerialisedString text;
+    lastError = SDOM_docToString(xml.situation, document, text.Out());
+    return BuildUTF8String(text.Text());
+}
+
+KOVAString SerialiseNode(const XmlData& xml, SDOM_Node node, std::int32_t& lastError) {
+    SerialisedString text;
+    lastError = SDOM_nodeToString(xml.situation, xml.document, node, text.Out());
+    return BuildUTF8String(text.Text());
+}
+
+AttributeRange AttributesOf(const NodeData& wrapper) {
+    const XmlData& xml = *XmlOf(wrapper.xml);
+    AttributeRange range;
+    if (TypeOf(xml, wrapper.node) != ELEMENT_NODE) return range;
+    SDOM_getAttributeNodeCount(xml.situation, wrapper.node, &range.count);
+    range.hidden = HiddenAttributes(xml, wrapper.node, range.count);
+    return range;
+}
+
+void XmlNode_Construct(KOVAObject object) {
+    NodeData& wrapper = *NodeOf(object);
+    wrapper = NodeData{};
+    wrapper.self = object;
+}
+
+void XmlNode_Destroy(KOVAObject object) {
+    NodeData& wrapper = *NodeOf(object);
+    if (wrapper.xml == nullptr) return;
+    KOVAUnlockObject(wrapper.xml);
+    wrapper.xml = nullptr;
+}
+
+} // namespace kova

@@ -1,0 +1,63 @@
+// Node wrappers: the host objects that stand for library nodes.
+#pragma once
+
+#include "dom/xml.h"
+#include "glue/host_types.h"
+#include "sablotron/sdom.h"
+
+#include <cstdint>
+
+namespace kova {
+
+// DOM node types, as the library and `XmlNode.Type` number them.
+enum NodeType : std::int32_t {
+    ELEMENT_NODE = 1,
+    ATTRIBUTE_NODE = 2,
+    TEXT_NODE = 3,
+    CDATA_SECTION_NODE = 4,
+    PROCESSING_INSTRUCTION_NODE = 7,
+    COMMENT_NODE = 8,
+    DOCUMENT_NODE = 9
+};
+
+constexpr std::int32_t NOT_FOUND_ERR = 8;
+
+// Instance data of `XmlNode` and of all its subclasses. A wrapper never owns its node. When LoadXml replaces the tree,
+// the nodes of the old one answer NOT_FOUND_ERR from then on.
+struct NodeData {
+    KOVAObject self;
+    KOVAObject xml; // one reference; nil in a wrapper that a program made itself
+    SDOM_Node node; // null: none, as after a failed LoadXml
+    std::int32_t lastError;
+};
+
+static_assert(sizeof(NodeData) == 16 && offsetof(NodeData, lastError) == 12);
+
+NodeData* NodeOf(KOVAObject wrapper); // null for nil
+SDOM_Node LibraryNodeOf(KOVAObject wrapper);
+
+// Makes a wrapper of the class that fits the node, a new one each time. The caller owns it. Nil for no node.
+KOVAObject WrapNode(KOVAObject xml, SDOM_Node node);
+
+// Whether the document is gone; `LastError` is 8 then.
+bool CheckDocument(NodeData& wrapper);
+
+// `LastError` becomes the code that the library recorded for the last call. If it is a failure, raises XmlDomException
+// and answers false.
+bool CheckLibrary(NodeData& wrapper);
+void RaiseLastError(const NodeData& wrapper);
+
+// The markup of a document or of an element, "" for other nodes. The code of the library goes to `lastError`.
+KOVAString SerialiseDocument(const XmlData& xml, SDOM_Document document, std::int32_t& lastError);
+KOVAString SerialiseNode(const XmlData& xml, SDOM_Node node, std::int32_t& lastError);
+
+// The entries at the beginning of an element's attribute list that programs do not see.
+struct AttributeRange {
+    std::int32_t count = 0; // with the hidden ones
+    std::int32_t hidden = 0;
+};
+AttributeRange AttributesOf(const NodeData& wrapper);
+
+std::int32_t TypeOf(const XmlData& xml, SDOM_Node node);
+
+} // namespace kova

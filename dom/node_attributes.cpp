@@ -1,0 +1,133 @@
+// Attributes by name, by namespace and by index.
+#include "dom/exceptions.h"
+#include "dom/library_strings.h"
+#include "dom/node.h"
+#include "glue/objects.h"
+#include "glue/strings.h"
+
+namespace kova {
+
+namespace {
+
+const char* Utf8(KOVAString text) { return CStringOrEmpty(EnsureUTF8(text)); }
+
+// A wrapper for the attribute. Without one, a failure that stands in `LastError` is raised, whenever it happened.
+KOVAObject WrapOrRaise(const NodeData& wrapper, SDOM_Node attribute) {
+    if (attribute == nullptr && wrapper.lastError != 0) RaiseLastError(wrapper);
+    return WrapNode(wrapper.xml, attribute);
+}
+
+} // namespace
+
+KOVAString XmlNode_GetAttribute(KOVAObject object, KOVAString name) {
+    NodeData& wrapper = *NodeOf(object);
+    if (CheckDocument(wrapper)) return nullptr;
+    const SablotSituation situation = XmlOf(wrapper.xml)->situation;
+    GetterString value;
+    SDOM_getAttribute(situation, wrapper.node, Utf8(name), value.Out());
+    wrapper.lastError = SDOM_getExceptionCode(situation);
+    return BuildUTF8String(value.Text());
+}
+
+// Deliberately leaves `LastError` alone, unlike the form above.
+KOVAString XmlNode_GetAttributeNS(KOVAObject object, KOVAString uri, KOVAString name) {
+    NodeData& wrapper = *NodeOf(object);
+    if (CheckDocument(wrapper)) return nullptr;
+    GetterString value;
+    SDOM_getAttributeNS(XmlOf(wrapper.xml)->situation, wrapper.node, Utf8(uri), Utf8(name), value.Out());
+    return BuildUTF8String(value.Text());
+}
+
+void XmlNode_SetAttribute(KOVAObject object, KOVAString name, KOVAString value) {
+    NodeData& wrapper = *NodeOf(object);
+    if (CheckDocument(wrapper)) return;
+    SDOM_setAttribute(XmlOf(wrapper.xml)->situation, wrapper.node, Utf8(name), Utf8(value));
+    CheckLibrary(wrapper);
+}
+
+void XmlNode_SetAttributeNS(KOVAObject object, KOVAString uri, KOVAString name, KOVAString value) {
+    NodeData& wrapper = *NodeOf(object);
+    if (CheckDocument(wrapper)) return;
+    SDOM_setAttributeNS(XmlOf(wrapper.xml)->situation, wrapper.node, Utf8(uri), Utf8(name), Utf8(value));
+    CheckLibrary(wrapper);
+}
+
+KOVAObject XmlNode_GetAttributeNode(KOVAObject object, KOVAString name) {
+    NodeData& wrapper = *NodeOf(object);
+    if (CheckDocument(wrapper)) return nullptr;
+    const SablotSituation situation = XmlOf(wrapper.xml)->situation;
+    SDOM_Node attribute = nullptr;
+    SDOM_getAttributeNode(situation, wrapper.node, Utf8(name), &attribute);
+    wrapper.lastError = SDOM_getExceptionCode(situation);
+    return WrapOrRaise(wrapper, attribute);
+}
+
+KOVAObject XmlNode_GetAttributeNodeNS(KOVAObject object, KOVAString uri, KOVAString name) {
+    NodeData& wrapper = *NodeOf(object);
+    if (CheckDocument(wrapper)) return nullptr;
+    const SablotSituation situation = XmlOf(wrapper.xml)->situation;
+    SDOM_Node attribute = nullptr;
+    SDOM_getAttributeNodeNS(situation, wrapper.node, Utf8(uri), Utf8(name), &attribute);
+    wrapper.lastError = SDOM_getExceptionCode(situation);
+    return WrapOrRaise(wrapper, attribute);
+}
+
+KOVAObject XmlNode_GetAttributeNodeIndex(KOVAObject object, std::int32_t index) {
+    NodeData& wrapper = *NodeOf(object);
+    if (CheckDocument(wrapper)) return nullptr;
+    const XmlData& xml = *XmlOf(wrapper.xml);
+    if (TypeOf(xml, wrapper.node) != ELEMENT_NODE) return nullptr;
+    const AttributeRange range = AttributesOf(wrapper);
+    SDOM_Node attribute = nullptr;
+    // Deliberate: negative indexes reach the hidden entries, and one past the end is asked for and not found.
+    if (range.count - range.hidden >= index) {
+        SDOM_getAttributeNodeIndex(xml.situation, wrapper.node, index + range.hidden, &attribute);
+        wrapper.lastError = SDOM_getExceptionCode(xml.situation);
+    }
+    return WrapOrRaise(wrapper, attribute);
+}
+
+KOVAObject XmlNode_SetAttributeNode(KOVAObject object, KOVAObject attribute) {
+    NodeData& wrapper = *NodeOf(object);
+    if (CheckDocument(wrapper)) return nullptr;
+    SDOM_Node replaced = nullptr;
+    if (attribute != nullptr) {
+        const SablotSituation situation = XmlOf(wrapper.xml)->situation;
+        const SDOM_Node node = LibraryNodeOf(attribute);
+        char* uri = nullptr;
+        SDOM_getNodeNSUri(situation, node, &uri);
+        const auto set = uri != nullptr ? SDOM_setAttributeNodeNS : SDOM_setAttributeNode;
+        set(situation, wrapper.node, node, &replaced);
+        wrapper.lastError = SDOM_getExceptionCode(situation);
+    }
+    return WrapOrRaise(wrapper, replaced);
+}
+
+KOVAObject XmlNode_RemoveAttributeNode(KOVAObject object, KOVAObject attribute) {
+    NodeData& wrapper = *NodeOf(object);
+    if (CheckDocument(wrapper)) return nullptr;
+    SDOM_Node removed = nullptr;
+    if (attribute != nullptr) {
+        const SablotSituation situation = XmlOf(wrapper.xml)->situation;
+        SDOM_removeAttributeNode(situation, wrapper.node, LibraryNodeOf(attribute), &removed);
+        wrapper.lastError = SDOM_getExceptionCode(situation);
+    }
+    return WrapOrRaise(wrapper, removed);
+}
+
+void XmlNode_SetAttributeNodeNoResult(KOVAObject object, KOVAObject attribute) {
+    KOVAUnlockObject(XmlNode_SetAttributeNode(object, attribute));
+}
+
+void XmlNode_RemoveAttributeNodeNoResult(KOVAObject object, KOVAObject attribute) {
+    KOVAUnlockObject(XmlNode_RemoveAttributeNode(object, attribute));
+}
+
+void XmlNode_RemoveAttribute(KOVAObject object, KOVAString name) {
+    NodeData& wrapper = *NodeOf(object);
+    if (CheckDocument(wrapper)) return;
+    SDOM_removeAttribute(XmlOf(wrapper.xml)->situation, wrapper.node, Utf8(name));
+    CheckLibrary(wrapper);
+}
+
+} // namespace kova

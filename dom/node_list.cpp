@@ -1,0 +1,85 @@
+#include "dom/node_list.h"
+
+#include "dom/node.h"
+#include "glue/objects.h"
+#include "glue/strings.h"
+#include "registration/class_references.h"
+#include "registration/records.h"
+
+namespace kova {
+
+namespace {
+
+NodeListData& ListOf(KOVAObject object) { return *InstanceData<NodeListData>(object, XmlNodeListRecord); }
+
+} // namespace
+
+KOVAObject WrapNodeList(KOVAObject xml, SDOM_NodeList list) {
+    if (list == nullptr) return nullptr;
+    const KOVAObject object = PluginNewInstance(gXmlNodeListClass);
+    if (object == nullptr) {
+        SDOM_disposeNodeList(XmlOf(xml)->situation, list);
+        return nullptr;
+    }
+    KOVALockObject(xml);
+    NodeListData& data = ListOf(object);
+    data.xml = xml;
+    data.list = list;
+    return object;
+}
+
+void XmlNodeList_Destroy(KOVAObject object) {
+    NodeListData& data = ListOf(object);
+    if (data.xml == nullptr) return;
+    data.lastError = SDOM_disposeNodeList(XmlOf(data.xml)->situation, data.list);
+    KOVAUnlockObject(data.xml);
+    data.xml = nullptr;
+}
+
+std::int32_t XmlNodeList_GetLength(KOVAObject object, std::int32_t) {
+    NodeListData& data = ListOf(object);
+    if (data.xml == nullptr) return 0;
+    int length = 0;
+    data.lastError = SDOM_getNodeListLength(XmlOf(data.xml)->situation, data.list, &length);
+    return length;
+}
+
+KOVAObject XmlNodeList_Item(KOVAObject object, std::int32_t index) {
+    NodeListData& data = ListOf(object);
+    if (data.xml == nullptr) return nullptr;
+    SDOM_Node node = nullptr;
+    data.lastError = SDOM_getNodeListItem(XmlOf(data.xml)->situation, data.list, index, &node);
+    return WrapNode(data.xml, node);
+}
+
+KOVAString XmlNodeList_ToString(KOVAObject object) {
+    NodeListData& data = ListOf(object);
+    if (data.xml == nullptr) return nullptr;
+    const XmlData& xml = *XmlOf(data.xml);
+    KOVAString text = KOVABuildString("", 0);
+    const std::int32_t length = XmlNodeList_GetLength(object, 0);
+    for (std::int32_t index = 0; index < length; ++index) {
+        const OwnedObject item(XmlNodeList_Item(object, index));
+        if (item.Get() == nullptr) continue;
+        const OwnedString markup(SerialiseNode(xml, LibraryNodeOf(item.Get()), data.lastError));
+        text = RuntimeAddString(text, markup.Get()); // deliberate: the text joined so far is not unlocked
+    }
+    KOVASetStringEncoding(text, UTF8_ENCODING);
+    return text;
+}
+
+KOVAString XmlNodeList_ToStringTagged(KOVAObject object, KOVAString tagName) {
+    const OwnedString content(XmlNodeList_ToString(object));
+    const OwnedString open(KOVABuildString("<", 1));
+    const OwnedString openEnd(KOVABuildString("</", 2));
+    const OwnedString close(KOVABuildString(">", 1));
+    // The tag name goes in as it is.
+    OwnedString text(RuntimeAddString(open.Get(), tagName));
+    for (const KOVAString piece : {close.Get(), content.Get(), openEnd.Get(), tagName})
+        text = OwnedString(RuntimeAddString(text.Get(), piece));
+    const KOVAString result = RuntimeAddString(text.Get(), close.Get());
+    KOVASetStringEncoding(result, UTF8_ENCODING);
+    return result;
+}
+
+} // namespace kova

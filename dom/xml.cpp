@@ -1,0 +1,74 @@
+#include "dom/xml.h"
+
+#include "dom/exceptions.h"
+#include "glue/objects.h"
+#include "glue/strings.h"
+#include "registration/records.h"
+
+#include <unordered_map>
+
+namespace kova {
+
+namespace {
+
+std::unordered_map<SablotHandle, std::uint32_t>& ProcessorSerials() {
+    static std::unordered_map<SablotHandle, std::uint32_t> serials;
+    return serials;
+}
+
+void BuildLibraryObjects(XmlData& xml) {
+    if (SablotCreateSituation(&xml.situation) != 0) {
+        xml.situation = nullptr;
+        xml.status = -1;
+        return;
+    }
+    if (SablotCreateDocument(xml.situation, &xml.document) != 0) {
+        xml.document = nullptr;
+        xml.status = -1;
+        return;
+    }
+    xml.status = SablotCreateProcessorForSituation(xml.situation, &xml.processor);
+    if (xml.status != 0) {
+        xml.processor = nullptr;
+        return;
+    }
+    static std::uint32_t lastSerial = 0;
+    ProcessorSerials()[xml.processor] = ++lastSerial;
+    xml.status = SablotRegHandler(xml.processor, SABLOT_HANDLER_MESSAGE, &xml.messageHandler, xml.self);
+}
+
+} // namespace
+
+XmlData* XmlOf(KOVAObject xml) { return xml != nullptr ? InstanceData<XmlData>(xml, XmlRecord) : nullptr; }
+
+std::uint32_t ProcessorSerial(SablotHandle processor) {
+    const auto found = ProcessorSerials().find(processor);
+    return found != ProcessorSerials().end() ? found->second : 0;
+}
+
+void Xml_Construct(KOVAObject object) {
+    XmlData& xml = *XmlOf(object);
+    xml = XmlData{};
+    xml.self = object;
+    xml.minimumMessageLevel = 3;
+    xml.messageHandler = XML_MESSAGE_HANDLER;
+    BuildLibraryObjects(xml);
+}
+
+void Xml_Destroy(KOVAObject object) {
+    XmlData& xml = *XmlOf(object);
+    if (xml.processor != nullptr) {
+        xml.status = SablotUnregHandler(xml.processor, SABLOT_HANDLER_MESSAGE, nullptr, nullptr);
+        ProcessorSerials().erase(xml.processor);
+        SablotDestroyProcessor(xml.processor);
+    }
+    xml.processor = nullptr;
+    if (xml.document != nullptr) SablotDestroyDocument(xml.situation, xml.document);
+    xml.document = nullptr;
+    if (xml.situation != nullptr) SablotDestroySituation(xml.situation);
+    xml.situation = nullptr;
+    KOVAUnlockString(xml.encoding);
+    xml.encoding = nullptr;
+}
+
+} // namespace kova

@@ -1,0 +1,138 @@
+#include "dom/markup_scanner.h"
+#include "glue/helpers.h"
+#include "glue/services.h"
+#include "host/runtime/services.h"
+#include "host/runtime/string.h"
+#include "tests/plugin/plugin_in_process.h"
+
+#include <gtest/gtest.h>
+#include <random>
+#include <string>
+
+namespace {
+
+std::string Scan(const char* text) {
+    const host::StringRef result =
+        host::StringRef::Adopt(reinterpret_cast<host::String*>(kova::MarkupScanner().Run(text)));
+    return std::string(result.View());
+}
+
+struct Case {
+    const char* name;
+    const char* input;
+    const char* output;
+};
+
+// One line a case; the name tells the state or the rule at stake.
+const Case CASES[] = {
+    {"Empty", "", ""},
+    {"OnlyWhitespace", " \t\r\n", " \t\r\n"},
+    {"BetweenMarkup", "  <a> <b/> </a>", "<a><b/></a>"},
+    {"AllFourWhitespaceBytes", "<a>\t\n\r <b/></a>", "<a><b/></a>"},
+    {"AroundText", "<a> x </a>", "<a> x </a>"},
+    {"BeforeText", "<a> x</a> <b/>", "<a> x</a><b/>"},
+    {"OnlyTextNoMarkup", "  x  ", "  x  "},
+    {"AtTheEnd", "<a/>\n", "<a/>\n"},
+    {"AtTheEndAfterText", "<a/> x ", "<a/> x "},
+    {"OtherBlanksStay", "<a>\v</a>\f<b/>", "<a>\v</a>\f<b/>"},
+    {"HighBytesStay", "<a>\xC2\xA0</a>\x85<b/>", "<a>\xC2\xA0</a>\x85<b/>"},
+    {"HighControlBytesStay", "<a>\x89\x8A<b/></a>", "<a>\x89\x8A<b/></a>"}, // 9 and 10 with the top bit
+    {"InsideTags", "<a  b = ' 1 ' > <c/></a>", "<a  b = ' 1 ' ><c/></a>"},
+    {"GreaterThanInText", "<a>x> <b/></a>", "<a>x><b/></a>"},
+    {"GreaterThanFirstInText", "<a>> <b/></a>", "<a>> <b/></a>"}, // read in state 0: not looked at again
+    {"EndsInTag", "<a", "<a"},
+    {"EndsInLessThan", "<a> <", "<a><"},
+    {"Comment", "<!-- a > <b --> <c/>", "<!-- a ><b --><c/>"},
+    {"CommentOfNothing", "<!----> <c/>", "<!----><c/>"},
+    {"Cdata", "<a><![CDATA[ ]]> </a>", "<a><![CDATA[ ]]></a>"},
+    {"CdataWithMarkup", "<a><![CDATA[<b> <c>]]> </a>", "<a><![CDATA[<b> <c>]]></a>"},
+    {"CdataTwice", "<![CDATA[> <]]> <![CDATA[> <]]> <a/>", "<![CDATA[> <]]><![CDATA[> <]]><a/>"},
+    {"CdataEndsInText", "<![CDATA[ > <", "<![CDATA[ > <"},
+    {"CdataEndsAfterOneBracket", "<![CDATA[ ] > <", "<![CDATA[ ] > <"},
+    {"CdataEndsAfterTwoBrackets", "<![CDATA[ ]] < ", "<![CDATA[ ]] < "},
+    // The wrong turn of state 11: a lone bracket and a later one count as "]]".
+    {"CdataLoneBrackets", "<![CDATA[a]b]c> <d]]> <e/>", "<![CDATA[a]b]c><d]]><e/>"},
+    {"CdataLoneBracketThenEnd", "<![CDATA[a] > <b]]> <c/>", "<![CDATA[a] > <b]]> <c/>"},
+    // The wrong turn of state 12: after "]]" any later '>' ends the section.
+    {"CdataTwoBracketsInside", "<![CDATA[a]]b > <c]]> <d/>", "<![CDATA[a]]b ><c]]><d/>"},
+    {"CdataThreeBrackets", "<![CDATA[a]]]> <b/>", "<![CDATA[a]]]><b/>"},
+    // A byte that breaks the opening, in each of the states 2 to 9: what follows is a tag, not a section.
+    {"BrokenInState2", "<x[CDATA[> <]]>", "<x[CDATA[><]]>"},
+    {"BrokenInState3", "<!xCDATA[> <]]>", "<!xCDATA[><]]>"},
+    {"BrokenInState4", "<![xDATA[> <]]>", "<![xDATA[><]]>"},
+    {"BrokenInState5", "<![CxATA[> <]]>", "<![CxATA[><]]>"},
+    {"BrokenInState6", "<![CDxTA[> <]]>", "<![CDxTA[><]]>"},
+    {"BrokenInState7", "<![CDAxA[> <]]>", "<![CDAxA[><]]>"},
+    {"BrokenInState8", "<![CDATx[> <]]>", "<![CDATx[><]]>"},
+    {"BrokenInState9", "<![CDATAx> <]]>", "<![CDATAx><]]>"},
+    {"LowerCaseOpening", "<![cdata[> <]]>", "<![cdata[><]]>"},
+    // The breaking byte is consumed: a '>' or '<' there neither ends nor starts markup.
+    {"BreakingGreaterThan", "<> <a> <b/>", "<> <a><b/>"},
+    {"BreakingGreaterThanLater", "<!> <a> <b/>", "<!> <a><b/>"},
+    {"BreakingLessThan", "<<![CDATA[> <", "<<![CDATA[><"},
+    {"EndsInOpening", "<![CDA", "<![CDA"},
+};
+
+class Scanner : public testing::TestWithParam<Case> {};
+
+TEST_P(Scanner, Drops) { EXPECT_EQ(Scan(GetParam().input), GetParam().output); }
+
+INSTANTIATE_TEST_SUITE_P(Table, Scanner, testing::ValuesIn(CASES), [](const auto& info) { return info.param.name; });
+
+TEST(ScannerRun, NilIsEmptyAndEachTokenIsReleased) {
+    const auto before = host::LiveStringCount();
+    EXPECT_EQ(Scan(nullptr), "");
+    EXPECT_EQ(Scan("<a> <b/> x </a>"), "<a><b/> x </a>");
+    EXPECT_EQ(host::LiveStringCount(), before);
+}
+
+// The state machine byte by byte.
+std::string ScanByteByByte(const std::string& source) {
+    std::string output;
+    std::size_t tokenStart = 0;
+    std::size_t position = 0;
+    int state = 0;
+    const auto take = [&] {
+        output += source.substr(tokenStart, position - tokenStart);
+        tokenStart = position;
+    };
+    while (true) {
+        if (position == source.size()) {
+            take();
+            return output;
+        }
+        const char c = source[position++];
+        switch (state) {
+        case 0:
+            if (std::string_view(" \t\r\n").find(c) != std::string_view::npos) break;
+            state = 1;
+            if (c == '<') tokenStart = --position;
+            break;
+        case 1:
+            if (c != '<' && c != '>') break;
+            state = c == '>' ? 0 : 2;
+            take();
+            break;
+        case 10: state = c == ']' ? 11 : 10; break;
+        case 11: state = c == ']' ? 12 : 11; break;
+        case 12:
+            if (c != '>') break;
+            state = 0;
+            take();
+            break;
+        default: state = c == "![CDATA["[state - 2] ? state + 1 : 1;
+        }
+    }
+}
+
+TEST(ScannerRun, FindsWhatTheStateMachineFindsByteByByte) {
+    std::mt19937 random(20);
+    const std::string pieces[] = {"<", ">", " ", "\n", "]", "]]>", "<![CDATA[", "x", "<!", "<![", "text of some length "};
+    for (int round = 0; round < 20000; ++round) {
+        std::string text;
+        for (auto count = random() % 40; count > 0; --count) text += pieces[random() % std::size(pieces)];
+        ASSERT_EQ(Scan(text.c_str()), ScanByteByByte(text)) << text;
+    }
+}
+
+} // namespace

@@ -1,0 +1,119 @@
+// The `Transform` methods of `XmlDocument`.
+#include "dom/exceptions.h"
+#include "dom/library_strings.h"
+#include "dom/node.h"
+#include "glue/exceptions.h"
+#include "glue/objects.h"
+#include "glue/strings.h"
+#include "xslt/xslt_handler.h"
+
+#include <cstring>
+
+namespace kova {
+
+namespace {
+
+// Keeps an object alive during a run, whose events may let the program's last reference to it go.
+class Kept {
+public:
+    explicit Kept(KOVAObject object) : object_(object) { KOVALockObject(object_); }
+    ~Kept() { KOVAUnlockObject(object_); }
+    Kept(const Kept&) = delete;
+    Kept& operator=(const Kept&) = delete;
+
+private:
+    KOVAObject object_;
+};
+
+enum class ResultEncoding { UNMARKED, UTF8 };
+
+// Runs the document's processor; `addStyle` binds the stylesheet.
+template <typename AddStyle>
+KOVAString Run(KOVAObject object, ResultEncoding encoding, AddStyle addStyle) {
+    NodeData& wrapper = *NodeOf(object);
+    const XmlData& xml = *XmlOf(wrapper.xml);
+    const Kept keptDocument(object);
+    const Kept keptXml(wrapper.xml);
+    const SablotSituation situation = xml.situation;
+    const SablotHandle processor = xml.processor;
+    // An encoding stays with the processor, also when the property is nil again.
+    if (xml.encoding != nullptr) SablotSetEncoding(processor, StringGetCString(xml.encoding));
+
+    std::int32_t& lastError = wrapper.lastError;
+    ResultString text;
+    lastError = addStyle(situation, processor);
+    if (lastError == 0) lastError = SablotAddArgTree(situation, processor, "doc", xml.document);
+    if (lastError == 0) lastError = SablotRunProcessorGen(situation, processor, "arg:/style", "arg:/doc", "arg:/out");
+    if (lastError == 0) lastError = SablotGetResultArg(processor, "arg:/out", text.Out());
+    if (lastError != 0) {
+        // The message handler may have raised one with the details before; the host keeps the first.
+        RaiseXmlException(lastError, nullptr, nullptr, nullptr);
+        return nullptr;
+    }
+    KOVAString result = nullptr;
+    if (text.Text() != nullptr)
+        result = KOVABuildString(text.Text(), static_cast<std::int32_t>(std::strlen(text.Text())));
+    if (encoding == ResultEncoding::UTF8) KOVASetStringEncoding(result, UTF8_ENCODING);
+    return result;
+}
+
+// Runs `transform` with the handler registered.
+template <typename Transform>
+KOVAString RunWithHandler(KOVAObject object, KOVAObject handler, Transform transform) {
+    NodeData& wrapper = *NodeOf(object);
+    if (wrapper.xml == nullptr) {
+        CheckDocument(wrapper);
+        return nullptr;
+    }
+    if (handler == nullptr) {
+        RaiseNilObjectException();
+        return nullptr;
+    }
+    const Kept keptDocument(object);
+    const Kept keptXml(wrapper.xml);
+    XmlData& xml = *XmlOf(wrapper.xml);
+    KOVALockObject(handler);
+    xml.xsltHandler = handler;
+    KOVAString result;
+    {
+        const HandlerRegistration registration(handler, xml.processor);
+        result = transform();
+    }
+    KOVAUnlockObject(handler);
+    xml.xsltHandler = nullptr;
+    return result;
+}
+
+} // namespace
+
+KOVAString XmlDocument_TransformString(KOVAObject object, KOVAString xsl) {
+    if (CheckDocument(*NodeOf(object))) return nullptr;
+    return Run(object, ResultEncoding::UTF8, [&](SablotSituation situation, SablotHandle processor) {
+        return SablotAddArgBuffer(situation, processor, "style", CStringOrEmpty(xsl));
+    });
+}
+
+// Deliberately does not mark the result as UTF-8, unlike the form above.
+KOVAString XmlDocument_TransformStyleSheet(KOVAObject object, KOVAObject xsl) {
+    if (CheckDocument(*NodeOf(object))) return nullptr;
+    if (xsl == nullptr) {
+        RaiseNilObjectException();
+        return nullptr;
+    }
+    NodeData& style = *NodeOf(xsl);
+    if (CheckDocument(style)) return nullptr;
+    const Kept keptStyle(style.xml);
+    return Run(object, ResultEncoding::UNMARKED, [&](SablotSituation situation, SablotHandle processor) {
+        return SablotAddArgTree(situation, processor, "style", XmlOf(style.xml)->document);
+    });
+}
+
+KOVAString XmlDocument_TransformStringHandler(KOVAObject object, KOVAString xsl, KOVAObject handler) {
+    return RunWithHandler(object, handler, [&] { return XmlDocument_TransformString(object, xsl); });
+}
+
+KOVAString XmlDocument_TransformStyleSheetHandler(KOVAObject object, KOVAObject xsl, KOVAObject handler) {
+    return RunWithHandler(object, handler, [&] { return XmlDocument_TransformStyleSheet(object, xsl); });
+}
+
+} // namespace kova
