@@ -1,11 +1,12 @@
 // `XmlDocument` and `XmlStyleSheet`: making, loading and saving documents, and their properties.
+#include "dom/classes.h"
 #include "dom/exceptions.h"
 #include "dom/markup_scanner.h"
+#include "dom/members.h"
 #include "dom/node.h"
 #include "glue/files.h"
 #include "glue/objects.h"
 #include "glue/strings.h"
-#include "registration/class_references.h"
 
 namespace kova {
 
@@ -39,15 +40,15 @@ void Load(NodeData& wrapper, KOVAString text, Parse parse) {
     if (wrapper.lastError == 0) wrapper.node = reinterpret_cast<SDOM_Node>(xml.document);
 }
 
-void LoadFile(KOVAObject object, KOVAObject file, void (*load)(KOVAObject, KOVAString)) {
+void LoadFile(KOVAObject self, KOVAObject file, void (*load)(KOVAObject, KOVAString)) {
     const FileText text(file);
-    load(object, text.Get());
+    load(self, text.Get());
 }
 
 } // namespace
 
-void XmlDocument_Constructor(KOVAObject object) {
-    NodeData& wrapper = *NodeOf(object);
+void XmlDocument_Constructor(KOVAObject self) {
+    NodeData& wrapper = *NodeOf(self);
     LeaveDocument(wrapper); // a program may call the constructor again
     wrapper.xml = PluginNewInstance(gXmlClass);
     if (wrapper.xml == nullptr) return;
@@ -57,55 +58,55 @@ void XmlDocument_Constructor(KOVAObject object) {
     ++xml.documentWrapperCount;
 }
 
-void XmlDocument_Destroy(KOVAObject object) {
-    if (XmlData* xml = XmlOf(NodeOf(object)->xml)) --xml->documentWrapperCount;
+void XmlDocument_Finalize(KOVAObject self) {
+    if (XmlData* xml = XmlOf(NodeOf(self)->xml)) --xml->documentWrapperCount;
 }
 
-void XmlDocument_LoadXml(KOVAObject object, KOVAString text) {
-    NodeData& wrapper = *NodeOf(object);
+void XmlDocument_LoadXml(KOVAObject self, KOVAString text) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return;
     XmlOf(wrapper.xml)->loadedFromText = 1;
     Load(wrapper, text, SablotParseBuffer);
 }
 
 // Deliberately leaves `loadedFromText` alone.
-void XmlStyleSheet_LoadXml(KOVAObject object, KOVAString text) {
-    NodeData& wrapper = *NodeOf(object);
+void XmlStyleSheet_LoadXml(KOVAObject self, KOVAString text) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return;
     Load(wrapper, text, SablotParseStylesheetBuffer);
 }
 
-void XmlDocument_LoadXmlFile(KOVAObject object, KOVAObject file) { LoadFile(object, file, XmlDocument_LoadXml); }
-void XmlStyleSheet_LoadXmlFile(KOVAObject object, KOVAObject file) { LoadFile(object, file, XmlStyleSheet_LoadXml); }
+void XmlDocument_LoadXmlFile(KOVAObject self, KOVAObject file) { LoadFile(self, file, XmlDocument_LoadXml); }
+void XmlStyleSheet_LoadXmlFile(KOVAObject self, KOVAObject file) { LoadFile(self, file, XmlStyleSheet_LoadXml); }
 
-void XmlDocument_ConstructorString(KOVAObject object, KOVAString text) {
-    XmlDocument_Constructor(object);
-    XmlDocument_LoadXml(object, text);
+void XmlDocument_ConstructorText(KOVAObject self, KOVAString text) {
+    XmlDocument_Constructor(self);
+    XmlDocument_LoadXml(self, text);
 }
 
-void XmlDocument_ConstructorFile(KOVAObject object, KOVAObject file) {
-    XmlDocument_Constructor(object);
-    XmlDocument_LoadXmlFile(object, file);
+void XmlDocument_ConstructorFile(KOVAObject self, KOVAObject file) {
+    XmlDocument_Constructor(self);
+    XmlDocument_LoadXmlFile(self, file);
 }
 
-void XmlStyleSheet_ConstructorString(KOVAObject object, KOVAString text) {
-    XmlDocument_Constructor(object);
-    XmlStyleSheet_LoadXml(object, text);
+void XmlStyleSheet_ConstructorText(KOVAObject self, KOVAString text) {
+    XmlDocument_Constructor(self);
+    XmlStyleSheet_LoadXml(self, text);
 }
 
-void XmlStyleSheet_ConstructorFile(KOVAObject object, KOVAObject file) {
-    XmlDocument_Constructor(object);
-    XmlStyleSheet_LoadXmlFile(object, file);
+void XmlStyleSheet_ConstructorFile(KOVAObject self, KOVAObject file) {
+    XmlDocument_Constructor(self);
+    XmlStyleSheet_LoadXmlFile(self, file);
 }
 
-void XmlDocument_SaveXml(KOVAObject object, KOVAObject file) {
+void XmlDocument_SaveXml(KOVAObject self, KOVAObject file) {
     const OwnedObject stream(CreateTextFile(file));
-    const OwnedString text(XmlNode_GetToString(object, 0));
+    const OwnedString text(XmlNode_GetToString(self, 0));
     WriteTextAndClose(stream.Get(), text.Get());
 }
 
-KOVAObject XmlDocument_GetDocumentElement(KOVAObject object, std::int32_t) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAObject XmlDocument_GetDocumentElement(KOVAObject self, std::uint32_t) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     const XmlData& xml = *XmlOf(wrapper.xml);
     SDOM_Node element = nullptr;
@@ -115,22 +116,22 @@ KOVAObject XmlDocument_GetDocumentElement(KOVAObject object, std::int32_t) {
 
 // The properties below also answer when the library document is gone, as long as there is an `Xml` object.
 
-std::int32_t XmlDocument_GetPreserveWhitespace(KOVAObject object, std::int32_t) {
-    const XmlData* xml = XmlOf(NodeOf(object)->xml);
-    if (xml == nullptr) CheckDocument(*NodeOf(object));
+std::int32_t XmlDocument_GetPreserveWhitespace(KOVAObject self, std::uint32_t) {
+    const XmlData* xml = XmlOf(NodeOf(self)->xml);
+    if (xml == nullptr) CheckDocument(*NodeOf(self));
     return xml != nullptr && xml->preserveWhitespace ? 1 : 0;
 }
 
-void XmlDocument_SetPreserveWhitespace(KOVAObject object, std::int32_t, std::int32_t value) {
-    NodeData& wrapper = *NodeOf(object);
+void XmlDocument_SetPreserveWhitespace(KOVAObject self, std::uint32_t, std::int32_t value) {
+    NodeData& wrapper = *NodeOf(self);
     if (XmlData* xml = XmlOf(wrapper.xml))
         xml->preserveWhitespace = value != 0;
     else
         CheckDocument(wrapper);
 }
 
-KOVAString XmlDocument_GetEncoding(KOVAObject object, std::int32_t) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAString XmlDocument_GetEncoding(KOVAObject self, std::uint32_t) {
+    NodeData& wrapper = *NodeOf(self);
     const XmlData* xml = XmlOf(wrapper.xml);
     if (xml == nullptr) {
         CheckDocument(wrapper);
@@ -140,8 +141,8 @@ KOVAString XmlDocument_GetEncoding(KOVAObject object, std::int32_t) {
     return xml->encoding;
 }
 
-void XmlDocument_SetEncoding(KOVAObject object, std::int32_t, KOVAString value) {
-    NodeData& wrapper = *NodeOf(object);
+void XmlDocument_SetEncoding(KOVAObject self, std::uint32_t, KOVAString value) {
+    NodeData& wrapper = *NodeOf(self);
     XmlData* xml = XmlOf(wrapper.xml);
     if (xml == nullptr) {
         CheckDocument(wrapper);

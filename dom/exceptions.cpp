@@ -1,11 +1,12 @@
 #include "dom/exceptions.h"
 
+#include "dom/classes.h"
 #include "dom/library_strings.h"
+#include "dom/members.h"
 #include "dom/xml.h"
 #include "glue/exceptions.h"
 #include "glue/objects.h"
 #include "glue/strings.h"
-#include "registration/records.h"
 
 #include <cstring>
 #include <string_view>
@@ -16,7 +17,7 @@ namespace kova {
 namespace {
 
 const XmlExceptionData& DataOf(KOVAObject exception) {
-    return *InstanceData<XmlExceptionData>(exception, XmlExceptionRecord);
+    return *InstanceData<XmlExceptionData>(exception, xmlExceptionClass);
 }
 
 int MakeCode(void*, SablotHandle, int, unsigned short, unsigned short code) { return code; }
@@ -59,13 +60,13 @@ int Error(void* userData, SablotHandle, int code, int level, char** fields) {
 } // namespace
 
 void RaiseXmlException(std::int32_t code, KOVAString message, KOVAString line, KOVAString node) {
-    const KOVAObject exception = NewException(XmlExceptionRecord, code);
+    const KOVAObject exception = NewException(xmlExceptionClass, code);
     if (exception == nullptr) {
         for (const KOVAString each : {message, line, node}) KOVAUnlockString(each);
         return;
     }
-    SetExceptionMessage(exception, XmlExceptionRecord, message);
-    auto& data = *InstanceData<XmlExceptionData>(exception, XmlExceptionRecord);
+    SetExceptionMessage(exception, xmlExceptionClass, message);
+    auto& data = *InstanceData<XmlExceptionData>(exception, xmlExceptionClass);
     ReplaceString(data.line, line);
     ReplaceString(data.node, node);
     RuntimeRaiseException(exception);
@@ -73,16 +74,16 @@ void RaiseXmlException(std::int32_t code, KOVAString message, KOVAString line, K
 
 void RaiseDomException(std::int32_t code, char* message) {
     const GetterString owned(message);
-    const KOVAObject exception = NewException(XmlDomExceptionRecord, code);
+    const KOVAObject exception = NewException(xmlDomExceptionClass, code);
     if (exception == nullptr) return;
-    SetExceptionMessage(exception, XmlDomExceptionRecord, BuildUTF8String(owned.Text()));
+    SetExceptionMessage(exception, xmlDomExceptionClass, BuildUTF8String(owned.Text()));
     RuntimeRaiseException(exception);
 }
 
 const SablotMessageHandler XML_MESSAGE_HANDLER = {MakeCode, Log, Error};
 
-KOVAString XmlException_GetLine(KOVAObject object, std::int32_t) { return LockedString(DataOf(object).line); }
-KOVAString XmlException_GetNode(KOVAObject object, std::int32_t) { return LockedString(DataOf(object).node); }
-KOVAString XmlException_GetToken(KOVAObject object, std::int32_t) { return LockedString(DataOf(object).token); }
+KOVAString XmlException_GetLine(KOVAObject self, std::uint32_t) { return LockedString(DataOf(self).line); }
+KOVAString XmlException_GetNode(KOVAObject self, std::uint32_t) { return LockedString(DataOf(self).node); }
+KOVAString XmlException_GetToken(KOVAObject self, std::uint32_t) { return LockedString(DataOf(self).token); }
 
 } // namespace kova

@@ -1,9 +1,10 @@
 #include "dom/namespaces.h"
 
+#include "dom/classes.h"
 #include "dom/exceptions.h"
+#include "dom/members.h"
 #include "glue/objects.h"
 #include "glue/strings.h"
-#include "registration/records.h"
 
 #include <algorithm>
 #include <cstring>
@@ -45,23 +46,23 @@ std::span<const NamespaceEntry> NamespacesData::InUse() const {
 }
 
 NamespacesData* NamespacesOf(KOVAObject namespaces) {
-    return namespaces != nullptr ? InstanceData<NamespacesData>(namespaces, XmlNamespacesRecord) : nullptr;
+    return namespaces != nullptr ? InstanceData<NamespacesData>(namespaces, xmlNamespacesClass) : nullptr;
 }
 
-void XmlNamespaces_Construct(KOVAObject object) { *NamespacesOf(object) = NamespacesData{}; }
+void XmlNamespaces_Initialize(KOVAObject self) { *NamespacesOf(self) = NamespacesData{}; }
 
-void XmlNamespaces_Destroy(KOVAObject object) { XmlNamespaces_Clear(object); }
+void XmlNamespaces_Finalize(KOVAObject self) { XmlNamespaces_Clear(self); }
 
-KOVAString XmlNamespaces_GetUri(KOVAObject object, KOVAString prefix) {
-    const NamespacesData& map = *NamespacesOf(object);
+KOVAString XmlNamespaces_Uri(KOVAObject self, KOVAString prefix) {
+    const NamespacesData& map = *NamespacesOf(self);
     const std::int32_t index = IndexOf(map, prefix);
     if (index == ABSENT) return nullptr;
     KOVALockString(map.entries[index].uri);
     return map.entries[index].uri;
 }
 
-void XmlNamespaces_SetUri(KOVAObject object, KOVAString prefix, KOVAString value) {
-    NamespacesData& map = *NamespacesOf(object);
+void XmlNamespaces_SetUri(KOVAObject self, KOVAString prefix, KOVAString value) {
+    NamespacesData& map = *NamespacesOf(self);
     const KOVAString prefixUtf8 = EnsureUTF8(prefix);
     const KOVAString valueUtf8 = EnsureUTF8(value);
     std::int32_t index = IndexOf(map, prefixUtf8);
@@ -80,13 +81,13 @@ void XmlNamespaces_SetUri(KOVAObject object, KOVAString prefix, KOVAString value
 
 // Deliberate: answers the entry's index, or -1, and the host takes any word but 0 for True. So a prefix is "absent"
 // only when it stands first.
-std::int32_t XmlNamespaces_HasPrefix(KOVAObject object, KOVAString prefix) {
-    return IndexOf(*NamespacesOf(object), prefix);
+std::int32_t XmlNamespaces_HasPrefix(KOVAObject self, KOVAString prefix) {
+    return IndexOf(*NamespacesOf(self), prefix);
 }
 
 // Releases every entry, also one beyond a count that the program lowered.
-void XmlNamespaces_Clear(KOVAObject object) {
-    NamespacesData& map = *NamespacesOf(object);
+void XmlNamespaces_Clear(KOVAObject self) {
+    NamespacesData& map = *NamespacesOf(self);
     for (NamespaceEntry& entry : map.entries) {
         KOVAUnlockString(entry.prefix);
         KOVAUnlockString(entry.uri);

@@ -1,11 +1,11 @@
 #include "dom/node.h"
 
+#include "dom/classes.h"
 #include "dom/exceptions.h"
 #include "dom/library_strings.h"
+#include "dom/members.h"
 #include "glue/objects.h"
 #include "glue/strings.h"
-#include "registration/class_references.h"
-#include "registration/records.h"
 
 namespace kova {
 
@@ -43,7 +43,7 @@ std::int32_t HiddenAttributes(const XmlData& xml, SDOM_Node element, std::int32_
 } // namespace
 
 NodeData* NodeOf(KOVAObject wrapper) {
-    return wrapper != nullptr ? InstanceData<NodeData>(wrapper, XmlNodeRecord) : nullptr;
+    return wrapper != nullptr ? InstanceData<NodeData>(wrapper, xmlNodeClass) : nullptr;
 }
 
 SDOM_Node LibraryNodeOf(KOVAObject wrapper) { return NodeOf(wrapper)->node; }
@@ -107,14 +107,14 @@ AttributeRange AttributesOf(const NodeData& wrapper) {
     return range;
 }
 
-void XmlNode_Construct(KOVAObject object) {
-    NodeData& wrapper = *NodeOf(object);
+void XmlNode_Initialize(KOVAObject self) {
+    NodeData& wrapper = *NodeOf(self);
     wrapper = NodeData{};
-    wrapper.self = object;
+    wrapper.self = self;
 }
 
-void XmlNode_Destroy(KOVAObject object) {
-    NodeData& wrapper = *NodeOf(object);
+void XmlNode_Finalize(KOVAObject self) {
+    NodeData& wrapper = *NodeOf(self);
     if (wrapper.xml == nullptr) return;
     KOVAUnlockObject(wrapper.xml);
     wrapper.xml = nullptr;

@@ -1,6 +1,7 @@
 // Attributes by name, by namespace and by index.
 #include "dom/exceptions.h"
 #include "dom/library_strings.h"
+#include "dom/members.h"
 #include "dom/node.h"
 #include "glue/objects.h"
 #include "glue/strings.h"
@@ -19,8 +20,8 @@ KOVAObject WrapOrRaise(const NodeData& wrapper, SDOM_Node attribute) {
 
 } // namespace
 
-KOVAString XmlNode_GetAttribute(KOVAObject object, KOVAString name) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAString XmlNode_GetAttribute(KOVAObject self, KOVAString name) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     const SablotSituation situation = XmlOf(wrapper.xml)->situation;
     GetterString value;
@@ -30,30 +31,30 @@ KOVAString XmlNode_GetAttribute(KOVAObject object, KOVAString name) {
 }
 
 // Deliberately leaves `LastError` alone, unlike the form above.
-KOVAString XmlNode_GetAttributeNS(KOVAObject object, KOVAString uri, KOVAString name) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAString XmlNode_GetAttributeNS(KOVAObject self, KOVAString uri, KOVAString name) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     GetterString value;
     SDOM_getAttributeNS(XmlOf(wrapper.xml)->situation, wrapper.node, Utf8(uri), Utf8(name), value.Out());
     return BuildUTF8String(value.Text());
 }
 
-void XmlNode_SetAttribute(KOVAObject object, KOVAString name, KOVAString value) {
-    NodeData& wrapper = *NodeOf(object);
+void XmlNode_SetAttribute(KOVAObject self, KOVAString name, KOVAString value) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return;
     SDOM_setAttribute(XmlOf(wrapper.xml)->situation, wrapper.node, Utf8(name), Utf8(value));
     CheckLibrary(wrapper);
 }
 
-void XmlNode_SetAttributeNS(KOVAObject object, KOVAString uri, KOVAString name, KOVAString value) {
-    NodeData& wrapper = *NodeOf(object);
+void XmlNode_SetAttributeNS(KOVAObject self, KOVAString uri, KOVAString name, KOVAString value) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return;
     SDOM_setAttributeNS(XmlOf(wrapper.xml)->situation, wrapper.node, Utf8(uri), Utf8(name), Utf8(value));
     CheckLibrary(wrapper);
 }
 
-KOVAObject XmlNode_GetAttributeNode(KOVAObject object, KOVAString name) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAObject XmlNode_GetAttributeNode(KOVAObject self, KOVAString name) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     const SablotSituation situation = XmlOf(wrapper.xml)->situation;
     SDOM_Node attribute = nullptr;
@@ -62,8 +63,8 @@ KOVAObject XmlNode_GetAttributeNode(KOVAObject object, KOVAString name) {
     return WrapOrRaise(wrapper, attribute);
 }
 
-KOVAObject XmlNode_GetAttributeNodeNS(KOVAObject object, KOVAString uri, KOVAString name) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAObject XmlNode_GetAttributeNodeNS(KOVAObject self, KOVAString uri, KOVAString name) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     const SablotSituation situation = XmlOf(wrapper.xml)->situation;
     SDOM_Node attribute = nullptr;
@@ -72,8 +73,8 @@ KOVAObject XmlNode_GetAttributeNodeNS(KOVAObject object, KOVAString uri, KOVAStr
     return WrapOrRaise(wrapper, attribute);
 }
 
-KOVAObject XmlNode_GetAttributeNodeIndex(KOVAObject object, std::int32_t index) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAObject XmlNode_GetAttributeNodeIndex(KOVAObject self, std::int32_t index) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     const XmlData& xml = *XmlOf(wrapper.xml);
     if (TypeOf(xml, wrapper.node) != ELEMENT_NODE) return nullptr;
@@ -87,8 +88,8 @@ KOVAObject XmlNode_GetAttributeNodeIndex(KOVAObject object, std::int32_t index) 
     return WrapOrRaise(wrapper, attribute);
 }
 
-KOVAObject XmlNode_SetAttributeNode(KOVAObject object, KOVAObject attribute) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAObject XmlNode_SetAttributeNode(KOVAObject self, KOVAObject attribute) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     SDOM_Node replaced = nullptr;
     if (attribute != nullptr) {
@@ -103,8 +104,8 @@ KOVAObject XmlNode_SetAttributeNode(KOVAObject object, KOVAObject attribute) {
     return WrapOrRaise(wrapper, replaced);
 }
 
-KOVAObject XmlNode_RemoveAttributeNode(KOVAObject object, KOVAObject attribute) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAObject XmlNode_RemoveAttributeNode(KOVAObject self, KOVAObject attribute) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     SDOM_Node removed = nullptr;
     if (attribute != nullptr) {
@@ -115,16 +116,16 @@ KOVAObject XmlNode_RemoveAttributeNode(KOVAObject object, KOVAObject attribute) 
     return WrapOrRaise(wrapper, removed);
 }
 
-void XmlNode_SetAttributeNodeNoResult(KOVAObject object, KOVAObject attribute) {
-    KOVAUnlockObject(XmlNode_SetAttributeNode(object, attribute));
+void XmlNode_SetAttributeNodeOnly(KOVAObject self, KOVAObject attribute) {
+    KOVAUnlockObject(XmlNode_SetAttributeNode(self, attribute));
 }
 
-void XmlNode_RemoveAttributeNodeNoResult(KOVAObject object, KOVAObject attribute) {
-    KOVAUnlockObject(XmlNode_RemoveAttributeNode(object, attribute));
+void XmlNode_RemoveAttributeNodeOnly(KOVAObject self, KOVAObject attribute) {
+    KOVAUnlockObject(XmlNode_RemoveAttributeNode(self, attribute));
 }
 
-void XmlNode_RemoveAttribute(KOVAObject object, KOVAString name) {
-    NodeData& wrapper = *NodeOf(object);
+void XmlNode_RemoveAttribute(KOVAObject self, KOVAString name) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return;
     SDOM_removeAttribute(XmlOf(wrapper.xml)->situation, wrapper.node, Utf8(name));
     CheckLibrary(wrapper);

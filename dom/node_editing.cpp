@@ -1,5 +1,6 @@
 // Comparing, reaching by index, changing and cloning nodes.
 #include "dom/exceptions.h"
+#include "dom/members.h"
 #include "dom/node.h"
 #include "glue/objects.h"
 
@@ -12,8 +13,8 @@ constexpr std::int32_t NOT_COMPARABLE = -50;
 // Answers the new child itself, for its caller to own. `edit` is not run when an argument is nil: then a failure left
 // in `LastError` by an earlier call is raised again, deliberately.
 template <typename Edit>
-KOVAObject PlaceChild(KOVAObject object, KOVAObject newChild, bool argumentsGiven, Edit edit) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAObject PlaceChild(KOVAObject self, KOVAObject newChild, bool argumentsGiven, Edit edit) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     if (!argumentsGiven) {
         if (wrapper.lastError != 0) RaiseLastError(wrapper);
@@ -27,63 +28,63 @@ KOVAObject PlaceChild(KOVAObject object, KOVAObject newChild, bool argumentsGive
 
 } // namespace
 
-std::int32_t XmlNode_Compare(KOVAObject object, KOVAObject other) {
-    NodeData& wrapper = *NodeOf(object);
+std::int32_t XmlNode_Compare(KOVAObject self, KOVAObject other) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper) || other == nullptr) return NOT_COMPARABLE;
     int result = NOT_COMPARABLE;
     SDOM_compareNodes(XmlOf(wrapper.xml)->situation, wrapper.node, LibraryNodeOf(other), &result);
     return result;
 }
 
-KOVAObject XmlNode_Child(KOVAObject object, std::int32_t index) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAObject XmlNode_Child(KOVAObject self, std::int32_t index) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     SDOM_Node child = nullptr;
     SDOM_getChildNodeIndex(XmlOf(wrapper.xml)->situation, wrapper.node, index, &child);
     return WrapNode(wrapper.xml, child);
 }
 
-KOVAObject XmlNode_Insert(KOVAObject object, KOVAObject newChild, KOVAObject beforeChild) {
-    return PlaceChild(object, newChild, newChild != nullptr && beforeChild != nullptr,
+KOVAObject XmlNode_Insert(KOVAObject self, KOVAObject newChild, KOVAObject beforeChild) {
+    return PlaceChild(self, newChild, newChild != nullptr && beforeChild != nullptr,
                       [&](SablotSituation situation, SDOM_Node parent) {
                           SDOM_insertBefore(situation, parent, LibraryNodeOf(newChild), LibraryNodeOf(beforeChild));
                       });
 }
 
-KOVAObject XmlNode_ReplaceChild(KOVAObject object, KOVAObject newChild, KOVAObject oldChild) {
-    return PlaceChild(object, newChild, newChild != nullptr && oldChild != nullptr,
+KOVAObject XmlNode_ReplaceChild(KOVAObject self, KOVAObject newChild, KOVAObject oldChild) {
+    return PlaceChild(self, newChild, newChild != nullptr && oldChild != nullptr,
                       [&](SablotSituation situation, SDOM_Node parent) {
                           SDOM_replaceChild(situation, parent, LibraryNodeOf(newChild), LibraryNodeOf(oldChild));
                       });
 }
 
-KOVAObject XmlNode_AppendChild(KOVAObject object, KOVAObject newChild) {
-    return PlaceChild(object, newChild, newChild != nullptr, [&](SablotSituation situation, SDOM_Node parent) {
+KOVAObject XmlNode_AppendChild(KOVAObject self, KOVAObject newChild) {
+    return PlaceChild(self, newChild, newChild != nullptr, [&](SablotSituation situation, SDOM_Node parent) {
         SDOM_appendChild(situation, parent, LibraryNodeOf(newChild));
     });
 }
 
-void XmlNode_InsertNoResult(KOVAObject object, KOVAObject newChild, KOVAObject beforeChild) {
-    KOVAUnlockObject(XmlNode_Insert(object, newChild, beforeChild));
+void XmlNode_InsertOnly(KOVAObject self, KOVAObject newChild, KOVAObject beforeChild) {
+    KOVAUnlockObject(XmlNode_Insert(self, newChild, beforeChild));
 }
 
-void XmlNode_ReplaceChildNoResult(KOVAObject object, KOVAObject newChild, KOVAObject oldChild) {
-    KOVAUnlockObject(XmlNode_ReplaceChild(object, newChild, oldChild));
+void XmlNode_ReplaceChildOnly(KOVAObject self, KOVAObject newChild, KOVAObject oldChild) {
+    KOVAUnlockObject(XmlNode_ReplaceChild(self, newChild, oldChild));
 }
 
-void XmlNode_AppendChildNoResult(KOVAObject object, KOVAObject newChild) {
-    KOVAUnlockObject(XmlNode_AppendChild(object, newChild));
+void XmlNode_AppendChildOnly(KOVAObject self, KOVAObject newChild) {
+    KOVAUnlockObject(XmlNode_AppendChild(self, newChild));
 }
 
-void XmlNode_RemoveChild(KOVAObject object, KOVAObject oldChild) {
-    NodeData& wrapper = *NodeOf(object);
+void XmlNode_RemoveChild(KOVAObject self, KOVAObject oldChild) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper) || oldChild == nullptr) return;
     SDOM_removeChild(XmlOf(wrapper.xml)->situation, wrapper.node, LibraryNodeOf(oldChild));
     CheckLibrary(wrapper);
 }
 
-KOVAObject XmlNode_Clone(KOVAObject object, std::int32_t deep) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAObject XmlNode_Clone(KOVAObject self, std::int32_t deep) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     SDOM_Node clone = nullptr;
     wrapper.lastError = SDOM_cloneNode(XmlOf(wrapper.xml)->situation, wrapper.node, deep, &clone);

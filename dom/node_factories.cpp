@@ -1,5 +1,6 @@
 // The factories and the import of `XmlDocument`. New nodes belong to the document and stand nowhere in it.
 #include "dom/exceptions.h"
+#include "dom/members.h"
 #include "dom/node.h"
 #include "glue/exceptions.h"
 #include "glue/strings.h"
@@ -12,8 +13,8 @@ const char* Text(KOVAString text) { return CStringOrEmpty(text); }
 
 // `LastError` is the call's code; nothing is raised.
 template <typename Call>
-KOVAObject Create(KOVAObject object, Call call) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAObject Create(KOVAObject self, Call call) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     const XmlData& xml = *XmlOf(wrapper.xml);
     SDOM_Node node = nullptr;
@@ -22,16 +23,16 @@ KOVAObject Create(KOVAObject object, Call call) {
 }
 
 template <typename Call>
-KOVAObject CreateFromText(KOVAObject object, KOVAString text, Call call) {
-    return Create(object, [&](SablotSituation situation, SDOM_Document document, SDOM_Node* node) {
+KOVAObject CreateFromText(KOVAObject self, KOVAString text, Call call) {
+    return Create(self, [&](SablotSituation situation, SDOM_Document document, SDOM_Node* node) {
         return call(situation, document, node, Text(text));
     });
 }
 
 } // namespace
 
-KOVAObject XmlDocument_ImportNode(KOVAObject object, KOVAObject foreignNode, std::int32_t deep) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAObject XmlDocument_ImportNode(KOVAObject self, KOVAObject foreignNode, std::int32_t deep) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     if (foreignNode == nullptr) {
         RaiseNilObjectException();
@@ -46,13 +47,13 @@ KOVAObject XmlDocument_ImportNode(KOVAObject object, KOVAObject foreignNode, std
     return WrapNode(wrapper.xml, clone);
 }
 
-KOVAObject XmlDocument_CreateAttribute(KOVAObject object, KOVAString qName) {
-    return CreateFromText(object, qName, SDOM_createAttribute);
+KOVAObject XmlDocument_CreateAttribute(KOVAObject self, KOVAString qName) {
+    return CreateFromText(self, qName, SDOM_createAttribute);
 }
 
 // Unlike the other factories takes the code that the library recorded, and raises even when that is 0.
-KOVAObject XmlDocument_CreateAttributeNS(KOVAObject object, KOVAString uri, KOVAString qName) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAObject XmlDocument_CreateAttributeNS(KOVAObject self, KOVAString uri, KOVAString qName) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     const XmlData& xml = *XmlOf(wrapper.xml);
     SDOM_Node attribute = nullptr;
@@ -62,17 +63,17 @@ KOVAObject XmlDocument_CreateAttributeNS(KOVAObject object, KOVAString uri, KOVA
     return WrapNode(wrapper.xml, attribute);
 }
 
-KOVAObject XmlDocument_CreateElement(KOVAObject object, KOVAString tagName) {
+KOVAObject XmlDocument_CreateElement(KOVAObject self, KOVAString tagName) {
     if (*Text(tagName) == '\0') {
-        CheckDocument(*NodeOf(object));
+        CheckDocument(*NodeOf(self));
         return nullptr; // `LastError` of a living document stays as it was
     }
-    return CreateFromText(object, tagName, SDOM_createElement);
+    return CreateFromText(self, tagName, SDOM_createElement);
 }
 
 // Raises whenever there is no element, even when the code is 0.
-KOVAObject XmlDocument_CreateElementNS(KOVAObject object, KOVAString uri, KOVAString tagName) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAObject XmlDocument_CreateElementNS(KOVAObject self, KOVAString uri, KOVAString tagName) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper) || *Text(tagName) == '\0') return nullptr;
     const XmlData& xml = *XmlOf(wrapper.xml);
     SDOM_Node element = nullptr;
@@ -81,20 +82,20 @@ KOVAObject XmlDocument_CreateElementNS(KOVAObject object, KOVAString uri, KOVASt
     return WrapNode(wrapper.xml, element);
 }
 
-KOVAObject XmlDocument_CreateTextNode(KOVAObject object, KOVAString data) {
-    return CreateFromText(object, data, SDOM_createTextNode);
+KOVAObject XmlDocument_CreateTextNode(KOVAObject self, KOVAString data) {
+    return CreateFromText(self, data, SDOM_createTextNode);
 }
 
-KOVAObject XmlDocument_CreateCDATASection(KOVAObject object, KOVAString data) {
-    return CreateFromText(object, data, SDOM_createCDATASection);
+KOVAObject XmlDocument_CreateCDATASection(KOVAObject self, KOVAString data) {
+    return CreateFromText(self, data, SDOM_createCDATASection);
 }
 
-KOVAObject XmlDocument_CreateComment(KOVAObject object, KOVAString data) {
-    return CreateFromText(object, data, SDOM_createComment);
+KOVAObject XmlDocument_CreateComment(KOVAObject self, KOVAString data) {
+    return CreateFromText(self, data, SDOM_createComment);
 }
 
-KOVAObject XmlDocument_CreateProcessingInstruction(KOVAObject object, KOVAString target, KOVAString data) {
-    return Create(object, [&](SablotSituation situation, SDOM_Document document, SDOM_Node* node) {
+KOVAObject XmlDocument_CreateProcessingInstruction(KOVAObject self, KOVAString target, KOVAString data) {
+    return Create(self, [&](SablotSituation situation, SDOM_Document document, SDOM_Node* node) {
         return SDOM_createProcessingInstruction(situation, document, node, Text(target), Text(data));
     });
 }

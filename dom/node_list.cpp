@@ -1,16 +1,16 @@
 #include "dom/node_list.h"
 
+#include "dom/classes.h"
+#include "dom/members.h"
 #include "dom/node.h"
 #include "glue/objects.h"
 #include "glue/strings.h"
-#include "registration/class_references.h"
-#include "registration/records.h"
 
 namespace kova {
 
 namespace {
 
-NodeListData& ListOf(KOVAObject object) { return *InstanceData<NodeListData>(object, XmlNodeListRecord); }
+NodeListData& ListOf(KOVAObject object) { return *InstanceData<NodeListData>(object, xmlNodeListClass); }
 
 } // namespace
 
@@ -28,38 +28,38 @@ KOVAObject WrapNodeList(KOVAObject xml, SDOM_NodeList list) {
     return object;
 }
 
-void XmlNodeList_Destroy(KOVAObject object) {
-    NodeListData& data = ListOf(object);
+void XmlNodeList_Finalize(KOVAObject self) {
+    NodeListData& data = ListOf(self);
     if (data.xml == nullptr) return;
     data.lastError = SDOM_disposeNodeList(XmlOf(data.xml)->situation, data.list);
     KOVAUnlockObject(data.xml);
     data.xml = nullptr;
 }
 
-std::int32_t XmlNodeList_GetLength(KOVAObject object, std::int32_t) {
-    NodeListData& data = ListOf(object);
+std::int32_t XmlNodeList_GetLength(KOVAObject self, std::uint32_t) {
+    NodeListData& data = ListOf(self);
     if (data.xml == nullptr) return 0;
     int length = 0;
     data.lastError = SDOM_getNodeListLength(XmlOf(data.xml)->situation, data.list, &length);
     return length;
 }
 
-KOVAObject XmlNodeList_Item(KOVAObject object, std::int32_t index) {
-    NodeListData& data = ListOf(object);
+KOVAObject XmlNodeList_Item(KOVAObject self, std::int32_t index) {
+    NodeListData& data = ListOf(self);
     if (data.xml == nullptr) return nullptr;
     SDOM_Node node = nullptr;
     data.lastError = SDOM_getNodeListItem(XmlOf(data.xml)->situation, data.list, index, &node);
     return WrapNode(data.xml, node);
 }
 
-KOVAString XmlNodeList_ToString(KOVAObject object) {
-    NodeListData& data = ListOf(object);
+KOVAString XmlNodeList_ToString(KOVAObject self) {
+    NodeListData& data = ListOf(self);
     if (data.xml == nullptr) return nullptr;
     const XmlData& xml = *XmlOf(data.xml);
     KOVAString text = KOVABuildString("", 0);
-    const std::int32_t length = XmlNodeList_GetLength(object, 0);
+    const std::int32_t length = XmlNodeList_GetLength(self, 0);
     for (std::int32_t index = 0; index < length; ++index) {
-        const OwnedObject item(XmlNodeList_Item(object, index));
+        const OwnedObject item(XmlNodeList_Item(self, index));
         if (item.Get() == nullptr) continue;
         const OwnedString markup(SerialiseNode(xml, LibraryNodeOf(item.Get()), data.lastError));
         text = RuntimeAddString(text, markup.Get()); // deliberate: the text joined so far is not unlocked
@@ -68,8 +68,8 @@ KOVAString XmlNodeList_ToString(KOVAObject object) {
     return text;
 }
 
-KOVAString XmlNodeList_ToStringTagged(KOVAObject object, KOVAString tagName) {
-    const OwnedString content(XmlNodeList_ToString(object));
+KOVAString XmlNodeList_ToStringTagged(KOVAObject self, KOVAString tagName) {
+    const OwnedString content(XmlNodeList_ToString(self));
     const OwnedString open(KOVABuildString("<", 1));
     const OwnedString openEnd(KOVABuildString("</", 2));
     const OwnedString close(KOVABuildString(">", 1));

@@ -1,5 +1,6 @@
 // The properties of `XmlNode` and `XmlAttribute.OwnerElement`.
 #include "dom/library_strings.h"
+#include "dom/members.h"
 #include "dom/node.h"
 #include "glue/strings.h"
 
@@ -9,24 +10,24 @@ namespace {
 
 // Getters never raise: a failure stands in `LastError`, and the result is empty.
 
-KOVAString GetText(KOVAObject object, SDOM_Exception (*get)(SablotSituation, SDOM_Node, char**)) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAString GetText(KOVAObject self, SDOM_Exception (*get)(SablotSituation, SDOM_Node, char**)) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     GetterString text;
     wrapper.lastError = get(XmlOf(wrapper.xml)->situation, wrapper.node, text.Out());
     return BuildUTF8String(text.Text());
 }
 
-KOVAObject GetNode(KOVAObject object, SDOM_Exception (*get)(SablotSituation, SDOM_Node, SDOM_Node*)) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAObject GetNode(KOVAObject self, SDOM_Exception (*get)(SablotSituation, SDOM_Node, SDOM_Node*)) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     SDOM_Node node = nullptr;
     wrapper.lastError = get(XmlOf(wrapper.xml)->situation, wrapper.node, &node);
     return WrapNode(wrapper.xml, node);
 }
 
-void SetText(KOVAObject object, KOVAString value, SDOM_Exception (*set)(SablotSituation, SDOM_Node, const char*)) {
-    NodeData& wrapper = *NodeOf(object);
+void SetText(KOVAObject self, KOVAString value, SDOM_Exception (*set)(SablotSituation, SDOM_Node, const char*)) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return;
     set(XmlOf(wrapper.xml)->situation, wrapper.node, CStringOrEmpty(EnsureUTF8(value)));
     CheckLibrary(wrapper);
@@ -34,48 +35,46 @@ void SetText(KOVAObject object, KOVAString value, SDOM_Exception (*set)(SablotSi
 
 } // namespace
 
-KOVAObject XmlNode_GetOwnerDocument(KOVAObject object, std::int32_t) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAObject XmlNode_GetOwnerDocument(KOVAObject self, std::uint32_t) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     SDOM_Document document = nullptr;
     SDOM_getOwnerDocument(XmlOf(wrapper.xml)->situation, wrapper.node, &document);
     return WrapNode(wrapper.xml, reinterpret_cast<SDOM_Node>(document));
 }
 
-std::int32_t XmlNode_GetType(KOVAObject object, std::int32_t) {
-    NodeData& wrapper = *NodeOf(object);
+std::int32_t XmlNode_GetType(KOVAObject self, std::uint32_t) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return 0;
     SDOM_NodeType type{};
     wrapper.lastError = SDOM_getNodeType(XmlOf(wrapper.xml)->situation, wrapper.node, &type);
     return static_cast<std::int32_t>(type);
 }
 
-KOVAString XmlNode_GetName(KOVAObject object, std::int32_t) { return GetText(object, SDOM_getNodeName); }
-void XmlNode_SetName(KOVAObject object, std::int32_t, KOVAString value) { SetText(object, value, SDOM_setNodeName); }
-KOVAString XmlNode_GetNamespaceUri(KOVAObject object, std::int32_t) { return GetText(object, SDOM_getNodeNSUri); }
-KOVAString XmlNode_GetPrefix(KOVAObject object, std::int32_t) { return GetText(object, SDOM_getNodePrefix); }
-KOVAString XmlNode_GetLocalName(KOVAObject object, std::int32_t) { return GetText(object, SDOM_getNodeLocalName); }
-KOVAString XmlNode_GetValue(KOVAObject object, std::int32_t) { return GetText(object, SDOM_getNodeValue); }
-void XmlNode_SetValue(KOVAObject object, std::int32_t, KOVAString value) { SetText(object, value, SDOM_setNodeValue); }
+KOVAString XmlNode_GetName(KOVAObject self, std::uint32_t) { return GetText(self, SDOM_getNodeName); }
+void XmlNode_SetName(KOVAObject self, std::uint32_t, KOVAString value) { SetText(self, value, SDOM_setNodeName); }
+KOVAString XmlNode_GetNamespaceUri(KOVAObject self, std::uint32_t) { return GetText(self, SDOM_getNodeNSUri); }
+KOVAString XmlNode_GetPrefix(KOVAObject self, std::uint32_t) { return GetText(self, SDOM_getNodePrefix); }
+KOVAString XmlNode_GetLocalName(KOVAObject self, std::uint32_t) { return GetText(self, SDOM_getNodeLocalName); }
+KOVAString XmlNode_GetValue(KOVAObject self, std::uint32_t) { return GetText(self, SDOM_getNodeValue); }
+void XmlNode_SetValue(KOVAObject self, std::uint32_t, KOVAString value) { SetText(self, value, SDOM_setNodeValue); }
 
-std::int32_t XmlNode_GetChildCount(KOVAObject object, std::int32_t) {
-    NodeData& wrapper = *NodeOf(object);
+std::int32_t XmlNode_GetChildCount(KOVAObject self, std::uint32_t) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return 0;
     int count = 0;
     wrapper.lastError = SDOM_getChildNodeCount(XmlOf(wrapper.xml)->situation, wrapper.node, &count);
     return count;
 }
 
-KOVAObject XmlNode_GetParent(KOVAObject object, std::int32_t) { return GetNode(object, SDOM_getParentNode); }
-KOVAObject XmlNode_GetFirstChild(KOVAObject object, std::int32_t) { return GetNode(object, SDOM_getFirstChild); }
-KOVAObject XmlNode_GetLastChild(KOVAObject object, std::int32_t) { return GetNode(object, SDOM_getLastChild); }
-KOVAObject XmlNode_GetPreviousSibling(KOVAObject object, std::int32_t) {
-    return GetNode(object, SDOM_getPreviousSibling);
-}
-KOVAObject XmlNode_GetNextSibling(KOVAObject object, std::int32_t) { return GetNode(object, SDOM_getNextSibling); }
+KOVAObject XmlNode_GetParent(KOVAObject self, std::uint32_t) { return GetNode(self, SDOM_getParentNode); }
+KOVAObject XmlNode_GetFirstChild(KOVAObject self, std::uint32_t) { return GetNode(self, SDOM_getFirstChild); }
+KOVAObject XmlNode_GetLastChild(KOVAObject self, std::uint32_t) { return GetNode(self, SDOM_getLastChild); }
+KOVAObject XmlNode_GetPreviousSibling(KOVAObject self, std::uint32_t) { return GetNode(self, SDOM_getPreviousSibling); }
+KOVAObject XmlNode_GetNextSibling(KOVAObject self, std::uint32_t) { return GetNode(self, SDOM_getNextSibling); }
 
-KOVAString XmlNode_GetToString(KOVAObject object, std::int32_t) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAString XmlNode_GetToString(KOVAObject self, std::uint32_t) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     const XmlData& xml = *XmlOf(wrapper.xml);
     switch (TypeOf(xml, wrapper.node)) {
@@ -85,15 +84,15 @@ KOVAString XmlNode_GetToString(KOVAObject object, std::int32_t) {
     }
 }
 
-std::int32_t XmlNode_GetAttributeCount(KOVAObject object, std::int32_t) {
-    NodeData& wrapper = *NodeOf(object);
+std::int32_t XmlNode_GetAttributeCount(KOVAObject self, std::uint32_t) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return 0;
     const AttributeRange range = AttributesOf(wrapper);
     return range.count - range.hidden;
 }
 
-KOVAObject XmlAttribute_GetOwnerElement(KOVAObject object, std::int32_t) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAObject XmlAttribute_GetOwnerElement(KOVAObject self, std::uint32_t) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     SDOM_Node element = nullptr;
     const SablotSituation situation = XmlOf(wrapper.xml)->situation;

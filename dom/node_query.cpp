@@ -1,6 +1,7 @@
 // The Xql methods of `XmlNode`.
 #include "dom/deliberate_leaks.h"
 #include "dom/exceptions.h"
+#include "dom/members.h"
 #include "dom/namespaces.h"
 #include "dom/node.h"
 #include "dom/node_list.h"
@@ -48,8 +49,8 @@ KOVAObject QueryWithMap(NodeData& wrapper, KOVAString query, const char** namesp
 
 } // namespace
 
-KOVAObject XmlNode_Xql(KOVAObject object, KOVAString query) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAObject XmlNode_Xql(KOVAObject self, KOVAString query) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     const SablotSituation situation = XmlOf(wrapper.xml)->situation;
     SDOM_NodeList list = nullptr;
@@ -58,8 +59,8 @@ KOVAObject XmlNode_Xql(KOVAObject object, KOVAString query) {
     return WrapNodeList(wrapper.xml, list);
 }
 
-KOVAObject XmlNode_XqlNamespaces(KOVAObject object, KOVAString query, KOVAObject map) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAObject XmlNode_XqlNamespaces(KOVAObject self, KOVAString query, KOVAObject map) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     const NamespacesData* data = NamespacesOf(map);
     if (data == nullptr) {
@@ -72,8 +73,8 @@ KOVAObject XmlNode_XqlNamespaces(KOVAObject object, KOVAString query, KOVAObject
     return QueryWithMap(wrapper, query, namespaces.Finish());
 }
 
-KOVAObject XmlNode_XqlArray(KOVAObject object, KOVAString query, KOVAArray map) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAObject XmlNode_XqlArray(KOVAObject self, KOVAString query, KOVAArray map) {
+    NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     const std::int32_t pairs = map != nullptr ? (RuntimeUBound(map) + 1) / 2 : 0; // an odd last element is ignored
     NamespaceArray namespaces(static_cast<std::size_t>(pairs));

@@ -1,9 +1,10 @@
 #include "dom/xml.h"
 
+#include "dom/classes.h"
 #include "dom/exceptions.h"
+#include "dom/members.h"
 #include "glue/objects.h"
 #include "glue/strings.h"
-#include "registration/records.h"
 
 #include <unordered_map>
 
@@ -39,24 +40,24 @@ void BuildLibraryObjects(XmlData& xml) {
 
 } // namespace
 
-XmlData* XmlOf(KOVAObject xml) { return xml != nullptr ? InstanceData<XmlData>(xml, XmlRecord) : nullptr; }
+XmlData* XmlOf(KOVAObject xml) { return xml != nullptr ? InstanceData<XmlData>(xml, xmlClass) : nullptr; }
 
 std::uint32_t ProcessorSerial(SablotHandle processor) {
     const auto found = ProcessorSerials().find(processor);
     return found != ProcessorSerials().end() ? found->second : 0;
 }
 
-void Xml_Construct(KOVAObject object) {
-    XmlData& xml = *XmlOf(object);
+void Xml_Initialize(KOVAObject self) {
+    XmlData& xml = *XmlOf(self);
     xml = XmlData{};
-    xml.self = object;
+    xml.self = self;
     xml.minimumMessageLevel = 3;
     xml.messageHandler = XML_MESSAGE_HANDLER;
     BuildLibraryObjects(xml);
 }
 
-void Xml_Destroy(KOVAObject object) {
-    XmlData& xml = *XmlOf(object);
+void Xml_Finalize(KOVAObject self) {
+    XmlData& xml = *XmlOf(self);
     if (xml.processor != nullptr) {
         xml.status = SablotUnregHandler(xml.processor, SABLOT_HANDLER_MESSAGE, nullptr, nullptr);
         ProcessorSerials().erase(xml.processor);

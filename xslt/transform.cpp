@@ -5,6 +5,7 @@
 #include "glue/exceptions.h"
 #include "glue/objects.h"
 #include "glue/strings.h"
+#include "xslt/members.h"
 #include "xslt/xslt_handler.h"
 
 #include <cstring>
@@ -16,7 +17,7 @@ namespace {
 // Keeps an object alive during a run, whose events may let the program's last reference to it go.
 class Kept {
 public:
-    explicit Kept(KOVAObject object) : object_(object) { KOVALockObject(object_); }
+    explicit Kept(KOVAObject self) : object_(self) { KOVALockObject(object_); }
     ~Kept() { KOVAUnlockObject(object_); }
     Kept(const Kept&) = delete;
     Kept& operator=(const Kept&) = delete;
@@ -29,10 +30,10 @@ enum class ResultEncoding { UNMARKED, UTF8 };
 
 // Runs the document's processor; `addStyle` binds the stylesheet.
 template <typename AddStyle>
-KOVAString Run(KOVAObject object, ResultEncoding encoding, AddStyle addStyle) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAString Run(KOVAObject self, ResultEncoding encoding, AddStyle addStyle) {
+    NodeData& wrapper = *NodeOf(self);
     const XmlData& xml = *XmlOf(wrapper.xml);
-    const Kept keptDocument(object);
+    const Kept keptDocument(self);
     const Kept keptXml(wrapper.xml);
     const SablotSituation situation = xml.situation;
     const SablotHandle processor = xml.processor;
@@ -59,8 +60,8 @@ KOVAString Run(KOVAObject object, ResultEncoding encoding, AddStyle addStyle) {
 
 // Runs `transform` with the handler registered.
 template <typename Transform>
-KOVAString RunWithHandler(KOVAObject object, KOVAObject handler, Transform transform) {
-    NodeData& wrapper = *NodeOf(object);
+KOVAString RunWithHandler(KOVAObject self, KOVAObject handler, Transform transform) {
+    NodeData& wrapper = *NodeOf(self);
     if (wrapper.xml == nullptr) {
         CheckDocument(wrapper);
         return nullptr;
@@ -69,7 +70,7 @@ KOVAString RunWithHandler(KOVAObject object, KOVAObject handler, Transform trans
         RaiseNilObjectException();
         return nullptr;
     }
-    const Kept keptDocument(object);
+    const Kept keptDocument(self);
     const Kept keptXml(wrapper.xml);
     XmlData& xml = *XmlOf(wrapper.xml);
     KOVALockObject(handler);
@@ -86,16 +87,16 @@ KOVAString RunWithHandler(KOVAObject object, KOVAObject handler, Transform trans
 
 } // namespace
 
-KOVAString XmlDocument_TransformString(KOVAObject object, KOVAString xsl) {
-    if (CheckDocument(*NodeOf(object))) return nullptr;
-    return Run(object, ResultEncoding::UTF8, [&](SablotSituation situation, SablotHandle processor) {
+KOVAString XmlDocument_Transform(KOVAObject self, KOVAString xsl) {
+    if (CheckDocument(*NodeOf(self))) return nullptr;
+    return Run(self, ResultEncoding::UTF8, [&](SablotSituation situation, SablotHandle processor) {
         return SablotAddArgBuffer(situation, processor, "style", CStringOrEmpty(xsl));
     });
 }
 
 // Deliberately does not mark the result as UTF-8, unlike the form above.
-KOVAString XmlDocument_TransformStyleSheet(KOVAObject object, KOVAObject xsl) {
-    if (CheckDocument(*NodeOf(object))) return nullptr;
+KOVAString XmlDocument_TransformStyleSheet(KOVAObject self, KOVAObject xsl) {
+    if (CheckDocument(*NodeOf(self))) return nullptr;
     if (xsl == nullptr) {
         RaiseNilObjectException();
         return nullptr;
@@ -103,17 +104,17 @@ KOVAString XmlDocument_TransformStyleSheet(KOVAObject object, KOVAObject xsl) {
     NodeData& style = *NodeOf(xsl);
     if (CheckDocument(style)) return nullptr;
     const Kept keptStyle(style.xml);
-    return Run(object, ResultEncoding::UNMARKED, [&](SablotSituation situation, SablotHandle processor) {
+    return Run(self, ResultEncoding::UNMARKED, [&](SablotSituation situation, SablotHandle processor) {
         return SablotAddArgTree(situation, processor, "style", XmlOf(style.xml)->document);
     });
 }
 
-KOVAString XmlDocument_TransformStringHandler(KOVAObject object, KOVAString xsl, KOVAObject handler) {
-    return RunWithHandler(object, handler, [&] { return XmlDocument_TransformString(object, xsl); });
+KOVAString XmlDocument_TransformEvents(KOVAObject self, KOVAString xsl, KOVAObject handler) {
+    return RunWithHandler(self, handler, [&] { return XmlDocument_Transform(self, xsl); });
 }
 
-KOVAString XmlDocument_TransformStyleSheetHandler(KOVAObject object, KOVAObject xsl, KOVAObject handler) {
-    return RunWithHandler(object, handler, [&] { return XmlDocument_TransformStyleSheet(object, xsl); });
+KOVAString XmlDocument_TransformStyleSheetEvents(KOVAObject self, KOVAObject xsl, KOVAObject handler) {
+    return RunWithHandler(self, handler, [&] { return XmlDocument_TransformStyleSheet(self, xsl); });
 }
 
 } // namespace kova

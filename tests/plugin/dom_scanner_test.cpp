@@ -127,7 +127,8 @@ std::string ScanByteByByte(const std::string& source) {
 
 TEST(ScannerRun, FindsWhatTheStateMachineFindsByteByByte) {
     std::mt19937 random(20);
-    const std::string pieces[] = {"<", ">", " ", "\n", "]", "]]>", "<![CDATA[", "x", "<!", "<![", "text of some length "};
+    const std::string pieces[] = {
+        "<", ">", " ", "\n", "]", "]]>", "<![CDATA[", "x", "<!", "<![", "text of some length "};
     for (int round = 0; round < 20000; ++round) {
         std::string text;
         for (auto count = random() % 40; count > 0; --count) text += pieces[random() % std::size(pieces)];
