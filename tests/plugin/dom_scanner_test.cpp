@@ -1,7 +1,4 @@
 #include "dom/markup_scanner.h"
-#include "glue/helpers.h"
-#include "glue/services.h"
-#include "host/runtime/services.h"
 #include "host/runtime/string.h"
 #include "tests/plugin/plugin_in_process.h"
 
@@ -73,13 +70,21 @@ const Case CASES[] = {
     {"EndsInOpening", "<![CDA", "<![CDA"},
 };
 
-class Scanner : public testing::TestWithParam<Case> {};
+class Scanner : public testing::TestWithParam<Case> {
+protected:
+    static void SetUpTestSuite() { plugintest::StartPlugin(); }
+};
+
+class ScannerRun : public testing::Test {
+protected:
+    static void SetUpTestSuite() { plugintest::StartPlugin(); }
+};
 
 TEST_P(Scanner, Drops) { EXPECT_EQ(Scan(GetParam().input), GetParam().output); }
 
 INSTANTIATE_TEST_SUITE_P(Table, Scanner, testing::ValuesIn(CASES), [](const auto& info) { return info.param.name; });
 
-TEST(ScannerRun, NilIsEmptyAndEachTokenIsReleased) {
+TEST_F(ScannerRun, NilIsEmptyAndEachTokenIsReleased) {
     const auto before = host::LiveStringCount();
     EXPECT_EQ(Scan(nullptr), "");
     EXPECT_EQ(Scan("<a> <b/> x </a>"), "<a><b/> x </a>");
@@ -125,7 +130,7 @@ std::string ScanByteByByte(const std::string& source) {
     }
 }
 
-TEST(ScannerRun, FindsWhatTheStateMachineFindsByteByByte) {
+TEST_F(ScannerRun, FindsWhatTheStateMachineFindsByteByByte) {
     std::mt19937 random(20);
     const std::string pieces[] = {
         "<", ">", " ", "\n", "]", "]]>", "<![CDATA[", "x", "<!", "<![", "text of some length "};
