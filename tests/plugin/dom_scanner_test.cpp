@@ -82,7 +82,7 @@ protected:
 
 TEST_P(Scanner, Drops) { EXPECT_EQ(Scan(GetParam().input), GetParam().output); }
 
-INSTANTIATE_TEST_SUITE_P(Table, Scanner, testing::ValuesIn(CASES), [](const auto& info) { return info.param.name; });
+INSTANTIATE_TEST_SUITE_P(Table, Scanner, testing::ValuesIn(CASES), [](const auto& each) { return each.param.name; });
 
 TEST_F(ScannerRun, NilIsEmptyAndEachTokenIsReleased) {
     const auto before = host::LiveStringCount();

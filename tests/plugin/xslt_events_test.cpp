@@ -221,7 +221,7 @@ TEST_P(Events, BuildTheTreeOfTheResult) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, Events, testing::ValuesIn(EVENT_CASES),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& each) { return each.param.name; });
 
 // What an event does while the run goes on. The test holds the only references, and lets go of them at will.
 class InEvent : public testing::Test {
