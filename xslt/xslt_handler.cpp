@@ -35,7 +35,8 @@ int StartDocument(void* handler, SablotHandle) { return Deliver(handler, XsltEve
 
 int StartElement(void* handler, SablotHandle, const char* name, const char** attributes) {
     const OwnedString nameText = Text(name);
-    const AttributeListView list(attributes);
+    AttributeListView list;
+    list.Show(attributes);
     return Deliver(handler, XsltEvent::START_ELEMENT, nameText.Get(), list.Get());
 }
 
