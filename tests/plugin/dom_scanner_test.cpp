@@ -49,7 +49,7 @@ const Case CASES[] = {
     {"CdataEndsAfterTwoBrackets", "<![CDATA[ ]] < ", "<![CDATA[ ]] < "},
     // The wrong turn of state 11: a lone bracket and a later one count as "]]".
     {"CdataLoneBrackets", "<![CDATA[a]b]c> <d]]> <e/>", "<![CDATA[a]b]c><d]]><e/>"},
-    {"CdataLoneBracketThenEnd", "<![CDATA[a] > <b]]> <c/>", "<![CDATA[a] > <b]]> <c/>"},
+    {"CdataLoneBracketThenEnd", "<![CDATA[a] > <b]c > <d/>", "<![CDATA[a] > <b]c ><d/>"},
     // The wrong turn of state 12: after "]]" any later '>' ends the section.
     {"CdataTwoBracketsInside", "<![CDATA[a]]b > <c]]> <d/>", "<![CDATA[a]]b ><c]]><d/>"},
     {"CdataThreeBrackets", "<![CDATA[a]]]> <b/>", "<![CDATA[a]]]><b/>"},

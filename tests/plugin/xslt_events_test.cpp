@@ -210,6 +210,7 @@ TEST_P(Events, BuildTheTreeOfTheResult) {
         EXPECT_EQ(TextOf(document, "ToString"), source);
         EXPECT_TRUE(handlerClass.IsBalanced());
 
+        SCOPED_TRACE(result);
         const ObjectRef parsed = host::Create("XmlDocument", {}, "Constructor()");
         host::SetProperty(parsed, "PreserveWhitespace", true);
         host::Call(parsed, "LoadXml(doc as String)", {result});
