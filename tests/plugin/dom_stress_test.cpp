@@ -1,9 +1,11 @@
 // Random calls of every registered member, with arguments of every wrong kind that a host lets through.
 //
-// KOVA_STRESS_SEED and KOVA_STRESS_CALLS choose the run; a failure prints the seed and the number of the call.
+// KOVA_STRESS_SEED and KOVA_STRESS_CALLS choose the run; a failure prints the seed and the number of the call. With
+// KOVA_STRESS_TRACE every call is printed before it is made, its texts included.
 #include "tests/plugin/dom_world.h"
 
 #include <cstdlib>
+#include <iostream>
 #include <random>
 #include <vector>
 
@@ -216,6 +218,7 @@ private:
         slots[0].object = object.Get();
         for (const auto& parameter : method.signature.parameters) values.push_back(Argument(parameter.type));
         for (const Value& value : values) slots.push_back(value.Get());
+        if (trace_) Trace(method, values);
         const bool isListText = object.Get()->cls->name == "XmlNodeList" && method.signature.name == "ToString";
         if (isListText) leakedStrings_ += static_cast<unsigned>(host::GetProperty(object, "Length").Integer());
         if (method.setter != nullptr && Below(2) == 0) {
@@ -234,6 +237,12 @@ private:
         });
         if (method.signature.result.kind != host::Kind::NOTHING)
             Keep(Value::Adopt(method.signature.result.kind, result));
+    }
+
+    static void Trace(const host::Method& method, const std::vector<Value>& values) {
+        std::cerr << method.signature.Text();
+        for (const Value& value : values) std::cerr << " | " << value.Text().substr(0, 80) << " " << value.Integer();
+        std::cerr << std::endl;
     }
 
     // Counts what the exceptions keep on purpose.
@@ -294,6 +303,7 @@ private:
     std::vector<ObjectRef> handlers_;
     std::vector<ObjectRef> others_; // made by the program itself: they belong to no document
     unsigned leakedStrings_ = 0;
+    const bool trace_ = std::getenv("KOVA_STRESS_TRACE") != nullptr;
 };
 
 TEST(Stress, RandomCalls) {
