@@ -175,6 +175,31 @@ struct NodeSetDeleter {
     void operator()(xmlNodeSet* nodes) const { xmlXPathFreeNodeSet(nodes); }
 };
 
+// The parent that libxml2's axes take for granted, given to an attribute that stands on no element for one evaluation.
+class ScratchParent {
+public:
+    explicit ScratchParent(xmlNode* node) {
+        if (node->type != XML_ATTRIBUTE_NODE || node->parent) return;
+        attribute_ = node;
+        element_.type = XML_ELEMENT_NODE;
+        element_.name = Chars("");
+        element_.doc = node->doc;
+        element_.properties = reinterpret_cast<xmlAttr*>(node);
+        node->parent = &element_;
+    }
+    ScratchParent(const ScratchParent&) = delete;
+    ScratchParent& operator=(const ScratchParent&) = delete;
+    ~ScratchParent() {
+        if (attribute_) attribute_->parent = nullptr;
+    }
+
+    bool Is(const xmlNode* node) const { return node == &element_; }
+
+private:
+    xmlNode* attribute_ = nullptr;
+    xmlNode element_{};
+};
+
 SDOM_NodeListRecord::Item ItemOf(Document& document, xmlNode* node) {
     if (node->type != XML_NAMESPACE_DECL) return {node, nullptr};
     const auto* copy = reinterpret_cast<const xmlNs*>(node);
@@ -205,6 +230,7 @@ SDOM_Exception Run(std::string_view text, SDOM_Node handle, const Bindings& name
         node = namespaceNode->nodeTab[0];
     }
     NumberElements(document, anchor, query->needsOrder);
+    const ScratchParent parent(node);
     const ObjectPointer value = engine.Evaluate(*query, document.Tree(), node, bindings);
     if (!value || value->type != XPATH_NODESET) return SDOM_QUERY_EXECUTION_ERR;
 
@@ -212,7 +238,8 @@ SDOM_Exception Run(std::string_view text, SDOM_Node handle, const Bindings& name
     result->document = document.Anchor();
     if (const xmlNodeSet* nodes = value->nodesetval) {
         result->items.reserve(static_cast<std::size_t>(nodes->nodeNr));
-        for (int i = 0; i < nodes->nodeNr; ++i) result->items.push_back(ItemOf(document, nodes->nodeTab[i]));
+        for (int i = 0; i < nodes->nodeNr; ++i)
+            if (!parent.Is(nodes->nodeTab[i])) result->items.push_back(ItemOf(document, nodes->nodeTab[i]));
     }
     *list = result.release();
     return SDOM_OK;
