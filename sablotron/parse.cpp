@@ -38,7 +38,8 @@ struct Parse {
 };
 
 void OnError(void* data, xmlErrorPtr error) noexcept {
-    if (error->level < XML_ERR_ERROR) return;
+    // A namespace name is any text (Namespaces in XML 1.0, section 2.1): libxml2 finds fault with one that is no URI.
+    if (error->level < XML_ERR_ERROR || error->code == XML_WAR_NS_URI) return;
     bool decisive = error->level == XML_ERR_FATAL || error->domain == XML_FROM_NAMESPACE;
     Parse* parse = data ? static_cast<Parse*>(static_cast<xmlParserCtxt*>(data)->_private) : nullptr;
     if (parse) parse->Fail(error->code, error->line, error->message ? error->message : "", decisive);
@@ -164,7 +165,7 @@ TreePointer ParseTree(const char* text, ParseFailure& failure) {
     xmlParseDocument(context.get());
     TreePointer tree(context->myDoc);
     context->myDoc = nullptr;
-    if (!tree || !context->wellFormed || !context->nsWellFormed) {
+    if (!tree || !context->wellFormed || parse.decided) {
         if (failure.code == 0) parse.Fail(XML_ERR_INTERNAL_ERROR, 0, "Document could not be parsed", true);
         return nullptr;
     }

@@ -137,7 +137,14 @@ public:
             // What is written can be read, and then is written the same.
             const ObjectRef copy = host::Create("XmlDocument", {}, "Constructor()");
             host::SetProperty(copy, "PreserveWhitespace", true);
-            host::Call(copy, "LoadXml(doc as String)", {TextOf(document, "ToString")});
+            try {
+                host::Call(copy, "LoadXml(doc as String)", {TextOf(document, "ToString")});
+            } catch (const host::ProgramException& e) {
+                // But for an element like <p:x> in no namespace, which CreateElement makes where no p is declared.
+                EXPECT_TRUE(e.message.starts_with("msg:XML parser error 201: ")) << e.message;
+                leakedStrings_ += 2;
+                continue;
+            }
             const std::string text = TextOf(copy, "ToString");
             host::Call(copy, "LoadXml(doc as String)", {text});
             EXPECT_EQ(TextOf(copy, "ToString"), text);
@@ -220,7 +227,7 @@ private:
         for (const Value& value : values) slots.push_back(value.Get());
         if (trace_) Trace(method, values);
         const bool isListText = object.Get()->cls->name == "XmlNodeList" && method.signature.name == "ToString";
-        if (isListText) leakedStrings_ += static_cast<unsigned>(host::GetProperty(object, "Length").Integer());
+        if (isListText) leakedStrings_ += ItemsOf(object);
         if (method.setter != nullptr && Below(2) == 0) {
             const Value value = Argument(method.signature.result);
             slots.push_back(value.Get());
@@ -237,6 +244,16 @@ private:
         });
         if (method.signature.result.kind != host::Kind::NOTHING)
             Keep(Value::Adopt(method.signature.result.kind, result));
+    }
+
+    // Those of a tree that went are not there any more.
+    static unsigned ItemsOf(const ObjectRef& list) {
+        const int length = host::GetProperty(list, "Length").Integer();
+        unsigned items = 0;
+        for (int index = 0; index < length; ++index) {
+            if (host::Call(list, "Item", {index}).GetObject()) ++items;
+        }
+        return items;
     }
 
     static void Trace(const host::Method& method, const std::vector<Value>& values) {
