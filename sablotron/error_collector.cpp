@@ -249,8 +249,8 @@ void ErrorCollector::OnReport(std::string text, Place place) {
     if (!place.instruction) place.instruction = FindInstruction(place, text);
     if (run_ && !place.instruction) place.instruction = CurrentInstruction();
     if (failure_) {
-        // What asked for a document that could not be loaded is known only now.
-        if (failure_->code == CODE_NOT_FOUND && failure_->line == 0) SetPlace(place);
+        // What asked for a module that could not be loaded is known only now.
+        if (!run_ && failure_->uri.empty()) SetPlace(place);
         return;
     }
     if (!run_ && std::any_of(std::begin(WARNINGS), std::end(WARNINGS), [&text](std::string_view warning) {

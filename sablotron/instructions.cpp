@@ -39,7 +39,7 @@ void KnowFragment(xsltTransformContext* context, xmlNode* node, const xsltStyleP
     xpath->proximityPosition = before.proximityPosition;
     xpath->contextSize = before.contextSize;
     if (value && value->type == XPATH_XSLT_TREE && value->nodesetval && value->nodesetval->nodeNr > 0)
-        RunOf(context).guard.Know(value->nodesetval->nodeTab[0]->doc);
+        KnowTree(context, value->nodesetval->nodeTab[0]->doc);
 }
 
 void RunMessage(xsltTransformContext* context, xmlNode* node, xmlNode* instruction, xsltElemPreComp*) {
@@ -76,7 +76,7 @@ void CallFunction(xmlXPathParserContext* parser, int argumentCount) {
     const xmlXPathObject* value = parser->value;
     if (parser->error == 0 && value && value->type == XPATH_NODESET && value->nodesetval
         && value->nodesetval->nodeNr > 0 && value->nodesetval->nodeTab[0]->type == XML_DOCUMENT_NODE)
-        RunOf(context).guard.Know(value->nodesetval->nodeTab[0]->doc);
+        KnowTree(context, value->nodesetval->nodeTab[0]->doc);
 }
 
 xmlXPathFunction LookUpFunction(void* xpathContext, const xmlChar* name, const xmlChar* uri) {
@@ -92,6 +92,11 @@ bool CheckStack(xsltTransformContext* context, bool walks) {
     return false;
 }
 
+bool KnowTree(xsltTransformContext* context, const xmlDoc* tree) {
+    RunOf(context).guard.Know(tree);
+    return CheckStack(context, true);
+}
+
 void RunInstruction(xsltTransformContext* context, xmlNode* node, xmlNode* instruction, xsltElemPreComp* compiled) {
     Run& run = RunOf(context);
     if (compiled->type == XSLT_FUNC_COPYOF)
@@ -99,6 +104,7 @@ void RunInstruction(xsltTransformContext* context, xmlNode* node, xmlNode* instr
     const bool walks = compiled->type == XSLT_FUNC_COPYOF || compiled->type == XSLT_FUNC_APPLYTEMPLATES
                        || compiled->type == XSLT_FUNC_APPLYIMPORTS;
     if (context->state == XSLT_STATE_STOPPED || !CheckStack(context, walks)) return;
+    context->xpathCtxt->opCount = 0; // the limit is one for each instruction
     run.stylesheet.FunctionOf(compiled)(context, node, instruction, compiled);
 }
 

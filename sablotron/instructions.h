@@ -21,6 +21,9 @@ inline Run& RunOf(const xsltTransformContext* context) { return *static_cast<Run
 // tree.
 bool CheckStack(xsltTransformContext* context, bool walks);
 
+// Makes a tree one that the run may walk; false after a failure when it is too deep for that.
+bool KnowTree(xsltTransformContext* context, const xmlDoc* tree);
+
 // Stands for the function of every compiled instruction, which Stylesheet::FunctionOf knows.
 void RunInstruction(xsltTransformContext* context, xmlNode* node, xmlNode* instruction, xsltElemPreComp* compiled);
 

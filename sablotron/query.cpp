@@ -25,9 +25,8 @@ namespace sablot {
 namespace {
 
 constexpr std::size_t MAX_COMPILED = 128;
-constexpr unsigned long MAX_OPERATIONS = 400'000'000; // of one query: some seconds
-constexpr int MAX_DEPTH = 5000;                       // libxml2's limit on the depth of an expression
-constexpr std::size_t DEPTH_BYTES = 512;              // of the stack for one level of it
+constexpr int MAX_DEPTH = 5000;          // libxml2's limit on the depth of an expression
+constexpr std::size_t DEPTH_BYTES = 512; // of the stack for one level of it
 
 struct ExpressionDeleter {
     void operator()(xmlXPathCompExpr* expression) const { xmlXPathFreeCompExpr(expression); }
@@ -143,7 +142,7 @@ private:
         context_->node = nullptr;
         context_->namespaces = nullptr;
         context_->nsNr = 0;
-        context_->opLimit = MAX_OPERATIONS;
+        context_->opLimit = MAX_XPATH_OPERATIONS;
         context_->opCount = 0;
         context_->depth = depth;
         xmlResetError(&context_->lastError);

@@ -12,8 +12,7 @@
 namespace sablot {
 namespace {
 
-constexpr unsigned long MAX_OPERATIONS = 2'000'000'000; // of one run: minutes
-constexpr unsigned FLAG_BITS = 15;                      // libxslt's flags of source nodes, at the shifts below
+constexpr unsigned FLAG_BITS = 15; // libxslt's flags of source nodes, at the shifts below
 constexpr unsigned NODE_FLAGS = FLAG_BITS << 12;
 constexpr unsigned HIGH_FLAGS = FLAG_BITS << 27; // of documents and attributes
 
@@ -126,7 +125,8 @@ private:
         sablot::Run run{stylesheet, errors_, {}, {}};
         run.guard.Know(source);
         context->_private = &run;
-        context->opLimit = MAX_OPERATIONS;
+        context->opLimit = processor_->maxInstructions;
+        context->xpathCtxt->opLimit = MAX_XPATH_OPERATIONS;
         xsltSetCtxtSecurityPrefs(ReadOnlyPreferences(), context.get());
         GuardFunctions(context.get());
         errors_.SetRun(context.get());

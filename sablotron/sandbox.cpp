@@ -2,6 +2,7 @@
 
 #include "sablotron/document.h"
 #include "sablotron/instructions.h"
+#include "sablotron/parse.h"
 
 #include <fcntl.h>
 #include <libxml/parserInternals.h>
@@ -15,6 +16,7 @@
 namespace sablot {
 namespace {
 
+constexpr unsigned MAX_MODULE_LOADS = 32;                   // of one module by one stylesheet
 constexpr std::size_t MAX_FILE_SIZE = std::size_t{1} << 29; // bytes; the whole text is held in memory
 
 class File {
@@ -73,6 +75,8 @@ void ShareNames(xmlDoc* tree, xmlDict* names) {
 Sandbox* Sandbox::current_ = nullptr;
 
 std::string LocalPath(std::string_view uri) {
+    // Against the URI of the stylesheet an absolute path becomes arg:/path.
+    if (uri.starts_with("arg:/")) uri.remove_prefix(4);
     if (uri.starts_with("file:")) {
         uri.remove_prefix(5);
         if (uri.starts_with("//localhost/"))
@@ -119,9 +123,7 @@ Sandbox::~Sandbox() {
 }
 
 std::string Sandbox::StateOf(SablotHandle processor, const std::string& uri) {
-    if (const std::string_view name = ArgumentName(uri); !name.empty()) {
-        const Argument* argument = processor ? processor->FindArgument(name) : nullptr;
-        if (!argument) return {};
+    if (const Argument* argument = processor ? processor->FindArgument(ArgumentName(uri)) : nullptr) {
         if (!argument->isTree) return "text " + argument->text;
         const Document* document = *argument->document;
         return "tree " + std::to_string(document->Serial()) + ' ' + std::to_string(document->EditCount());
@@ -134,16 +136,22 @@ TreePointer Sandbox::Load(const std::string& uri, xmlDict* names) {
     std::string state = StateOf(processor_, uri);
     if (state.empty()) return NotFound(uri);
     loaded_.push_back({uri, std::move(state)});
-    if (const std::string_view name = ArgumentName(uri); !name.empty())
-        return Load(*processor_->FindArgument(name), uri, names);
+    if (const Argument* argument = processor_ ? processor_->FindArgument(ArgumentName(uri)) : nullptr)
+        return Load(*argument, uri, names);
     const std::optional<std::string> text = File(LocalPath(uri)).Read();
-    return text ? Parse(uri, *text, names, true) : NotFound(uri);
+    return text ? ParseFile(uri, *text, names) : NotFound(uri);
 }
 
 TreePointer Sandbox::Load(const Argument& argument, const std::string& uri, xmlDict* names) {
-    if (!argument.isTree) return Parse(uri, argument.text, names, false);
+    TreePointer parsed;
+    const xmlDoc* original = argument.isTree ? (*argument.document)->Tree() : nullptr;
+    if (!argument.isTree) {
+        ParseFailure failure;
+        parsed = ParseTree(argument.text.c_str(), failure);
+        if (!parsed) return NotWellFormed(uri, failure.text, failure.line);
+        original = parsed.get();
+    }
     TreePointer tree;
-    const xmlDoc* original = (*argument.document)->Tree();
     if (names) {
         tree = NewTree();
         if (!tree) return nullptr;
@@ -152,7 +160,7 @@ TreePointer Sandbox::Load(const Argument& argument, const std::string& uri, xmlD
             if (xmlNode* copy = CopySubtree(child, true, tree.get()))
                 LinkBefore(reinterpret_cast<xmlNode*>(tree.get()), copy, nullptr);
     } else {
-        tree = CopyTree(original);
+        tree = parsed ? std::move(parsed) : CopyTree(original);
         if (!tree) return nullptr;
         if (tree->URL) xmlFree(const_cast<xmlChar*>(tree->URL));
     }
@@ -160,7 +168,7 @@ TreePointer Sandbox::Load(const Argument& argument, const std::string& uri, xmlD
     return tree;
 }
 
-TreePointer Sandbox::Parse(const std::string& uri, std::string_view text, xmlDict* names, bool isFile) {
+TreePointer Sandbox::ParseFile(const std::string& uri, std::string_view text, xmlDict* names) {
     std::unique_ptr<xmlParserCtxt, ParserDeleter> parser(xmlNewParserCtxt());
     if (!parser) return nullptr;
     if (names) {
@@ -168,21 +176,21 @@ TreePointer Sandbox::Parse(const std::string& uri, std::string_view text, xmlDic
         xmlDictFree(parser->dict);
         parser->dict = names;
     }
-    int options = XML_PARSE_NOENT | XML_PARSE_DTDATTR | XML_PARSE_NOCDATA | XML_PARSE_NONET | XML_PARSE_BIG_LINES;
-    if (isFile) options |= XML_PARSE_DTDLOAD;
-    if (text.find("<!ENTITY") == std::string_view::npos && !isFile) options |= XML_PARSE_HUGE;
-    const bool outer = std::exchange(readsFiles_, isFile);
-    TreePointer tree(
-        xmlCtxtReadMemory(parser.get(), text.data(), static_cast<int>(text.size()), uri.c_str(), nullptr, options));
-    readsFiles_ = outer;
+    TreePointer tree(xmlCtxtReadMemory(parser.get(), text.data(), static_cast<int>(text.size()), uri.c_str(), nullptr,
+                                       XML_PARSE_NOENT | XML_PARSE_DTDLOAD | XML_PARSE_DTDATTR | XML_PARSE_NOCDATA
+                                           | XML_PARSE_NONET | XML_PARSE_BIG_LINES));
     const auto error = errors_.TakeParserError();
     if (errors_.HasFailed()) return nullptr;
     if (tree && parser->nsWellFormed) return tree;
+    return NotWellFormed(uri, error ? error->text : "XML parser error", error ? error->line : 0);
+}
+
+TreePointer Sandbox::NotWellFormed(const std::string& uri, const std::string& text, int line) {
     Message message;
     message.code = CODE_NOT_WELL_FORMED;
-    message.text = error ? error->text : "XML parser error";
+    message.text = text;
     message.uri = uri;
-    message.line = error ? error->line : 0;
+    message.line = line;
     errors_.Fail(std::move(message));
     return nullptr;
 }
@@ -198,12 +206,16 @@ TreePointer Sandbox::NotFound(const std::string& uri) {
 xmlDoc* Sandbox::OnDocument(const xmlChar* uri, xmlDict* names, int, void* context, xsltLoadType type) {
     if (type != XSLT_LOAD_STYLESHEET) {
         TreePointer tree = current_->Load(Chars(uri), nullptr);
-        if (tree) RunOf(static_cast<xsltTransformContext*>(context)).guard.Know(tree.get());
+        auto* run = static_cast<xsltTransformContext*>(context);
+        if (!tree || !KnowTree(run, tree.get())) return nullptr;
         return tree.release();
     }
-    // Modules that include and import each other in a circle, which libxslt does not always see.
-    if (!StackGuard().HasRoom(false)) {
-        current_->NotFound(Chars(uri));
+    // Modules that import and include each other in a circle, which libxslt does not always see.
+    if (++current_->moduleLoads_[Chars(uri)] > MAX_MODULE_LOADS) {
+        Message message;
+        message.code = CODE_OTHER;
+        message.text = "'" + std::string(Chars(uri)) + "' is imported in a circle";
+        current_->errors_.Fail(std::move(message));
         return nullptr;
     }
     TreePointer tree = current_->Load(Chars(uri), names);
@@ -219,7 +231,7 @@ xmlParserInput* Sandbox::OnEntity(const char* uri, const char*, xmlParserCtxt* p
     constexpr int EXTERNAL_SUBSET = 2;
     Sandbox& sandbox = *current_;
     const std::string name = uri ? uri : "";
-    File file(sandbox.readsFiles_ ? LocalPath(name) : "");
+    File file(LocalPath(name));
     const std::optional<std::string> text = file.Read();
     if (!text) {
         if (parser->inSubset != EXTERNAL_SUBSET) sandbox.NotFound(name);

@@ -11,7 +11,8 @@
 
 namespace sablot {
 
-// The local path that an absolute path or an absolute local file: URI (RFC 8089) names; empty for anything else.
+// The local path that an absolute path, an absolute local file: URI (RFC 8089) or an arg: URI (see the code) names;
+// empty for anything else.
 std::string LocalPath(std::string_view uri);
 
 // Security preferences that forbid every way of writing. What is read goes through the sandbox, whatever its scheme.
@@ -47,7 +48,8 @@ private:
     static xmlDoc* OnDocument(const xmlChar* uri, xmlDict* names, int options, void* context, xsltLoadType type);
     static xmlParserInput* OnEntity(const char* uri, const char* id, xmlParserCtxt* parser);
     TreePointer Load(const Argument& argument, const std::string& uri, xmlDict* names);
-    TreePointer Parse(const std::string& uri, std::string_view text, xmlDict* names, bool isFile);
+    TreePointer ParseFile(const std::string& uri, std::string_view text, xmlDict* names);
+    TreePointer NotWellFormed(const std::string& uri, const std::string& text, int line);
     TreePointer NotFound(const std::string& uri);
 
     static Sandbox* current_;
@@ -56,7 +58,7 @@ private:
     ErrorCollector& errors_;
     const Argument* stylesheet_ = nullptr;
     std::vector<Dependency> loaded_;
-    bool readsFiles_ = false; // what is being parsed is a local file, whose entities may be others
+    std::map<std::string, unsigned> moduleLoads_;
     xsltDocLoaderFunc oldDocumentLoader_;
     xmlExternalEntityLoader oldEntityLoader_;
 };

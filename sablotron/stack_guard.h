@@ -1,10 +1,13 @@
-// Keeps recursion inside libxslt within the thread's stack.
+// Bounds: recursion inside libxslt stays within the thread's stack, expressions end.
 #pragma once
 
 #include <cstddef>
 #include <libxslt/xsltInternals.h>
 
 namespace sablot {
+
+// libxml2's steps for one expression: some seconds.
+constexpr unsigned long MAX_XPATH_OPERATIONS = 400'000'000;
 
 // Bytes between here and the end of the thread's stack.
 std::size_t RemainingStack();

@@ -136,8 +136,7 @@ protected:
         [](void* self, SablotHandle) { return Add(self, "start document"); },
         [](void* self, SablotHandle, const char* name, const char** attributes) {
             std::string event = std::string("<") + name;
-            for (; *attributes; attributes += 2)
-                event += std::string(" ") + attributes[0] + "='" + attributes[1] + "'";
+            for (; *attributes; attributes += 2) event += std::string(" ") + attributes[0] + "='" + attributes[1] + "'";
             return Add(self, event);
         },
         [](void* self, SablotHandle, const char* name) { return Add(self, std::string("</") + name); },
