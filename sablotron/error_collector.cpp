@@ -69,8 +69,6 @@ constexpr XPathCode RUN_CODES[] = {
     {XML_XPATH_UNDEF_PREFIX_ERROR, CODE_UNBOUND_PREFIX},
 };
 
-constexpr int MAX_NODE_LINE = 65535;
-
 int CodeOf(const std::string& text) {
     for (const TextCode& known : TEXT_CODES)
         if (text.find(known.part) != std::string::npos) return known.code;
@@ -143,10 +141,13 @@ ErrorCollector::~ErrorCollector() {
     xmlResetLastError();
 }
 
-void ErrorCollector::AddLines(const xmlDoc* module) {
-    auto* root = reinterpret_cast<xmlNode*>(const_cast<xmlDoc*>(module));
-    for (const xmlNode* node = root; node; node = NextInTree(const_cast<xmlNode*>(node), root))
-        if (IsElement(node) && node->line == MAX_NODE_LINE) lines_->emplace(node, xmlGetLineNo(node));
+void ErrorCollector::TakeLines(xmlDoc* module) {
+    auto* root = reinterpret_cast<xmlNode*>(module);
+    for (xmlNode* node = root; node; node = NextInTree(node, root)) {
+        if (!IsElement(node) || node->line != MAX_NODE_LINE) continue;
+        lines_->emplace(node, LineOf(node));
+        node->psvi = nullptr;
+    }
 }
 
 Message ErrorCollector::At(const xmlNode* instruction) const {

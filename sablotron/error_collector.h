@@ -22,13 +22,13 @@ public:
     ErrorCollector& operator=(const ErrorCollector&) = delete;
     ~ErrorCollector();
 
-    // Lines beyond 65535, which libxml2 finds through the text around an element: libxslt takes that text away.
+    // Lines beyond 65534: libxslt uses the field that keeps them, see LineOf.
     using Lines = std::unordered_map<const xmlNode*, long>;
 
     // A module of the stylesheet, in which reported instructions are looked up.
     void AddModule(const xmlDoc* module) { modules_.push_back(module); }
-    // Must be called while the tree is as it was parsed.
-    void AddLines(const xmlDoc* module);
+    // Takes the lines from a tree that is as it was parsed.
+    void TakeLines(xmlDoc* module);
     const std::shared_ptr<Lines>& GetLines() const { return lines_; }
     void SetLines(std::shared_ptr<Lines> lines) { lines_ = std::move(lines); }
     // A message with the place of an instruction.

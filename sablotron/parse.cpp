@@ -82,6 +82,17 @@ int ReadPiece(void* data, char* buffer, int size) {
     return static_cast<int>(length);
 }
 
+// Keeps lines that do not fit into the node's own field, see LineOf.
+void StartElement(void* data, const xmlChar* name, const xmlChar* prefix, const xmlChar* uri, int namespaceCount,
+                  const xmlChar** namespaces, int attributeCount, int defaultedCount,
+                  const xmlChar** attributes) noexcept {
+    xmlSAX2StartElementNs(data, name, prefix, uri, namespaceCount, namespaces, attributeCount, defaultedCount,
+                          attributes);
+    const auto* context = static_cast<xmlParserCtxt*>(data);
+    if (context->node && context->node->line == MAX_NODE_LINE)
+        context->node->psvi = reinterpret_cast<void*>(static_cast<std::intptr_t>(context->input->line));
+}
+
 xmlParserInputPtr LoadNothing(const char*, const char*, xmlParserCtxtPtr) { return nullptr; }
 
 // Encodings in which every ASCII byte that counts as markup stands for itself and nothing else gives that character.
@@ -157,6 +168,7 @@ TreePointer ParseTree(const char* text, ParseFailure& failure) {
                                          | (limited ? 0 : XML_PARSE_HUGE));
     context->_private = &parse;
     context->sax->serror = OnError;
+    context->sax->startElementNs = StartElement;
     context->sax->cdataBlock = AddSection;
     context->sax->getEntity = GetEntity;
     context->sax->reference = Reference;

@@ -21,13 +21,15 @@ struct ContextDeleter {
 };
 
 // Lends the tree of a document to a run and puts back what the run leaves on it: the URI, order indexes in the content
-// of elements, flags, and line numbers beyond 65535, which are kept in `psvi` and cleared by libxslt.
+// of elements, flags, and line numbers beyond 65534, whose place (`psvi`) libxslt takes for itself.
 class LentTree {
 public:
     LentTree(xmlDoc* tree, const std::string& uri)
         : tree_(tree), url_(std::exchange(tree->URL, xmlStrdup(Chars(uri.c_str())))) {
         ForEachNode([this](xmlNode* node) {
-            if (node->psvi) psvi_.emplace_back(node, node->psvi);
+            if (!node->psvi) return;
+            lines_.push_back({node, node->line, node->psvi});
+            node->psvi = nullptr;
         });
     }
     LentTree(const LentTree&) = delete;
@@ -43,7 +45,10 @@ public:
                 attribute->atype = static_cast<xmlAttributeType>(static_cast<unsigned>(attribute->atype) & ~HIGH_FLAGS);
             }
         });
-        for (const auto& [node, psvi] : psvi_) node->psvi = psvi;
+        for (const Line& line : lines_) {
+            line.node->line = line.number;
+            line.node->psvi = line.whole;
+        }
         tree_->psvi = nullptr;
         tree_->properties = static_cast<int>(static_cast<unsigned>(tree_->properties) & ~HIGH_FLAGS);
         xmlFree(const_cast<xmlChar*>(std::exchange(tree_->URL, url_)));
@@ -58,7 +63,12 @@ private:
 
     xmlDoc* tree_;
     const xmlChar* url_;
-    std::vector<std::pair<xmlNode*, void*>> psvi_;
+    struct Line {
+        xmlNode* node;
+        unsigned short number;
+        void* whole;
+    };
+    std::vector<Line> lines_; // that do not fit into the node's own field
 };
 
 // What a run came to. Nothing of it is sent to the caller before libxslt and libxml2 are done and have their own

@@ -221,7 +221,7 @@ xmlDoc* Sandbox::OnDocument(const xmlChar* uri, xmlDict* names, int, void* conte
     TreePointer tree = current_->Load(Chars(uri), names);
     if (tree) {
         current_->errors_.AddModule(tree.get());
-        current_->errors_.AddLines(tree.get());
+        current_->errors_.TakeLines(tree.get());
     }
     return tree.release();
 }

@@ -35,7 +35,7 @@ std::shared_ptr<Stylesheet> Stylesheet::Compile(TreePointer tree, Sandbox& sandb
     }();
     static_cast<void>(REGISTERED);
     errors.AddModule(tree.get());
-    errors.AddLines(tree.get());
+    errors.TakeLines(tree.get());
     xsltStylesheet* compiled = xsltParseStylesheetDoc(tree.get());
     if (!compiled) return nullptr;
     static_cast<void>(tree.release());

@@ -62,7 +62,7 @@ private:
         }
         if (!copy) return nullptr;
         copy->line = node->line;
-        if (node->type == XML_TEXT_NODE) copy->psvi = node->psvi; // the line beyond 65534
+        copy->psvi = node->psvi; // see LineOf
         return copy;
     }
 

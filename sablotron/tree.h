@@ -1,6 +1,7 @@
 // Work on libxml2 trees without recursion, so that depth costs no stack.
 #pragma once
 
+#include <cstdint>
 #include <libxml/tree.h>
 #include <memory>
 #include <string_view>
@@ -18,6 +19,17 @@ inline const char* Chars(const xmlChar* text) { return reinterpret_cast<const ch
 inline std::string_view View(const xmlChar* text) { return text ? std::string_view(Chars(text)) : std::string_view(); }
 
 inline bool IsElement(const xmlNode* node) { return node->type == XML_ELEMENT_NODE; }
+
+// The greatest line that a node's own field holds.
+constexpr unsigned MAX_NODE_LINE = 65535;
+
+// The line of an element. Beyond MAX_NODE_LINE parsed elements keep it in `psvi`; libxml2 itself only guesses it from
+// the text around.
+inline long LineOf(const xmlNode* element) {
+    if (element->line == MAX_NODE_LINE && element->psvi)
+        return static_cast<long>(reinterpret_cast<std::intptr_t>(element->psvi));
+    return xmlGetLineNo(element);
+}
 
 // The node after `node` in document order within the subtree of `root`; null after the last. Attributes are not
 // visited.
