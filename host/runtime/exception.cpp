@@ -6,12 +6,17 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 namespace host {
 
 Object* detail::pendingException = nullptr;
 
 namespace {
+
+// Given up when memory runs out, so that the exception can be made.
+constexpr size_t RESERVE_SIZE = 64 << 10;
+void* reserve = std::malloc(RESERVE_SIZE);
 
 [[noreturn]] void Die(const char* message) {
     std::fprintf(stderr, "kova: %s\n", message);
@@ -45,7 +50,9 @@ void RaiseOutOfMemory() {
     static bool isRaising = false;
     if (isRaising) Die("out of memory");
     isRaising = true;
+    std::free(std::exchange(reserve, nullptr));
     RaiseNew("OutOfMemoryException", 0, "The host has run out of memory.");
+    reserve = std::malloc(RESERVE_SIZE);
     isRaising = false;
 }
 
