@@ -25,6 +25,9 @@ public:
     HostService(const HostService&) = delete;
     HostService& operator=(const HostService&) = delete;
 
+    // Whether the last call reached the host.
+    bool IsResolved() const { return function_ != nullptr; }
+
     Result operator()(Args... args) {
         if (!function_) function_ = reinterpret_cast<Function>(ResolveHostService(name_));
         if (!function_) return Result();

@@ -25,6 +25,11 @@ class OwnedObject {
 public:
     OwnedObject() = default;
     explicit OwnedObject(KOVAObject object) : object_(object) {}
+    // Adds a reference; none in a host that cannot, so that none is dropped either.
+    static OwnedObject Share(KOVAObject object) {
+        KOVALockObject(object);
+        return OwnedObject(KOVALockObject.IsResolved() ? object : nullptr);
+    }
     OwnedObject(OwnedObject&& other) noexcept : object_(other.Release()) {}
     OwnedObject& operator=(OwnedObject&& other) noexcept {
         std::swap(object_, other.object_);

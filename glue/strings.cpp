@@ -19,6 +19,11 @@ std::int32_t StringLenB(KOVAString string) {
     return lenB ? lenB(string) : 0;
 }
 
+std::string_view StringBytes(KOVAString string) {
+    const char* bytes = string ? StringGetCString(string) : nullptr;
+    return bytes ? std::string_view(bytes, static_cast<std::size_t>(StringLenB(string))) : std::string_view("");
+}
+
 KOVAString BuildUTF8String(const char* text) {
     return text ? BuildUTF8String(text, static_cast<std::int32_t>(std::strlen(text))) : nullptr;
 }

@@ -3,6 +3,7 @@
 
 #include "glue/services.h"
 
+#include <string_view>
 #include <utility>
 
 namespace kova {
@@ -14,6 +15,9 @@ const char* CStringOrEmpty(KOVAString string);
 
 // The byte length, by the host's LenB; 0 for nil, without a host call.
 std::int32_t StringLenB(KOVAString string);
+
+// Bytes and length together: never null, and empty if the host tells only one of the two.
+std::string_view StringBytes(KOVAString string);
 
 // A new string marked UTF-8, owned by the caller; nil for a null pointer, without a host call.
 KOVAString BuildUTF8String(const char* text);
@@ -33,6 +37,11 @@ class OwnedString {
 public:
     OwnedString() = default;
     explicit OwnedString(KOVAString string) : string_(string) {}
+    // Adds a reference; none in a host that cannot, so that none is dropped either.
+    static OwnedString Share(KOVAString string) {
+        KOVALockString(string);
+        return OwnedString(KOVALockString.IsResolved() ? string : nullptr);
+    }
     OwnedString(OwnedString&& other) noexcept : string_(other.Release()) {}
     OwnedString& operator=(OwnedString&& other) noexcept {
         if (this != &other) ReplaceString(string_, other.Release());

@@ -46,7 +46,8 @@ bool ParseText(XML_Parser target, XML_Parser main, KOVAString text, KOVABoolean 
     bool parsed = false;
     if (!failedBefore) {
         const RunningParse running(target, main);
-        parsed = XML_Parse(target, CStringOrEmpty(text), StringLenB(text), isFinal) != XML_STATUS_ERROR;
+        const std::string_view bytes = StringBytes(text);
+        parsed = XML_Parse(target, bytes.data(), static_cast<int>(bytes.size()), isFinal) != XML_STATUS_ERROR;
         // Expat counts lines on demand, in the text itself, which may be gone when the program asks.
         if (target == main && (isFinal || !parsed)) XML_GetCurrentLineNumber(main);
     }
@@ -143,8 +144,8 @@ void XmlReader_Parse(KOVAObject self, KOVAString s) { XmlReader_ParseChunk(self,
 // StartDocument and EndDocument come with every chunk, not once per document.
 void XmlReader_ParseChunk(KOVAObject self, KOVAString s, KOVABoolean isFinal) {
     // A handler may drop the program's last reference to either.
-    const OwnedObject keepReader(LockedObject(self));
-    const OwnedString keepText(LockedString(s));
+    const OwnedObject keepReader = OwnedObject::Share(self);
+    const OwnedString keepText = OwnedString::Share(s);
 
     RaiseEvent(self, EventRecord(ReaderEvent::START_DOCUMENT));
     const XmlReaderData& reader = Data(self);

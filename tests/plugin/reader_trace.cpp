@@ -11,9 +11,9 @@ using host::Value;
 
 namespace {
 
-const host::Class* ReaderClass() {
+std::string_view ReaderClassName() {
     StartHost();
-    return host::FindClass("XmlReader");
+    return "XmlReader";
 }
 
 std::string AttributesText(const ObjectRef& list) {
@@ -27,7 +27,7 @@ std::string AttributesText(const ObjectRef& list) {
 
 void KeepWordInReach(const ObjectRef& reader, int offset) {
     static auto& words = *new std::vector<void*>;
-    words.push_back(host::DataAt<void*>(reader.Get(), ReaderClass()->dataOffset + offset));
+    words.push_back(host::DataAt<void*>(reader.Get(), host::FindClass("XmlReader")->dataOffset + offset));
 }
 
 } // namespace
@@ -66,8 +66,8 @@ std::string Shown(const Value& value) {
     }
 }
 
-ReaderTrace::ReaderTrace() : readers_(ReaderClass()->name) {
-    for (const auto& event : ReaderClass()->events) {
+ReaderTrace::ReaderTrace() : readers_(ReaderClassName()) {
+    for (const auto& event : readers_.Get()->super->events) {
         const std::string name = event->signature.name;
         const Value noAnswer = event->signature.result.kind == Kind::BOOLEAN ? Value(false) : Value();
         readers_.On(name, [this, name, noAnswer](const ObjectRef& self, Arguments arguments) -> Value {
