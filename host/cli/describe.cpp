@@ -32,6 +32,7 @@ std::string Describe(const Method& method) {
 
 std::vector<std::string> Describe(const std::vector<Constant>& constants) {
     std::vector<std::string> lines;
+    lines.reserve(constants.size());
     for (const Constant& constant : constants) lines.push_back(constant.name + " = " + FormatConstant(constant.value));
     return lines;
 }
@@ -39,6 +40,7 @@ std::vector<std::string> Describe(const std::vector<Constant>& constants) {
 template <typename Members>
 std::vector<std::string> Describe(const Members& members) {
     std::vector<std::string> lines;
+    lines.reserve(members.size());
     for (const auto& member : members) lines.push_back(Describe(*member));
     return lines;
 }
