@@ -22,20 +22,27 @@ ObjectRef FileToRead(const fs::path& path) {
     return NewFolderItem(path);
 }
 
+// XmlException gives its parts as the library names them: "line:12", "msg:text".
+std::string WithoutName(std::string text, std::string_view name) {
+    return text.starts_with(name) ? text.substr(name.size()) : text;
+}
+
 // "FILE:LINE: message" for what the parser found, "FILE: message" without a line.
 int ReportException(const fs::path& path, const ProgramException& error) {
     std::string place = path.native();
     if (error.className == "XmlException")
-        if (std::string line = GetProperty(error.exception, "Line").Text(); !line.empty()) place += ":" + line;
-    std::string message = error.message.empty() ? error.what() : error.message;
+        if (std::string line = GetProperty(error.exception, "Line").Text(); !line.empty())
+            place += ":" + WithoutName(line, "line:");
+    std::string message = error.message.empty() ? error.what() : WithoutName(error.message, "msg:");
     std::fflush(stdout);
     std::fprintf(stderr, "%s: %s\n", place.c_str(), message.c_str());
     return EXIT_FAILED;
 }
 
-ObjectRef LoadDocument(const fs::path& path) {
+// Whitespace is kept: lines of errors are those of the file.
+ObjectRef LoadDocument(const fs::path& path, std::string_view className) {
     ObjectRef file = FileToRead(path);
-    ObjectRef document = Create("XmlDocument", {}, "Constructor()");
+    ObjectRef document = Create(className, {}, "Constructor()");
     SetProperty(document, "PreserveWhitespace", true);
     Call(document, "LoadXml(fItem as FolderItem)", {file});
     return document;
@@ -57,7 +64,7 @@ std::string NodeText(const ObjectRef& node) {
 int Query(const HostOptions& host, const XqlCommandOptions& options) {
     StartHost(host);
     try {
-        ObjectRef document = LoadDocument(options.file);
+        ObjectRef document = LoadDocument(options.file, "XmlDocument");
         ObjectRef map = Create("XmlNamespaces");
         for (const auto& [prefix, uri] : options.namespaces) Assign(map, "Uri", {prefix}, uri);
         ObjectRef list =
@@ -66,7 +73,7 @@ int Query(const HostOptions& host, const XqlCommandOptions& options) {
                 : Call(document, "Xql(query as String, map as XmlNamespaces) as XmlNodeList", {options.query, map})
                       .GetObject();
         if (!list) {
-            std::fprintf(stderr, "kova: the query cannot be evaluated: %s\n", options.query.c_str());
+            std::fprintf(stderr, "kova: the query gives no list of nodes: %s\n", options.query.c_str());
             return EXIT_FAILED;
         }
         int32_t length = GetProperty(list, "Length").Integer();
@@ -81,9 +88,9 @@ int Transform(const HostOptions& host, const TransformCommandOptions& options) {
     StartHost(host);
     const fs::path* current = &options.file;
     try {
-        ObjectRef document = LoadDocument(options.file);
+        ObjectRef document = LoadDocument(options.file, "XmlDocument");
         current = &options.stylesheet;
-        ObjectRef style = Create("XmlStyleSheet", {FileToRead(options.stylesheet)}, "Constructor(fItem as FolderItem)");
+        ObjectRef style = LoadDocument(options.stylesheet, "XmlStyleSheet");
         fs::path output = options.output.empty() ? fs::path() : fs::absolute(options.output);
         // What the stylesheet includes or reads lies beside it.
         fs::path folder = fs::absolute(options.stylesheet).parent_path();
