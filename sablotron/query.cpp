@@ -26,7 +26,7 @@ namespace {
 
 constexpr std::size_t MAX_COMPILED = 128;
 constexpr int MAX_DEPTH = 5000;          // libxml2's limit on the depth of an expression
-constexpr std::size_t DEPTH_BYTES = 512; // of the stack for one level of it
+constexpr std::size_t DEPTH_BYTES = 256; // of the stack for one level of it
 
 struct ExpressionDeleter {
     void operator()(xmlXPathCompExpr* expression) const { xmlXPathFreeCompExpr(expression); }

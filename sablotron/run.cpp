@@ -111,17 +111,15 @@ private:
         }
         Sandbox sandbox(processor_, errors_);
         sandbox.SetStylesheet(*style);
-        if (!input->isTree) {
-            const TreePointer tree = sandbox.Load(inputUri, nullptr);
-            if (!tree || !Apply(*stylesheet, tree.get())) return false;
-        } else if (xmlDoc* live = (*input->document)->Tree(); stylesheet->StripsSpace()) {
-            const TreePointer copy = CopyTree(live);
-            if (!copy) return false;
-            const LentTree lent(copy.get(), inputUri);
-            if (!Apply(*stylesheet, copy.get())) return false;
-        } else {
-            const LentTree lent(live, inputUri);
-            if (!Apply(*stylesheet, live)) return false;
+        xmlDoc* source = input->isTree ? (*input->document)->Tree() : nullptr;
+        TreePointer own;
+        if (!source) own = sandbox.Load(inputUri, nullptr);
+        if (source && stylesheet->StripsSpace()) own = CopyTree(source);
+        if (own) source = own.get();
+        if (!source) return false;
+        {
+            const LentTree lent(source, inputUri);
+            if (!Apply(*stylesheet, source)) return false;
         }
         std::optional<std::string> text = ResultText(outcome_.result.get(), stylesheet->Get(), encoding);
         if (text) outcome_.text = std::move(*text);
