@@ -117,6 +117,7 @@ private:
         if (source && stylesheet->StripsSpace()) own = CopyTree(source);
         if (own) source = own.get();
         if (!source) return false;
+        if (input->isTree) (*input->document)->numberedAt = 0; // the run takes the numbers away
         {
             const LentTree lent(source, inputUri);
             if (!Apply(*stylesheet, source)) return false;
