@@ -1,0 +1,191 @@
+// The reader on real files, and on input that is made to hurt.
+#include "host/runtime/dynamic.h"
+#include "tests/plugin/plugin_host.h"
+#include "tests/plugin/reader_trace.h"
+
+#include <cstdio>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <malloc.h>
+#include <sstream>
+
+namespace {
+
+using host::Arguments;
+using host::Call;
+using host::Create;
+using host::ObjectRef;
+using host::Value;
+
+constexpr const char* SHARE = KOVA_SYSROOT "/usr/share/";
+
+std::string FileText(const std::string& path) {
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
+}
+
+struct CommandResult {
+    int status;
+    std::string output; // standard output and error
+};
+
+CommandResult RunCommand(const std::string& command) {
+    FILE* pipe = popen((command + " 2>&1").c_str(), "r");
+    if (!pipe) return {-1, ""};
+    CommandResult result{};
+    char buffer[4096];
+    for (std::size_t count; (count = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+        result.output.append(buffer, count);
+    result.status = pclose(pipe);
+    return result;
+}
+
+// Files of the system's packages, and what `kova events --quiet` counts in them (without the line that tells the time).
+struct FileCase {
+    const char* name;
+    const char* file;
+    const char* options;
+    const char* counts;
+};
+
+const FileCase FILES[] = {
+    {"MimeDatabase", "mime/packages/freedesktop.org.xml", "",
+     "1 StartDocument, 1 EndDocument, 41997 StartElement, 41997 EndElement, 124516 Characters, 105 Comment, "
+     "1 StartDoctypeDecl, 1 EndDoctypeDecl, 15 ElementDecl, 24 AttlistDecl, 1 XmlDecl, 208659 events"},
+    {"LanguageCodes", "xml/iso-codes/iso_639-3.xml", "",
+     "1 StartDocument, 1 EndDocument, 7911 StartElement, 7911 EndElement, 15821 Characters, 1 Comment, "
+     "1 StartDoctypeDecl, 1 EndDoctypeDecl, 2 ElementDecl, 10 AttlistDecl, 1 XmlDecl, 31661 events"},
+    {"StyleSheetWithNamespaces", "xml/docbook/stylesheet/docbook-xsl/html/docbook.xsl", "--namespaces '|'",
+     "1 StartDocument, 1 EndDocument, 2 StartPrefixMapping, 2 EndPrefixMapping, 305 StartElement, 305 EndElement, "
+     "855 Characters, 24 Comment, 1 XmlDecl, 1496 events"},
+    {"StyleSheetWithInternalSubset", "xml/docbook/stylesheet/docbook-xsl/html/autoidx.xsl", "",
+     "1 StartDocument, 1 EndDocument, 492 StartElement, 492 EndElement, 1526 Characters, 21 Comment, "
+     "1 StartDoctypeDecl, 1 EndDoctypeDecl, 1 EntityDecl, 1 XmlDecl, 1 ExternalEntityRef, 2538 events"},
+};
+
+class RealFiles : public testing::TestWithParam<FileCase> {};
+
+TEST_P(RealFiles, GiveTheseEvents) {
+    const std::string path = SHARE + std::string(GetParam().file);
+    const CommandResult result =
+        RunCommand(KOVA_COMMAND " events --quiet " + std::string(GetParam().options) + " " + path);
+    EXPECT_EQ(result.status, 0);
+    std::string counts;
+    std::istringstream lines(result.output);
+    for (std::string count, event, line; lines >> count >> event && std::getline(lines, line);)
+        counts += (counts.empty() ? "" : ", ") + count + " " + event;
+    EXPECT_EQ(counts, GetParam().counts);
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, RealFiles, testing::ValuesIn(FILES), [](const auto& test) { return test.param.name; });
+
+// This file of the system really has an ampersand in an attribute.
+TEST(RealFiles, OneIsNotWellFormed) {
+    const std::string path = SHARE + std::string("xml/iso-codes/iso_3166-2.xml");
+    const CommandResult result = RunCommand(KOVA_COMMAND " events --quiet " + path);
+    EXPECT_EQ(WEXITSTATUS(result.status), 1);
+    EXPECT_EQ(result.output, path + ":6747:33: not well-formed (invalid token)\n");
+}
+
+TEST(RealFiles, ChunkSizeDoesNotMatter) {
+    const std::string text = FileText(SHARE + std::string("xml/docbook/stylesheet/docbook-xsl/html/docbook.xsl"));
+    ReaderTrace trace;
+    const std::vector<std::string> whole = Joined(trace.Events(text));
+    EXPECT_EQ(whole.back(), "EndElement('xsl:stylesheet')");
+    for (const std::size_t size : {1, 7, 4096})
+        EXPECT_EQ(Joined(trace.ParseChunks(trace.NewReader(), text, size)), whole) << size;
+}
+
+TEST(HardInput, TruncatedAnywhere) {
+    const std::string text = FileText(SHARE + std::string("xml/iso-codes/iso_15924.xml"));
+    ASSERT_GT(text.size(), 10000U);
+    for (std::size_t length = 0; length < text.size() - 2; length += 97) {
+        const ObjectRef reader = Create("XmlReader", {});
+        EXPECT_THROW(Call(reader, "Parse", {text.substr(0, length)}), host::ProgramException) << length;
+    }
+}
+
+// Counts by native handlers, without the price of the trace.
+int starts, ends, longest;
+void CountStart(host::Object*, host::String*, host::Object* attributes) {
+    ++starts;
+    const ObjectRef list = ObjectRef::Share(attributes);
+    if (host::GetProperty(list, "Count").Integer() == 0) return;
+    longest = static_cast<int>(Call(list, "Value(index as Integer) as String", {0}).Text().size());
+}
+void CountEnd(host::Object*, host::String*) { ++ends; }
+
+void ParseCounting(const std::string& text) {
+    starts = ends = longest = 0;
+    StartHost();
+    const host::HandlerClass readers("XmlReader");
+    SetEventHandler(readers.Get(), readers.Get()->FindEvent("StartElement"), reinterpret_cast<void*>(CountStart));
+    SetEventHandler(readers.Get(), readers.Get()->FindEvent("EndElement"), reinterpret_cast<void*>(CountEnd));
+    Call(readers.Create({}, "Constructor"), "Parse", {text});
+}
+
+TEST(HardInput, MillionNestedElements) {
+    constexpr int DEPTH = 1'000'000;
+    std::string text;
+    for (int i = 0; i < DEPTH; ++i) text += "<a>";
+    for (int i = 0; i < DEPTH; ++i) text += "</a>";
+    ParseCounting(text);
+    EXPECT_EQ(starts, DEPTH);
+    EXPECT_EQ(ends, DEPTH);
+}
+
+TEST(HardInput, AttributeOfHundredMegabytes) {
+    constexpr int LENGTH = 100'000'000;
+    ParseCounting("<a b='" + std::string(LENGTH, 'x') + "'/>");
+    EXPECT_EQ(starts, 1);
+    EXPECT_EQ(longest, LENGTH);
+}
+
+TEST(HardInput, DeeplyNestedContentModel) {
+    constexpr int DEPTH = 100'000;
+    std::string text = "<!DOCTYPE a [<!ELEMENT a ";
+    text.append(DEPTH, '(').append("b").append(DEPTH, ')').append(">]><a/>");
+    ParseCounting(text);
+    EXPECT_EQ(ends, 1);
+}
+
+// Expat stops it; the text is not among those that have a constant.
+TEST(HardInput, EntityBomb) {
+    std::string text = "<!DOCTYPE a [<!ENTITY e0 'ha'>";
+    for (int i = 1; i < 40; ++i) {
+        const std::string before = "&e" + std::to_string(i - 1) + ";";
+        text += "<!ENTITY e" + std::to_string(i) + " '";
+        for (int copy = 0; copy < 10; ++copy) text += before;
+        text += "'>";
+    }
+    text += "]><a>&e39;</a>";
+    try {
+        ParseCounting(text);
+        FAIL();
+    } catch (const host::ProgramException& exception) {
+        EXPECT_EQ(exception.number, 43);
+        EXPECT_EQ(exception.message, "limit on input amplification factor (from DTD and entities) breached");
+    }
+}
+
+// Parsers go with their readers: what remains of thousands is a short string each.
+TEST(Reader, MemoryDoesNotGrow) {
+    constexpr int READERS = 2000;
+    ReaderTrace trace;
+    trace.On("NotStandalone", [](const ObjectRef&, Arguments) { return Value(true); });
+    trace.On("ExternalEntityRef", [](const ObjectRef& self, Arguments) {
+        Call(self, "CreateExternalEntityReader", {"UTF-8"});
+        Call(self, "Parse", {"<!ELEMENT a (b,c)>"});
+        Call(self, "FreeExternalEntityReader");
+        return Value(true);
+    });
+    const auto useReader = [&] { trace.Events("<!DOCTYPE a SYSTEM 'd'><a x='1'>t</a>"); };
+    useReader();
+    const struct mallinfo2 before = mallinfo2();
+    for (int i = 0; i < READERS; ++i) useReader();
+    const struct mallinfo2 after = mallinfo2();
+    EXPECT_LT(static_cast<double>(after.uordblks) - static_cast<double>(before.uordblks), READERS * 64.0);
+}
+
+} // namespace
