@@ -106,8 +106,7 @@ SDOM_Exception SetByName(Document& document, xmlNode* element, std::string_view 
     xmlAttr* attribute = FindAttribute(element, name);
     if (!attribute) {
         xmlNs* ns = nullptr;
-        if (!parts.prefix.empty())
-            ns = FindBinding(document, element, Chars(std::string(parts.prefix).c_str())).declaration;
+        if (!parts.prefix.empty()) ns = BindingForName(document, element, parts.prefix);
         if (ns) attribute = FindAttribute(element, View(ns->href), parts.localName); // under another prefix
         if (!attribute) {
             // A prefix that nothing binds is a part of the name, as in SDOM_createAttribute.

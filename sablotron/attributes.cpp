@@ -9,8 +9,6 @@
 
 namespace sablot {
 
-namespace {
-
 void AddIdIfAny(xmlAttr* attribute) {
     bool isXmlId = attribute->ns && View(attribute->ns->prefix) == "xml" && View(attribute->name) == "id";
     if (!isXmlId || !attribute->parent) return;
@@ -20,8 +18,6 @@ void AddIdIfAny(xmlAttr* attribute) {
 void RemoveIdIfAny(xmlAttr* attribute) {
     if (attribute->atype == XML_ATTRIBUTE_ID) xmlRemoveID(attribute->doc, attribute);
 }
-
-} // namespace
 
 xmlAttr* NewAttribute(Document& document, xmlNs* ns, const char* name, std::string_view value) {
     xmlAttr* attribute = xmlNewDocProp(document.Tree(), Chars(name), nullptr);

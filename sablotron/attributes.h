@@ -21,6 +21,11 @@ NodeHandle* AdoptDetached(Document& document, xmlNs* declaration);
 void SetAttributeValue(xmlAttr* attribute, std::string_view value);
 void SetDeclaredUri(xmlNs* declaration, std::string_view uri);
 
+// Takes the attribute out of the table of IDs, and puts it back when its name is xml:id
+// (https://www.w3.org/TR/xml-id/).
+void RemoveIdIfAny(xmlAttr* attribute);
+void AddIdIfAny(xmlAttr* attribute);
+
 // Puts an attribute, whose name is bound on the element, or a declaration that stands nowhere on an element.
 void Attach(Document& document, xmlNode* element, xmlAttr* attribute);
 void Attach(Document& document, xmlNode* element, xmlNs* declaration);

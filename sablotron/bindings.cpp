@@ -119,6 +119,13 @@ Binding FindBinding(Document& document, xmlNode* element, const xmlChar* prefix)
     return {nullptr, nullptr};
 }
 
+xmlNs* BindingForName(Document& document, xmlNode* element, std::string_view prefix) {
+    if (element->ns && View(element->ns->prefix) == prefix) return element->ns;
+    for (const xmlAttr* attribute = element->properties; attribute; attribute = attribute->next)
+        if (attribute->ns && View(attribute->ns->prefix) == prefix) return attribute->ns;
+    return FindBinding(document, element, Chars(std::string(prefix).c_str())).declaration;
+}
+
 bool IsAllowedBinding(std::string_view prefix, std::string_view uri) {
     if (!prefix.empty() && uri.empty()) return false;
     return (prefix == "xml") == (uri == XML_URI) && (prefix == "xmlns") == (uri == XMLNS_URI);
@@ -143,7 +150,7 @@ xmlNs* BindForAttribute(Document& document, xmlNode* element, const xmlChar* pre
             chosen = "ns" + std::to_string(number);
         prefix = Chars(chosen.c_str());
     }
-    xmlNs* seen = FindBinding(document, element, prefix).declaration;
+    xmlNs* seen = BindingForName(document, element, View(prefix));
     if (seen && View(seen->href) == View(uri)) return seen;
     if (UsesPrefixOtherwise(element, View(prefix), View(uri))) return nullptr;
     xmlNs* made = Declare(element, prefix, uri);

@@ -24,6 +24,10 @@ std::vector<Binding> BindingsInScope(Document& document, xmlNode* element);
 // none. xmlns="" is found like any other.
 Binding FindBinding(Document& document, xmlNode* element, const xmlChar* prefix);
 
+// What the prefix of a further name on the element means: what it means in the names that the element has (which
+// outside the tree need not be declared), else the binding in scope; null when there is none.
+xmlNs* BindingForName(Document& document, xmlNode* element, std::string_view prefix);
+
 // Whether a name or a declaration may bind the prefix ("" for none) to the URI: a prefix needs a URI, and xml and xmlns
 // belong to theirs.
 bool IsAllowedBinding(std::string_view prefix, std::string_view uri);

@@ -15,7 +15,7 @@ constexpr int OTHER_FAILURE = 1;
 Document* MakeDocument(SablotSituation situation, TreePointer tree, Document::Origin origin) {
     if (!tree) throw std::bad_alloc();
     auto* document = new Document(situation, tree.get(), origin);
-    tree.release();
+    static_cast<void>(tree.release());
     return document;
 }
 

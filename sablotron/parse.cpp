@@ -123,20 +123,6 @@ bool IsAsciiSuperset(std::string_view text) {
            || std::any_of(std::begin(ASCII_SUPERSET_FAMILIES), std::end(ASCII_SUPERSET_FAMILIES), isOf);
 }
 
-// Joins text that entities have left in pieces.
-void JoinText(xmlDoc* tree) {
-    auto* root = reinterpret_cast<xmlNode*>(tree);
-    for (xmlNode* node = root; node; node = NextInTree(node, root)) {
-        if (node->type != XML_TEXT_NODE) continue;
-        while (node->next && node->next->type == XML_TEXT_NODE) {
-            xmlNode* next = node->next;
-            xmlNodeAddContent(node, next->content);
-            Unlink(next);
-            xmlFreeNode(next);
-        }
-    }
-}
-
 } // namespace
 
 TreePointer ParseTree(const char* text, ParseFailure& failure) {
@@ -186,7 +172,6 @@ TreePointer ParseTree(const char* text, ParseFailure& failure) {
         tree->intSubset = nullptr;
         xmlFreeDtd(subset);
     }
-    if (limited) JoinText(tree.get());
     // The text in the tree is UTF-8 whatever the source was.
     xmlFree(const_cast<xmlChar*>(tree->encoding));
     tree->encoding = nullptr;

@@ -14,12 +14,12 @@ namespace {
 // The binding of a new prefix where the node stands; outside the tree also that of the document element, as for new
 // nodes.
 xmlNs* BindingAt(Document& document, xmlNode* element, std::string_view prefix) {
-    std::string text(prefix);
-    if (xmlNs* found = FindBinding(document, element, Chars(text.c_str())).declaration) return found;
+    if (element)
+        if (xmlNs* found = BindingForName(document, element, prefix)) return found;
     const xmlNode* top = element;
     while (top && top->parent) top = top->parent;
     if (top && top->type == XML_DOCUMENT_NODE) return nullptr;
-    xmlNs* outer = FindBinding(document, document.Root(), Chars(text.c_str())).declaration;
+    xmlNs* outer = FindBinding(document, document.Root(), Chars(std::string(prefix).c_str())).declaration;
     return outer ? document.LooseBinding(outer->prefix, outer->href) : nullptr;
 }
 
@@ -54,8 +54,10 @@ SDOM_Exception RenameAttribute(Document& document, xmlAttr* attribute, std::stri
         if (!other) other = FindAttribute(attribute->parent, newName);
         if (other && other != attribute) return SDOM_NAMESPACE_ERR;
     }
+    RemoveIdIfAny(attribute);
     attribute->ns = ns;
     xmlNodeSetName(node, Chars(name.localName.data()));
+    AddIdIfAny(attribute);
     return SDOM_OK;
 }
 

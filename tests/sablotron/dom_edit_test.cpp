@@ -431,6 +431,32 @@ TEST(Attributes, NodesChangePlaces) {
     EXPECT_EQ(dom.Value(declaration), "w");
 }
 
+TEST(Attributes, OfIdTypeStayFindable) {
+    Dom dom;
+    SDOM_Document document =
+        dom.Parse("<!DOCTYPE r [<!ATTLIST e k ID #IMPLIED>]><r><e k='one'/><e xml:id='two'/><e/></r>");
+    SDOM_Node root = dom.Root(document);
+    auto found = [&](const std::string& id) {
+        SDOM_NodeList list = nullptr;
+        EXPECT_EQ(SDOM_xql(dom.situation, ("id('" + id + "')").c_str(), root, &list), SDOM_OK);
+        auto node = dom.Get<SDOM_Node>(SDOM_getNodeListItem, list, 0);
+        SDOM_disposeNodeList(dom.situation, list);
+        return node;
+    };
+    EXPECT_EQ(found("one"), dom.Child(root, 0));
+    EXPECT_EQ(found("two"), dom.Child(root, 1));
+    SDOM_setAttribute(dom.situation, dom.Child(root, 0), "k", "three");
+    EXPECT_EQ(found("one"), nullptr);
+    EXPECT_EQ(found("three"), dom.Child(root, 0));
+    SDOM_removeAttribute(dom.situation, dom.Child(root, 1), "xml:id");
+    EXPECT_EQ(found("two"), nullptr);
+    SDOM_setAttribute(dom.situation, dom.Child(root, 2), "xml:id", "two");
+    EXPECT_EQ(found("two"), dom.Child(root, 2));
+    SDOM_setNodeName(dom.situation, dom.Get<SDOM_Node>(SDOM_getAttributeNode, dom.Child(root, 2), "xml:id"),
+                     "xml:lang");
+    EXPECT_EQ(found("two"), nullptr);
+}
+
 TEST(Rename, ChangesNames) {
     struct {
         const char* node; // path of the node below

@@ -1,0 +1,185 @@
+// What the document object model costs beside plain libxml2 doing the same work on the same text. Each iteration runs
+// both, so that a ratio is one of the same moment; times and ratios are the counters, in milliseconds.
+#include "sablotron/sdom.h"
+
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <fstream>
+#include <libxml/parser.h>
+#include <malloc.h>
+#include <sstream>
+#include <string>
+
+namespace {
+
+std::string MimeTypes() {
+    std::ifstream file(KOVA_SYSROOT "/usr/share/mime/packages/freedesktop.org.xml", std::ios::binary);
+    std::stringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+std::string Records(int count) {
+    std::string text = "<records>";
+    for (int i = 0; i < count; ++i)
+        text += "<record id=\"" + std::to_string(i)
+                + "\" kind=\"k\"><name>Name of a record</name><value>some text &amp; more of it</value></record>\n";
+    return text + "</records>";
+}
+
+const std::string& Source(benchmark::State& state) {
+    static const std::string SOURCES[] = {MimeTypes(), Records(100'000)};
+    static const char* const NAMES[] = {"freedesktop.org.xml", "100,000 records"};
+    const auto index = static_cast<std::size_t>(state.range(0));
+    state.SetLabel(NAMES[index]);
+    return SOURCES[index];
+}
+
+// Sums the times of two ways to do the same.
+class Duel {
+public:
+    template <typename Ours, typename Theirs>
+    void Run(Ours ours, Theirs theirs) {
+        ours_ += Time(ours);
+        theirs_ += Time(theirs);
+    }
+    void Report(benchmark::State& state) const {
+        const auto rounds = static_cast<double>(state.iterations());
+        state.counters["ours_ms"] = ours_ / rounds;
+        state.counters["libxml2_ms"] = theirs_ / rounds;
+        state.counters["ratio"] = ours_ / theirs_;
+    }
+
+private:
+    template <typename Work>
+    static double Time(Work work) {
+        const auto start = std::chrono::steady_clock::now();
+        work();
+        return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+    }
+
+    double ours_ = 0;
+    double theirs_ = 0;
+};
+
+class Library {
+public:
+    Library() { SablotCreateSituation(&situation); }
+    Library(const Library&) = delete;
+    Library& operator=(const Library&) = delete;
+    ~Library() { SablotDestroySituation(situation); }
+
+    SDOM_Document Parse(const std::string& text) const {
+        SDOM_Document document = nullptr;
+        SablotParseBuffer(situation, text.c_str(), &document);
+        return document;
+    }
+
+    SablotSituation situation = nullptr;
+};
+
+xmlDoc* ParsePlain(const std::string& text) {
+    return xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr,
+                         XML_PARSE_NOENT | XML_PARSE_NOCDATA | XML_PARSE_NONET | XML_PARSE_HUGE);
+}
+
+std::size_t Used() { return mallinfo2().uordblks; }
+
+void ParseAndFree(benchmark::State& state) {
+    const std::string& source = Source(state);
+    const Library library;
+    Duel duel;
+    for (auto _ : state)
+        duel.Run([&] { SablotDestroyDocument(library.situation, library.Parse(source)); },
+                 [&] { xmlFreeDoc(ParsePlain(source)); });
+    duel.Report(state);
+
+    // Bytes of a document for each byte of its text.
+    const auto size = static_cast<double>(source.size());
+    std::size_t before = Used();
+    SDOM_Document document = library.Parse(source);
+    state.counters["ours_bytes"] = static_cast<double>(Used() - before) / size;
+    SablotDestroyDocument(library.situation, document);
+    before = Used();
+    xmlDoc* tree = ParsePlain(source);
+    state.counters["libxml2_bytes"] = static_cast<double>(Used() - before) / size;
+    xmlFreeDoc(tree);
+}
+
+void Serialise(benchmark::State& state) {
+    const std::string& source = Source(state);
+    const Library library;
+    SDOM_Document document = library.Parse(source);
+    xmlDoc* tree = ParsePlain(source);
+    Duel duel;
+    for (auto _ : state)
+        duel.Run(
+            [&] {
+                char* text = nullptr;
+                SDOM_docToString(library.situation, document, &text);
+                SablotFree(text);
+            },
+            [&] {
+                xmlChar* text = nullptr;
+                int length = 0;
+                xmlDocDumpMemoryEnc(tree, &text, &length, "UTF-8");
+                xmlFree(text);
+            });
+    duel.Report(state);
+    xmlFreeDoc(tree);
+}
+
+// Every node in document order, with its type; the first walk makes the handles.
+std::size_t Walk(const Library& library, SDOM_Document document) {
+    std::size_t nodes = 0;
+    auto node = reinterpret_cast<SDOM_Node>(document);
+    while (node) {
+        ++nodes;
+        SDOM_NodeType type{};
+        SDOM_getNodeType(library.situation, node, &type);
+        benchmark::DoNotOptimize(type);
+        SDOM_Node next = nullptr;
+        SDOM_getFirstChild(library.situation, node, &next);
+        while (node && !next) {
+            SDOM_getNextSibling(library.situation, node, &next);
+            if (!next) SDOM_getParentNode(library.situation, node, &node);
+        }
+        node = next;
+    }
+    return nodes;
+}
+
+void WalkPlain(xmlDoc* tree) {
+    auto* node = reinterpret_cast<xmlNode*>(tree);
+    while (node) {
+        benchmark::DoNotOptimize(node->type);
+        if (node->children) {
+            node = node->children;
+            continue;
+        }
+        while (node && !node->next) node = node->parent;
+        if (node) node = node->next;
+    }
+}
+
+void WalkAllNodes(benchmark::State& state) {
+    const std::string& source = Source(state);
+    const Library library;
+    SDOM_Document document = library.Parse(source);
+    xmlDoc* tree = ParsePlain(source);
+    const std::size_t before = Used();
+    const std::size_t nodes = Walk(library, document);
+    state.counters["handle_bytes"] = static_cast<double>(Used() - before) / static_cast<double>(nodes);
+    state.counters["nodes"] = static_cast<double>(nodes);
+    Duel duel;
+    for (auto _ : state) duel.Run([&] { Walk(library, document); }, [&] { WalkPlain(tree); });
+    duel.Report(state);
+    xmlFreeDoc(tree);
+}
+
+BENCHMARK(ParseAndFree)->DenseRange(0, 1)->Unit(benchmark::kMillisecond);
+BENCHMARK(Serialise)->DenseRange(0, 1)->Unit(benchmark::kMillisecond);
+BENCHMARK(WalkAllNodes)->DenseRange(0, 1)->Unit(benchmark::kMillisecond);
+
+} // namespace
