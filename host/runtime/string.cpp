@@ -4,6 +4,8 @@
 #include "host/runtime/exception.h"
 #include "host/runtime/small_blocks.h"
 
+#include <malloc.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
@@ -67,6 +69,32 @@ String* AddStrings(String* left, String* right) {
     std::memcpy(joined->bytes, leftBytes.data(), leftBytes.size());
     std::memcpy(joined->bytes + leftBytes.size(), rightBytes.data(), rightBytes.size());
     return joined;
+}
+
+String* AppendString(String* left, String* right) {
+    bool canGrow = left && right && left != right && left->references == 1 && left->length > 0
+                   && (left->encoding == right->encoding || right->length == 0);
+    if (!canGrow) {
+        String* joined = AddStrings(left, right);
+        if (!joined) return left;
+        UnlockString(left);
+        return joined;
+    }
+    size_t length = size_t{left->length} + right->length;
+    size_t needed = offsetof(String, bytes) + length + 1;
+    if (malloc_usable_size(left) < needed) {
+        // Room for as much again, unless that is too much to ask for.
+        void* grown = length < 0x7FFFFF00 ? std::realloc(left, needed + length / 2) : nullptr;
+        if (!grown && length < 0xFFFFFF00) grown = std::realloc(left, needed);
+        if (!grown) {
+            RaiseOutOfMemory();
+            return left;
+        }
+        left = static_cast<String*>(grown);
+    }
+    std::memcpy(left->bytes + left->length, right->bytes, right->length + size_t{1});
+    left->length = static_cast<uint32_t>(length);
+    return left;
 }
 
 int32_t CompareStrings(String* left, String* right) {

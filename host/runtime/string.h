@@ -43,6 +43,10 @@ inline const char* StringBytes(const String* string) { return string ? string->b
 // one's (an empty side does not count).
 String* AddStrings(String* left, String* right);
 
+// As AddStrings, but takes over the reference of `left`: one that nobody else holds grows in place, so that building a
+// string piece by piece takes linear time. Without memory the result is `left` as it was.
+String* AppendString(String* left, String* right);
+
 // Below, equal or above 0 by bytes; nil equals the empty string. Case-sensitive. Strings of different known encodings
 // are compared as UTF-8.
 int32_t CompareStrings(String* left, String* right);

@@ -315,6 +315,12 @@ std::string_view KeywordName(Keyword keyword) {
     return found == std::end(KEYWORDS) ? std::string_view() : found->second;
 }
 
+std::vector<std::string_view> KeywordNames() {
+    std::vector<std::string_view> names;
+    for (auto [keyword, name] : KEYWORDS) names.push_back(name);
+    return names;
+}
+
 std::string LowerCase(std::string_view text) {
     std::string lower(text);
     for (char& c : lower) {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "host/syntax/source.h"
 
@@ -106,6 +107,7 @@ std::string StringValue(const Token& token);
 
 // The keyword as the documentation writes it, e.g. "ElseIf".
 std::string_view KeywordName(Keyword keyword);
+std::vector<std::string_view> KeywordNames();
 
 // ASCII letters only: names of the language are ASCII, other bytes are kept.
 std::string LowerCase(std::string_view text);

@@ -1,0 +1,385 @@
+#include "host/language/environment.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdlib>
+
+#include "host/runtime/array.h"
+#include "host/runtime/encoding.h"
+
+namespace host::language {
+
+namespace {
+
+// Whether a method of a subclass hides one of a superclass.
+bool SameParameters(const FunctionSymbol& left, const FunctionSymbol& right) {
+    return std::equal(left.parameters.begin(), left.parameters.end(), right.parameters.begin(), right.parameters.end(),
+                      [](const auto& a, const auto& b) { return a.type == b.type && a.isByRef == b.isByRef; });
+}
+
+template <class Symbol>
+auto* Find(const Names<std::unique_ptr<Symbol>>& names, std::string_view name) {
+    auto found = names.find(LowerCase(name));
+    return found == names.end() ? nullptr : found->second.get();
+}
+
+void AddUnlessHidden(std::vector<FunctionSymbol*>& functions, FunctionSymbol* function) {
+    bool isHidden = std::any_of(functions.begin(), functions.end(), [function](const FunctionSymbol* other) {
+        return SameParameters(*other, *function) && other->HasResult() == function->HasResult();
+    });
+    if (!isHidden) functions.push_back(function);
+}
+
+std::unique_ptr<ConstantSymbol> ImportConstant(const Constant& constant) {
+    auto symbol = std::make_unique<ConstantSymbol>();
+    symbol->name = constant.name;
+    symbol->value = constant.value;
+    symbol->type = TypeOf(constant.value);
+    return symbol;
+}
+
+} // namespace
+
+Environment::Environment() : globals(static_cast<Slot*>(std::calloc(MAX_GLOBALS, sizeof(Slot)))) {}
+
+Environment::~Environment() {
+    ReleaseGlobals();
+    // Subclasses go before their superclasses.
+    for (auto cls = classOrder.rbegin(); cls != classOrder.rend(); ++cls) {
+        if ((*cls)->native != nullptr) RemoveClass((*cls)->native);
+    }
+    for (String* string : tables.strings) UnlockString(string);
+    std::free(globals);
+}
+
+void Environment::ReleaseGlobals() {
+    for (size_t i = globalStorages.size(); i-- > 0;) ReleaseGlobal(static_cast<uint32_t>(i));
+}
+
+void Environment::ReleaseGlobal(uint32_t slot) {
+    Slot released = std::exchange(globals[slot], Slot{});
+    if (globalStorages[slot] == Storage::STRING) UnlockString(released.string);
+    if (globalStorages[slot] == Storage::OBJECT) UnlockObject(released.object);
+}
+
+bool Environment::RemoveProgramClass(const std::string& key) {
+    auto found = classes.find(key);
+    if (found == classes.end()) return true;
+    ClassSymbol* cls = found->second.get();
+    if (cls->native != nullptr && !RemoveClass(cls->native)) return false;
+    cls->native = nullptr;
+    std::erase(classOrder, cls);
+    replacedClasses.push_back(std::move(found->second));
+    classes.erase(found);
+    return true;
+}
+
+ValueType Environment::TypeNamed(std::string_view name, bool isArray) {
+    static const std::pair<const char*, ValueType> BASIC_TYPES[] = {
+        {"Integer", INTEGER_TYPE}, {"Boolean", BOOLEAN_TYPE}, {"Double", DOUBLE_TYPE},
+        {"String", STRING_TYPE},   {"Variant", VARIANT_TYPE},
+    };
+    ValueType type;
+    for (const auto& [basicName, basicType] : BASIC_TYPES) {
+        if (EqualNames(name, basicName)) type = basicType;
+    }
+    if (type.Is(TypeKind::INVALID)) {
+        ClassSymbol* cls = FindClass(name);
+        if (cls == nullptr) return INVALID_TYPE;
+        type = {TypeKind::OBJECT, TypeKind::INVALID, cls};
+    }
+    return isArray ? type.ArrayOf() : type;
+}
+
+ValueType Environment::FromRuntime(const Type& type) {
+    switch (type.kind) {
+    case Kind::NOTHING: return NO_TYPE;
+    case Kind::INTEGER: return INTEGER_TYPE;
+    case Kind::BOOLEAN: return BOOLEAN_TYPE;
+    case Kind::DOUBLE: return DOUBLE_TYPE;
+    case Kind::STRING: return STRING_TYPE;
+    case Kind::VARIANT: return VARIANT_TYPE;
+    case Kind::OBJECT: return TypeNamed(type.className, false);
+    case Kind::ARRAY: break;
+    }
+    Type element;
+    element.kind = type.element;
+    element.className = type.className;
+    ValueType elementType = FromRuntime(element);
+    return elementType.Is(TypeKind::INVALID) ? INVALID_TYPE : elementType.ArrayOf();
+}
+
+ClassSymbol* Environment::FindClass(std::string_view name) {
+    if (ClassSymbol* cls = Find(classes, name)) return cls;
+    Class* native = host::FindClass(name);
+    return native == nullptr || native->program != nullptr ? nullptr : Import(native);
+}
+
+ClassSymbol* Environment::Import(Class* native) {
+    auto& symbol = imported_[native];
+    if (symbol == nullptr) {
+        symbol = std::make_unique<ClassSymbol>();
+        ClassSymbol* cls = symbol.get();
+        cls->name = native->name;
+        cls->native = native;
+        if (native->super != nullptr) cls->super = Import(native->super);
+        return cls;
+    }
+    return symbol.get();
+}
+
+std::unique_ptr<FunctionSymbol> Environment::ImportMethod(Method& method) {
+    auto function = std::make_unique<FunctionSymbol>();
+    function->name = method.signature.name;
+    function->native = &method;
+    function->result = FromRuntime(method.signature.result);
+    for (const FormalParameter& parameter : method.signature.parameters) {
+        function->parameters.push_back(
+            {parameter.name, FromRuntime(parameter.type), parameter.byRef, parameter.defaultValue, {}});
+    }
+    return function;
+}
+
+std::unique_ptr<PropertySymbol> Environment::ImportProperty(const Property& property) {
+    auto symbol = std::make_unique<PropertySymbol>();
+    symbol->name = property.name;
+    symbol->type = FromRuntime(property.type);
+    symbol->native = &property;
+    symbol->isReadable = property.read != Access::NONE;
+    symbol->isWritable = property.write != Access::NONE;
+    bool isDirect = property.read != Access::FUNCTION && property.write != Access::FUNCTION;
+    symbol->isField = isDirect && property.offset >= 0 && property.offset <= UINT16_MAX;
+    symbol->offset = static_cast<uint32_t>(property.offset);
+    return symbol;
+}
+
+void Environment::ImportMembers(ClassSymbol& cls) {
+    if (cls.isImported || cls.IsProgram() || cls.native == nullptr) return;
+    cls.isImported = true;
+    for (const auto& property : cls.native->properties) {
+        auto symbol = ImportProperty(*property);
+        symbol->owner = &cls;
+        cls.properties.emplace(LowerCase(property->name), std::move(symbol));
+    }
+    for (const auto& method : cls.native->methods) {
+        auto symbol = ImportMethod(*method);
+        symbol->owner = &cls;
+        cls.methods[LowerCase(symbol->name)].push_back(std::move(symbol));
+    }
+    for (const auto& event : cls.native->events) {
+        auto symbol = std::make_unique<EventSymbol>();
+        symbol->name = event->signature.name;
+        symbol->native = event.get();
+        symbol->result = FromRuntime(event->signature.result);
+        for (const FormalParameter& parameter : event->signature.parameters) {
+            symbol->parameters.push_back({parameter.name, FromRuntime(parameter.type), parameter.byRef, {}, {}});
+        }
+        cls.events.emplace(LowerCase(symbol->name), std::move(symbol));
+    }
+    for (const Constant& constant : cls.native->constants) {
+        cls.constants.emplace(LowerCase(constant.name), ImportConstant(constant));
+    }
+}
+
+ModuleSymbol* Environment::FindModule(std::string_view name) {
+    if (ModuleSymbol* module = Find(modules, name)) return module;
+    Module* native = name.empty() ? nullptr : host::FindModule(name);
+    if (native == nullptr) return nullptr;
+    auto& symbol = importedModules_[LowerCase(name)];
+    if (symbol != nullptr) return symbol.get();
+    symbol = std::make_unique<ModuleSymbol>();
+    symbol->name = native->name;
+    for (const Constant& constant : native->constants) {
+        symbol->constants.emplace(LowerCase(constant.name), ImportConstant(constant));
+    }
+    for (const auto& property : native->properties) {
+        symbol->properties.emplace(LowerCase(property->name), ImportProperty(*property));
+    }
+    for (const auto& method : native->functions) {
+        auto function = ImportMethod(*method);
+        function->module = symbol.get();
+        symbol->functions[LowerCase(function->name)].push_back(std::move(function));
+    }
+    return symbol.get();
+}
+
+std::vector<FunctionSymbol*> Environment::FindFunctions(std::string_view name) {
+    std::string key = LowerCase(name);
+    std::vector<FunctionSymbol*> result;
+    if (auto found = functions.find(key); found != functions.end()) {
+        for (const auto& function : found->second) result.push_back(function.get());
+    }
+    auto& imported = importedFunctions_[key];
+    if (Module* module = host::FindModule(""); module != nullptr && imported.empty()) {
+        for (Method* method : module->FindFunctions(name)) imported.push_back(ImportMethod(*method));
+    }
+    for (const auto& function : imported) AddUnlessHidden(result, function.get());
+    return result;
+}
+
+VariableSymbol* Environment::FindVariable(std::string_view name) { return Find(variables, name); }
+
+ConstantSymbol* Environment::FindConstant(std::string_view name) { return Find(constants, name); }
+
+PropertySymbol* Environment::FindProperty(ClassSymbol* cls, std::string_view name) {
+    for (; cls != nullptr; cls = cls->super) {
+        ImportMembers(*cls);
+        if (PropertySymbol* property = Find(cls->properties, name)) return property;
+    }
+    return nullptr;
+}
+
+ConstantSymbol* Environment::FindConstant(ClassSymbol* cls, std::string_view name) {
+    for (; cls != nullptr; cls = cls->super) {
+        ImportMembers(*cls);
+        if (ConstantSymbol* constant = Find(cls->constants, name)) return constant;
+    }
+    return nullptr;
+}
+
+EventSymbol* Environment::FindEvent(ClassSymbol* cls, std::string_view name) {
+    for (; cls != nullptr; cls = cls->super) {
+        ImportMembers(*cls);
+        if (EventSymbol* event = Find(cls->events, name)) return event;
+    }
+    return nullptr;
+}
+
+std::vector<FunctionSymbol*> Environment::FindMethods(ClassSymbol* cls, std::string_view name) {
+    std::vector<FunctionSymbol*> result;
+    std::string key = LowerCase(name);
+    for (; cls != nullptr; cls = cls->super) {
+        ImportMembers(*cls);
+        auto found = cls->methods.find(key);
+        if (found == cls->methods.end()) continue;
+        for (const auto& method : found->second) AddUnlessHidden(result, method.get());
+    }
+    return result;
+}
+
+std::vector<FunctionSymbol*> Environment::FindConstructors(ClassSymbol* cls) {
+    std::vector<FunctionSymbol*> result;
+    for (; cls != nullptr && result.empty(); cls = cls->super) {
+        ImportMembers(*cls);
+        auto found = cls->methods.find("constructor");
+        if (found == cls->methods.end()) continue;
+        for (const auto& method : found->second) result.push_back(method.get());
+    }
+    return result;
+}
+
+std::vector<std::string> Environment::MemberNames(ClassSymbol* cls) {
+    std::vector<std::string> names;
+    for (; cls != nullptr; cls = cls->super) {
+        ImportMembers(*cls);
+        for (const auto& [key, property] : cls->properties) names.push_back(property->name);
+        for (const auto& [key, constant] : cls->constants) names.push_back(constant->name);
+        for (const auto& [key, methods] : cls->methods) {
+            bool isCallable = key != "constructor" && key != "destructor";
+            if (isCallable) names.push_back(methods[0]->name);
+        }
+    }
+    std::sort(names.begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
+    return names;
+}
+
+std::vector<std::string> Environment::MemberNames(const ModuleSymbol& module) {
+    std::vector<std::string> names;
+    for (const auto& [key, symbol] : module.properties) names.push_back(symbol->name);
+    for (const auto& [key, symbol] : module.variables) names.push_back(symbol->name);
+    for (const auto& [key, symbol] : module.constants) names.push_back(symbol->name);
+    for (const auto& [key, overloads] : module.functions) names.push_back(overloads[0]->name);
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::vector<std::string> Environment::EventNames(ClassSymbol* cls) {
+    std::vector<std::string> names;
+    for (; cls != nullptr; cls = cls->super) {
+        ImportMembers(*cls);
+        for (const auto& [key, event] : cls->events) names.push_back(event->name);
+    }
+    return names;
+}
+
+std::vector<std::string> Environment::ClassNames() {
+    std::vector<std::string> names;
+    for (const auto& [key, cls] : classes) names.push_back(cls->name);
+    for (Class* native : AllClasses()) names.push_back(native->name);
+    std::sort(names.begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
+    return names;
+}
+
+std::vector<std::string> Environment::GlobalNames() {
+    std::vector<std::string> names;
+    for (const auto& [key, overloads] : functions) names.push_back(overloads[0]->name);
+    for (const auto& [key, variable] : variables) names.push_back(variable->name);
+    for (const auto& [key, constant] : constants) names.push_back(constant->name);
+    for (const auto& [key, module] : modules) names.push_back(module->name);
+    for (Module* native : AllModules()) {
+        if (!native->name.empty()) names.push_back(native->name);
+    }
+    if (Module* global = host::FindModule("")) {
+        for (const auto& function : global->functions) names.push_back(function->signature.name);
+    }
+    std::sort(names.begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
+    return names;
+}
+
+uint32_t Environment::StringIndex(const std::string& text) {
+    auto [entry, isNew] = stringIndices_.emplace(text, static_cast<uint32_t>(tables.strings.size()));
+    if (isNew) tables.strings.push_back(BuildString(text, ENCODING_UTF8));
+    return entry->second;
+}
+
+uint32_t Environment::DoubleIndex(double value) {
+    auto [entry, isNew] =
+        doubleIndices_.emplace(std::bit_cast<uint64_t>(value), static_cast<uint32_t>(tables.doubles.size()));
+    if (isNew) tables.doubles.push_back(value);
+    return entry->second;
+}
+
+uint32_t Environment::NativeIndex(const Method& method, bool isSetter, bool hasObject) {
+    auto [entry, isNew] =
+        nativeIndices_.emplace(std::pair(&method, isSetter), static_cast<uint32_t>(tables.natives.size()));
+    if (!isNew) return entry->second;
+    Kind result = isSetter ? Kind::NOTHING : method.signature.result.kind;
+    std::string name = (method.owner != nullptr ? method.owner->name + "." : "") + method.signature.name;
+    tables.natives.push_back({isSetter ? method.setterShape : method.shape, isSetter ? method.setter : method.function,
+                              hasObject, result, std::move(name)});
+    return entry->second;
+}
+
+uint32_t Environment::PropertyIndex(const Property* property) {
+    auto [entry, isNew] = propertyIndices_.emplace(property, static_cast<uint32_t>(tables.properties.size()));
+    if (isNew) tables.properties.push_back(property);
+    return entry->second;
+}
+
+uint32_t Environment::ClassIndex(ClassSymbol* cls) {
+    auto [entry, isNew] = classIndices_.emplace(cls, static_cast<uint32_t>(tables.classes.size()));
+    if (isNew) tables.classes.push_back(cls->native);
+    return entry->second;
+}
+
+uint32_t Environment::ArrayClassIndex(const ValueType& elementType) {
+    Class* cls = ArrayClass(RuntimeType(elementType));
+    auto [entry, isNew] = arrayIndices_.emplace(cls, static_cast<uint32_t>(tables.arrayClasses.size()));
+    if (isNew) tables.arrayClasses.push_back(cls);
+    return entry->second;
+}
+
+uint32_t Environment::NewCode() {
+    tables.codes.push_back(std::make_unique<Code>());
+    return static_cast<uint32_t>(tables.codes.size() - 1);
+}
+
+uint32_t Environment::NewGlobal(Storage storage) {
+    globalStorages.push_back(storage);
+    return static_cast<uint32_t>(globalStorages.size() - 1);
+}
+
+} // namespace host::language

@@ -1,0 +1,103 @@
+// Everything a program consists of: sources, symbols, code and variables. A session adds to it entry by entry.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "host/language/code.h"
+#include "host/language/symbols.h"
+#include "host/syntax/diagnostic.h"
+
+namespace host::language {
+
+class Environment {
+public:
+    Environment();
+    ~Environment(); // releases the variables and removes the classes from the runtime
+    Environment(const Environment&) = delete;
+    Environment& operator=(const Environment&) = delete;
+
+    // Program first, then what is registered with the runtime; null when there is none of the name.
+    ClassSymbol* FindClass(std::string_view name);
+    ModuleSymbol* FindModule(std::string_view name);
+    std::vector<FunctionSymbol*> FindFunctions(std::string_view name);
+    VariableSymbol* FindVariable(std::string_view name);
+    ConstantSymbol* FindConstant(std::string_view name);
+
+    // Members of a class or its nearest superclass that has one of the name.
+    PropertySymbol* FindProperty(ClassSymbol* cls, std::string_view name);
+    ConstantSymbol* FindConstant(ClassSymbol* cls, std::string_view name);
+    EventSymbol* FindEvent(ClassSymbol* cls, std::string_view name);
+    // All overloads; those of superclasses that are hidden by the same parameters are left out.
+    std::vector<FunctionSymbol*> FindMethods(ClassSymbol* cls, std::string_view name);
+    // Those of the nearest class that has constructors.
+    std::vector<FunctionSymbol*> FindConstructors(ClassSymbol* cls);
+
+    // INVALID when a class of the type is unknown.
+    ValueType TypeNamed(std::string_view name, bool isArray);
+    ValueType FromRuntime(const Type& type);
+
+    std::vector<std::string> MemberNames(ClassSymbol* cls);
+    std::vector<std::string> MemberNames(const ModuleSymbol& module);
+    std::vector<std::string> ClassNames();
+    std::vector<std::string> GlobalNames(); // functions, variables, constants, modules
+    std::vector<std::string> EventNames(ClassSymbol* cls);
+
+    // Numbers in the tables.
+    uint32_t StringIndex(const std::string& text);
+    uint32_t DoubleIndex(double value);
+    uint32_t NativeIndex(const Method& method, bool isSetter, bool hasObject);
+    uint32_t PropertyIndex(const Property* property);
+    uint32_t ClassIndex(ClassSymbol* cls);
+    uint32_t ArrayClassIndex(const ValueType& elementType);
+    uint32_t NewCode(); // an empty function
+    // A variable that lives as long as the environment.
+    uint32_t NewGlobal(Storage storage);
+
+    void ReleaseGlobals();
+    void ReleaseGlobal(uint32_t slot);
+    // Forgets a program's class; false while objects of it live.
+    bool RemoveProgramClass(const std::string& key);
+
+    static constexpr uint32_t MAX_GLOBALS = 65536;
+
+    SourceFiles files;
+    std::vector<std::unique_ptr<ast::Unit>> units;
+    Names<std::unique_ptr<ClassSymbol>> classes; // of the program
+    std::vector<ClassSymbol*> classOrder;        // superclasses first, once the classes are defined
+    Names<std::unique_ptr<ModuleSymbol>> modules;
+    Names<std::vector<std::unique_ptr<FunctionSymbol>>> functions;
+    Names<std::unique_ptr<VariableSymbol>> variables;
+    Names<std::unique_ptr<ConstantSymbol>> constants;
+    std::vector<std::unique_ptr<ClassCode>> classCodes;
+    Tables tables;
+    std::vector<uint32_t> mainCodes; // of each unit, in order; run one after the other
+    Slot* globals = nullptr;         // MAX_GLOBALS slots
+    std::vector<Storage> globalStorages;
+
+    // Symbols replaced by later entries of a session; code may still refer to them.
+    std::vector<std::unique_ptr<ClassSymbol>> replacedClasses;
+    std::vector<std::unique_ptr<FunctionSymbol>> replacedFunctions;
+    std::vector<std::unique_ptr<ModuleSymbol>> replacedModules;
+    std::vector<std::unique_ptr<VariableSymbol>> replacedVariables;
+
+private:
+    ClassSymbol* Import(Class* native);
+    void ImportMembers(ClassSymbol& cls);
+    std::unique_ptr<FunctionSymbol> ImportMethod(Method& method);
+    std::unique_ptr<PropertySymbol> ImportProperty(const Property& property);
+
+    std::unordered_map<Class*, std::unique_ptr<ClassSymbol>> imported_;
+    Names<std::unique_ptr<ModuleSymbol>> importedModules_;
+    Names<std::vector<std::unique_ptr<FunctionSymbol>>> importedFunctions_;
+    std::unordered_map<std::string, uint32_t> stringIndices_;
+    std::unordered_map<uint64_t, uint32_t> doubleIndices_;
+    std::map<std::pair<const Method*, bool>, uint32_t> nativeIndices_;
+    std::unordered_map<const Property*, uint32_t> propertyIndices_;
+    std::unordered_map<ClassSymbol*, uint32_t> classIndices_;
+    std::unordered_map<Class*, uint32_t> arrayIndices_;
+};
+
+} // namespace host::language

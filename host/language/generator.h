@@ -1,0 +1,97 @@
+// Makes instructions of checked expressions.
+//
+// Registers are used like a stack: variables below, values on the way above. A Value that owns a reference is marked by
+// a lifetime that is open until the reference is released or taken over.
+#pragma once
+
+#include "host/language/environment.h"
+#include "host/language/node.h"
+
+namespace host::language {
+
+// A place in the code that jumps refer to, before or after it is known.
+struct Label {
+    int32_t target = -1;
+    std::vector<uint32_t> uses;
+};
+
+// A value in a register; `lifetime` is the open lifetime when the register owns it, else -1.
+struct Value {
+    uint16_t reg = 0;
+    int32_t lifetime = -1;
+};
+
+class Generator {
+public:
+    Generator(Environment& environment, Code& code) : environment_(environment), code_(code) {}
+
+    // The value in any register: a variable's own, or a new one.
+    Value Generate(const Node& node);
+    // The value in this register, which holds nothing before and owns it afterwards.
+    Value GenerateInto(const Node& node, uint16_t reg);
+    // The effects without the value.
+    void GenerateEffect(const Node& node);
+    void JumpUnless(const Node& condition, Label& label);
+    void JumpIf(const Node& condition, Label& label);
+    void Assign(const Node& place, const Node& value);
+
+    void Emit(Opcode opcode, size_t a = 0, size_t b = 0, size_t c = 0);
+    void EmitLong(Opcode opcode, size_t a, int32_t value);
+    void Jump(Opcode opcode, size_t a, Label& label);
+    void Bind(Label& label);
+    uint32_t Position() const { return static_cast<uint32_t>(code_.instructions.size()); }
+    // The source of the instructions that follow.
+    void SetPlace(const Span& span) { offset_ = span.offset; }
+
+    uint16_t NewRegister();
+    uint16_t Top() const { return next_; }
+    // Gives up the registers from `top` on.
+    void SetTop(uint16_t top) { next_ = top; }
+    // Registers below are variables: nothing else is put there.
+    void SetVariableTop() { variableTop_ = next_; }
+
+    int32_t BeginLifetime(uint16_t reg, const ValueType& type);
+    void EndLifetime(int32_t lifetime);
+    void Release(const Value& value, const ValueType& type);
+    // Releases on a way out of the block while the value lives on in the code that follows.
+    void ReleaseEarly(uint16_t reg, const ValueType& type);
+
+    // Completes the code; false when it has grown beyond what instructions can express.
+    bool Finish();
+
+private:
+    Value Produce(const Node& node, uint16_t reg);
+    Value Argument(const Node& node, uint16_t reg);
+    Value Owned(uint16_t reg, const ValueType& type) { return {reg, BeginLifetime(reg, type)}; }
+    // The register in which a value lies already, without code; false when it must be computed.
+    bool InPlace(const Node& node, uint16_t& reg) const;
+    Value ProduceConstant(const Node& node, uint16_t reg);
+    Value ProduceVariable(const Node& node, uint16_t reg);
+    Value ProduceField(const Node& node, uint16_t reg);
+    Value ProduceElement(const Node& node, uint16_t reg);
+    Value ProduceCall(const Node& node, uint16_t reg);
+    Value ProduceNew(const Node& node, uint16_t reg);
+    Value ProduceArray(const Node& node, uint16_t reg);
+    Value ProduceArrayCall(const Node& node, uint16_t reg);
+    Value ProduceConversion(const Node& node, uint16_t reg);
+    Value ProduceBinary(const Node& node, uint16_t reg);
+    Value ProduceConcatenation(const Node& node, uint16_t reg);
+    void CallProgram(const FunctionSymbol& function, const Node* object, uint16_t objectRegister,
+                     const std::vector<NodePtr>& arguments, uint16_t window, bool isVirtual);
+    void CallNative(const FunctionSymbol& function, const Node* object, uint16_t objectRegister,
+                    const std::vector<NodePtr>& arguments, uint16_t window, uint16_t result);
+    Value ByRefArgument(const Node& node, uint16_t reg);
+    uint16_t Window(uint16_t reg);
+    void EmitUnary(Opcode opcode, const Node& operand, uint16_t reg);
+    bool AppendInPlace(const Node& place, const Node& value);
+    void Place(size_t index, size_t target);
+
+    Environment& environment_;
+    Code& code_;
+    uint32_t offset_ = 0;
+    uint16_t next_ = 0;
+    uint16_t variableTop_ = 0;
+    bool isTooLarge_ = false;
+};
+
+} // namespace host::language

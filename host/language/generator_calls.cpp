@@ -1,0 +1,188 @@
+// The part of the generator that makes calls, objects and arrays.
+#include "host/language/generator.h"
+
+namespace host::language {
+
+// The registers from here on are free for the arguments of a call.
+uint16_t Generator::Window(uint16_t reg) {
+    bool isFree = reg >= variableTop_ && reg + 1 == next_;
+    return isFree ? reg : next_;
+}
+
+Value Generator::ByRefArgument(const Node& node, uint16_t reg) {
+    if (node.kind == NodeKind::FIELD) {
+        // The object lives at least until the call is over.
+        Value object = GenerateInto(*node.left, NewRegister());
+        Emit(Opcode::ADDRESS_FIELD, reg, object.reg, node.property->offset);
+        return object;
+    }
+    const VariableSymbol& variable = *node.variable;
+    if (variable.isGlobal)
+        EmitLong(Opcode::ADDRESS_GLOBAL, reg, static_cast<int32_t>(variable.slot));
+    else
+        Emit(variable.isByRef ? Opcode::MOVE : Opcode::ADDRESS_LOCAL, reg, variable.slot);
+    return {reg, -1};
+}
+
+void Generator::CallProgram(const FunctionSymbol& function, const Node* object, uint16_t objectRegister,
+                            const std::vector<NodePtr>& arguments, uint16_t window, bool isVirtual) {
+    bool hasObject = function.owner != nullptr;
+    size_t count = arguments.size() + (hasObject ? 1 : 0);
+    next_ = window;
+    for (size_t i = 0; i < count; i++) NewRegister();
+
+    std::vector<Value> passed;
+    std::vector<std::pair<Value, const Node*>> kept;
+    uint16_t reg = window;
+    if (hasObject) {
+        Value value;
+        if (object != nullptr) {
+            value = GenerateInto(*object, reg);
+        } else {
+            Emit(Opcode::COPY_OBJECT, reg, objectRegister);
+            value = Owned(reg, NIL_TYPE);
+        }
+        passed.push_back(value);
+        bool needsCheck = object != nullptr && object->kind != NodeKind::SELF && !isVirtual;
+        if (needsCheck) Emit(Opcode::CHECK_NIL, reg);
+        reg++;
+    }
+    for (size_t i = 0; i < arguments.size(); i++, reg++) {
+        if (function.parameters[i].isByRef) {
+            Value value = ByRefArgument(*arguments[i], reg);
+            if (value.lifetime >= 0) kept.emplace_back(value, arguments[i]->left.get());
+        } else {
+            passed.push_back(GenerateInto(*arguments[i], reg));
+        }
+    }
+    for (const Value& value : passed) EndLifetime(value.lifetime);
+    if (isVirtual)
+        Emit(Opcode::CALL_VIRTUAL, window, static_cast<uint16_t>(function.virtualSlot), function.index);
+    else
+        EmitLong(Opcode::CALL, window, static_cast<int32_t>(function.index));
+    if (kept.empty()) return;
+    Value result = Owned(window, function.result);
+    for (auto& [value, node] : kept) Release(value, node->type);
+    // The caller opens a lifetime of its own for the result.
+    EndLifetime(result.lifetime);
+}
+
+void Generator::CallNative(const FunctionSymbol& function, const Node* object, uint16_t objectRegister,
+                           const std::vector<NodePtr>& arguments, uint16_t window, uint16_t result) {
+    bool hasObject = function.owner != nullptr;
+    bool isSetter = arguments.size() > function.parameters.size();
+    size_t count = arguments.size() + (hasObject ? 1 : 0);
+    next_ = window;
+    for (size_t i = 0; i < count; i++) NewRegister();
+
+    std::vector<std::pair<Value, ValueType>> owned;
+    uint16_t reg = window;
+    if (hasObject) {
+        if (object != nullptr)
+            owned.emplace_back(Argument(*object, reg), object->type);
+        else
+            Emit(Opcode::MOVE, reg, objectRegister);
+        reg++;
+    }
+    for (size_t i = 0; i < arguments.size(); i++, reg++) {
+        bool isByRef = i < function.parameters.size() && function.parameters[i].isByRef;
+        if (!isByRef) {
+            owned.emplace_back(Argument(*arguments[i], reg), arguments[i]->type);
+        } else if (Value value = ByRefArgument(*arguments[i], reg); value.lifetime >= 0) {
+            owned.emplace_back(value, arguments[i]->left->type);
+        }
+    }
+    Emit(Opcode::CALL_NATIVE, result, window, environment_.NativeIndex(*function.native, isSetter, hasObject));
+    bool hasResult = function.HasResult() && !isSetter;
+    Value returned = hasResult ? Owned(result, function.result) : Value();
+    for (auto& [value, type] : owned) Release(value, type);
+    if (hasResult) EndLifetime(returned.lifetime);
+}
+
+Value Generator::ProduceCall(const Node& node, uint16_t reg) {
+    const FunctionSymbol& function = *node.function;
+    SetPlace(node.span);
+    bool hasResult = !node.type.Is(TypeKind::NOTHING);
+    if (function.native != nullptr) {
+        // The result must not fall on an argument that is still to be released.
+        uint16_t window = next_;
+        uint16_t result = hasResult ? reg : NewRegister();
+        if (!hasResult) window = next_;
+        CallNative(function, node.left.get(), 0, node.arguments, window, result);
+    } else {
+        uint16_t window = Window(reg);
+        bool isVirtual = function.virtualSlot >= 0 && !node.isSuper;
+        CallProgram(function, node.left.get(), 0, node.arguments, window, isVirtual);
+        if (hasResult && window != reg) Emit(Opcode::MOVE, reg, window);
+    }
+    return hasResult ? Owned(reg, node.type) : Value{reg, -1};
+}
+
+Value Generator::ProduceNew(const Node& node, uint16_t reg) {
+    SetPlace(node.span);
+    EmitLong(Opcode::NEW_OBJECT, reg, static_cast<int32_t>(environment_.ClassIndex(node.cls)));
+    Value object = Owned(reg, node.type);
+
+    const ClassSymbol* initialized = node.cls;
+    while (initialized != nullptr && initialized->initializer == nullptr) initialized = initialized->super;
+    static const std::vector<NodePtr> NO_ARGUMENTS;
+    uint16_t window = next_;
+    if (initialized != nullptr) CallProgram(*initialized->initializer, nullptr, reg, NO_ARGUMENTS, window, false);
+    if (node.function != nullptr && node.function->native != nullptr) {
+        next_ = window;
+        uint16_t unused = NewRegister();
+        CallNative(*node.function, nullptr, reg, node.arguments, next_, unused);
+    } else if (node.function != nullptr) {
+        CallProgram(*node.function, nullptr, reg, node.arguments, window, false);
+    }
+    return object;
+}
+
+Value Generator::ProduceArray(const Node& node, uint16_t reg) {
+    uint16_t count = NewRegister();
+    EmitLong(Opcode::LOAD_INTEGER, count, 0);
+    Emit(Opcode::NEW_ARRAY, reg, count, environment_.ArrayClassIndex(node.type.Element()));
+    Value array = Owned(reg, node.type);
+    for (const NodePtr& element : node.arguments) {
+        uint16_t top = next_;
+        Value value = GenerateInto(*element, NewRegister());
+        Emit(Opcode::ARRAY_APPEND, reg, value.reg);
+        EndLifetime(value.lifetime);
+        next_ = top;
+    }
+    return array;
+}
+
+Value Generator::ProduceArrayCall(const Node& node, uint16_t reg) {
+    Value array = Generate(*node.left);
+    std::vector<Value> arguments;
+    for (const NodePtr& argument : node.arguments) {
+        bool isStored = node.arrayOperation == ArrayOperation::APPEND
+                        || (node.arrayOperation == ArrayOperation::INSERT && arguments.size() == 1);
+        arguments.push_back(isStored ? GenerateInto(*argument, NewRegister()) : Generate(*argument));
+    }
+    SetPlace(node.span);
+    Value result{reg, -1};
+    switch (node.arrayOperation) {
+    case ArrayOperation::APPEND: Emit(Opcode::ARRAY_APPEND, array.reg, arguments[0].reg); break;
+    case ArrayOperation::INSERT: Emit(Opcode::ARRAY_INSERT, array.reg, arguments[0].reg, arguments[1].reg); break;
+    case ArrayOperation::REMOVE: Emit(Opcode::ARRAY_REMOVE, array.reg, arguments[0].reg); break;
+    case ArrayOperation::UBOUND: Emit(Opcode::ARRAY_BOUND, reg, array.reg); break;
+    case ArrayOperation::SORT: Emit(Opcode::ARRAY_SORT, array.reg); break;
+    case ArrayOperation::INDEX_OF: Emit(Opcode::ARRAY_INDEX, reg, array.reg, arguments[0].reg); break;
+    case ArrayOperation::POP:
+        Emit(Opcode::ARRAY_POP, reg, array.reg);
+        result = Owned(reg, node.type);
+        break;
+    }
+    bool isStored = node.arrayOperation == ArrayOperation::APPEND || node.arrayOperation == ArrayOperation::INSERT;
+    // What is stored belongs to the array; it is the register's until the instruction has succeeded.
+    if (isStored)
+        EndLifetime(arguments.back().lifetime);
+    else if (!arguments.empty())
+        Release(arguments.back(), node.arguments.back()->type);
+    Release(array, node.left->type);
+    return result;
+}
+
+} // namespace host::language

@@ -1,0 +1,76 @@
+// Runs compiled code. Calls of program functions do not use the C++ stack; only event handlers, destructors and other
+// calls that come back from native code do.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <vector>
+
+#include "host/language/environment.h"
+#include "host/language/program.h"
+#include "host/runtime/exception.h"
+
+namespace host::language {
+
+class Machine {
+public:
+    Machine(Environment& environment, const RunOptions& options);
+    ~Machine();
+    Machine(const Machine&) = delete;
+    Machine& operator=(const Machine&) = delete;
+
+    // Runs functions without parameters one after the other, until one of them fails.
+    RunResult Run(const std::vector<uint32_t>& codes);
+    // Releases the program's variables; destructors run.
+    void ReleaseGlobals();
+
+    // Callbacks for the runtime. `context` is the Code.
+    static void CallBack(void* context, const Slot* arguments, Slot* result);
+    static void RunDestructor(Object* object, Class* cls);
+
+    // Asks the running program to stop. Safe in a signal handler.
+    static void Interrupt();
+
+private:
+    struct Frame {
+        const Code* code;
+        const Instruction* pc; // the instruction that runs, or calls
+        Slot* base;
+    };
+
+    // Calls a function with borrowed arguments. false after an exception, which is pending then, or when the program is
+    // being stopped.
+    bool Invoke(const Code& code, const Slot* arguments, Slot* result);
+    bool Execute();
+    bool Push(const Code& code, Slot* base);
+    // After an exception: continues at a handler of a frame from `entry` on (true), or leaves those frames.
+    bool Unwind(size_t entry);
+    void ReleaseLifetimes(const Frame& frame, const Handler* handler);
+    const Handler* FindHandler(const Frame& frame) const;
+    void NoteRaised(Object* exception);
+    std::vector<StackEntry> StackTrace() const;
+    // false when the program has to stop.
+    bool Poll();
+    void Stop(RunOutcome outcome);
+    Slot* Top() const;
+    bool HasRoom() const; // on the C++ stack
+    void PrintText(std::string_view text);
+    UncaughtException Describe(Object* exception);
+
+    Environment& environment_;
+    const RunOptions& options_;
+    Slot* stack_ = nullptr;
+    Slot* stackEnd_ = nullptr;
+    std::vector<Frame> frames_;
+    const char* nativeStackBase_ = nullptr;
+    size_t nativeStackLimit_ = 0;
+    std::chrono::steady_clock::time_point deadline_;
+    bool isStopped_ = false;
+    RunOutcome outcome_ = RunOutcome::FINISHED;
+    std::vector<StackEntry> stopStack_;
+    ObjectRef raised_; // the exception whose way was noted last
+    std::vector<StackEntry> raisedStack_;
+    Machine* outer_ = nullptr;
+};
+
+} // namespace host::language

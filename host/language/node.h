@@ -1,0 +1,69 @@
+// Expressions after checking: every name is resolved, every conversion stands for itself, every node has its type.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "host/language/symbols.h"
+
+namespace host::language {
+
+enum class NodeKind : uint8_t {
+    INVALID,
+    CONSTANT, // constant
+    VARIABLE, // variable
+    REGISTER, // reg: a value the statement holds already
+    SELF,
+    FIELD,      // left.property, in place
+    PROPERTY,   // left.property, by its functions; left is null for a module's
+    ELEMENT,    // left(right)
+    CALL,       // function(arguments); left is the object or null
+    ARRAY_CALL, // left.operation(arguments)
+    ARRAY,      // Array(arguments)
+    NEW,        // New cls: function is the constructor or null
+    CONVERT,    // left, by `conversion`
+    NEGATE,
+    NOT,
+    BINARY, // left `operation` right, both of type operandType
+    AND,    // of Booleans, the right side only if needed
+    OR,
+    IS_A, // left IsA cls
+};
+
+enum class Conversion : uint8_t {
+    NONE, // the same bits
+    INTEGER_TO_DOUBLE,
+    DOUBLE_TO_INTEGER,
+    BOX,         // to Variant
+    UNBOX,       // from Variant, checked
+    CHECK_CLASS, // to a subclass, checked
+};
+
+enum class ArrayOperation : uint8_t { APPEND, INSERT, REMOVE, UBOUND, SORT, POP, INDEX_OF };
+
+struct Node;
+using NodePtr = std::unique_ptr<Node>;
+
+struct Node {
+    NodeKind kind = NodeKind::INVALID;
+    Conversion conversion = Conversion::NONE;
+    ArrayOperation arrayOperation = ArrayOperation::APPEND;
+    ast::Operation operation = ast::Operation::ADD;
+    bool isSuper = false; // CALL: exactly this method, whatever the object's class
+    uint16_t reg = 0;
+    ValueType type;
+    Span span;
+    ConstantValue constant;
+    VariableSymbol* variable = nullptr;
+    PropertySymbol* property = nullptr;
+    FunctionSymbol* function = nullptr;
+    ClassSymbol* cls = nullptr;
+    NodePtr left;
+    NodePtr right;
+    std::vector<NodePtr> arguments;
+
+    bool IsInvalid() const { return kind == NodeKind::INVALID || type.Is(TypeKind::INVALID); }
+    bool IsConstant() const { return kind == NodeKind::CONSTANT; }
+};
+
+} // namespace host::language

@@ -1,0 +1,61 @@
+#include "host/language/program.h"
+
+#include "host/language/machine.h"
+#include "host/language/program_compiler.h"
+#include "host/syntax/parser.h"
+
+namespace host {
+
+using language::Environment;
+using language::Machine;
+
+Program::Program(std::unique_ptr<Environment> environment) : environment_(std::move(environment)) {}
+
+Program::~Program() = default;
+
+std::string Program::Disassemble() const {
+    std::string text;
+    for (const auto& code : environment_->tables.codes) text += language::Disassemble(*code, environment_->tables);
+    return text;
+}
+
+Compilation Compile(const std::vector<Source>& sources) {
+    auto environment = std::make_unique<Environment>();
+    DiagnosticList diagnostics(environment->files);
+    std::vector<const ast::Unit*> units;
+    for (const Source& source : sources) {
+        environment->files.push_back(std::make_shared<SourceFile>(source.name, source.text));
+    }
+    for (uint32_t i = 0; i < sources.size(); i++) {
+        environment->units.push_back(Parse(environment->files, i, diagnostics));
+        units.push_back(environment->units.back().get());
+    }
+    bool isCompiled = language::ProgramCompiler(*environment, diagnostics, {}).Compile(units, 0);
+    Compilation result;
+    result.diagnostics = diagnostics.Sorted();
+    if (isCompiled) result.program = std::make_unique<Program>(std::move(environment));
+    return result;
+}
+
+RunResult Run(Program& program, const RunOptions& options) {
+    Machine machine(program.GetEnvironment(), options);
+    RunResult result = machine.Run(program.GetEnvironment().mainCodes);
+    machine.ReleaseGlobals();
+    return result;
+}
+
+void RequestInterrupt() { Machine::Interrupt(); }
+
+std::string FormatException(const UncaughtException& exception) {
+    std::string text = exception.className;
+    if (exception.errorNumber != 0) text += " " + std::to_string(exception.errorNumber);
+    if (!exception.message.empty()) text += ": " + exception.message;
+    text += '\n';
+    for (const StackEntry& entry : exception.stack) {
+        std::string place = entry.file + ":" + std::to_string(entry.line);
+        text += "  at " + (entry.function.empty() ? place : entry.function + " (" + place + ")") + "\n";
+    }
+    return text;
+}
+
+} // namespace host

@@ -1,0 +1,567 @@
+#include "host/language/program_compiler.h"
+
+#include <algorithm>
+
+#include "host/language/machine.h"
+#include "host/runtime/string.h"
+
+namespace host::language {
+
+namespace {
+
+bool SameParameters(const std::vector<ParameterSymbol>& left, const std::vector<ParameterSymbol>& right) {
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [](const auto& a, const auto& b) { return a.type == b.type && a.isByRef == b.isByRef; });
+}
+
+bool IsConstructor(const FunctionSymbol& function) { return EqualNames(function.name, "Constructor"); }
+bool IsDestructor(const FunctionSymbol& function) { return EqualNames(function.name, "Destructor"); }
+
+Signature RuntimeSignature(const FunctionSymbol& function) {
+    Signature signature;
+    signature.name = function.name;
+    signature.result = RuntimeType(function.result);
+    for (const ParameterSymbol& parameter : function.parameters) {
+        signature.parameters.push_back(
+            {parameter.name, RuntimeType(parameter.type), parameter.isByRef, parameter.defaultValue});
+    }
+    return signature;
+}
+
+// Releases what the fields of a program's class hold.
+void ReleaseFields(Object* object, Class* cls) {
+    for (const ClassCode::OwnedField& field : static_cast<const ClassCode*>(cls->program)->ownedFields) {
+        if (field.storage == Storage::STRING)
+            UnlockString(std::exchange(DataAt<String*>(object, field.offset), nullptr));
+        else
+            UnlockObject(std::exchange(DataAt<Object*>(object, field.offset), nullptr));
+    }
+}
+
+} // namespace
+
+bool ProgramCompiler::Compile(const std::vector<const ast::Unit*>& units, uint32_t firstFile) {
+    for (size_t i = 0; i < units.size(); i++) {
+        auto file = firstFile + static_cast<uint32_t>(i);
+        for (const auto& cls : units[i]->classes) DeclareClass(*cls, file);
+        for (const auto& module : units[i]->modules) DeclareModule(*module, file);
+    }
+    ResolveSuperclasses();
+    for (ClassSymbol* cls : classes_) DeclareClassMembers(*cls);
+    for (ClassSymbol* cls : classes_) AssignVirtualSlots(*cls);
+    for (ModuleSymbol* module : modules_) DeclareModuleMembers(*module);
+    for (size_t i = 0; i < units.size(); i++) {
+        for (const auto& function : units[i]->functions) {
+            DeclareFunction(*function, firstFile + static_cast<uint32_t>(i));
+        }
+        DeclareConstants(*units[i]);
+        DeclareVariables(*units[i]);
+    }
+    EvaluateConstants();
+    if (!diagnostics_.HasErrors()) DefineClasses();
+    CompileFunctions();
+
+    std::vector<uint32_t> mains;
+    for (ModuleSymbol* module : modules_) {
+        uint32_t index = environment_.NewCode();
+        FunctionContext context;
+        context.module = module;
+        StatementCompiler(environment_, diagnostics_, context, *environment_.tables.codes[index])
+            .CompileModuleVariables(*module);
+        mains.push_back(index);
+    }
+    for (size_t i = 0; i < units.size(); i++) {
+        uint32_t index = environment_.NewCode();
+        FunctionContext context;
+        StatementCompiler(environment_, diagnostics_, context, *environment_.tables.codes[index], options_)
+            .CompileProgram(*units[i], firstFile + static_cast<uint32_t>(i));
+        mains.push_back(index);
+    }
+    if (environment_.globalStorages.size() > Environment::MAX_GLOBALS) {
+        diagnostics_.Error({firstFile, 0, 1}, "the program has too many variables");
+    }
+    if (diagnostics_.HasErrors()) {
+        for (auto step = undo_.rbegin(); step != undo_.rend(); ++step) (*step)();
+        return false;
+    }
+    CompleteClasses();
+    environment_.mainCodes = std::move(mains);
+    return true;
+}
+
+ValueType ProgramCompiler::ResolveType(const TypeName& type) {
+    FunctionContext context;
+    return type.name.empty() ? NO_TYPE : ExpressionChecker(environment_, diagnostics_, context).ResolveType(type);
+}
+
+bool ProgramCompiler::CheckFree(const std::string& name, const Span& span, bool isTaken) {
+    if (isTaken) diagnostics_.Error(span, "\"" + name + "\" is declared already");
+    return !isTaken;
+}
+
+// Declarations
+
+void ProgramCompiler::DeclareClass(const ast::ClassDefinition& definition, uint32_t file) {
+    if (definition.name.empty()) return;
+    std::string key = LowerCase(definition.name);
+    bool isOwn = std::any_of(classes_.begin(), classes_.end(),
+                             [&key](const ClassSymbol* cls) { return LowerCase(cls->name) == key; });
+    if (!CheckFree(definition.name, definition.span, isOwn || environment_.modules.contains(key))) return;
+    if (environment_.classes.contains(key) && !environment_.RemoveProgramClass(key)) {
+        diagnostics_.Error(definition.span,
+                           "class \"" + definition.name + "\" cannot be replaced while it has objects or subclasses");
+        return;
+    }
+    bool isBasic = !environment_.TypeNamed(definition.name, false).Is(TypeKind::INVALID);
+    if (isBasic || host::FindClass(definition.name) != nullptr) {
+        diagnostics_.Error(definition.span, "there is a class \"" + definition.name + "\" already");
+        return;
+    }
+    auto cls = std::make_unique<ClassSymbol>();
+    cls->name = definition.name;
+    cls->definition = &definition;
+    cls->file = file;
+    classes_.push_back(cls.get());
+    environment_.classes.emplace(key, std::move(cls));
+    undo_.push_back([this, key] { environment_.RemoveProgramClass(key); });
+}
+
+void ProgramCompiler::DeclareModule(const ast::ModuleDefinition& definition, uint32_t file) {
+    if (definition.name.empty()) return;
+    std::string key = LowerCase(definition.name);
+    bool isOwn = std::any_of(modules_.begin(), modules_.end(),
+                             [&key](const ModuleSymbol* module) { return LowerCase(module->name) == key; });
+    bool isTaken = isOwn || environment_.classes.contains(key) || host::FindModule(definition.name) != nullptr
+                   || host::FindClass(definition.name) != nullptr;
+    if (!CheckFree(definition.name, definition.span, isTaken)) return;
+    auto module = std::make_unique<ModuleSymbol>();
+    module->name = definition.name;
+    module->definition = &definition;
+    module->file = file;
+    module->span = definition.span;
+    modules_.push_back(module.get());
+    auto& entry = environment_.modules[key];
+    ModuleSymbol* replaced = entry.get();
+    if (entry != nullptr) environment_.replacedModules.push_back(std::move(entry));
+    entry = std::move(module);
+    undo_.push_back([this, key, replaced] {
+        auto& modules = environment_.modules;
+        environment_.replacedModules.push_back(std::move(modules[key]));
+        modules.erase(key);
+        for (auto& kept : environment_.replacedModules) {
+            if (kept.get() == replaced && replaced != nullptr) modules[key] = std::move(kept);
+        }
+        std::erase(environment_.replacedModules, nullptr);
+    });
+}
+
+std::unique_ptr<FunctionSymbol> ProgramCompiler::MakeFunction(const ast::Function& definition, uint32_t file) {
+    auto function = std::make_unique<FunctionSymbol>();
+    function->name = definition.declaration.name;
+    function->definition = &definition;
+    function->file = file;
+    function->result = ResolveType(definition.declaration.result);
+    bool hasDefault = false;
+    for (const Parameter& parameter : definition.declaration.parameters) {
+        ParameterSymbol symbol{parameter.name, ResolveType(parameter.type), parameter.isByRef, parameter.defaultValue,
+                               parameter.span};
+        if (hasDefault && !parameter.defaultValue) {
+            diagnostics_.Error(parameter.span, "\"" + parameter.name + "\" needs a default value like those before it");
+            symbol.defaultValue = ConstantValue();
+        }
+        hasDefault |= parameter.defaultValue.has_value();
+        if (parameter.defaultValue && !symbol.type.Is(TypeKind::INVALID)) {
+            FunctionContext context;
+            ExpressionChecker checker(environment_, diagnostics_, context);
+            checker.Convert(checker.Constant(*parameter.defaultValue, parameter.span), symbol.type);
+            if (parameter.isByRef) diagnostics_.Error(parameter.span, "a ByRef parameter has no default value");
+        }
+        function->parameters.push_back(std::move(symbol));
+    }
+    function->index = environment_.NewCode();
+    functions_.push_back(function.get());
+    return function;
+}
+
+void ProgramCompiler::DeclareFunction(const ast::Function& definition, uint32_t file) {
+    if (definition.declaration.name.empty()) return;
+    auto function = MakeFunction(definition, file);
+    auto& overloads = environment_.functions[LowerCase(function->name)];
+    for (auto& other : overloads) {
+        if (!SameParameters(other->parameters, function->parameters)) continue;
+        bool isOwn = std::find(functions_.begin(), functions_.end(), other.get()) != functions_.end();
+        if (isOwn) {
+            CheckFree(function->name, definition.declaration.span, true);
+            functions_.pop_back();
+            return;
+        }
+        // A later entry of a session replaces a function.
+        FunctionSymbol* replaced = other.get();
+        environment_.replacedFunctions.push_back(std::move(other));
+        other = std::move(function);
+        undo_.push_back([this, replaced, name = LowerCase(replaced->name)] {
+            for (auto& kept : environment_.replacedFunctions) {
+                if (kept.get() != replaced) continue;
+                for (auto& current : environment_.functions[name]) {
+                    if (SameParameters(current->parameters, kept->parameters)) std::swap(current, kept);
+                }
+                return;
+            }
+        });
+        return;
+    }
+    FunctionSymbol* added = function.get();
+    overloads.push_back(std::move(function));
+    undo_.push_back([this, added, name = LowerCase(added->name)] {
+        auto& known = environment_.functions[name];
+        for (auto& other : known) {
+            if (other.get() == added) environment_.replacedFunctions.push_back(std::move(other));
+        }
+        std::erase(known, nullptr);
+        if (known.empty()) environment_.functions.erase(name);
+    });
+}
+
+std::unique_ptr<ConstantSymbol> ProgramCompiler::MakeConstant(const std::string& name, const Span& span,
+                                                              const ast::Expression* expression) {
+    auto constant = std::make_unique<ConstantSymbol>();
+    constant->name = name;
+    constant->span = span;
+    constant->expression = expression;
+    constants_.push_back(constant.get());
+    return constant;
+}
+
+void ProgramCompiler::DeclareConstants(const ast::Unit& unit) {
+    for (const auto& statement : unit.statements) {
+        if (statement->kind != ast::StatementKind::CONST) continue;
+        std::string key = LowerCase(statement->name);
+        bool isOwn = std::any_of(constants_.begin(), constants_.end(), [&](const ConstantSymbol* constant) {
+            return constant->owner == nullptr && constant->module == nullptr && LowerCase(constant->name) == key;
+        });
+        if (!CheckFree(statement->name, statement->nameSpan, isOwn)) continue;
+        environment_.constants[key] = MakeConstant(statement->name, statement->nameSpan, statement->value.get());
+        undo_.push_back([this, key] { environment_.constants.erase(key); });
+    }
+}
+
+void ProgramCompiler::DeclareVariables(const ast::Unit& unit) {
+    Names<bool> seen;
+    for (const auto& statement : unit.statements) {
+        if (statement->kind != ast::StatementKind::DIM) continue;
+        for (const ast::Variable& definition : statement->variables) {
+            std::string key = LowerCase(definition.name);
+            auto& entry = environment_.variables[key];
+            bool isTaken = seen.contains(key) || (entry != nullptr && !options_.keepsVariables);
+            if (!CheckFree(definition.name, definition.span, isTaken)) continue;
+            seen.emplace(key, true);
+            auto variable = std::make_unique<VariableSymbol>();
+            variable->name = definition.name;
+            variable->span = definition.span;
+            variable->type = ResolveType(definition.type);
+            variable->isTopLevel = true;
+            variable->isDeclared = false;
+            if (options_.keepsVariables) {
+                variable->isGlobal = true;
+                variable->slot = environment_.NewGlobal(StorageOf(variable->type));
+            }
+            VariableSymbol* replaced = entry.get();
+            if (entry != nullptr) environment_.replacedVariables.push_back(std::move(entry));
+            entry = std::move(variable);
+            undo_.push_back([this, key, replaced] {
+                auto& variables = environment_.variables;
+                environment_.replacedVariables.push_back(std::move(variables[key]));
+                variables.erase(key);
+                for (auto& kept : environment_.replacedVariables) {
+                    if (replaced != nullptr && kept.get() == replaced) variables[key] = std::move(kept);
+                }
+                std::erase(environment_.replacedVariables, nullptr);
+            });
+        }
+    }
+}
+
+void ProgramCompiler::ResolveSuperclasses() {
+    for (ClassSymbol* cls : classes_) {
+        const TypeName& super = cls->definition->super;
+        if (super.name.empty()) continue;
+        ValueType type = ResolveType(super);
+        if (type.Is(TypeKind::OBJECT))
+            cls->super = type.cls;
+        else if (!type.Is(TypeKind::INVALID))
+            diagnostics_.Error(super.span, type.Text() + " is no class");
+    }
+    std::vector<ClassSymbol*> ordered;
+    std::vector<ClassSymbol*> path;
+    std::function<void(ClassSymbol*)> visit = [&](ClassSymbol* cls) {
+        if (!cls->IsProgram() || std::find(ordered.begin(), ordered.end(), cls) != ordered.end()) return;
+        if (std::find(classes_.begin(), classes_.end(), cls) == classes_.end()) return;
+        path.push_back(cls);
+        bool isCycle = cls->super != nullptr && std::find(path.begin(), path.end(), cls->super) != path.end();
+        if (isCycle) {
+            diagnostics_.Error(cls->definition->super.span, "class \"" + cls->name + "\" inherits from itself");
+            cls->super = nullptr;
+        }
+        if (cls->super != nullptr) visit(cls->super);
+        path.pop_back();
+        ordered.push_back(cls);
+    };
+    for (ClassSymbol* cls : classes_) visit(cls);
+    classes_ = std::move(ordered);
+    for (ClassSymbol* cls : classes_) {
+        size_t depth = 0;
+        for (const ClassSymbol* level = cls; level != nullptr; level = level->super) depth++;
+        if (depth <= 100) continue;
+        diagnostics_.Error(cls->definition->span, "too many superclasses");
+        cls->super = nullptr;
+    }
+}
+
+void ProgramCompiler::DeclareProperty(ClassSymbol& cls, const ast::Variable& definition) {
+    ValueType type = ResolveType(definition.type);
+    std::string key = LowerCase(definition.name);
+    bool isTaken = cls.properties.contains(key) || cls.constants.contains(key);
+    if (!CheckFree(definition.name, definition.span, isTaken)) return;
+    if (cls.super != nullptr && environment_.FindProperty(cls.super, definition.name) != nullptr) {
+        diagnostics_.Error(definition.span, "a superclass has a property \"" + definition.name + "\" already");
+        return;
+    }
+    auto property = std::make_unique<PropertySymbol>();
+    property->name = definition.name;
+    property->type = type;
+    property->owner = &cls;
+    property->definition = &definition;
+    property->isField = true;
+    cls.fields.push_back(property.get());
+    cls.properties.emplace(key, std::move(property));
+}
+
+void ProgramCompiler::DeclareMethod(ClassSymbol& cls, const ast::Function& definition) {
+    auto method = MakeFunction(definition, cls.file);
+    method->owner = &cls;
+    const Span& span = definition.declaration.span;
+    bool isSpecial = IsConstructor(*method) || IsDestructor(*method);
+    if (isSpecial && definition.kind != ast::FunctionKind::SUB) {
+        diagnostics_.Error(span, "\"" + method->name + "\" must be a Sub");
+    }
+    if (IsDestructor(*method) && !method->parameters.empty()) {
+        diagnostics_.Error(span, "a Destructor has no parameters");
+    }
+    std::string key = LowerCase(method->name);
+    bool isTaken = cls.properties.contains(key) || cls.constants.contains(key);
+    auto& overloads = cls.methods[key];
+    for (const auto& other : overloads) isTaken |= SameParameters(other->parameters, method->parameters);
+    CheckFree(method->name, span, isTaken);
+    if (IsDestructor(*method)) cls.destructor = method.get();
+    overloads.push_back(std::move(method));
+}
+
+void ProgramCompiler::DeclareHandler(ClassSymbol& cls, const ast::Function& definition) {
+    auto handler = MakeFunction(definition, cls.file);
+    handler->owner = &cls;
+    const Span& span = definition.declaration.span;
+    EventSymbol* event = cls.super != nullptr ? environment_.FindEvent(cls.super, handler->name) : nullptr;
+    bool isWellFormed = std::none_of(handler->parameters.begin(), handler->parameters.end(),
+                                     [](const auto& parameter) { return parameter.type.Is(TypeKind::INVALID); });
+    if (event == nullptr) {
+        std::string owner = cls.super != nullptr ? cls.super->name : cls.name;
+        diagnostics_.Error(span, owner + " has no event \"" + handler->name + "\""
+                                     + Suggestion(handler->name, environment_.EventNames(cls.super)));
+    } else if (isWellFormed
+               && (!SameParameters(event->parameters, handler->parameters) || !(event->result == handler->result))) {
+        diagnostics_.Error(span, "the event is declared as \"" + event->Text() + "\"");
+    } else {
+        const Event* native = event->native;
+        bool isTaken = std::find(cls.handledEvents.begin(), cls.handledEvents.end(), native) != cls.handledEvents.end();
+        if (CheckFree(handler->name, span, isTaken)) cls.handledEvents.push_back(native);
+    }
+    cls.handlers.push_back(std::move(handler));
+}
+
+void ProgramCompiler::DeclareClassMembers(ClassSymbol& cls) {
+    const ast::ClassDefinition& definition = *cls.definition;
+    for (const ast::ConstantDefinition& constant : definition.constants) {
+        std::string key = LowerCase(constant.name);
+        if (!CheckFree(constant.name, constant.span, cls.constants.contains(key))) continue;
+        auto symbol = MakeConstant(constant.name, constant.span, constant.value.get());
+        symbol->owner = &cls;
+        cls.constants.emplace(key, std::move(symbol));
+    }
+    for (const ast::Variable& property : definition.properties) DeclareProperty(cls, property);
+    for (const auto& function : definition.functions) {
+        if (function->declaration.name.empty()) continue;
+        if (function->kind == ast::FunctionKind::EVENT)
+            DeclareHandler(cls, *function);
+        else
+            DeclareMethod(cls, *function);
+    }
+    bool hasInitialValues = std::any_of(cls.fields.begin(), cls.fields.end(), [](const PropertySymbol* field) {
+        return field->definition->value != nullptr || field->type.Is(TypeKind::ARRAY);
+    });
+    if (!hasInitialValues) return;
+    cls.initializer = std::make_unique<FunctionSymbol>();
+    cls.initializer->name = cls.name;
+    cls.initializer->owner = &cls;
+    cls.initializer->file = cls.file;
+    cls.initializer->index = environment_.NewCode();
+}
+
+void ProgramCompiler::AssignVirtualSlots(ClassSymbol& cls) {
+    bool inherits = cls.super != nullptr && cls.super->IsProgram();
+    if (inherits) cls.virtualMethods = cls.super->virtualMethods;
+    for (const auto& definition : cls.definition->functions) {
+        auto found = cls.methods.find(LowerCase(definition->declaration.name));
+        if (found == cls.methods.end()) continue;
+        for (const auto& method : found->second) {
+            if (method->definition != definition.get() || IsConstructor(*method) || IsDestructor(*method)) continue;
+            auto overridden = std::find_if(cls.virtualMethods.begin(), cls.virtualMethods.end(),
+                                           [&method](const FunctionSymbol* inherited) {
+                                               return EqualNames(inherited->name, method->name)
+                                                      && SameParameters(inherited->parameters, method->parameters);
+                                           });
+            if (overridden == cls.virtualMethods.end()) {
+                method->virtualSlot = static_cast<int32_t>(cls.virtualMethods.size());
+                cls.virtualMethods.push_back(method.get());
+                continue;
+            }
+            if (!((*overridden)->result == method->result)) {
+                diagnostics_.Error(definition->declaration.span,
+                                   "the method overrides \"" + (*overridden)->Text() + "\" with another result");
+            }
+            method->virtualSlot = (*overridden)->virtualSlot;
+            *overridden = method.get();
+        }
+    }
+}
+
+void ProgramCompiler::DeclareModuleMembers(ModuleSymbol& module) {
+    const ast::ModuleDefinition& definition = *module.definition;
+    auto isTaken = [&module](const std::string& key) {
+        return module.constants.contains(key) || module.variables.contains(key) || module.functions.contains(key);
+    };
+    for (const ast::ConstantDefinition& constant : definition.constants) {
+        std::string key = LowerCase(constant.name);
+        if (!CheckFree(constant.name, constant.span, isTaken(key))) continue;
+        auto symbol = MakeConstant(constant.name, constant.span, constant.value.get());
+        symbol->module = &module;
+        module.constants.emplace(key, std::move(symbol));
+    }
+    for (const ast::Variable& property : definition.properties) {
+        std::string key = LowerCase(property.name);
+        if (!CheckFree(property.name, property.span, isTaken(key))) continue;
+        auto variable = std::make_unique<VariableSymbol>();
+        variable->name = property.name;
+        variable->span = property.span;
+        variable->type = ResolveType(property.type);
+        variable->isGlobal = true;
+        variable->slot = environment_.NewGlobal(StorageOf(variable->type));
+        module.variables.emplace(key, std::move(variable));
+    }
+    for (const auto& function : definition.functions) {
+        if (function->declaration.name.empty()) continue;
+        auto symbol = MakeFunction(*function, module.file);
+        symbol->module = &module;
+        std::string key = LowerCase(symbol->name);
+        bool isTwice = module.constants.contains(key) || module.variables.contains(key);
+        for (const auto& other : module.functions[key]) {
+            isTwice |= SameParameters(other->parameters, symbol->parameters);
+        }
+        CheckFree(symbol->name, function->declaration.span, isTwice);
+        module.functions[key].push_back(std::move(symbol));
+    }
+}
+
+void ProgramCompiler::EvaluateConstants() {
+    FunctionContext context;
+    ExpressionChecker checker(environment_, diagnostics_, context);
+    for (ConstantSymbol* constant : constants_) {
+        if (constant->expression != nullptr) checker.Evaluate(*constant);
+    }
+}
+
+// Code
+
+void ProgramCompiler::DefineClass(ClassSymbol& cls) {
+    ClassDescription description;
+    description.name = cls.name;
+    description.super = cls.super != nullptr ? cls.super->native : nullptr;
+    int32_t size = 0;
+    for (const PropertySymbol* field : cls.fields) {
+        int32_t width = field->type.Is(TypeKind::DOUBLE) ? 8 : 4;
+        size = (size + width - 1) / width * width;
+        description.fields.push_back({field->name, RuntimeType(field->type), size});
+        size += width;
+    }
+    description.dataSize = size;
+    description.destructor = ReleaseFields;
+    if (cls.destructor != nullptr) description.finalizer = Machine::RunDestructor;
+    auto code = std::make_unique<ClassCode>();
+    description.program = code.get();
+    for (const auto& [key, overloads] : cls.methods) {
+        if (key == "constructor" || key == "destructor") continue;
+        for (const auto& method : overloads) {
+            description.methods.push_back(
+                {RuntimeSignature(*method), environment_.tables.codes[method->index].get(), Machine::CallBack});
+        }
+    }
+    for (const auto& [key, constant] : cls.constants)
+        description.constants.push_back({constant->name, constant->value});
+    cls.native = host::DefineClass(description);
+    environment_.classOrder.push_back(&cls);
+    for (PropertySymbol* field : cls.fields) {
+        field->offset = static_cast<uint32_t>(cls.native->FindProperty(field->name)->offset);
+        Storage storage = StorageOf(field->type);
+        if (storage != Storage::PLAIN) code->ownedFields.push_back({static_cast<int32_t>(field->offset), storage});
+    }
+    environment_.classCodes.push_back(std::move(code));
+}
+
+void ProgramCompiler::DefineClasses() {
+    for (ClassSymbol* cls : classes_) {
+        try {
+            DefineClass(*cls);
+        } catch (const DefinitionError& error) {
+            diagnostics_.Error(cls->definition->span, error.what());
+            return;
+        }
+    }
+}
+
+void ProgramCompiler::CompileFunction(FunctionSymbol& function) {
+    FunctionContext context;
+    context.cls = function.owner;
+    context.module = function.module;
+    context.function = &function;
+    StatementCompiler(environment_, diagnostics_, context, *environment_.tables.codes[function.index])
+        .CompileFunction(function);
+}
+
+void ProgramCompiler::CompileFunctions() {
+    for (ClassSymbol* cls : classes_) {
+        if (cls->initializer == nullptr) continue;
+        FunctionContext context;
+        context.cls = cls;
+        context.function = cls->initializer.get();
+        StatementCompiler(environment_, diagnostics_, context, *environment_.tables.codes[cls->initializer->index])
+            .CompileInitializer(*cls);
+    }
+    for (FunctionSymbol* function : functions_) CompileFunction(*function);
+}
+
+void ProgramCompiler::CompleteClasses() {
+    for (ClassSymbol* cls : classes_) {
+        auto* code = static_cast<ClassCode*>(cls->native->program);
+        for (const FunctionSymbol* method : cls->virtualMethods) {
+            code->virtualMethods.push_back(environment_.tables.codes[method->index].get());
+        }
+        if (cls->destructor != nullptr) {
+            code->destructor = environment_.tables.codes[cls->destructor->index].get();
+        }
+        for (size_t i = 0; i < cls->handlers.size(); i++) {
+            SetEventHandler(cls->native, cls->handledEvents[i], Machine::CallBack,
+                            environment_.tables.codes[cls->handlers[i]->index].get());
+        }
+    }
+}
+
+} // namespace host::language

@@ -1,0 +1,55 @@
+// Compiles whole sources into an environment: declares what they define, then compiles the bodies.
+#pragma once
+
+#include <functional>
+
+#include "host/language/statement_compiler.h"
+
+namespace host::language {
+
+class ProgramCompiler {
+public:
+    ProgramCompiler(Environment& environment, DiagnosticList& diagnostics, CompileOptions options)
+        : environment_(environment), diagnostics_(diagnostics), options_(options) {}
+
+    // Adds the units, which are those of the files from `firstFile` on. After errors the environment is as before,
+    // except that classes which were to be replaced are gone.
+    bool Compile(const std::vector<const ast::Unit*>& units, uint32_t firstFile);
+
+private:
+    void DeclareClass(const ast::ClassDefinition& definition, uint32_t file);
+    void DeclareModule(const ast::ModuleDefinition& definition, uint32_t file);
+    void DeclareFunction(const ast::Function& definition, uint32_t file);
+    void DeclareVariables(const ast::Unit& unit);
+    void DeclareConstants(const ast::Unit& unit);
+    void ResolveSuperclasses();
+    void DeclareClassMembers(ClassSymbol& cls);
+    void DeclareModuleMembers(ModuleSymbol& module);
+    void DeclareProperty(ClassSymbol& cls, const ast::Variable& definition);
+    void DeclareMethod(ClassSymbol& cls, const ast::Function& definition);
+    void DeclareHandler(ClassSymbol& cls, const ast::Function& definition);
+    void AssignVirtualSlots(ClassSymbol& cls);
+    std::unique_ptr<ConstantSymbol> MakeConstant(const std::string& name, const Span& span,
+                                                 const ast::Expression* expression);
+    std::unique_ptr<FunctionSymbol> MakeFunction(const ast::Function& definition, uint32_t file);
+    void EvaluateConstants();
+    void DefineClasses();
+    void DefineClass(ClassSymbol& cls);
+    void CompileFunctions();
+    void CompileFunction(FunctionSymbol& function);
+    void CompileClass(ClassSymbol& cls);
+    void CompleteClasses();
+    ValueType ResolveType(const TypeName& type);
+    bool CheckFree(const std::string& name, const Span& span, bool isTaken);
+
+    Environment& environment_;
+    DiagnosticList& diagnostics_;
+    CompileOptions options_;
+    std::vector<ClassSymbol*> classes_; // of these units; superclasses first after ResolveSuperclasses
+    std::vector<ModuleSymbol*> modules_;
+    std::vector<FunctionSymbol*> functions_;
+    std::vector<ConstantSymbol*> constants_;
+    std::vector<std::function<void()>> undo_; // what takes back the declarations after errors
+};
+
+} // namespace host::language

@@ -1,0 +1,620 @@
+#include "host/language/statement_compiler.h"
+
+#include <algorithm>
+
+namespace host::language {
+
+using ast::Statement;
+using ast::StatementKind;
+
+namespace {
+
+bool CallsSuperConstructor(const ast::Expression* expression) {
+    if (expression == nullptr) return false;
+    bool isCall = expression->kind == ast::ExpressionKind::MEMBER
+                  && expression->left->kind == ast::ExpressionKind::SUPER
+                  && EqualNames(expression->name, "Constructor");
+    if (isCall) return true;
+    return expression->kind == ast::ExpressionKind::CALL && CallsSuperConstructor(expression->left.get());
+}
+
+bool CallsSuperConstructor(const ast::Block& block) {
+    return std::any_of(block.begin(), block.end(), [](const auto& statement) {
+        bool inBranch = std::any_of(statement->branches.begin(), statement->branches.end(),
+                                    [](const ast::Branch& branch) { return CallsSuperConstructor(branch.body); });
+        return inBranch || CallsSuperConstructor(statement->value.get()) || CallsSuperConstructor(statement->body)
+               || CallsSuperConstructor(statement->elseBody);
+    });
+}
+
+} // namespace
+
+StatementCompiler::StatementCompiler(Environment& environment, DiagnosticList& diagnostics, FunctionContext& context,
+                                     Code& code, CompileOptions options)
+    : environment_(environment),
+      diagnostics_(diagnostics),
+      context_(context),
+      checker_(environment, diagnostics, context),
+      generator_(environment, code),
+      code_(code),
+      options_(options) {}
+
+// Functions
+
+void StatementCompiler::BeginFunction(const FunctionSymbol& function, uint32_t file) {
+    code_.name = function.QualifiedName();
+    code_.file = file;
+    code_.resultKind = KindOf(function.result.kind);
+    code_.result = StorageOf(function.result);
+    result_ = function.result;
+    if (function.owner != nullptr) {
+        ValueType type{TypeKind::OBJECT, TypeKind::INVALID, function.owner};
+        code_.parameters.push_back(Storage::OBJECT);
+        code_.parameterKinds.push_back(Kind::OBJECT);
+        Hold(generator_.NewRegister(), type);
+    }
+    for (const ParameterSymbol& parameter : function.parameters) {
+        if (FindInScope(parameter.name) != nullptr) {
+            diagnostics_.Error(parameter.span, "\"" + parameter.name + "\" is declared already");
+        }
+        VariableSymbol* variable = Declare(parameter.name, parameter.span, parameter.type);
+        variable->isParameter = true;
+        variable->isByRef = parameter.isByRef;
+        variable->slot = generator_.NewRegister();
+        code_.parameters.push_back(parameter.isByRef ? Storage::PLAIN : StorageOf(parameter.type));
+        code_.parameterKinds.push_back(KindOf(parameter.type.kind));
+        if (!parameter.isByRef) Hold(static_cast<uint16_t>(variable->slot), parameter.type);
+    }
+    generator_.SetVariableTop();
+}
+
+void StatementCompiler::CompileFunction(FunctionSymbol& function) {
+    const ast::Function& definition = *function.definition;
+    OpenScope();
+    BeginFunction(function, function.file);
+    generator_.SetPlace(definition.span);
+    if (EqualNames(function.name, "Constructor") && function.owner != nullptr) CallInheritedConstructor(function);
+    Flow flow = CompileStatements(definition.body);
+    if (flow == Flow::CONTINUES && function.HasResult()) {
+        diagnostics_.Warning(definition.endSpan, "\"" + function.name + "\" may end without a result");
+    }
+    if (flow == Flow::CONTINUES && Generating()) {
+        generator_.SetPlace(definition.endSpan);
+        Leave(0);
+        if (function.HasResult()) {
+            uint16_t reg = generator_.NewRegister();
+            generator_.Emit(Opcode::LOAD_NIL, reg);
+            generator_.Emit(Opcode::RETURN_VALUE, reg);
+        } else {
+            generator_.Emit(Opcode::RETURN);
+        }
+    }
+    CloseScope(Flow::ENDS);
+    Finish(definition.span);
+}
+
+void StatementCompiler::CallInheritedConstructor(const FunctionSymbol& function) {
+    if (function.owner->super == nullptr || CallsSuperConstructor(function.definition->body)) return;
+    auto constructors = environment_.FindConstructors(function.owner->super);
+    if (constructors.empty()) return;
+    auto found = std::find_if(constructors.begin(), constructors.end(),
+                              [](const FunctionSymbol* inherited) { return inherited->RequiredArguments() == 0; });
+    if (found == constructors.end()) {
+        diagnostics_.Error(function.definition->declaration.span,
+                           "this constructor must call \"Super.Constructor\": " + function.owner->super->name
+                               + " cannot be made without arguments");
+        return;
+    }
+    Node call;
+    call.kind = NodeKind::CALL;
+    call.type = NO_TYPE;
+    call.span = function.definition->span;
+    call.function = *found;
+    call.isSuper = true;
+    call.left = RegisterNode(0, {TypeKind::OBJECT, TypeKind::INVALID, function.owner}, call.span);
+    call.left->kind = NodeKind::SELF;
+    for (const ParameterSymbol& parameter : call.function->parameters) {
+        call.arguments.push_back(
+            checker_.Convert(checker_.Constant(*parameter.defaultValue, call.span), parameter.type));
+    }
+    if (Generating()) generator_.GenerateEffect(call);
+}
+
+void StatementCompiler::CompileProgram(const ast::Unit& unit, uint32_t file) {
+    code_.file = file;
+    context_.isTopLevel = true;
+    OpenScope();
+    Flow flow = CompileStatements(unit.statements);
+    if (!options_.keepsVariables) {
+        for (const auto& [key, variable] : environment_.variables) {
+            if (variable->span.file == file) WarnUnused(*variable);
+        }
+    }
+    if (flow == Flow::CONTINUES && Generating()) {
+        Leave(0);
+        generator_.Emit(Opcode::RETURN);
+    }
+    CloseScope(Flow::ENDS);
+    Finish({file, 0, 1});
+}
+
+void StatementCompiler::CompileInitializer(ClassSymbol& cls) {
+    OpenScope();
+    BeginFunction(*cls.initializer, cls.file);
+    code_.name = cls.name;
+    const ClassSymbol* inherited = cls.super;
+    while (inherited != nullptr && inherited->initializer == nullptr) inherited = inherited->super;
+    if (inherited != nullptr && Generating()) {
+        Node call;
+        call.kind = NodeKind::CALL;
+        call.type = NO_TYPE;
+        call.span = cls.definition->span;
+        call.function = inherited->initializer.get();
+        call.left = RegisterNode(0, {TypeKind::OBJECT, TypeKind::INVALID, &cls}, call.span);
+        call.left->kind = NodeKind::SELF;
+        generator_.GenerateEffect(call);
+    }
+    for (PropertySymbol* field : cls.fields) {
+        const ast::Variable& definition = *field->definition;
+        Node place;
+        place.kind = NodeKind::FIELD;
+        place.type = field->type;
+        place.span = definition.span;
+        place.property = field;
+        place.left = RegisterNode(0, {TypeKind::OBJECT, TypeKind::INVALID, &cls}, definition.span);
+        place.left->kind = NodeKind::SELF;
+        CompileInitialValue(definition, place);
+    }
+    if (Generating()) {
+        Leave(0);
+        generator_.Emit(Opcode::RETURN);
+    }
+    CloseScope(Flow::ENDS);
+    Finish(cls.definition->span);
+}
+
+void StatementCompiler::CompileModuleVariables(ModuleSymbol& module) {
+    code_.name = module.name;
+    code_.file = module.file;
+    OpenScope();
+    for (const ast::Variable& definition : module.definition->properties) {
+        auto found = module.variables.find(LowerCase(definition.name));
+        if (found == module.variables.end() || found->second->span.offset != definition.span.offset) continue;
+        Node place;
+        place.kind = NodeKind::VARIABLE;
+        place.type = found->second->type;
+        place.span = definition.span;
+        place.variable = found->second.get();
+        CompileInitialValue(definition, place);
+    }
+    if (Generating()) {
+        Leave(0);
+        generator_.Emit(Opcode::RETURN);
+    }
+    CloseScope(Flow::ENDS);
+    Finish(module.span);
+}
+
+// Stores the initial value of a place that is zero so far.
+void StatementCompiler::CompileInitialValue(const ast::Variable& definition, const Node& place) {
+    if (place.type.Is(TypeKind::INVALID)) return;
+    NodePtr bound = definition.bound ? checker_.CheckAs(*definition.bound, INTEGER_TYPE) : nullptr;
+    NodePtr value = definition.value ? checker_.CheckAs(*definition.value, place.type) : nullptr;
+    if (!Generating()) return;
+    uint16_t top = generator_.Top();
+    generator_.SetPlace(definition.span);
+    if (value != nullptr) {
+        generator_.Assign(place, *value);
+    } else if (place.type.Is(TypeKind::ARRAY)) {
+        // The array is made in a register of its own first.
+        OpenScope();
+        uint16_t reg = generator_.NewRegister();
+        ProduceDefault(reg, place.type, bound.get());
+        Hold(reg, place.type);
+        generator_.Assign(place, *RegisterNode(reg, place.type, definition.span));
+        CloseScope(Flow::CONTINUES);
+    }
+    generator_.SetTop(top);
+}
+
+void StatementCompiler::Finish(const Span& end) {
+    if (!generator_.Finish()) diagnostics_.Error(end, "this is too large: divide it into smaller functions");
+}
+
+// Scopes and variables
+
+void StatementCompiler::OpenScope() {
+    context_.scopes.emplace_back();
+    context_.constantScopes.emplace_back();
+    surroundings_.push_back({.kind = Surrounding::SCOPE, .firstOwned = owned_.size(), .top = generator_.Top()});
+}
+
+void StatementCompiler::CloseScope(Flow flow) {
+    const Surrounding scope = surroundings_.back();
+    for (const VariableSymbol* variable : context_.scopes.back()) WarnUnused(*variable);
+    while (owned_.size() > scope.firstOwned) {
+        OwnedValue value = owned_.back();
+        owned_.pop_back();
+        generator_.EndLifetime(value.lifetime);
+        if (flow == Flow::CONTINUES) generator_.ReleaseEarly(value.reg, value.type);
+    }
+    surroundings_.pop_back();
+    context_.scopes.pop_back();
+    context_.constantScopes.pop_back();
+    generator_.SetTop(scope.top);
+    generator_.SetVariableTop();
+}
+
+void StatementCompiler::Leave(size_t depth) {
+    size_t upper = owned_.size();
+    for (size_t i = surroundings_.size(); i-- > depth;) {
+        const Surrounding& surrounding = surroundings_[i];
+        if (surrounding.kind == Surrounding::FINALLY) {
+            generator_.Jump(Opcode::CALL_FINALLY, surrounding.back, *surrounding.finally);
+        } else if (surrounding.kind == Surrounding::SCOPE) {
+            while (upper > surrounding.firstOwned) {
+                upper--;
+                generator_.ReleaseEarly(owned_[upper].reg, owned_[upper].type);
+            }
+        }
+    }
+}
+
+bool StatementCompiler::CanLeave(size_t depth, const Span& span) {
+    for (size_t i = surroundings_.size(); i-- > depth;) {
+        if (surroundings_[i].kind != Surrounding::FINALLY_BODY) continue;
+        diagnostics_.Error(span, "a Finally block cannot be left this way");
+        return false;
+    }
+    return true;
+}
+
+VariableSymbol* StatementCompiler::FindInScope(const std::string& name) { return checker_.FindLocal(name); }
+
+VariableSymbol* StatementCompiler::Declare(const std::string& name, const Span& span, const ValueType& type) {
+    auto symbol = std::make_unique<VariableSymbol>();
+    symbol->name = name;
+    symbol->span = span;
+    symbol->type = type;
+    context_.scopes.back().push_back(symbol.get());
+    return locals_.emplace_back(std::move(symbol)).get();
+}
+
+void StatementCompiler::Hold(uint16_t reg, const ValueType& type) {
+    int32_t lifetime = generator_.BeginLifetime(reg, type);
+    if (lifetime >= 0) owned_.push_back({reg, type, lifetime});
+    generator_.SetVariableTop();
+}
+
+uint16_t StatementCompiler::Hidden(const Node& value) {
+    uint16_t reg = generator_.NewRegister();
+    Value produced = generator_.GenerateInto(value, reg);
+    generator_.EndLifetime(produced.lifetime);
+    Hold(reg, value.type);
+    return reg;
+}
+
+uint16_t StatementCompiler::HiddenNil(const ValueType& type) {
+    uint16_t reg = generator_.NewRegister();
+    generator_.Emit(Opcode::LOAD_NIL, reg);
+    Hold(reg, type);
+    return reg;
+}
+
+void StatementCompiler::WarnUnused(const VariableSymbol& variable) {
+    if (variable.isRead || variable.isParameter || variable.isLoopVariable) return;
+    diagnostics_.Warning(variable.span, "the variable \"" + variable.name + "\" is never used");
+}
+
+NodePtr StatementCompiler::RegisterNode(uint16_t reg, const ValueType& type, const Span& span) {
+    auto node = std::make_unique<Node>();
+    node->kind = NodeKind::REGISTER;
+    node->reg = reg;
+    node->type = type;
+    node->span = span;
+    return node;
+}
+
+NodePtr StatementCompiler::VariableNode(VariableSymbol& variable, const Span& span) {
+    auto node = std::make_unique<Node>();
+    node->kind = NodeKind::VARIABLE;
+    node->type = variable.type;
+    node->span = span;
+    node->variable = &variable;
+    return node;
+}
+
+// Statements
+
+StatementCompiler::Flow StatementCompiler::CompileBlock(const ast::Block& block) {
+    OpenScope();
+    Flow flow = CompileStatements(block);
+    CloseScope(flow);
+    return flow;
+}
+
+StatementCompiler::Flow StatementCompiler::CompileStatements(const ast::Block& block) {
+    Flow flow = Flow::CONTINUES;
+    bool isReported = false;
+    for (const auto& statement : block) {
+        if (flow == Flow::ENDS && !isReported) {
+            diagnostics_.Warning(statement->span, "this is never reached");
+            isReported = true;
+        }
+        generator_.SetPlace(statement->span);
+        if (Compile(*statement) == Flow::ENDS) flow = Flow::ENDS;
+    }
+    return flow;
+}
+
+StatementCompiler::Flow StatementCompiler::Compile(const Statement& statement) {
+    switch (statement.kind) {
+    case StatementKind::DIM: return CompileDim(statement);
+    case StatementKind::CONST: return CompileConst(statement);
+    case StatementKind::ASSIGN: return CompileAssign(statement);
+    case StatementKind::CALL: return CompileCall(statement);
+    case StatementKind::IF: return CompileIf(statement);
+    case StatementKind::SELECT: return CompileSelect(statement);
+    case StatementKind::FOR: return CompileFor(statement);
+    case StatementKind::FOR_EACH: return CompileForEach(statement);
+    case StatementKind::WHILE: return CompileWhile(statement);
+    case StatementKind::DO: return CompileDo(statement);
+    case StatementKind::EXIT:
+    case StatementKind::CONTINUE: return CompileJump(statement);
+    case StatementKind::RETURN: return CompileReturn(statement);
+    case StatementKind::TRY: return CompileTry(statement);
+    case StatementKind::RAISE: return CompileRaise(statement);
+    case StatementKind::PRINT: return CompilePrint(statement);
+    case StatementKind::REDIM: return CompileRedim(statement);
+    }
+    return Flow::CONTINUES;
+}
+
+StatementCompiler::Flow StatementCompiler::CompileDim(const Statement& statement) {
+    for (const ast::Variable& variable : statement.variables) CompileVariable(variable);
+    return Flow::CONTINUES;
+}
+
+void StatementCompiler::ProduceDefault(uint16_t reg, const ValueType& type, const Node* bound) {
+    if (!type.Is(TypeKind::ARRAY)) {
+        generator_.Emit(Opcode::LOAD_NIL, reg);
+        return;
+    }
+    uint16_t top = generator_.Top();
+    uint16_t count = generator_.NewRegister();
+    if (bound != nullptr) {
+        Value value = generator_.Generate(*bound);
+        generator_.Emit(Opcode::ADD_CONSTANT, count, value.reg, 1);
+    } else {
+        generator_.EmitLong(Opcode::LOAD_INTEGER, count, 0);
+    }
+    generator_.Emit(Opcode::NEW_ARRAY, reg, count, environment_.ArrayClassIndex(type.Element()));
+    generator_.SetTop(top);
+}
+
+void StatementCompiler::CompileVariable(const ast::Variable& variable) {
+    // Variables of statements outside of functions and blocks are known to functions and were declared before.
+    bool isTopLevel = context_.isTopLevel && context_.scopes.size() == 1;
+    VariableSymbol* symbol = isTopLevel ? environment_.FindVariable(variable.name) : nullptr;
+    bool isDouble = isTopLevel ? symbol == nullptr || symbol->span.offset != variable.span.offset
+                                     || symbol->span.file != variable.span.file
+                               : FindInScope(variable.name) != nullptr;
+    NodePtr bound = variable.bound ? checker_.CheckAs(*variable.bound, INTEGER_TYPE) : nullptr;
+    if (isDouble) {
+        if (!isTopLevel) diagnostics_.Error(variable.span, "\"" + variable.name + "\" is declared already");
+        if (variable.value) checker_.Check(*variable.value);
+        return;
+    }
+    ValueType type = isTopLevel ? symbol->type : checker_.ResolveType(variable.type);
+    NodePtr value;
+    if (variable.value && type.Is(TypeKind::INVALID))
+        checker_.Check(*variable.value);
+    else if (variable.value)
+        value = checker_.CheckAs(*variable.value, type);
+    if (!isTopLevel) symbol = Declare(variable.name, variable.span, type);
+    symbol->isDeclared = true;
+
+    if (symbol->isGlobal) {
+        if (!Generating()) return;
+        OpenScope();
+        uint16_t reg = generator_.NewRegister();
+        Value produced;
+        if (value != nullptr)
+            produced = generator_.GenerateInto(*value, reg);
+        else
+            ProduceDefault(reg, type, bound.get());
+        generator_.EndLifetime(produced.lifetime);
+        Hold(reg, type);
+        generator_.Assign(*VariableNode(*symbol, variable.span), *RegisterNode(reg, type, variable.span));
+        CloseScope(Flow::CONTINUES);
+        return;
+    }
+    symbol->slot = generator_.NewRegister();
+    auto reg = static_cast<uint16_t>(symbol->slot);
+    if (Generating()) {
+        generator_.SetVariableTop();
+        Value produced;
+        if (value != nullptr)
+            produced = generator_.GenerateInto(*value, reg);
+        else
+            ProduceDefault(reg, type, bound.get());
+        generator_.EndLifetime(produced.lifetime);
+    }
+    Hold(reg, type);
+}
+
+StatementCompiler::Flow StatementCompiler::CompileConst(const Statement& statement) {
+    auto constant = std::make_unique<ConstantSymbol>();
+    constant->name = statement.name;
+    constant->span = statement.nameSpan;
+    constant->expression = statement.value.get();
+    bool isTopLevel = context_.isTopLevel && context_.scopes.size() == 1;
+    // A constant of the program was declared and computed before.
+    if (isTopLevel) return Flow::CONTINUES;
+    if (FindInScope(statement.name) != nullptr) {
+        diagnostics_.Error(statement.nameSpan, "\"" + statement.name + "\" is declared already");
+    }
+    checker_.Evaluate(*constant);
+    context_.constantScopes.back().push_back(constant.get());
+    constants_.push_back(std::move(constant));
+    return Flow::CONTINUES;
+}
+
+StatementCompiler::Flow StatementCompiler::CompileAssign(const Statement& statement) {
+    NodePtr value;
+    NodePtr place = checker_.CheckTarget(*statement.target, *statement.value, value);
+    if (!Generating()) return Flow::CONTINUES;
+    if (value == nullptr)
+        generator_.GenerateEffect(*place);
+    else
+        generator_.Assign(*place, *value);
+    return Flow::CONTINUES;
+}
+
+StatementCompiler::Flow StatementCompiler::CompileCall(const Statement& statement) {
+    NodePtr node = checker_.Check(*statement.value, Use::STATEMENT);
+    if (node->kind == NodeKind::INVALID) return Flow::CONTINUES;
+    bool isCall = node->kind == NodeKind::CALL || node->kind == NodeKind::ARRAY_CALL
+                  || (node->kind == NodeKind::CONSTANT && node->type.Is(TypeKind::NOTHING));
+    bool isExpression = options_.printsExpressions && context_.isTopLevel && context_.scopes.size() == 1
+                        && !node->type.Is(TypeKind::NOTHING);
+    if (isExpression) {
+        // The overload whose value is printed may differ from that of a statement.
+        node = checker_.Check(*statement.value);
+        Print(std::move(node), true);
+        return Flow::CONTINUES;
+    }
+    if (!isCall) {
+        diagnostics_.Error(statement.span, "this is no statement: its value is not used");
+        return Flow::CONTINUES;
+    }
+    if (Generating()) generator_.GenerateEffect(*node);
+    return Flow::CONTINUES;
+}
+
+StatementCompiler::Flow StatementCompiler::CompilePrint(const Statement& statement) {
+    if (statement.value == nullptr) {
+        if (Generating()) generator_.Emit(Opcode::PRINT_LINE);
+        return Flow::CONTINUES;
+    }
+    Print(checker_.Check(*statement.value), false);
+    return Flow::CONTINUES;
+}
+
+void StatementCompiler::Print(NodePtr value, bool isExpression) {
+    if (value->IsInvalid()) return;
+    bool isObject = value->type.IsReference() && !value->type.Is(TypeKind::VARIANT);
+    if (isObject && !isExpression) {
+        diagnostics_.Error(value->span, "a value of type " + value->type.Text() + " cannot be printed");
+        return;
+    }
+    if (!Generating()) return;
+    Opcode opcode = value->type.Is(TypeKind::STRING)    ? Opcode::PRINT_STRING
+                    : value->type.Is(TypeKind::INTEGER) ? Opcode::PRINT_INTEGER
+                    : value->type.Is(TypeKind::BOOLEAN) ? Opcode::PRINT_BOOLEAN
+                    : value->type.Is(TypeKind::DOUBLE)  ? Opcode::PRINT_DOUBLE
+                                                        : Opcode::PRINT_VARIANT;
+    uint16_t top = generator_.Top();
+    Value printed = generator_.Generate(*value);
+    generator_.Emit(opcode, printed.reg);
+    generator_.Release(printed, value->type);
+    generator_.SetTop(top);
+}
+
+StatementCompiler::Flow StatementCompiler::CompileRedim(const Statement& statement) {
+    NodePtr array = checker_.Check(*statement.target);
+    NodePtr bound = checker_.CheckAs(*statement.value, INTEGER_TYPE);
+    if (!array->IsInvalid() && !array->type.Is(TypeKind::ARRAY)) {
+        diagnostics_.Error(array->span, "expected an array, not " + array->type.Text());
+    }
+    if (!Generating()) return Flow::CONTINUES;
+    uint16_t top = generator_.Top();
+    Value value = generator_.Generate(*array);
+    Value upper = generator_.Generate(*bound);
+    generator_.Emit(Opcode::ARRAY_RESIZE, value.reg, upper.reg);
+    generator_.Release(value, array->type);
+    generator_.SetTop(top);
+    return Flow::CONTINUES;
+}
+
+StatementCompiler::Flow StatementCompiler::CompileRaise(const Statement& statement) {
+    NodePtr exception = checker_.Check(*statement.value);
+    if (exception->IsInvalid()) return Flow::ENDS;
+    ClassSymbol* base = environment_.FindClass("RuntimeException");
+    bool isException = exception->type.Is(TypeKind::NIL)
+                       || (exception->type.Is(TypeKind::OBJECT) && base != nullptr && exception->type.cls->IsA(base));
+    if (!isException) {
+        diagnostics_.Error(exception->span, "only a RuntimeException can be raised, not " + exception->type.Text());
+    }
+    if (!Generating()) return Flow::ENDS;
+    uint16_t top = generator_.Top();
+    Value value = generator_.GenerateInto(*exception, generator_.NewRegister());
+    generator_.EndLifetime(value.lifetime);
+    generator_.SetPlace(statement.span);
+    generator_.Emit(Opcode::RAISE, value.reg);
+    generator_.SetTop(top);
+    return Flow::ENDS;
+}
+
+StatementCompiler::Flow StatementCompiler::CompileReturn(const Statement& statement) {
+    bool hasResult = !result_.Is(TypeKind::NOTHING);
+    NodePtr value;
+    if (statement.value != nullptr && !hasResult) {
+        bool isFunction = context_.function != nullptr;
+        diagnostics_.Error(statement.value->span, isFunction ? "\"" + context_.function->name + "\" has no result"
+                                                             : "there is nothing to return a value to");
+    } else if (statement.value != nullptr) {
+        value = checker_.CheckAs(*statement.value, result_);
+    } else if (hasResult) {
+        diagnostics_.Error(statement.span, "\"Return\" needs a value of type " + result_.Text());
+    }
+    CanLeave(0, statement.span);
+    if (!Generating()) return Flow::ENDS;
+    if (value == nullptr) {
+        Leave(0);
+        generator_.Emit(Opcode::RETURN);
+        return Flow::ENDS;
+    }
+    uint16_t top = generator_.Top();
+    // The outermost Finally keeps the value while the blocks run.
+    auto finally = std::find_if(surroundings_.begin(), surroundings_.end(), [](const Surrounding& surrounding) {
+        return surrounding.kind == Surrounding::FINALLY;
+    });
+    uint16_t reg = finally != surroundings_.end() ? finally->result : generator_.NewRegister();
+    Value returned = generator_.GenerateInto(*value, finally != surroundings_.end() ? generator_.NewRegister() : reg);
+    generator_.EndLifetime(returned.lifetime);
+    if (finally != surroundings_.end()) generator_.Emit(Opcode::MOVE, reg, returned.reg);
+    Leave(0);
+    generator_.Emit(Opcode::RETURN_VALUE, reg);
+    generator_.SetTop(top);
+    return Flow::ENDS;
+}
+
+StatementCompiler::Flow StatementCompiler::CompileJump(const Statement& statement) {
+    bool isExit = statement.kind == StatementKind::EXIT;
+    const char* word = isExit ? "Exit" : "Continue";
+    if (statement.loop == ast::LoopKind::FUNCTION) {
+        if (!result_.Is(TypeKind::NOTHING)) {
+            diagnostics_.Error(statement.span, "\"Return\" needs a value of type " + result_.Text());
+        }
+        CanLeave(0, statement.span);
+        if (!Generating()) return Flow::ENDS;
+        Leave(0);
+        generator_.Emit(Opcode::RETURN);
+        return Flow::ENDS;
+    }
+    for (size_t i = surroundings_.size(); i-- > 0;) {
+        const Surrounding& loop = surroundings_[i];
+        bool isWanted = statement.loop == ast::LoopKind::ANY || statement.loop == loop.loop;
+        if (loop.kind != Surrounding::LOOP || !isWanted) continue;
+        if (isExit) *loop.hasExit = true;
+        if (!CanLeave(i, statement.span) || !Generating()) return Flow::ENDS;
+        Leave(i + 1);
+        generator_.Jump(Opcode::JUMP, 0, isExit ? *loop.exit : *loop.next);
+        return Flow::ENDS;
+    }
+    diagnostics_.Error(statement.span, std::string("\"") + word + "\" outside of a loop");
+    return Flow::ENDS;
+}
+
+} // namespace host::language

@@ -1,0 +1,139 @@
+// What names stand for: those of the program, and those registered with the runtime, in one form.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "host/language/types.h"
+#include "host/runtime/class.h"
+#include "host/syntax/ast.h"
+
+namespace host::language {
+
+struct Code;
+struct ClassSymbol;
+struct ModuleSymbol;
+
+struct VariableSymbol {
+    std::string name;
+    Span span;
+    ValueType type;
+    bool isGlobal = false; // in the globals, at `slot`; otherwise in a register
+    bool isParameter = false;
+    bool isByRef = false;    // the register holds the variable's address
+    bool isTopLevel = false; // declared by a statement outside of functions
+    bool isDeclared = true;  // its Dim was passed, in the order of the text
+    bool isRead = false;
+    bool isShared = false; // used by a function other than the one that declares it
+    bool isLoopVariable = false;
+    uint32_t slot = 0; // global or register
+    int32_t live = -1; // the generator's mark of the time it holds a value
+};
+
+struct ConstantSymbol {
+    std::string name;
+    ValueType type;
+    ConstantValue value;
+    const ast::Expression* expression = nullptr; // of a program's constant not yet evaluated
+    Span span;
+    ClassSymbol* owner = nullptr; // of a program's constant: what is visible to its expression
+    ModuleSymbol* module = nullptr;
+    bool isBeingEvaluated = false;
+};
+
+struct ParameterSymbol {
+    std::string name;
+    ValueType type;
+    bool isByRef = false;
+    std::optional<ConstantValue> defaultValue;
+    Span span;
+};
+
+// A property with storage or accessors of its own.
+struct PropertySymbol {
+    std::string name;
+    ValueType type;
+    ClassSymbol* owner = nullptr;
+    const Property* native = nullptr;          // of a registered class or module
+    const ast::Variable* definition = nullptr; // of a program class
+    uint32_t offset = 0;                       // of a field, from the object's address
+    bool isReadable = true;
+    bool isWritable = true;
+    bool isField = false; // read and written in place
+};
+
+struct FunctionSymbol {
+    std::string name;
+    std::vector<ParameterSymbol> parameters;
+    ValueType result = NO_TYPE;
+    ClassSymbol* owner = nullptr; // of a method or event handler
+    ModuleSymbol* module = nullptr;
+    Method* native = nullptr; // of a registered class, module or function
+    const ast::Function* definition = nullptr;
+    uint32_t file = 0;
+    uint32_t index = 0;       // of a program's function: of its code
+    int32_t virtualSlot = -1; // of a program's method: in the class's table
+
+    bool IsAssignable() const { return native != nullptr && native->setter != nullptr; }
+    bool HasResult() const { return !result.Is(TypeKind::NOTHING); }
+    size_t RequiredArguments() const;
+    std::string Text() const;          // "Parse(s As String) As Boolean"
+    std::string QualifiedName() const; // "Counter.Add"
+};
+
+struct EventSymbol {
+    std::string name;
+    const Event* native = nullptr;
+    std::vector<ParameterSymbol> parameters;
+    ValueType result = NO_TYPE;
+
+    std::string Text() const;
+};
+
+// Keys are names in lower case.
+template <class Symbol>
+using Names = std::unordered_map<std::string, Symbol>;
+
+struct ClassSymbol {
+    std::string name;
+    ClassSymbol* super = nullptr;
+    Class* native = nullptr; // null until a program's class is defined in the runtime
+    const ast::ClassDefinition* definition = nullptr;
+    uint32_t file = 0;
+    uint32_t index = 0;      // in the table that instructions refer to
+    bool isImported = false; // members of a registered class are there
+
+    Names<std::unique_ptr<PropertySymbol>> properties;
+    Names<std::vector<std::unique_ptr<FunctionSymbol>>> methods;
+    Names<std::unique_ptr<EventSymbol>> events;
+    Names<std::unique_ptr<ConstantSymbol>> constants;
+    std::vector<PropertySymbol*> fields;                   // of a program class, in order
+    std::vector<std::unique_ptr<FunctionSymbol>> handlers; // of a program class
+    std::vector<const Event*> handledEvents;               // by handler
+    std::vector<FunctionSymbol*> virtualMethods;           // with the inherited ones
+    FunctionSymbol* destructor = nullptr;
+    std::unique_ptr<FunctionSymbol> initializer; // sets the fields' initial values
+
+    bool IsProgram() const { return definition != nullptr; }
+    bool IsA(const ClassSymbol* other) const;
+    // 0 for the class itself, 1 for a direct superclass …; -1 if it is no superclass.
+    int DistanceTo(const ClassSymbol* other) const;
+};
+
+struct ModuleSymbol {
+    std::string name;
+    const ast::ModuleDefinition* definition = nullptr;
+    uint32_t file = 0;
+    Span span;
+    Names<std::unique_ptr<PropertySymbol>> properties; // of registered modules
+    Names<std::unique_ptr<VariableSymbol>> variables;  // of the program's modules
+    Names<std::vector<std::unique_ptr<FunctionSymbol>>> functions;
+    Names<std::unique_ptr<ConstantSymbol>> constants;
+};
+
+std::string FormatParameters(const std::vector<ParameterSymbol>& parameters);
+
+} // namespace host::language
