@@ -1,5 +1,6 @@
 // Queries: XPath 1.0 over live trees.
 #include "sablotron/bindings.h"
+#include "sablotron/caches.h"
 #include "sablotron/call.h"
 #include "sablotron/stack_guard.h"
 #include "sablotron/xpath_rewrite.h"
@@ -39,10 +40,30 @@ struct ObjectDeleter {
 };
 using ObjectPointer = std::unique_ptr<xmlXPathObject, ObjectDeleter>;
 
+bool Contains(std::string_view text, std::initializer_list<std::string_view> parts) {
+    return std::any_of(parts.begin(), parts.end(),
+                       [text](std::string_view part) { return text.find(part) != std::string_view::npos; });
+}
+
+// What the numbers of elements, by which libxml2 compares nodes, do for a query.
+enum class Numbers {
+    USELESS,    // steps go down only: what they find needs no sorting, or hardly any
+    USEFUL,     // sorting looks for the way from node to node unless elements are numbered
+    MISLEADING, // elements come together with text: libxml2 puts text that follows an element before what is in it
+};
+
+Numbers NumbersFor(std::string_view text) {
+    if (Contains(text, {"node("}) || (Contains(text, {"|"}) && Contains(text, {"text", "comment", "processing"})))
+        return Numbers::MISLEADING;
+    const std::size_t first = text.find("//");
+    const bool again = first != std::string_view::npos && text.find("//", first + 2) != std::string_view::npos;
+    return again || Contains(text, {"|", "..", "::"}) ? Numbers::USEFUL : Numbers::USELESS;
+}
+
 struct Query {
     std::unique_ptr<xmlXPathCompExpr, ExpressionDeleter> expression;
     std::vector<std::string> prefixes; // that the text uses
-    bool needsOrder = false;
+    Numbers numbers = Numbers::USELESS;
 };
 
 // The bindings of one evaluation. An empty `defaultPrefix`: unprefixed names are in no namespace.
@@ -56,17 +77,6 @@ struct Bindings {
         return nullptr;
     }
 };
-
-// Whether steps can find nodes in another than document order. The result must then be sorted, and that looks for the
-// way from node to node unless elements are numbered.
-bool NeedsOrder(std::string_view text) {
-    constexpr std::string_view PARTS[] = {"|", "..", "::"};
-    if (std::any_of(std::begin(PARTS), std::end(PARTS),
-                    [text](std::string_view part) { return text.find(part) != std::string_view::npos; }))
-        return true;
-    const std::size_t first = text.find("//");
-    return first != std::string_view::npos && text.find("//", first + 2) != std::string_view::npos;
-}
 
 // The compiled queries of a thread, the latest used first, and the context that they are evaluated in.
 class QueryEngine {
@@ -93,7 +103,7 @@ public:
         query.expression.reset(xmlXPathCtxtCompile(context_.get(), Chars(rewritten.c_str())));
         if (!query.expression) return nullptr;
         for (const std::string_view prefix : PrefixesOf(text)) query.prefixes.emplace_back(prefix);
-        query.needsOrder = NeedsOrder(text);
+        query.numbers = NumbersFor(text);
         if (queries_.size() == MAX_COMPILED) {
             index_.erase(queries_.back().first);
             queries_.pop_back();
@@ -154,20 +164,23 @@ private:
     std::unordered_map<std::string, std::list<Entry>::iterator> index_;
 };
 
-// Numbers the elements of the tree, or of the detached tree, that the node is in, as libxml2 compares them. What is
-// numbered stays so until an edit.
-void NumberElements(Document& document, xmlNode* node, bool needed) {
+// Numbers the elements of the tree as libxml2 does, or takes the numbers away, for a query that starts at the node.
+// They stay until they are wrong. The elements of a detached tree, which is small as a rule, never keep theirs.
+void NumberElements(Document& document, xmlNode* node, Numbers numbers) {
     xmlNode* root = node;
     while (root->parent) root = root->parent;
-    const bool isWhole = root->type == XML_DOCUMENT_NODE;
-    if (isWhole) {
-        if (document.numberedAt == document.EditCount() + 1) return;
-        if (!needed && document.numberedAt == 0) return;
-        document.numberedAt = document.EditCount() + 1;
+    bool wanted = false;
+    if (root->type == XML_DOCUMENT_NODE) {
+        const unsigned now = document.EditCount() + 1;
+        wanted = numbers == Numbers::USEFUL && node->type != XML_TEXT_NODE && node->type != XML_COMMENT_NODE
+                 && node->type != XML_PI_NODE && node->type != XML_CDATA_SECTION_NODE;
+        if (document.numberedAt == now && numbers != Numbers::MISLEADING) return;
+        if (document.numberedAt == 0 && !wanted) return;
+        document.numberedAt = wanted ? now : 0;
     }
     std::ptrdiff_t number = 0;
     for (xmlNode* element = root; element; element = NextInTree(element, root))
-        if (IsElement(element)) element->content = reinterpret_cast<xmlChar*>(--number);
+        if (IsElement(element)) element->content = wanted ? reinterpret_cast<xmlChar*>(--number) : nullptr;
 }
 
 struct NodeSetDeleter {
@@ -204,8 +217,23 @@ SDOM_NodeListRecord::Item ItemOf(Document& document, xmlNode* node) {
     const auto* copy = reinterpret_cast<const xmlNs*>(node);
     auto* element = reinterpret_cast<xmlNode*>(copy->next);
     const Binding binding = FindBinding(document, element, copy->prefix);
-    if (!binding.declaration) return {nullptr, nullptr};
-    return {nullptr, document.HandleOf(binding.declaration, binding.owner)};
+    return {nullptr, binding.declaration ? document.HandleOf(binding.declaration, binding.owner) : nullptr};
+}
+
+// To XPath each element has namespace nodes of its own, of which libxml2 does not know the order; here the declaration
+// is the node.
+void SortDeclarations(Document& document, std::vector<SDOM_NodeListRecord::Item>& items) {
+    if (std::none_of(items.begin(), items.end(), [](const auto& item) { return !item.node; })) return;
+    for (SDOM_NodeListRecord::Item& item : items)
+        if (item.node) item.handle = document.HandleOf(item.node);
+    OrderIndex& order = document.GetCaches().order;
+    std::erase_if(items, [](const auto& item) { return !item.handle; });
+    std::stable_sort(items.begin(), items.end(), [&order](const auto& left, const auto& right) {
+        return order.Compare(left.handle, right.handle) < 0;
+    });
+    items.erase(std::unique(items.begin(), items.end(),
+                            [](const auto& left, const auto& right) { return left.handle == right.handle; }),
+                items.end());
 }
 
 // `named` are the bindings that the text may use, `bindings` also holds that of the default prefix.
@@ -228,7 +256,7 @@ SDOM_Exception Run(std::string_view text, SDOM_Node handle, const Bindings& name
             return SDOM_QUERY_EXECUTION_ERR;
         node = namespaceNode->nodeTab[0];
     }
-    NumberElements(document, anchor, query->needsOrder);
+    NumberElements(document, anchor, query->numbers);
     const ScratchParent parent(node);
     const ObjectPointer value = engine.Evaluate(*query, document.Tree(), node, bindings);
     if (!value || value->type != XPATH_NODESET) return SDOM_QUERY_EXECUTION_ERR;
@@ -239,6 +267,7 @@ SDOM_Exception Run(std::string_view text, SDOM_Node handle, const Bindings& name
         result->items.reserve(static_cast<std::size_t>(nodes->nodeNr));
         for (int i = 0; i < nodes->nodeNr; ++i)
             if (!parent.Is(nodes->nodeTab[i])) result->items.push_back(ItemOf(document, nodes->nodeTab[i]));
+        SortDeclarations(document, result->items);
     }
     *list = result.release();
     return SDOM_OK;
