@@ -20,6 +20,13 @@ public:
         return block;
     }
 
+    // Whether a block of the first size can be used, and freed, as one of the second.
+    static bool FitsAs(size_t size, size_t other) {
+        return IsSmall(size) && IsSmall(other) && ListOf(size) == ListOf(other);
+    }
+    // Blocks that are not small come from malloc.
+    static bool IsSmall(size_t size) { return size <= MAX_SIZE && !IS_CHECKED; }
+
     // With the size given to Allocate.
     static void Free(void* memory, size_t size) {
         if (size > MAX_SIZE || IS_CHECKED) {

@@ -73,24 +73,27 @@ String* AddStrings(String* left, String* right) {
 
 String* AppendString(String* left, String* right) {
     bool canGrow = left && right && left != right && left->references == 1 && left->length > 0
-                   && (left->encoding == right->encoding || right->length == 0);
-    if (!canGrow) {
-        String* joined = AddStrings(left, right);
-        if (!joined) return left;
-        UnlockString(left);
-        return joined;
-    }
-    size_t length = size_t{left->length} + right->length;
-    size_t needed = offsetof(String, bytes) + length + 1;
-    if (malloc_usable_size(left) < needed) {
-        // Room for as much again, unless that is too much to ask for.
-        void* grown = length < 0x7FFFFF00 ? std::realloc(left, needed + length / 2) : nullptr;
-        if (!grown && length < 0xFFFFFF00) grown = std::realloc(left, needed);
+                   && (left->encoding == right->encoding || right->length == 0)
+                   && right->length < 0xFFFFFF00 - left->length;
+    size_t length = canGrow ? size_t{left->length} + right->length : 0;
+    size_t needed = SizeOf(static_cast<uint32_t>(length));
+    if (canGrow && SmallBlocks::IsSmall(SizeOf(left->length))) {
+        canGrow = SmallBlocks::FitsAs(SizeOf(left->length), needed);
+    } else if (canGrow && malloc_usable_size(left) < needed) {
+        // Room for half as much again, unless that is too much to ask for.
+        void* grown = needed < 0x7FFFFFFF ? std::realloc(left, needed + needed / 2) : nullptr;
+        if (!grown) grown = std::realloc(left, needed);
         if (!grown) {
             RaiseOutOfMemory();
             return left;
         }
         left = static_cast<String*>(grown);
+    }
+    if (!canGrow) {
+        String* joined = AddStrings(left, right);
+        if (!joined) return left;
+        UnlockString(left);
+        return joined;
     }
     std::memcpy(left->bytes + left->length, right->bytes, right->length + size_t{1});
     left->length = static_cast<uint32_t>(length);
