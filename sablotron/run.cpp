@@ -20,13 +20,19 @@ struct ContextDeleter {
     void operator()(xsltTransformContext* context) const { xsltFreeTransformContext(context); }
 };
 
+template <typename Visit>
+void ForEachNode(xmlDoc* tree, Visit visit) {
+    auto* root = reinterpret_cast<xmlNode*>(tree);
+    for (xmlNode* node = root->children; node; node = NextInTree(node, root)) visit(node);
+}
+
 // Lends the tree of a document to a run and puts back what the run leaves on it: the URI, order indexes in the content
 // of elements, flags, and line numbers beyond 65534, whose place (`psvi`) libxslt takes for itself.
 class LentTree {
 public:
     LentTree(xmlDoc* tree, const std::string& uri)
         : tree_(tree), url_(std::exchange(tree->URL, xmlStrdup(Chars(uri.c_str())))) {
-        ForEachNode([this](xmlNode* node) {
+        ForEachNode(tree, [this](xmlNode* node) {
             if (!node->psvi) return;
             lines_.push_back({node, node->line, node->psvi});
             node->psvi = nullptr;
@@ -35,7 +41,7 @@ public:
     LentTree(const LentTree&) = delete;
     LentTree& operator=(const LentTree&) = delete;
     ~LentTree() {
-        ForEachNode([](xmlNode* node) {
+        ForEachNode(tree_, [](xmlNode* node) {
             node->psvi = nullptr;
             node->extra = static_cast<unsigned short>(node->extra & ~NODE_FLAGS);
             if (!IsElement(node)) return;
@@ -55,12 +61,6 @@ public:
     }
 
 private:
-    template <typename Visit>
-    void ForEachNode(Visit visit) {
-        auto* root = reinterpret_cast<xmlNode*>(tree_);
-        for (xmlNode* node = root->children; node; node = NextInTree(node, root)) visit(node);
-    }
-
     xmlDoc* tree_;
     const xmlChar* url_;
     struct Line {
@@ -111,16 +111,16 @@ private:
         }
         Sandbox sandbox(processor_, errors_);
         sandbox.SetStylesheet(*style);
-        xmlDoc* source = input->isTree ? (*input->document)->Tree() : nullptr;
-        TreePointer own;
-        if (!source) own = sandbox.Load(inputUri, nullptr);
-        if (source && stylesheet->StripsSpace()) own = CopyTree(source);
-        if (own) source = own.get();
-        if (!source) return false;
-        if (input->isTree) (*input->document)->numberedAt = 0; // the run takes the numbers away
-        {
-            const LentTree lent(source, inputUri);
-            if (!Apply(*stylesheet, source)) return false;
+        if (input->isTree && !stylesheet->StripsSpace()) {
+            Document& document = **input->document;
+            document.numberedAt = 0; // the run takes the numbers away
+            const LentTree lent(document.Tree(), inputUri);
+            if (!Apply(*stylesheet, document.Tree())) return false;
+        } else {
+            const TreePointer own = sandbox.Load(*input, inputUri, nullptr);
+            if (!own) return false;
+            ForEachNode(own.get(), [](xmlNode* node) { node->psvi = nullptr; });
+            if (!Apply(*stylesheet, own.get())) return false;
         }
         std::optional<std::string> text = ResultText(outcome_.result.get(), stylesheet->Get(), encoding);
         if (text) outcome_.text = std::move(*text);

@@ -38,6 +38,8 @@ public:
 
     // A fresh copy of the tree at the URI, with its names in `names` when given; null after a reported failure.
     TreePointer Load(const std::string& uri, xmlDict* names);
+    // The same for an argument, under that URI.
+    TreePointer Load(const Argument& argument, const std::string& uri, xmlDict* names);
     // What was loaded so far.
     const std::vector<Dependency>& Loaded() const { return loaded_; }
 
@@ -47,7 +49,6 @@ public:
 private:
     static xmlDoc* OnDocument(const xmlChar* uri, xmlDict* names, int options, void* context, xsltLoadType type);
     static xmlParserInput* OnEntity(const char* uri, const char* id, xmlParserCtxt* parser);
-    TreePointer Load(const Argument& argument, const std::string& uri, xmlDict* names);
     TreePointer ParseFile(const std::string& uri, std::string_view text, xmlDict* names);
     TreePointer NotWellFormed(const std::string& uri, const std::string& text, int line);
     TreePointer NotFound(const std::string& uri);
