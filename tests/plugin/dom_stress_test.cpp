@@ -4,6 +4,7 @@
 // KOVA_STRESS_TRACE every call is printed before it is made, its texts included.
 #include "tests/plugin/dom_world.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 #include <random>
@@ -109,18 +110,20 @@ public:
 
     unsigned LeakedStrings() const { return leakedStrings_; }
 
-    void Call() {
+    // Whether there was an object to call.
+    bool Call() {
         const Operation& operation = operations_[Below(operations_.size())];
         // What empties a document, or costs much, is done seldom.
-        if (operation.method != nullptr && IsRare(operation.method->signature.name) && Below(200) != 0) return;
+        if (operation.method != nullptr && IsRare(operation.method->signature.name) && Below(200) != 0) return false;
         const ObjectRef object = Receiver(operation.cls);
-        if (!object) return;
+        if (!object) return false;
         if (operation.method != nullptr)
             CallMethod(object, *operation.method);
         else if (operation.writes)
             Guard([&] { host::SetProperty(object, operation.property->name, Argument(operation.property->type)); });
         else
             Guard([&] { Keep(host::GetProperty(object, operation.property->name)); });
+        return true;
     }
 
     void ReloadLargeDocuments() {
@@ -140,8 +143,13 @@ public:
             try {
                 host::Call(copy, "LoadXml(doc as String)", {TextOf(document, "ToString")});
             } catch (const host::ProgramException& e) {
-                // But for an element like <p:x> in no namespace, which CreateElement makes where no p is declared.
-                EXPECT_TRUE(e.message.starts_with("msg:XML parser error 201: ")) << e.message;
+                // But for names like p:x in no namespace, made where no p is declared: they cannot be read, or are the
+                // same as others.
+                constexpr const char* EXPECTED[] = {"msg:XML parser error 201: ", "msg:XML parser error 42: "};
+                EXPECT_TRUE(std::any_of(std::begin(EXPECTED), std::end(EXPECTED),
+                                        [&](const char* start) { return e.message.starts_with(start); }))
+                    << e.message << "\n"
+                    << TextOf(document, "ToString");
                 leakedStrings_ += 2;
                 continue;
             }
@@ -332,7 +340,8 @@ TEST(Stress, RandomCalls) {
     {
         Stress stress(seed);
         for (unsigned call = 1; call <= calls; ++call) {
-            stress.Call();
+            while (!stress.Call()) {
+            }
             if (call % CALLS_BETWEEN_SIZE_CHECKS == 0) stress.ReloadLargeDocuments();
             if (call % CALLS_BETWEEN_CHECKS == 0) stress.CheckDocuments();
             ASSERT_FALSE(HasFailure()) << "seed " << seed << ", call " << call;
