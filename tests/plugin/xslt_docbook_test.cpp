@@ -1,0 +1,57 @@
+// A real article through real stylesheets: by a host program, and by xsltproc.
+#include <cstdio>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <map>
+#include <memory>
+#include <regex>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+const std::string DATA = std::string(KOVA_SYSROOT) + "/usr/share";
+const std::string PROGRAMS = std::string(KOVA_SOURCE_DIR) + "/tests/programs/xslt/";
+
+std::string OutputOf(const std::string& command) {
+    std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), nullptr);
+    std::string output;
+    char buffer[65536];
+    while (const std::size_t count = std::fread(buffer, 1, sizeof buffer, pipe.get())) output.append(buffer, count);
+    const int status = pclose(pipe.release());
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << command;
+    return output;
+}
+
+// generate-id() answers what it likes: the ids are numbered in the order of their first use.
+std::string WithNumberedIds(const std::string& page) {
+    static const std::regex ID("id[mp]?[0-9]+");
+    std::map<std::string, std::string> numbers;
+    std::string result;
+    auto rest = page.begin();
+    for (std::sregex_iterator match(page.begin(), page.end(), ID), end; match != end; ++match) {
+        const std::string& number =
+            numbers.try_emplace(match->str(), "id" + std::to_string(numbers.size())).first->second;
+        result.append(rest, page.begin() + match->position()).append(number);
+        rest = page.begin() + match->position() + match->length();
+    }
+    return result.append(rest, page.end());
+}
+
+TEST(DocBook, PageIsTheOneOfXsltproc) {
+    if (std::system("command -v xsltproc >/dev/null") != 0) GTEST_SKIP() << "xsltproc is not installed";
+    const std::string wrapper = testing::TempDir() + "docbook-" + std::to_string(getpid()) + ".xsl";
+    std::ofstream(wrapper) << "<xsl:stylesheet version='1.0' xmlns:xsl='http://www.w3.org/1999/XSL/Transform'>"
+                              "<xsl:import href='"
+                           << DATA << "/xml/docbook/stylesheet/docbook-xsl/html/docbook.xsl'/></xsl:stylesheet>";
+    const std::string expected =
+        OutputOf("xsltproc --nonet --novalid " + wrapper + " " + PROGRAMS + "article.xml 2>/dev/null");
+    std::remove(wrapper.c_str());
+    EXPECT_GT(expected.size(), 5000u);
+    EXPECT_EQ(
+        WithNumberedIds(OutputOf("KOVA_DATA=" + DATA + " " KOVA_COMMAND " run " + PROGRAMS + "docbook.kova page")),
+        WithNumberedIds(expected));
+}
+
+} // namespace
