@@ -32,6 +32,7 @@ struct MessageFields {
     KOVAString token = nullptr; // built, not used and never released, on purpose
 };
 
+// What an XmlException keeps for good, like the token, is made here.
 MessageFields ReadFields(char** fields) {
     MessageFields read;
     const struct {

@@ -12,6 +12,13 @@ namespace {
 
 const char* Utf8(KOVAString text) { return CStringOrEmpty(EnsureUTF8(text)); }
 
+// Deliberately does not free the URI.
+bool HasNamespace(SablotSituation situation, SDOM_Node node) {
+    char* uri = nullptr;
+    SDOM_getNodeNSUri(situation, node, &uri);
+    return uri != nullptr && *uri != '\0';
+}
+
 // A wrapper for the attribute. Without one, a failure that stands in `LastError` is raised, whenever it happened.
 KOVAObject WrapOrRaise(const NodeData& wrapper, SDOM_Node attribute) {
     if (attribute == nullptr && wrapper.lastError != 0) RaiseLastError(wrapper);
@@ -95,9 +102,7 @@ KOVAObject XmlNode_SetAttributeNode(KOVAObject self, KOVAObject attribute) {
     if (attribute != nullptr) {
         const SablotSituation situation = XmlOf(wrapper.xml)->situation;
         const SDOM_Node node = LibraryNodeOf(attribute);
-        char* uri = nullptr;
-        SDOM_getNodeNSUri(situation, node, &uri);
-        const auto set = uri != nullptr ? SDOM_setAttributeNodeNS : SDOM_setAttributeNode;
+        const auto set = HasNamespace(situation, node) ? SDOM_setAttributeNodeNS : SDOM_setAttributeNode;
         set(situation, wrapper.node, node, &replaced);
         wrapper.lastError = SDOM_getExceptionCode(situation);
     }

@@ -1,5 +1,4 @@
 // The Xql methods of `XmlNode`.
-#include "dom/deliberate_leaks.h"
 #include "dom/exceptions.h"
 #include "dom/members.h"
 #include "dom/namespaces.h"
@@ -17,10 +16,9 @@ namespace {
 // Prefix and URI in turn, ended by a null, as the library takes them.
 class NamespaceArray {
 public:
+    // The block is deliberately never freed.
     explicit NamespaceArray(std::size_t pairs)
-        : strings_(static_cast<const char**>(std::malloc((pairs * 2 + 1) * sizeof(const char*)))) {
-        LeaveAllocated(strings_); // deliberate: never freed
-    }
+        : strings_(static_cast<const char**>(std::malloc((pairs * 2 + 1) * sizeof(const char*)))) {}
 
     void Add(KOVAString prefix, KOVAString uri) {
         strings_[length_++] = CStringOrEmpty(prefix);

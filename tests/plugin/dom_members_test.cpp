@@ -52,7 +52,7 @@ Value Nil() { return ObjectRef(); }
 struct Case {
     const char* className;
     const char* member; // a declaration, or a property's name; several rows may have the same
-    int leakedStrings;  // kept on purpose, see dom/deliberate_leaks.h
+    int leakedStrings;  // kept on purpose, see tests/programs/deliberate_leaks.txt
     void (*run)(const World&);
 };
 

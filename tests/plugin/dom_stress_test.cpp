@@ -15,7 +15,7 @@ namespace {
 using namespace domtest;
 
 #if defined(__SANITIZE_ADDRESS__)
-constexpr unsigned DEFAULT_CALLS = 60'000;
+constexpr unsigned DEFAULT_CALLS = 300'000;
 #else
 constexpr unsigned DEFAULT_CALLS = 2'000'000;
 #endif
