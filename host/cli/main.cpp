@@ -31,6 +31,7 @@ int Main(int argc, char** argv) {
         return "kova: " + std::string(error.what()) + "\nTry '" + command + " --help'.\n";
     });
     CommandLine line;
+    AddProgramCommands(app, line);
     AddDocumentCommands(app, line);
     try {
         app.parse(argc, argv);

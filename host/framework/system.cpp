@@ -66,7 +66,10 @@ void WriteStandard(String* text) {
     std::FILE* stream = ERROR ? stderr : stdout;
     // What was printed before is shown before.
     if (ERROR) std::fflush(stdout);
-    std::string_view bytes = StringView(text);
+    // Bytes of unknown encoding are written as they are, text as UTF-8.
+    StringRef utf8 =
+        text && text->encoding != ENCODING_UNKNOWN ? ConvertString(text, ENCODING_UTF8) : StringRef::Share(text);
+    std::string_view bytes = utf8.View();
     std::fwrite(bytes.data(), 1, bytes.size(), stream);
     if (LINE) std::putc('\n', stream);
 }
