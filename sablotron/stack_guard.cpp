@@ -3,19 +3,14 @@
 #include "sablotron/tree.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <pthread.h>
 
 namespace sablot {
 namespace {
 
-// About twice what was measured in 32-bit code: 128 bytes for a level of the built-in rules, 170 for one of the 5000
-// levels that an expression can have.
-constexpr std::size_t LEVEL_BYTES = 256;
-constexpr std::size_t RESERVE = std::size_t{3} << 19;
 constexpr std::size_t MAX_STACK = std::size_t{1} << 26; // of an unlimited stack only this much is counted on
 
-std::uintptr_t StackEnd() {
+std::uintptr_t FindStackEnd() {
     pthread_attr_t attributes;
     void* lowest = nullptr;
     std::size_t size = 0;
@@ -29,10 +24,9 @@ std::uintptr_t StackEnd() {
 
 } // namespace
 
-std::size_t RemainingStack() {
-    thread_local const std::uintptr_t END = StackEnd();
-    const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
-    return here > END ? here - END : 0;
+std::uintptr_t StackEnd() {
+    thread_local const std::uintptr_t END = FindStackEnd();
+    return END;
 }
 
 std::size_t DepthOf(const xmlDoc* tree) {
@@ -54,8 +48,6 @@ std::size_t DepthOf(const xmlDoc* tree) {
     }
     return deepest;
 }
-
-bool StackGuard::HasRoom(bool walks) const { return RemainingStack() > RESERVE + (walks ? deepest_ * LEVEL_BYTES : 0); }
 
 void StackGuard::Know(const xmlDoc* tree) { deepest_ = std::max(deepest_, DepthOf(tree)); }
 

@@ -51,7 +51,10 @@ void Stylesheet::Instrument() {
     for (xsltStylesheet* level = stylesheet_; level; level = xsltNextImport(level)) {
         for (xsltElemPreComp* compiled = level->preComps; compiled; compiled = compiled->next) {
             if (!compiled->func) continue;
-            functions_.emplace(compiled, compiled->func);
+            if (compiled->type < XSLT_FUNC_EXTENSION)
+                functions_[compiled->type] = compiled->func;
+            else
+                extensions_.emplace(compiled, compiled->func);
             compiled->func = RunInstruction;
         }
     }
@@ -77,7 +80,8 @@ bool Stylesheet::IsCurrent(SablotHandle processor) const {
 }
 
 xsltTransformFunction Stylesheet::FunctionOf(const xsltElemPreComp* instruction) const {
-    return functions_.find(instruction)->second;
+    if (instruction->type < XSLT_FUNC_EXTENSION) return functions_[instruction->type];
+    return extensions_.find(instruction)->second;
 }
 
 void Stylesheet::AddModules(ErrorCollector& errors) const {

@@ -5,6 +5,7 @@
 #include "sablotron/processor.h"
 #include "sablotron/sandbox.h"
 
+#include <array>
 #include <unordered_map>
 
 namespace sablot {
@@ -32,7 +33,9 @@ private:
     xsltStylesheet* stylesheet_;
     std::vector<Dependency> dependencies_;
     std::shared_ptr<ErrorCollector::Lines> lines_;
-    std::unordered_map<const xsltElemPreComp*, xsltTransformFunction> functions_;
+    // libxslt has one function for each of its own instructions; extensions have theirs.
+    std::array<xsltTransformFunction, XSLT_FUNC_EXTENSION> functions_{};
+    std::unordered_map<const xsltElemPreComp*, xsltTransformFunction> extensions_;
 };
 
 // The compiled stylesheet of an argument, a text or a live tree; compiled when it is not at hand. Null after a reported

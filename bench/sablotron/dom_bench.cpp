@@ -1,32 +1,14 @@
 // What the document object model costs beside plain libxml2 doing the same work on the same text. Each iteration runs
 // both, so that a ratio is one of the same moment; times and ratios are the counters, in milliseconds.
-#include "sablotron/sdom.h"
+#include "bench/sablotron/duel.h"
 
 #include <benchmark/benchmark.h>
 
-#include <chrono>
-#include <fstream>
 #include <libxml/parser.h>
 #include <malloc.h>
-#include <sstream>
 #include <string>
 
 namespace {
-
-std::string MimeTypes() {
-    std::ifstream file(KOVA_SYSROOT "/usr/share/mime/packages/freedesktop.org.xml", std::ios::binary);
-    std::stringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
-std::string Records(int count) {
-    std::string text = "<records>";
-    for (int i = 0; i < count; ++i)
-        text += "<record id=\"" + std::to_string(i)
-                + "\" kind=\"k\"><name>Name of a record</name><value>some text &amp; more of it</value></record>\n";
-    return text + "</records>";
-}
 
 const std::string& Source(benchmark::State& state) {
     static const std::string SOURCES[] = {MimeTypes(), Records(100'000)};
@@ -34,54 +16,6 @@ const std::string& Source(benchmark::State& state) {
     const auto index = static_cast<std::size_t>(state.range(0));
     state.SetLabel(NAMES[index]);
     return SOURCES[index];
-}
-
-// Sums the times of two ways to do the same.
-class Duel {
-public:
-    template <typename Ours, typename Theirs>
-    void Run(Ours ours, Theirs theirs) {
-        ours_ += Time(ours);
-        theirs_ += Time(theirs);
-    }
-    void Report(benchmark::State& state) const {
-        const auto rounds = static_cast<double>(state.iterations());
-        state.counters["ours_ms"] = ours_ / rounds;
-        state.counters["libxml2_ms"] = theirs_ / rounds;
-        state.counters["ratio"] = ours_ / theirs_;
-    }
-
-private:
-    template <typename Work>
-    static double Time(Work work) {
-        const auto start = std::chrono::steady_clock::now();
-        work();
-        return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
-    }
-
-    double ours_ = 0;
-    double theirs_ = 0;
-};
-
-class Library {
-public:
-    Library() { SablotCreateSituation(&situation); }
-    Library(const Library&) = delete;
-    Library& operator=(const Library&) = delete;
-    ~Library() { SablotDestroySituation(situation); }
-
-    SDOM_Document Parse(const std::string& text) const {
-        SDOM_Document document = nullptr;
-        SablotParseBuffer(situation, text.c_str(), &document);
-        return document;
-    }
-
-    SablotSituation situation = nullptr;
-};
-
-xmlDoc* ParsePlain(const std::string& text) {
-    return xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr,
-                         XML_PARSE_NOENT | XML_PARSE_NOCDATA | XML_PARSE_NONET | XML_PARSE_HUGE);
 }
 
 std::size_t Used() { return mallinfo2().uordblks; }
