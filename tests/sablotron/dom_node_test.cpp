@@ -3,11 +3,9 @@
 
 #include "sablotron/situation.h"
 
-#include <algorithm>
-#include <cstring>
 #include <functional>
 #include <gmock/gmock.h>
-#include <iterator>
+#include <type_traits>
 
 namespace sablot::test {
 namespace {
@@ -62,13 +60,19 @@ struct NodeCall {
     bool takesElementsOnly;
 };
 
+// What an output holds before the call.
+template <typename Result>
+Result Garbage() {
+    if constexpr (std::is_pointer_v<Result>)
+        return reinterpret_cast<Result>(0xAAAAAAA8);
+    else
+        return static_cast<Result>(7);
+}
+
 template <typename Result, typename... Parameters, typename... Arguments>
 auto On(SDOM_Exception (*function)(SablotSituation, SDOM_Node, Parameters...), Arguments... arguments) {
     return [=](SablotSituation situation, SDOM_Node node) {
-        alignas(Result) unsigned char garbage[sizeof(Result)];
-        std::fill(std::begin(garbage), std::end(garbage), static_cast<unsigned char>(0xAA));
-        Result result;
-        std::memcpy(&result, garbage, sizeof result);
+        Result result = Garbage<Result>();
         SDOM_Exception code = function(situation, node, arguments..., &result);
         EXPECT_EQ(result, Result{});
         return code;
