@@ -241,6 +241,12 @@ TEST(Edit, FollowsLongChildListsByIndex) {
         SDOM_insertBefore(dom.situation, root, moved, expected[static_cast<std::size_t>(i) + 1]);
         check();
     }
+    for (int i = 0; i < 90; i += 9) {
+        SDOM_Node fresh = dom.Make(SDOM_createElement, document, "f");
+        SDOM_insertBefore(dom.situation, root, fresh, expected[static_cast<std::size_t>(i)]);
+        expected.insert(expected.begin() + i, fresh);
+        check();
+    }
     while (expected.size() > 3) {
         SDOM_removeChild(dom.situation, root, expected[1]);
         expected.erase(expected.begin() + 1);

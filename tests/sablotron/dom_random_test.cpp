@@ -366,8 +366,27 @@ private:
             if (parents_[node] == Dom::Node(document_) && IsElement(dom_, node)) ++elementsOfDocument;
         }
         ASSERT_LE(elementsOfDocument, 1U);
+        CheckBindings(Dom::Node(document_));
         if (dom_.Root(document_)) Reread(dom_.Markup(document_), Dom::Node(document_));
         if (SDOM_Node element = AnyElement()) Reread(dom_.Markup(element), element);
+    }
+
+    // In the tree every prefix in a name means in scope what it means in the name.
+    void CheckBindings(SDOM_Node node) {
+        if (IsElement(dom_, node)) {
+            std::vector<std::string> list = dom_.Attributes(node);
+            std::vector<SDOM_Node> named = {node};
+            for (std::size_t i = 0; i < list.size(); ++i)
+                named.push_back(dom_.Get<SDOM_Node>(SDOM_getAttributeNodeIndex, node, static_cast<int>(i)));
+            for (SDOM_Node name : named) {
+                std::string prefix = *dom_.Text(SDOM_getNodePrefix, name);
+                std::string uri = *dom_.Text(SDOM_getNodeNSUri, name);
+                if (uri.empty() || uri == XMLNS_URI) continue;
+                std::string binding = "xmlns" + (prefix.empty() ? "" : ":" + prefix) + "=" + uri;
+                ASSERT_NE(std::find(list.begin(), list.end(), binding), list.end()) << binding;
+            }
+        }
+        for (SDOM_Node child : children_[node]) CheckBindings(child);
     }
 
     // Serialised text says what the tree says, and is written the same again.
