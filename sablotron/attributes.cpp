@@ -23,7 +23,12 @@ xmlAttr* NewAttribute(Document& document, xmlNs* ns, const char* name, std::stri
     xmlAttr* attribute = xmlNewDocProp(document.Tree(), Chars(name), nullptr);
     if (!attribute) throw std::bad_alloc();
     attribute->ns = ns;
-    SetAttributeValue(attribute, value);
+    try {
+        SetAttributeValue(attribute, value);
+    } catch (...) {
+        xmlFreeProp(attribute);
+        throw;
+    }
     return attribute;
 }
 
@@ -57,8 +62,8 @@ NodeHandle* AdoptDetached(Document& document, xmlNs* declaration) {
 }
 
 void SetAttributeValue(xmlAttr* attribute, std::string_view value) {
-    xmlNode* text = xmlNewDocTextLen(attribute->doc, Chars(value.data()), static_cast<int>(value.size()));
-    if (!text) throw std::bad_alloc();
+    xmlNode* text =
+        Checked(xmlNewDocTextLen(attribute->doc, Chars(value.data()), static_cast<int>(value.size())), value);
     bool wasId = attribute->atype == XML_ATTRIBUTE_ID;
     RemoveIdIfAny(attribute);
     xmlFreeNodeList(attribute->children);

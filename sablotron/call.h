@@ -2,6 +2,7 @@
 #pragma once
 
 #include "sablotron/document.h"
+#include "sablotron/library_scope.h"
 #include "sablotron/tree.h"
 
 #include <new>
@@ -34,10 +35,18 @@ SDOM_Exception CallOnElement(SablotSituation situation, SDOM_Node node, Body bod
                       [&](xmlNode* element) { return IsElement(element) ? body(element) : SDOM_INVALID_NODE_TYPE; });
 }
 
+// What libxml2 made of a text; it leaves the text out when memory is short.
+inline xmlNode* Checked(xmlNode* made, std::string_view text) {
+    if (made && (text.empty() || made->content)) return made;
+    if (made) xmlFreeNode(made);
+    throw std::bad_alloc();
+}
+
 // Runs body(node) for a live node of a document that may be edited now.
 template <typename Body>
 SDOM_Exception CallOnEditable(SablotSituation situation, SDOM_Node node, Body body) noexcept {
     return CallOnNode(situation, node, [&](xmlNode* found) {
+        ErrorScope silence;
         return node->document->IsPinned() ? SDOM_NO_MODIFICATION_ALLOWED_ERR : body(found);
     });
 }
@@ -47,6 +56,7 @@ template <typename Body>
 SDOM_Exception CallOnDocument(SablotSituation situation, SDOM_Document handle, Body body) noexcept {
     return CallOnNode(situation, reinterpret_cast<SDOM_Node>(handle), [&](xmlNode* node) {
         if (node->type != XML_DOCUMENT_NODE) return SDOM_INVALID_NODE_TYPE;
+        ErrorScope silence;
         return body(*reinterpret_cast<SDOM_Node>(handle)->document);
     });
 }

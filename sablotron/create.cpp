@@ -39,8 +39,7 @@ SDOM_Exception CreateText(SablotSituation situation, SDOM_Document document, SDO
         std::string_view text = Argument(data);
         if (!isAllowed(text)) return SDOM_INVALID_CHARACTER_ERR;
         xmlNode* made = make(found.Tree(), Chars(text.empty() ? "" : data), static_cast<int>(text.size()));
-        if (!made) throw std::bad_alloc();
-        *node = AdoptDetached(found, made);
+        *node = AdoptDetached(found, Checked(made, text));
         return SDOM_OK;
     });
 }

@@ -82,6 +82,7 @@ SDOM_Exception Insert(SablotSituation situation, SDOM_Node node, SDOM_Node newCh
 }
 
 SDOM_Exception Clone(Document& document, const xmlNode* node, bool deep, SDOM_Node* clone) {
+    ErrorScope silence;
     if (node->type == XML_DOCUMENT_NODE) return SDOM_INVALID_NODE_TYPE;
     if (node->type == XML_NAMESPACE_DECL) {
         const auto* declaration = reinterpret_cast<const xmlNs*>(node);

@@ -99,6 +99,7 @@ SDOM_Exception SetDeclarationValue(SDOM_Node handle, std::string_view uri) {
 SDOM_Exception SetContent(xmlNode* node, bool isAllowed, const char* text) {
     if (!isAllowed) return SDOM_INVALID_CHARACTER_ERR;
     xmlNodeSetContent(node, Chars(text ? text : ""));
+    if (text && !node->content) throw std::bad_alloc();
     node->psvi = nullptr; // the line of the text that it was
     return SDOM_OK;
 }

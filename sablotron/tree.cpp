@@ -61,6 +61,11 @@ private:
         default: return nullptr;
         }
         if (!copy) return nullptr;
+        if (!IsElement(node) && !View(node->content).empty()
+            && !copy->content) { // libxml2 leaves it out when memory is short
+            xmlFreeNode(copy);
+            return nullptr;
+        }
         copy->line = node->line;
         copy->psvi = node->psvi; // see LineOf
         return copy;
@@ -78,9 +83,12 @@ private:
             xmlNs* ns = nullptr;
             if (attribute->ns && !(ns = CopyOf(attribute->ns, to))) return false;
             xmlChar* value = xmlNodeListGetString(from->doc, attribute->children, 1);
-            xmlAttr* copy = xmlNewNsProp(to, ns, attribute->name, value ? value : Chars(""));
+            bool hasText = attribute->children && !View(attribute->children->content).empty();
+            xmlAttr* copy =
+                value || !hasText ? xmlNewNsProp(to, ns, attribute->name, value ? value : Chars("")) : nullptr;
             if (value && copy && attribute->atype == XML_ATTRIBUTE_ID) xmlAddID(nullptr, target_, value, copy);
             xmlFree(value);
+            if (copy && hasText && !(copy->children && copy->children->content)) return false;
             if (!copy) return false;
         }
         return true;
