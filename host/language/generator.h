@@ -76,11 +76,12 @@ private:
     Value ProduceConversion(const Node& node, uint16_t reg);
     Value ProduceBinary(const Node& node, uint16_t reg);
     Value ProduceConcatenation(const Node& node, uint16_t reg);
-    void CallProgram(const FunctionSymbol& function, const Node* object, uint16_t objectRegister,
-                     const std::vector<NodePtr>& arguments, uint16_t window, bool isVirtual);
+    // Calls with the registers from `window` on, or from a little above; answers where the result is.
+    uint16_t CallProgram(const FunctionSymbol& function, const Node* object, uint16_t objectRegister,
+                         const std::vector<NodePtr>& arguments, uint16_t window, bool isVirtual);
     void CallNative(const FunctionSymbol& function, const Node* object, uint16_t objectRegister,
                     const std::vector<NodePtr>& arguments, uint16_t window, uint16_t result);
-    Value ByRefArgument(const Node& node, uint16_t reg);
+    Value ByRefArgument(const Node& node, uint16_t reg, uint16_t holder);
     uint16_t Window(uint16_t reg);
     void EmitUnary(Opcode opcode, const Node& operand, uint16_t reg);
     bool AppendInPlace(const Node& place, const Node& value);

@@ -9,10 +9,10 @@ uint16_t Generator::Window(uint16_t reg) {
     return isFree ? reg : next_;
 }
 
-Value Generator::ByRefArgument(const Node& node, uint16_t reg) {
+Value Generator::ByRefArgument(const Node& node, uint16_t reg, uint16_t holder) {
     if (node.kind == NodeKind::FIELD) {
         // The object lives at least until the call is over.
-        Value object = GenerateInto(*node.left, NewRegister());
+        Value object = GenerateInto(*node.left, holder);
         Emit(Opcode::ADDRESS_FIELD, reg, object.reg, node.property->offset);
         return object;
     }
@@ -24,11 +24,17 @@ Value Generator::ByRefArgument(const Node& node, uint16_t reg) {
     return {reg, -1};
 }
 
-void Generator::CallProgram(const FunctionSymbol& function, const Node* object, uint16_t objectRegister,
-                            const std::vector<NodePtr>& arguments, uint16_t window, bool isVirtual) {
+uint16_t Generator::CallProgram(const FunctionSymbol& function, const Node* object, uint16_t objectRegister,
+                                const std::vector<NodePtr>& arguments, uint16_t window, bool isVirtual) {
     bool hasObject = function.owner != nullptr;
     size_t count = arguments.size() + (hasObject ? 1 : 0);
     next_ = window;
+    // Objects whose fields are passed are held below the window, since that becomes the frame of the function.
+    uint16_t holder = window;
+    for (size_t i = 0; i < arguments.size(); i++) {
+        if (function.parameters[i].isByRef && arguments[i]->kind == NodeKind::FIELD) NewRegister();
+    }
+    window = next_;
     for (size_t i = 0; i < count; i++) NewRegister();
 
     std::vector<Value> passed;
@@ -49,7 +55,8 @@ void Generator::CallProgram(const FunctionSymbol& function, const Node* object, 
     }
     for (size_t i = 0; i < arguments.size(); i++, reg++) {
         if (function.parameters[i].isByRef) {
-            Value value = ByRefArgument(*arguments[i], reg);
+            Value value = ByRefArgument(*arguments[i], reg, holder);
+            if (arguments[i]->kind == NodeKind::FIELD) holder++;
             if (value.lifetime >= 0) kept.emplace_back(value, arguments[i]->left.get());
         } else {
             passed.push_back(GenerateInto(*arguments[i], reg));
@@ -60,11 +67,12 @@ void Generator::CallProgram(const FunctionSymbol& function, const Node* object, 
         Emit(Opcode::CALL_VIRTUAL, window, static_cast<uint16_t>(function.virtualSlot), function.index);
     else
         EmitLong(Opcode::CALL, window, static_cast<int32_t>(function.index));
-    if (kept.empty()) return;
+    if (kept.empty()) return window;
     Value result = Owned(window, function.result);
     for (auto& [value, node] : kept) Release(value, node->type);
     // The caller opens a lifetime of its own for the result.
     EndLifetime(result.lifetime);
+    return window;
 }
 
 void Generator::CallNative(const FunctionSymbol& function, const Node* object, uint16_t objectRegister,
@@ -88,7 +96,7 @@ void Generator::CallNative(const FunctionSymbol& function, const Node* object, u
         bool isByRef = i < function.parameters.size() && function.parameters[i].isByRef;
         if (!isByRef) {
             owned.emplace_back(Argument(*arguments[i], reg), arguments[i]->type);
-        } else if (Value value = ByRefArgument(*arguments[i], reg); value.lifetime >= 0) {
+        } else if (Value value = ByRefArgument(*arguments[i], reg, NewRegister()); value.lifetime >= 0) {
             owned.emplace_back(value, arguments[i]->left->type);
         }
     }
@@ -110,9 +118,8 @@ Value Generator::ProduceCall(const Node& node, uint16_t reg) {
         if (!hasResult) window = next_;
         CallNative(function, node.left.get(), 0, node.arguments, window, result);
     } else {
-        uint16_t window = Window(reg);
         bool isVirtual = function.virtualSlot >= 0 && !node.isSuper;
-        CallProgram(function, node.left.get(), 0, node.arguments, window, isVirtual);
+        uint16_t window = CallProgram(function, node.left.get(), 0, node.arguments, Window(reg), isVirtual);
         if (hasResult && window != reg) Emit(Opcode::MOVE, reg, window);
     }
     return hasResult ? Owned(reg, node.type) : Value{reg, -1};
