@@ -7,11 +7,23 @@
 
 namespace host {
 
+namespace {
+
+// The arguments of a program are not options of the command, so the parser knows neither them nor the program.
+class RunFormatter : public CLI::Formatter {
+public:
+    std::string make_usage(const CLI::App*, std::string) const override {
+        return "Usage: kova run [OPTIONS] PROGRAM [ARGS...]\n";
+    }
+};
+
+} // namespace
+
 void AddProgramCommands(CLI::App& app, CommandLine& line) {
     auto run = std::make_shared<RunCommandOptions>();
     CLI::App* runCommand = app.add_subcommand("run", "Run a program");
     runCommand->prefix_command();
-    runCommand->footer("PROGRAM [ARGS...]: the program's file and its arguments, after the options.");
+    runCommand->formatter(std::make_shared<RunFormatter>());
     runCommand->add_flag("--leaks", run->reportLeaks, "List what is still alive when the program has ended");
     runCommand->add_option("--time-limit", run->timeLimit, "End the program after this time")
         ->type_name("SECONDS")

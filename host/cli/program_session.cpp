@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <string>
 
 #include "host/cli/session.h"
 #include "host/framework/framework.h"
@@ -14,9 +15,11 @@ constexpr int EXIT_TIME_LIMIT = 124;  // as timeout(1)
 constexpr int EXIT_INTERRUPTED = 130; // as a shell reports a process that SIGINT ended
 
 void PrintStack(const std::vector<StackEntry>& stack) {
-    for (const StackEntry& entry : stack)
-        std::fprintf(stderr, "  at %s%s(%s:%u)\n", entry.function.c_str(), entry.function.empty() ? "" : " ",
-                     entry.file.c_str(), entry.line);
+    for (const StackEntry& entry : stack) {
+        std::string place = entry.file + ":" + std::to_string(entry.line);
+        std::fprintf(stderr, "  at %s\n",
+                     (entry.function.empty() ? place : entry.function + " (" + place + ")").c_str());
+    }
 }
 
 void HandleInterrupt(int) { RequestInterrupt(); }

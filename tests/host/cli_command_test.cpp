@@ -47,10 +47,12 @@ protected:
     }
 
     // Runs `kova` in the test's folder; `setup` is shell text before it.
-    Outcome Kova(const std::vector<std::string>& arguments, const std::string& setup = "") {
+    Outcome Kova(const std::vector<std::string>& arguments, const std::string& setup = "",
+                 const std::string& input = "") {
         std::string line = "cd '" + folder_.native() + "'; " + setup + " '" KOVA_COMMAND "'";
         for (const std::string& argument : arguments) line += " '" + argument + "'";
-        line += " >.output 2>.errors </dev/null";
+        Write(".input", input);
+        line += " >.output 2>.errors <.input";
         int status = std::system(line.c_str());
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), Read(".output"), Read(".errors")};
     }
@@ -207,6 +209,141 @@ TEST_F(CliCommand, QueriesAndTransforms) {
         EXPECT_EQ(got.output, "");
     }
     EXPECT_THAT(Kova({"transform", "a.xml", "broken.xml"}).errors, StartsWith("broken.xml:2: "));
+}
+
+TEST_F(CliCommand, RunsProgramsAndTellsHowTheyEnded) {
+    struct Case {
+        const char* program;
+        std::vector<std::string> options;
+        int code;
+        const char* output;
+        const char* errors; // begins with
+    };
+    const Case cases[] = {
+        {"Print System.CommandLine", {}, 0, "a --leaks\n", ""},
+        {"StdErr.WriteLine(\"e\")\nSystem.Quit(7)\nPrint 1", {}, 7, "", "e\n"},
+        {"Sub F()\nRaise New IOException(\"disk\", 5)\nEnd Sub\nPrint 1\nF",
+         {},
+         1,
+         "1\n",
+         "Uncaught exception: IOException 5: disk\n  at F (p.kova:2)\n  at p.kova:5\n"},
+        {"Print 1\nPrint x", {}, 1, "", "p.kova:2:7: error: "},
+        {"While True\nWend", {"--time-limit", "0.2"}, 124, "", "The time limit is reached\n  at p.kova:"},
+        {"Dim s As String = \"x\"\nWhile True\ns = s + s\nWend",
+         {"--memory-limit", "40"},
+         1,
+         "",
+         "The memory limit is reached\n  at p.kova:"},
+        {"Class C\nMe As C\nEnd Class\nDim c As New C\nc.Me = c", {"--leaks"}, 0, "", "still alive: 1 C\n"},
+        {"Print 1", {"--leaks"}, 0, "1\n", "Nothing is left\n"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.program);
+        Write("p.kova", c.program);
+        std::vector<std::string> arguments = {"run"};
+        arguments.insert(arguments.end(), c.options.begin(), c.options.end());
+        arguments.insert(arguments.end(), {"p.kova", "a", "--leaks"});
+        Outcome got = Kova(arguments);
+        EXPECT_EQ(got.code, c.code);
+        EXPECT_EQ(got.output, c.output);
+        EXPECT_THAT(got.errors, StartsWith(c.errors));
+        if (!*c.errors) {
+            EXPECT_EQ(got.errors, "");
+        }
+    }
+    EXPECT_EQ(Kova({"run", "p.kova"}, "true |").output, "1\n");
+    Outcome full = Kova({"run", "p.kova"}, "exec 3>/dev/full; run() { \"$@\" >&3; }; run");
+    EXPECT_EQ(full.code, 1);
+    EXPECT_EQ(full.errors, "kova: standard output: No space left on device\n");
+}
+
+TEST_F(CliCommand, ChecksProgramsWithoutRunningThem) {
+    Write("good.kova", "Print 1\n");
+    Write("warned.kova", "Dim unused As Integer\n");
+    Write("bad.kova", "Dim a As Integer = \"x\"\nPrint b\n");
+    Outcome got = Kova({"check", "good.kova"});
+    EXPECT_EQ(got.code, 0);
+    EXPECT_EQ(got.output + got.errors, "");
+    got = Kova({"check", "warned.kova"});
+    EXPECT_EQ(got.code, 0);
+    EXPECT_THAT(got.errors, StartsWith("warned.kova:1:5: warning: "));
+    got = Kova({"check", "bad.kova", "warned.kova", "good.kova"});
+    EXPECT_EQ(got.code, 1);
+    for (const char* begin : {"bad.kova:1:20: error: ", "\nbad.kova:2:7: error: ", "\nwarned.kova:1:5: warning: "})
+        EXPECT_THAT(got.errors, HasSubstr(begin));
+}
+
+TEST_F(CliCommand, TheReplReadsAScriptFromAPipe) {
+    Outcome got =
+        Kova({"repl"}, "", "Dim a As Integer = 20\nFor i As Integer = 1 To 2\na = a + i\nNext\na\nSystem.Quit(3)\n1\n");
+    EXPECT_EQ(got.code, 3);
+    EXPECT_EQ(got.output, "23\n");
+    EXPECT_EQ(got.errors, "");
+    got = Kova({"repl"}, "", "nonsense\n1\n");
+    EXPECT_EQ(got.code, 1);
+    EXPECT_EQ(got.output, "1\n");
+    EXPECT_THAT(got.errors, HasSubstr("error: "));
+    got = Kova({"repl"}, "", "While True\n");
+    EXPECT_EQ(got.code, 1);
+    EXPECT_THAT(got.errors, HasSubstr("the input ends inside a block"));
+}
+
+TEST_F(CliCommand, TestsProgramsByWhatTheyExpect) {
+    Write("deliberate_leaks.txt", "# comment\ncircle: a circle of references\n");
+    Write("good.kova", "Print 1 ' expect: 1\nPrint \"a \" ' expect: a\n");
+    Write("error.kova", "Print x ' expect error: unknown name...\nDim y As Integer\n");
+    Write("raises.kova", "Raise New IOException(\"disk\", 5) ' expect exception IOException 5: disk\n");
+    Write("leak.kova", "Class C\nMe As C\nEnd Class\nDim c As New C\nc.Me = c\n' leaks circle: 1 C\n");
+    Write("files.kova",
+          "Print Str(GetFolderItem(\"\").Count) ' expect: 0\nPrint StdIn.ReadLine ' expect: line\n' input: line\n");
+    Outcome got = Kova({"test", "."});
+    EXPECT_EQ(got.code, 0) << got.output;
+    EXPECT_EQ(got.output, "5 passed, 0 failed\n");
+
+    struct Case {
+        const char* program;
+        const char* failure;
+    };
+    const Case cases[] = {
+        {"Print 1\nPrint 2 ' expect: 3\n", "./bad.kova:2: expected: 3\n  got: 1\n"},
+        {"Print 1 ' expect: 1\nPrint 2\n", "./bad.kova: line 2 of the output: expected: (nothing)\n  got: 2\n"},
+        {"' expect: 1\n", "./bad.kova:1: expected: 1\n  got: (nothing)\n"},
+        {"Print x\n", "./bad.kova:1: not expected, in column 7: error: unknown name"},
+        {"Print 1 ' expect error: none\n", "./bad.kova:1: expected error: none\n"},
+        {"Dim x As Integer\n", "./bad.kova:1: not expected, in column 5: warning: "},
+        {"Dim x As Integer ' expect warning: other\n", "./bad.kova:1: expected warning: other\n"},
+        {"Raise New IOException\n", "./bad.kova:1: uncaught exception: IOException"},
+        {"Print 1 ' expect: 1\n' expect exception IOException\n", "./bad.kova:0: expected exception: IOException\n"},
+        {"Raise New IOException ' expect exception IOException 5\n",
+         "./bad.kova:1: expected exception: IOException 5\n  got: IOException"},
+        {"Class C\nMe As C\nEnd Class\nDim c As New C\nc.Me = c\n", "expected to be left alive: 0 C\n  got: 1\n"},
+        {"' leaks circle: 1 C\n", "./bad.kova:1: expected to be left alive: 1 C\n  got: 0\n"},
+        {"' leaks other: 1 C\n", "./bad.kova:1: the list of deliberate leaks has no entry other\n"},
+        {"Print 1 ' expct: 1 is no expectation\n' expect 1\n", "./bad.kova:2: this is no expectation: expect 1\n"},
+        {"While True\nWend\n", "./bad.kova: not done after 1 seconds\n"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.program);
+        Write("bad.kova", c.program);
+        got = Kova({"test", ".", "--filter", "bad", "--time-limit", "1"});
+        EXPECT_EQ(got.code, 1);
+        EXPECT_THAT(got.output, StartsWith("FAILED ./bad.kova\n"));
+        EXPECT_THAT(got.output, HasSubstr(c.failure));
+        EXPECT_THAT(got.output, EndsWith("\n0 passed, 1 failed\n"));
+    }
+    EXPECT_EQ(Kova({"test", ".", "--filter", "no such program"}).code, 2);
+}
+
+TEST_F(CliCommand, TestsLongerOutputByAFileAndRewritesIt) {
+    Write("long.kova", "For i As Integer = 1 To 3\nPrint i\nNext\n");
+    Write("long.expected", "1\n2\n4\n");
+    Outcome got = Kova({"test", "long.kova"});
+    EXPECT_EQ(got.code, 1);
+    EXPECT_EQ(got.output, "FAILED long.kova\n  long.expected:3: expected: 4\n  got: 3\n0 passed, 1 failed\n");
+    got = Kova({"test", "long.kova", "--update"});
+    EXPECT_EQ(got.output, "updated long.kova\n1 passed, 0 failed\n");
+    EXPECT_EQ(Read("long.expected"), "1\n2\n3\n");
+    EXPECT_EQ(Kova({"test", "long.kova"}).code, 0);
 }
 
 } // namespace
