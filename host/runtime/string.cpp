@@ -16,6 +16,11 @@ namespace {
 
 uint32_t liveStrings = 0;
 
+// Whether the conversion of a string has kept all its characters.
+bool IsSameText(String* original, String* converted) {
+    return StringView(original) == ConvertString(converted, original->encoding).View();
+}
+
 size_t SizeOf(uint32_t length) { return offsetof(String, bytes) + length + 1; }
 
 } // namespace
@@ -60,8 +65,15 @@ String* AddStrings(String* left, String* right) {
     std::string_view rightBytes = StringView(right);
     if (rightBytes.empty()) return BuildString(leftBytes, left ? left->encoding : right ? right->encoding : 0);
     if (leftBytes.empty()) return BuildString(rightBytes, right->encoding);
-    StringRef converted = ConvertString(right, left->encoding);
-    rightBytes = converted.View();
+    StringRef convertedLeft = StringRef::Share(left);
+    StringRef convertedRight = ConvertString(right, left->encoding);
+    if (left->encoding != right->encoding && !IsSameText(right, convertedRight.Get())) {
+        convertedLeft = ConvertString(left, ENCODING_UTF8);
+        convertedRight = ConvertString(right, ENCODING_UTF8);
+        left = convertedLeft.Get();
+        leftBytes = convertedLeft.View();
+    }
+    rightBytes = convertedRight.View();
 
     size_t length = leftBytes.size() + rightBytes.size();
     String* joined = AllocateString(static_cast<uint32_t>(length), left->encoding);

@@ -40,7 +40,7 @@ inline std::string_view StringView(const String* string) { return string ? strin
 inline const char* StringBytes(const String* string) { return string ? string->bytes : ""; }
 
 // A new string: the two joined, in the encoding they share. If they differ, the right one is converted to the left
-// one's (an empty side does not count).
+// one's (an empty side does not count), or both to UTF-8 when the left one's cannot express it.
 String* AddStrings(String* left, String* right);
 
 // As AddStrings, but takes over the reference of `left`: one that nobody else holds grows in place, so that building a

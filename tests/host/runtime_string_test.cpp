@@ -76,6 +76,7 @@ TEST_F(RuntimeString, Joins) {
         {{}, {}, "", 0},
         {StringRef("x"), Bytes("\xE4", ENCODING_ISO_LATIN1), "x\xC3\xA4", ENCODING_UTF8},
         {Bytes("\xE4", ENCODING_ISO_LATIN1), StringRef("\xC3\xA4"), "\xE4\xE4", ENCODING_ISO_LATIN1},
+        {Bytes("\xE4", ENCODING_ISO_LATIN1), StringRef("\xE2\x82\xAC"), "\xC3\xA4\xE2\x82\xAC", ENCODING_UTF8},
     };
     for (const Case& test : cases) {
         StringRef joined = StringRef::Adopt(AddStrings(test.left.Get(), test.right.Get()));
