@@ -9,7 +9,7 @@ namespace kova {
 // are words (handles, 32-bit integers) and stay the caller's.
 template <class Result = void, class... Args>
 Result RaiseEvent(KOVAObject object, const EventDefinition& event, Args... args) {
-    static_assert(((sizeof(Args) == 4) && ...), "event arguments are 32-bit words");
+    static_assert(((std::is_pointer_v<Args> || std::is_same_v<Args, KOVAInteger>)&&...), "event arguments are words");
     using Handler = Result (*)(KOVAObject, Args...);
     auto handler = reinterpret_cast<Handler>(GetEventInstance(object, event));
     return handler ? handler(object, args...) : Result();
