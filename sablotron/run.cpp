@@ -184,8 +184,8 @@ int SablotRunProcessorGen(SablotSituation, SablotHandle processor, const char* s
         Outcome outcome = Transformation(processor).Run(stylesheet, input);
         for (const Message& message : outcome.messages) SendMessage(processor, message);
         if (outcome.code != 0) return outcome.code;
-        processor->results[name] = std::move(outcome.text);
         if (processor->outputHandler) SendEvents(outcome.result.get(), outcome.isText, processor);
+        processor->results[name] = std::move(outcome.text); // whatever runs the events have started
         return 0;
     });
 }

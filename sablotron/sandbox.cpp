@@ -16,6 +16,7 @@
 namespace sablot {
 namespace {
 
+constexpr std::size_t MAX_INSTRUCTION_DEPTH = 3000;         // libxslt looks at what is around each instruction
 constexpr unsigned MAX_MODULE_LOADS = 32;                   // of one module by one stylesheet
 constexpr std::size_t MAX_FILE_SIZE = std::size_t{1} << 29; // bytes; the whole text is held in memory
 
@@ -219,11 +220,31 @@ xmlDoc* Sandbox::OnDocument(const xmlChar* uri, xmlDict* names, int, void* conte
         return nullptr;
     }
     TreePointer tree = current_->Load(Chars(uri), names);
-    if (tree) {
-        current_->errors_.AddModule(tree.get());
-        current_->errors_.TakeLines(tree.get());
-    }
-    return tree.release();
+    return tree && current_->AdmitModule(tree.get()) ? tree.release() : nullptr;
+}
+
+bool Sandbox::AdmitModule(xmlDoc* module) {
+    errors_.AddModule(module);
+    errors_.TakeLines(module);
+    auto* root = reinterpret_cast<xmlNode*>(module);
+    std::size_t depth = 0;
+    bool tooDeep = false;
+    WalkTree(
+        root,
+        [&](const xmlNode* node) {
+            ++depth;
+            if (depth > MAX_INSTRUCTION_DEPTH && IsElement(node) && node->ns
+                && View(node->ns->href) == Chars(XSLT_NAMESPACE))
+                tooDeep = true;
+        },
+        [&](const xmlNode*) { --depth; });
+    if (!tooDeep) return true;
+    Message message;
+    message.code = CODE_OTHER;
+    message.uri = module->URL ? Chars(module->URL) : "";
+    message.text = "the instructions are nested too deeply";
+    errors_.Fail(std::move(message));
+    return false;
 }
 
 // An external subset that is out of reach is skipped; an entity that is referenced must be there.

@@ -40,6 +40,9 @@ public:
     TreePointer Load(const std::string& uri, xmlDict* names);
     // The same for an argument, under that URI.
     TreePointer Load(const Argument& argument, const std::string& uri, xmlDict* names);
+    // Makes a module known for messages, as it was parsed; false after a failure when it is nested too deeply to
+    // compile.
+    bool AdmitModule(xmlDoc* module);
     // What was loaded so far.
     const std::vector<Dependency>& Loaded() const { return loaded_; }
 

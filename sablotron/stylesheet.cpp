@@ -34,8 +34,7 @@ std::shared_ptr<Stylesheet> Stylesheet::Compile(TreePointer tree, Sandbox& sandb
         return true;
     }();
     static_cast<void>(REGISTERED);
-    errors.AddModule(tree.get());
-    errors.TakeLines(tree.get());
+    if (!sandbox.AdmitModule(tree.get())) return nullptr;
     xsltStylesheet* compiled = xsltParseStylesheetDoc(tree.get());
     if (!compiled) return nullptr;
     static_cast<void>(tree.release());

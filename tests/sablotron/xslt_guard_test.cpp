@@ -173,6 +173,8 @@ TEST_F(Guards, RunawayRecursionEndsInAnError) {
              + "<xsl:variable name='v' select='x:f()'/></f:function>"
                "<xsl:template match='/'><xsl:value-of select='x:f()'/></xsl:template>",
          shallow},
+        {"nesting", "<xsl:template match='/'>" + Nested(100000, "<xsl:if test='1'>", "</xsl:if>") + "</xsl:template>",
+         shallow},
         {"built-in rules", "", deep},
         {"rules of a deep tree", "<xsl:template match='*'><xsl:copy><xsl:apply-templates/></xsl:copy></xsl:template>",
          deep},

@@ -225,6 +225,7 @@ TEST_F(Events, MayDoAnything) {
     };
     EXPECT_EQ(Transform(style, source), 0);
     EXPECT_EQ(style, nullptr);
+    EXPECT_EQ(Content(Out()), "<a><b/><r>x</r></a>");
     // The third nested run was the last one that started and saw the edit.
     EXPECT_THAT(seen, testing::Contains("<r edited='1'"));
     EXPECT_EQ(std::count(seen.begin(), seen.end(), "end document"), 4);
