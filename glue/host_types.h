@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
 
 namespace kova {
 
@@ -27,6 +28,10 @@ using HostFunction = void (*)();
 
 // Maps the name of a host service to its function, 0 if the host has none of that name.
 using HostResolver = HostFunction (*)(const char* name);
+
+// What takes one 32-bit word as an argument: a handle or an integer.
+template <class T>
+concept HostWord = (std::is_integral_v<T> && sizeof(T) == 4) || std::is_pointer_v<T>;
 
 static_assert(sizeof(void*) == 4 && sizeof(HostFunction) == 4, "the interface is 32 bits wide");
 

@@ -60,14 +60,13 @@ inline PropertyDefinition DirectReadWrite(const char* name, const char* type, st
             .param = offset};
 }
 
-template <class Result, class... Args>
+template <class Result, HostWord... Args>
 MethodDefinition Method(const char* declaration, Result (*function)(KOVAObject, Args...)) {
-    static_assert(((sizeof(Args) == 4) && ...), "arguments are 32-bit words");
     return {.function = reinterpret_cast<HostFunction>(function), .declaration = declaration, .flags = METHOD_FLAG};
 }
 
 // A method whose call can also be assigned to.
-template <class Result, class... Args>
+template <class Result, HostWord... Args>
 MethodDefinition AssignableMethod(const char* declaration, Result (*function)(KOVAObject, Args...),
                                   std::type_identity_t<void (*)(KOVAObject, Args..., Result)> setter) {
     return {.function = reinterpret_cast<HostFunction>(function),

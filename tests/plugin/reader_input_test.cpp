@@ -93,7 +93,7 @@ TEST(RealFiles, ChunkSizeDoesNotMatter) {
     ReaderTrace trace;
     const std::vector<std::string> whole = Joined(trace.Events(text));
     EXPECT_EQ(whole.back(), "EndElement('xsl:stylesheet')");
-    for (const std::size_t size : {1, 7, 4096})
+    for (const std::size_t size : {1U, 7U, 4096U})
         EXPECT_EQ(Joined(trace.ParseChunks(trace.NewReader(), text, size)), whole) << size;
 }
 

@@ -317,7 +317,7 @@ TEST(Reader, ChunkSizeDoesNotMatter) {
     ReaderTrace trace;
     const Lines whole = Joined(trace.Events(text));
     EXPECT_EQ(whole.back(), "EndElement('a')");
-    for (const size_t size : {1, 7, 4096})
+    for (const std::size_t size : {1U, 7U, 4096U})
         EXPECT_EQ(Joined(trace.ParseChunks(trace.NewReader(), text, size)), whole) << size;
 }
 
