@@ -339,7 +339,7 @@ void ErrorCollector::Keep(int code, std::string text, const Place& place) {
 
 void ErrorCollector::SetPlace(const Place& place) {
     Message message = At(place.instruction);
-    failure_->uri = message.uri.empty() ? place.uri : std::move(message.uri);
+    failure_->uri = message.uri.empty() ? place.uri : message.uri;
     failure_->line = message.line ? message.line : static_cast<int>(place.line);
     failure_->node = std::move(message.node);
 }

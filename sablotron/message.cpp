@@ -30,6 +30,7 @@ void SendMessage(SablotHandle processor, const Message& message) {
     if (!message.node.empty()) texts.push_back("node:" + message.node);
     texts.push_back("msg:" + message.text);
     std::vector<char*> fields;
+    fields.reserve(texts.size() + 1);
     for (std::string& text : texts) fields.push_back(text.data());
     fields.push_back(nullptr);
 

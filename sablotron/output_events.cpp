@@ -92,6 +92,7 @@ private:
             for (const xmlNode* part = attribute->children; part; part = part->next) value.append(View(part->content));
         }
         std::vector<const char*> attributes;
+        attributes.reserve(texts.size() + 1);
         for (const std::string& text : texts) attributes.push_back(text.c_str());
         attributes.push_back(nullptr);
         Call(&SablotOutputHandler::startElement, Name(node.ns, node.name).c_str(), attributes.data());
