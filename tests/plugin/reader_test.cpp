@@ -5,6 +5,7 @@
 #include "host/runtime/leaks.h"
 #include "tests/plugin/plugin_host.h"
 
+#include <cstdio>
 #include <fstream>
 #include <gmock/gmock.h>
 
@@ -238,6 +239,7 @@ TEST(Reader, ParsesFiles) {
                 ElementsAre("StartDocument()", "XmlReaderException 3: no element found"));
     EXPECT_THAT(trace.Parse(trace.NewReader(), host::NewFolderItem(path + ".gone")),
                 ElementsAre(HasSubstr("IOException")));
+    std::remove(path.c_str());
     EXPECT_THAT(trace.Parse(trace.NewReader(), Value(ObjectRef())),
                 ElementsAre("StartDocument()", "XmlReaderException 3: no element found"));
 }
@@ -397,6 +399,7 @@ TEST(Reader, KeepsNoReferenceButTheDeliberateOnes) {
     useReader(); // what is made once
     const host::LiveCounts before = host::CountLive();
     useReader();
+    std::remove(path.c_str());
     host::LiveCounts after = host::CountLive();
     EXPECT_EQ(after.strings, before.strings + 4); // two readers, two exceptions
     after.strings = before.strings;
