@@ -16,10 +16,7 @@ NodePtr ExpressionChecker::CheckVariable(const std::string& name, const Span& sp
     }
     if (variable == nullptr) variable = environment_.FindVariable(name);
     if (variable == nullptr) return nullptr;
-    bool wasRead = variable->isRead;
-    NodePtr node = VariableNode(variable, span);
-    variable->isRead = wasRead;
-    return node;
+    return VariableNode(variable, span);
 }
 
 NodePtr ExpressionChecker::AssignToCall(const Expression& target, const Expression& value) {

@@ -19,12 +19,12 @@ bool IsReserved(std::string_view member) {
 // How to get from one type to another that it is not converted to by itself.
 std::string ConversionHint(const ValueType& from, const ValueType& to) {
     if (to.Is(TypeKind::INTEGER) && from.Is(TypeKind::DOUBLE)) return " (Integer(…) cuts off the fraction)";
-    if (to.Is(TypeKind::INTEGER) && from.Is(TypeKind::BOOLEAN)) return " (convert it with Integer(…))";
+    if (to.Is(TypeKind::INTEGER) && from.Is(TypeKind::BOOLEAN)) return " (use Integer(…))";
     if (to.Is(TypeKind::BOOLEAN) && from.Is(TypeKind::INTEGER)) return " (compare it with 0)";
-    if (to.Is(TypeKind::STRING) && (from.IsNumber() || from.Is(TypeKind::BOOLEAN))) return " (convert it with Str(…))";
-    if (to.IsNumber() && from.Is(TypeKind::STRING)) return " (convert it with Val(…))";
+    if (to.Is(TypeKind::STRING) && (from.IsNumber() || from.Is(TypeKind::BOOLEAN))) return " (use Str(…))";
+    if (to.IsNumber() && from.Is(TypeKind::STRING)) return " (use Val(…))";
     bool isDowncast = to.Is(TypeKind::OBJECT) && from.Is(TypeKind::OBJECT) && to.cls->IsA(from.cls);
-    if (isDowncast) return " (cast it with " + to.cls->name + "(…))";
+    if (isDowncast) return " (use " + to.cls->name + "(…))";
     return {};
 }
 
@@ -233,6 +233,11 @@ ValueType ExpressionChecker::ResolveType(const TypeName& type) {
     return resolved;
 }
 
+ValueType ExpressionChecker::ResolveType(const ast::Variable& variable) {
+    bool isNew = variable.value != nullptr && variable.value->nameSpan.offset == variable.type.span.offset;
+    return isNew ? environment_.TypeNamed(variable.type.name, variable.type.isArray) : ResolveType(variable.type);
+}
+
 VariableSymbol* ExpressionChecker::FindLocal(std::string_view name) {
     for (auto scope = context_.scopes.rbegin(); scope != context_.scopes.rend(); ++scope) {
         for (auto variable = scope->rbegin(); variable != scope->rend(); ++variable) {
@@ -242,8 +247,12 @@ VariableSymbol* ExpressionChecker::FindLocal(std::string_view name) {
     return nullptr;
 }
 
+bool ExpressionChecker::IsBeforeDeclaration(const VariableSymbol& variable) const {
+    return context_.isTopLevel && !variable.isDeclared;
+}
+
 NodePtr ExpressionChecker::VariableNode(VariableSymbol* variable, const Span& span) {
-    if (context_.isTopLevel && !variable->isDeclared) {
+    if (IsBeforeDeclaration(*variable)) {
         Error(span, "\"" + variable->name + "\" is used before its declaration");
         return Invalid(span);
     }
@@ -252,7 +261,7 @@ NodePtr ExpressionChecker::VariableNode(VariableSymbol* variable, const Span& sp
         variable->isGlobal = true;
         variable->slot = environment_.NewGlobal(StorageOf(variable->type));
     }
-    variable->isRead = true;
+    variable->isUsed = true;
     auto node = Make(NodeKind::VARIABLE, variable->type, span);
     node->variable = variable;
     return node;
@@ -324,15 +333,24 @@ NodePtr ExpressionChecker::ResolveValue(std::string_view name, const Span& span)
         auto constant = context_.module->constants.find(key);
         if (constant != context_.module->constants.end()) return ConstantNode(*constant->second, span);
     }
-    if (VariableSymbol* variable = environment_.FindVariable(name)) return VariableNode(variable, span);
+    VariableSymbol* variable = environment_.FindVariable(name);
+    // A name may be that of a class or function until a variable of that name is declared.
+    bool isOther = variable != nullptr && IsBeforeDeclaration(*variable)
+                   && (environment_.FindClass(name) != nullptr || environment_.FindModule(name) != nullptr
+                       || !environment_.FindFunctions(name).empty());
+    if (variable != nullptr && !isOther) return VariableNode(variable, span);
     if (ConstantSymbol* constant = environment_.FindConstant(name)) return ConstantNode(*constant, span);
     return nullptr;
 }
 
 std::vector<FunctionSymbol*> ExpressionChecker::ResolveFunctions(std::string_view name, bool& onSelf) {
     onSelf = false;
-    if (context_.cls != nullptr && !IsReserved(name)) {
-        auto methods = environment_.FindMethods(context_.cls, name);
+    // A constructor may call another of its class.
+    bool inConstructor = context_.function != nullptr && EqualNames(context_.function->name, "Constructor");
+    bool isCallable = !IsReserved(name) || (inConstructor && EqualNames(name, "Constructor"));
+    if (context_.cls != nullptr && isCallable) {
+        auto methods = IsReserved(name) ? environment_.FindConstructors(context_.cls)
+                                        : environment_.FindMethods(context_.cls, name);
         if (!methods.empty()) {
             onSelf = true;
             return methods;
@@ -400,7 +418,9 @@ ClassSymbol* ExpressionChecker::QualifyingClass(const Expression& expression) {
 
 bool ExpressionChecker::IsInstanceName(const Expression& expression) {
     std::string_view name = expression.name;
-    if (FindLocal(name) != nullptr || environment_.FindVariable(name) != nullptr) return true;
+    if (FindLocal(name) != nullptr) return true;
+    const VariableSymbol* variable = environment_.FindVariable(name);
+    if (variable != nullptr && !IsBeforeDeclaration(*variable)) return true;
     if (context_.cls != nullptr && environment_.FindProperty(context_.cls, name) != nullptr) return true;
     if (context_.module != nullptr && context_.module->variables.contains(LowerCase(name))) return true;
     return false;
@@ -559,12 +579,13 @@ NodePtr ExpressionChecker::CheckCall(const Expression& expression, Use use) {
     bool onSelf = false;
     auto functions = ResolveFunctions(callee.name, onSelf);
     NodePtr value = functions.empty() || IsInstanceName(callee) ? ResolveValue(callee.name, callee.span) : nullptr;
-    if (value != nullptr && (functions.empty() || value->type.Is(TypeKind::ARRAY))) {
-        return Index(std::move(value), expression);
-    }
+    bool isArray = value != nullptr && (value->type.Is(TypeKind::ARRAY) || value->IsInvalid());
+    if (isArray) return Index(std::move(value), expression);
     if (functions.empty()) {
+        // A variable may have the name of a class; as it cannot be called, the class is meant.
         ValueType type = environment_.TypeNamed(callee.name, false);
         if (!type.Is(TypeKind::INVALID)) return CheckCast(type, expression);
+        if (value != nullptr) return Index(std::move(value), expression);
     }
     auto arguments = CheckArguments(expression);
     if (!functions.empty()) {

@@ -46,6 +46,8 @@ public:
     NodePtr CallMember(NodePtr object, const std::string& name, std::vector<NodePtr> arguments, const Span& span);
 
     ValueType ResolveType(const TypeName& type);
+    // Of a variable; an unknown class of `As New C` is left to the check of its value.
+    ValueType ResolveType(const ast::Variable& variable);
     VariableSymbol* FindLocal(std::string_view name);
     NodePtr Constant(ConstantValue value, const Span& span);
     NodePtr Invalid(const Span& span);
@@ -65,6 +67,7 @@ private:
     // What a name means as it stands, without a call: a value, or nothing (null, nothing reported).
     NodePtr ResolveValue(std::string_view name, const Span& span);
     NodePtr VariableNode(VariableSymbol* variable, const Span& span);
+    bool IsBeforeDeclaration(const VariableSymbol& variable) const;
     NodePtr PropertyNode(NodePtr object, PropertySymbol* property, const Span& span);
     NodePtr ConstantNode(ConstantSymbol& constant, const Span& span);
     NodePtr SelfNode(const Span& span);

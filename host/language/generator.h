@@ -76,12 +76,14 @@ private:
     Value ProduceConversion(const Node& node, uint16_t reg);
     Value ProduceBinary(const Node& node, uint16_t reg);
     Value ProduceConcatenation(const Node& node, uint16_t reg);
-    // Calls with the registers from `window` on, or from a little above; answers where the result is.
+    // The object is a node or, if that is null, in a register. Answers the register in which the result lies.
     uint16_t CallProgram(const FunctionSymbol& function, const Node* object, uint16_t objectRegister,
-                         const std::vector<NodePtr>& arguments, uint16_t window, bool isVirtual);
+                         const std::vector<NodePtr>& arguments, uint16_t result, bool isVirtual);
     void CallNative(const FunctionSymbol& function, const Node* object, uint16_t objectRegister,
-                    const std::vector<NodePtr>& arguments, uint16_t window, uint16_t result);
-    Value ByRefArgument(const Node& node, uint16_t reg, uint16_t holder);
+                    const std::vector<NodePtr>& arguments, uint16_t result);
+    std::vector<std::pair<Value, ValueType>> HoldFieldOwners(const FunctionSymbol& function,
+                                                             const std::vector<NodePtr>& arguments);
+    void ByRefArgument(const Node& node, uint16_t reg, uint16_t owner);
     uint16_t Window(uint16_t reg);
     void EmitUnary(Opcode opcode, const Node& operand, uint16_t reg);
     bool AppendInPlace(const Node& place, const Node& value);

@@ -9,36 +9,41 @@ uint16_t Generator::Window(uint16_t reg) {
     return isFree ? reg : next_;
 }
 
-Value Generator::ByRefArgument(const Node& node, uint16_t reg, uint16_t holder) {
+// The objects whose fields are passed ByRef live until the call is over, in registers below its window.
+std::vector<std::pair<Value, ValueType>> Generator::HoldFieldOwners(const FunctionSymbol& function,
+                                                                    const std::vector<NodePtr>& arguments) {
+    std::vector<std::pair<Value, ValueType>> owners;
+    for (size_t i = 0; i < function.parameters.size(); i++) {
+        const Node& argument = *arguments[i];
+        bool isField = function.parameters[i].isByRef && argument.kind == NodeKind::FIELD;
+        if (isField) owners.emplace_back(GenerateInto(*argument.left, NewRegister()), argument.left->type);
+    }
+    return owners;
+}
+
+void Generator::ByRefArgument(const Node& node, uint16_t reg, uint16_t owner) {
     if (node.kind == NodeKind::FIELD) {
-        // The object lives at least until the call is over.
-        Value object = GenerateInto(*node.left, holder);
-        Emit(Opcode::ADDRESS_FIELD, reg, object.reg, node.property->offset);
-        return object;
+        Emit(Opcode::ADDRESS_FIELD, reg, owner, node.property->offset);
+        return;
     }
     const VariableSymbol& variable = *node.variable;
     if (variable.isGlobal)
         EmitLong(Opcode::ADDRESS_GLOBAL, reg, static_cast<int32_t>(variable.slot));
     else
         Emit(variable.isByRef ? Opcode::MOVE : Opcode::ADDRESS_LOCAL, reg, variable.slot);
-    return {reg, -1};
 }
 
 uint16_t Generator::CallProgram(const FunctionSymbol& function, const Node* object, uint16_t objectRegister,
-                                const std::vector<NodePtr>& arguments, uint16_t window, bool isVirtual) {
+                                const std::vector<NodePtr>& arguments, uint16_t result, bool isVirtual) {
     bool hasObject = function.owner != nullptr;
     size_t count = arguments.size() + (hasObject ? 1 : 0);
+    auto owners = HoldFieldOwners(function, arguments);
+    uint16_t window = Window(result);
     next_ = window;
-    // Objects whose fields are passed are held below the window, since that becomes the frame of the function.
-    uint16_t holder = window;
-    for (size_t i = 0; i < arguments.size(); i++) {
-        if (function.parameters[i].isByRef && arguments[i]->kind == NodeKind::FIELD) NewRegister();
-    }
-    window = next_;
     for (size_t i = 0; i < count; i++) NewRegister();
 
     std::vector<Value> passed;
-    std::vector<std::pair<Value, const Node*>> kept;
+    size_t owner = 0;
     uint16_t reg = window;
     if (hasObject) {
         Value value;
@@ -54,12 +59,11 @@ uint16_t Generator::CallProgram(const FunctionSymbol& function, const Node* obje
         reg++;
     }
     for (size_t i = 0; i < arguments.size(); i++, reg++) {
-        if (function.parameters[i].isByRef) {
-            Value value = ByRefArgument(*arguments[i], reg, holder);
-            if (arguments[i]->kind == NodeKind::FIELD) holder++;
-            if (value.lifetime >= 0) kept.emplace_back(value, arguments[i]->left.get());
-        } else {
+        if (!function.parameters[i].isByRef) {
             passed.push_back(GenerateInto(*arguments[i], reg));
+        } else {
+            bool isField = arguments[i]->kind == NodeKind::FIELD;
+            ByRefArgument(*arguments[i], reg, isField ? owners[owner++].first.reg : uint16_t{0});
         }
     }
     for (const Value& value : passed) EndLifetime(value.lifetime);
@@ -67,23 +71,25 @@ uint16_t Generator::CallProgram(const FunctionSymbol& function, const Node* obje
         Emit(Opcode::CALL_VIRTUAL, window, static_cast<uint16_t>(function.virtualSlot), function.index);
     else
         EmitLong(Opcode::CALL, window, static_cast<int32_t>(function.index));
-    if (kept.empty()) return window;
-    Value result = Owned(window, function.result);
-    for (auto& [value, node] : kept) Release(value, node->type);
+    if (owners.empty()) return window;
+    Value returned = Owned(window, function.result);
+    for (auto& [value, type] : owners) Release(value, type);
     // The caller opens a lifetime of its own for the result.
-    EndLifetime(result.lifetime);
+    EndLifetime(returned.lifetime);
     return window;
 }
 
 void Generator::CallNative(const FunctionSymbol& function, const Node* object, uint16_t objectRegister,
-                           const std::vector<NodePtr>& arguments, uint16_t window, uint16_t result) {
+                           const std::vector<NodePtr>& arguments, uint16_t result) {
     bool hasObject = function.owner != nullptr;
     bool isSetter = arguments.size() > function.parameters.size();
     size_t count = arguments.size() + (hasObject ? 1 : 0);
-    next_ = window;
+    auto owned = HoldFieldOwners(function, arguments);
+    size_t owner = 0;
+    // The result does not fall on an argument that is still to be released.
+    uint16_t window = next_;
     for (size_t i = 0; i < count; i++) NewRegister();
 
-    std::vector<std::pair<Value, ValueType>> owned;
     uint16_t reg = window;
     if (hasObject) {
         if (object != nullptr)
@@ -96,8 +102,9 @@ void Generator::CallNative(const FunctionSymbol& function, const Node* object, u
         bool isByRef = i < function.parameters.size() && function.parameters[i].isByRef;
         if (!isByRef) {
             owned.emplace_back(Argument(*arguments[i], reg), arguments[i]->type);
-        } else if (Value value = ByRefArgument(*arguments[i], reg, NewRegister()); value.lifetime >= 0) {
-            owned.emplace_back(value, arguments[i]->left->type);
+        } else {
+            bool isField = arguments[i]->kind == NodeKind::FIELD;
+            ByRefArgument(*arguments[i], reg, isField ? owned[owner++].first.reg : uint16_t{0});
         }
     }
     Emit(Opcode::CALL_NATIVE, result, window, environment_.NativeIndex(*function.native, isSetter, hasObject));
@@ -112,14 +119,10 @@ Value Generator::ProduceCall(const Node& node, uint16_t reg) {
     SetPlace(node.span);
     bool hasResult = !node.type.Is(TypeKind::NOTHING);
     if (function.native != nullptr) {
-        // The result must not fall on an argument that is still to be released.
-        uint16_t window = next_;
-        uint16_t result = hasResult ? reg : NewRegister();
-        if (!hasResult) window = next_;
-        CallNative(function, node.left.get(), 0, node.arguments, window, result);
+        CallNative(function, node.left.get(), 0, node.arguments, hasResult ? reg : NewRegister());
     } else {
         bool isVirtual = function.virtualSlot >= 0 && !node.isSuper;
-        uint16_t window = CallProgram(function, node.left.get(), 0, node.arguments, Window(reg), isVirtual);
+        uint16_t window = CallProgram(function, node.left.get(), 0, node.arguments, reg, isVirtual);
         if (hasResult && window != reg) Emit(Opcode::MOVE, reg, window);
     }
     return hasResult ? Owned(reg, node.type) : Value{reg, -1};
@@ -132,15 +135,13 @@ Value Generator::ProduceNew(const Node& node, uint16_t reg) {
 
     const ClassSymbol* initialized = node.cls;
     while (initialized != nullptr && initialized->initializer == nullptr) initialized = initialized->super;
-    static const std::vector<NodePtr> NO_ARGUMENTS;
-    uint16_t window = next_;
-    if (initialized != nullptr) CallProgram(*initialized->initializer, nullptr, reg, NO_ARGUMENTS, window, false);
+    uint16_t top = next_;
+    if (initialized != nullptr) CallProgram(*initialized->initializer, nullptr, reg, {}, NewRegister(), false);
+    next_ = top;
     if (node.function != nullptr && node.function->native != nullptr) {
-        next_ = window;
-        uint16_t unused = NewRegister();
-        CallNative(*node.function, nullptr, reg, node.arguments, next_, unused);
+        CallNative(*node.function, nullptr, reg, node.arguments, NewRegister());
     } else if (node.function != nullptr) {
-        CallProgram(*node.function, nullptr, reg, node.arguments, window, false);
+        CallProgram(*node.function, nullptr, reg, node.arguments, NewRegister(), false);
     }
     return object;
 }

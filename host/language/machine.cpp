@@ -14,6 +14,7 @@
 #include "host/language/folding.h"
 #include "host/language/operations.h"
 #include "host/runtime/array.h"
+#include "host/runtime/encoding.h"
 #include "host/runtime/property.h"
 #include "host/runtime/value.h"
 #include "host/runtime/variant.h"
@@ -89,8 +90,8 @@ void ReleaseResult(Kind kind, Slot value) {
     if (kind == Kind::OBJECT || kind == Kind::VARIANT || kind == Kind::ARRAY) UnlockObject(value.object);
 }
 
-void RaiseMismatch(const Object* object, const std::string& wanted) {
-    RaiseNew("TypeMismatchException", 0, "a " + object->cls->name + " is not a " + wanted);
+void RaiseIllegalCast(const Object* object, const std::string& wanted) {
+    RaiseNew("IllegalCastException", 0, "a " + object->cls->name + " is not a " + wanted);
 }
 
 } // namespace
@@ -223,6 +224,14 @@ bool Machine::Poll() {
         Stop(RunOutcome::MEMORY_LIMIT);
     }
     return !isStopped_;
+}
+
+// Output is UTF-8 whatever the string's encoding.
+void Machine::PrintString(String* string) {
+    bool isConverted = string != nullptr && string->encoding != ENCODING_UTF8 && string->encoding != ENCODING_UNKNOWN;
+    StringRef text = isConverted ? ConvertString(string, ENCODING_UTF8) : StringRef::Share(string);
+    PrintText(text.View());
+    PrintText("\n");
 }
 
 void Machine::PrintText(std::string_view text) {
@@ -783,7 +792,7 @@ UNBOX_STRING:
 CHECK_CLASS : {
     const Class* wanted = tables.classes[static_cast<size_t>(pc->i)];
     if (A.object != nullptr && !A.object->cls->IsA(wanted)) [[unlikely]] {
-        RaiseMismatch(A.object, wanted->name);
+        RaiseIllegalCast(A.object, wanted->name);
         goto failed;
     }
     NEXT();
@@ -791,7 +800,7 @@ CHECK_CLASS : {
 CHECK_ARRAY : {
     const Class* wanted = tables.arrayClasses[pc->c];
     if (A.object != nullptr && A.object->cls != wanted) [[unlikely]] {
-        RaiseMismatch(A.object, wanted->name);
+        RaiseIllegalCast(A.object, wanted->name);
         goto failed;
     }
     NEXT();
@@ -963,7 +972,7 @@ PRINT_DOUBLE:
     PrintText(TextOf(A.number) + "\n");
     NEXT();
 PRINT_STRING:
-    PrintText(std::string(StringView(A.string)) + "\n");
+    PrintString(A.string);
     NEXT();
 PRINT_VARIANT:
     PrintText(TextOfVariant(A.object) + "\n");

@@ -55,6 +55,7 @@ private:
     Slot* Top() const;
     bool HasRoom() const; // on the C++ stack
     void PrintText(std::string_view text);
+    void PrintString(String* string);
     UncaughtException Describe(Object* exception);
 
     Environment& environment_;

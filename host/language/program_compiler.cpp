@@ -94,6 +94,11 @@ ValueType ProgramCompiler::ResolveType(const TypeName& type) {
     return type.name.empty() ? NO_TYPE : ExpressionChecker(environment_, diagnostics_, context).ResolveType(type);
 }
 
+ValueType ProgramCompiler::ResolveType(const ast::Variable& definition) {
+    FunctionContext context;
+    return ExpressionChecker(environment_, diagnostics_, context).ResolveType(definition);
+}
+
 bool ProgramCompiler::CheckFree(const std::string& name, const Span& span, bool isTaken) {
     if (isTaken) diagnostics_.Error(span, "\"" + name + "\" is declared already");
     return !isTaken;
@@ -258,7 +263,7 @@ void ProgramCompiler::DeclareVariables(const ast::Unit& unit) {
             auto variable = std::make_unique<VariableSymbol>();
             variable->name = definition.name;
             variable->span = definition.span;
-            variable->type = ResolveType(definition.type);
+            variable->type = ResolveType(definition);
             variable->isTopLevel = true;
             variable->isDeclared = false;
             if (options_.keepsVariables) {
@@ -297,9 +302,10 @@ void ProgramCompiler::ResolveSuperclasses() {
         if (!cls->IsProgram() || std::find(ordered.begin(), ordered.end(), cls) != ordered.end()) return;
         if (std::find(classes_.begin(), classes_.end(), cls) == classes_.end()) return;
         path.push_back(cls);
-        bool isCycle = cls->super != nullptr && std::find(path.begin(), path.end(), cls->super) != path.end();
-        if (isCycle) {
-            diagnostics_.Error(cls->definition->super.span, "class \"" + cls->name + "\" inherits from itself");
+        auto first = std::find(path.begin(), path.end(), cls->super);
+        if (cls->super != nullptr && first != path.end()) {
+            diagnostics_.Error((*first)->definition->super.span,
+                               "class \"" + (*first)->name + "\" inherits from itself");
             cls->super = nullptr;
         }
         if (cls->super != nullptr) visit(cls->super);
@@ -318,7 +324,7 @@ void ProgramCompiler::ResolveSuperclasses() {
 }
 
 void ProgramCompiler::DeclareProperty(ClassSymbol& cls, const ast::Variable& definition) {
-    ValueType type = ResolveType(definition.type);
+    ValueType type = ResolveType(definition);
     std::string key = LowerCase(definition.name);
     bool isTaken = cls.properties.contains(key) || cls.constants.contains(key);
     if (!CheckFree(definition.name, definition.span, isTaken)) return;
@@ -452,7 +458,7 @@ void ProgramCompiler::DeclareModuleMembers(ModuleSymbol& module) {
         auto variable = std::make_unique<VariableSymbol>();
         variable->name = property.name;
         variable->span = property.span;
-        variable->type = ResolveType(property.type);
+        variable->type = ResolveType(property);
         variable->isGlobal = true;
         variable->slot = environment_.NewGlobal(StorageOf(variable->type));
         module.variables.emplace(key, std::move(variable));

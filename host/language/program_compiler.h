@@ -40,6 +40,7 @@ private:
     void CompileClass(ClassSymbol& cls);
     void CompleteClasses();
     ValueType ResolveType(const TypeName& type);
+    ValueType ResolveType(const ast::Variable& definition);
     bool CheckFree(const std::string& name, const Span& span, bool isTaken);
 
     Environment& environment_;

@@ -302,7 +302,7 @@ uint16_t StatementCompiler::HiddenNil(const ValueType& type) {
 }
 
 void StatementCompiler::WarnUnused(const VariableSymbol& variable) {
-    if (variable.isRead || variable.isParameter || variable.isLoopVariable) return;
+    if (variable.isUsed || variable.isParameter || variable.isLoopVariable) return;
     diagnostics_.Warning(variable.span, "the variable \"" + variable.name + "\" is never used");
 }
 
@@ -405,7 +405,7 @@ void StatementCompiler::CompileVariable(const ast::Variable& variable) {
         if (variable.value) checker_.Check(*variable.value);
         return;
     }
-    ValueType type = isTopLevel ? symbol->type : checker_.ResolveType(variable.type);
+    ValueType type = isTopLevel ? symbol->type : checker_.ResolveType(variable);
     NodePtr value;
     if (variable.value && type.Is(TypeKind::INVALID))
         checker_.Check(*variable.value);
@@ -613,7 +613,9 @@ StatementCompiler::Flow StatementCompiler::CompileJump(const Statement& statemen
         generator_.Jump(Opcode::JUMP, 0, isExit ? *loop.exit : *loop.next);
         return Flow::ENDS;
     }
-    diagnostics_.Error(statement.span, std::string("\"") + word + "\" outside of a loop");
+    static constexpr const char* LOOPS[] = {"", " For", " While", " Do"};
+    diagnostics_.Error(statement.span,
+                       std::string("\"") + word + LOOPS[static_cast<size_t>(statement.loop)] + "\" outside of a loop");
     return Flow::ENDS;
 }
 

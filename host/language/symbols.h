@@ -26,8 +26,8 @@ struct VariableSymbol {
     bool isByRef = false;    // the register holds the variable's address
     bool isTopLevel = false; // declared by a statement outside of functions
     bool isDeclared = true;  // its Dim was passed, in the order of the text
-    bool isRead = false;
-    bool isShared = false; // used by a function other than the one that declares it
+    bool isUsed = false;     // read or assigned by a statement after its declaration
+    bool isShared = false;   // used by a function other than the one that declares it
     bool isLoopVariable = false;
     uint32_t slot = 0; // global or register
     int32_t live = -1; // the generator's mark of the time it holds a value
