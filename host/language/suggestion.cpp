@@ -29,7 +29,7 @@ size_t EditDistance(std::string_view left, std::string_view right) {
 } // namespace
 
 std::string Suggestion(std::string_view name, const std::vector<std::string>& candidates) {
-    if (name.size() > 64) return {};
+    if (name.size() < 3 || name.size() > 64) return {};
     std::string wanted = LowerCase(name);
     const std::string* best = nullptr;
     size_t bestDistance = std::max<size_t>(1, name.size() / 3) + 1;

@@ -41,7 +41,8 @@ void TokenCursor::Expected(const std::string& what) {
 }
 
 void TokenCursor::Fail(const Span& span, std::string message) {
-    if (!hasFailed_) diagnostics_.Error(span, std::move(message));
+    bool isReported = hasFailed_ || At(TokenKind::INVALID);
+    if (!isReported) diagnostics_.Error(span, std::move(message));
     hasFailed_ = true;
 }
 

@@ -29,7 +29,7 @@ std::string FormatDiagnostic(const Diagnostic& diagnostic, bool color = false);
 
 using SourceFiles = std::vector<std::shared_ptr<const SourceFile>>;
 
-// Collects what is found about the files of a program, by place.
+// Collects what is found about the files of a program, by place. What comes after very many findings is left out.
 class DiagnosticList {
 public:
     explicit DiagnosticList(const SourceFiles& files) : files_(files) {}
@@ -53,6 +53,8 @@ private:
 
     void Add(Severity severity, const Span& span, std::string message);
     const Entry& FirstError() const;
+
+    static constexpr size_t MAX_ENTRIES = 500;
 
     const SourceFiles& files_;
     std::vector<Entry> entries_;

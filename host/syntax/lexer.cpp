@@ -224,7 +224,7 @@ private:
         int base = prefix == 'h' || prefix == 'u' ? 16 : prefix == 'o' ? 8 : prefix == 'b' ? 2 : 0;
         if (base == 0) {
             at_++;
-            diagnostics_.Error(Since(start), "unexpected \"&\" (strings are joined with \"+\")");
+            Invalid(start, "unexpected \"&\" (strings are joined with \"+\")");
             Add(TokenKind::PLUS, start);
             return;
         }
@@ -242,6 +242,12 @@ private:
         Token& token = Add(prefix == 'u' ? TokenKind::STRING : TokenKind::INTEGER, start);
         token.integer = static_cast<int32_t>(value);
         token.number = token.integer;
+    }
+
+    // Stands where something could not be read, so that the parser does not join what is around it.
+    void Invalid(size_t start, std::string message) {
+        diagnostics_.Error(Since(start), std::move(message));
+        Add(TokenKind::INVALID, start);
     }
 
     void Symbol() {
@@ -274,9 +280,8 @@ private:
         while ((static_cast<unsigned char>(Peek()) & 0xC0) == 0x80) at_++;
         unsigned char first = static_cast<unsigned char>(text_[start]);
         bool printable = first >= 0x20 && first != 0x7F;
-        diagnostics_.Error(Since(start), printable
-                                             ? "unexpected \"" + std::string(text_.substr(start, at_ - start)) + "\""
-                                             : "unexpected control character");
+        Invalid(start, printable ? "unexpected \"" + std::string(text_.substr(start, at_ - start)) + "\""
+                                 : "unexpected control character");
     }
 
     std::string_view text_;

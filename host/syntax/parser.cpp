@@ -267,6 +267,7 @@ private:
             if (kind != BlockKind::DO) EndLine();
             return;
         }
+        if (isAbandoned_) return;
         if (cursor_.At(TokenKind::END_OF_FILE)) unit_->isIncomplete = true;
         diagnostics_.Error(opener, std::string("\"") + names.opener + "\" without \"" + names.closer + "\"");
     }
@@ -324,7 +325,9 @@ private:
     std::unique_ptr<ast::Statement> Statement() {
         if (nesting_ >= MAX_NESTING) {
             cursor_.Fail(cursor_.Peek().span, "blocks are nested too deeply");
-            SkipLine();
+            // Nothing sensible can be said about the rest.
+            isAbandoned_ = true;
+            while (!cursor_.At(TokenKind::END_OF_FILE)) cursor_.Next();
             return nullptr;
         }
         nesting_++;
@@ -696,7 +699,8 @@ private:
     std::unique_ptr<Unit> unit_ = std::make_unique<Unit>();
     std::vector<BlockKind> open_;
     int nesting_ = 0;
-    bool inLine_ = false; // within a one-line If
+    bool inLine_ = false;      // within a one-line If
+    bool isAbandoned_ = false; // nested too deeply
 };
 
 } // namespace

@@ -71,7 +71,8 @@ enum class Keyword : uint8_t {
 enum class TokenKind : uint8_t {
     END_OF_FILE,
     END_OF_LINE,
-    NAME, // a name or a keyword; Token::keyword tells
+    INVALID, // what was reported by the lexer
+    NAME,    // a name or a keyword; Token::keyword tells
     INTEGER,
     DOUBLE,
     STRING,

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "host/framework/framework.h"
+#include "host/runtime/plugin.h"
+
+// Makes the framework and the plug-in known to programs, once in a process.
+inline void PrepareLanguage() {
+    static const bool isPrepared = [] {
+        host::RegisterFramework();
+        host::LoadPlugin(KOVA_PLUGIN);
+        return true;
+    }();
+    (void)isPrepared;
+}
