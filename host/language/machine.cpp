@@ -90,8 +90,8 @@ void ReleaseResult(Kind kind, Slot value) {
     if (kind == Kind::OBJECT || kind == Kind::VARIANT || kind == Kind::ARRAY) UnlockObject(value.object);
 }
 
-void RaiseIllegalCast(const Object* object, const std::string& wanted) {
-    RaiseNew("IllegalCastException", 0, "a " + object->cls->name + " is not a " + wanted);
+void RaiseMismatch(const Object* object, const std::string& wanted) {
+    RaiseNew("TypeMismatchException", 0, "a " + object->cls->name + " is not a " + wanted);
 }
 
 } // namespace
@@ -792,7 +792,7 @@ UNBOX_STRING:
 CHECK_CLASS : {
     const Class* wanted = tables.classes[static_cast<size_t>(pc->i)];
     if (A.object != nullptr && !A.object->cls->IsA(wanted)) [[unlikely]] {
-        RaiseIllegalCast(A.object, wanted->name);
+        RaiseMismatch(A.object, wanted->name);
         goto failed;
     }
     NEXT();
@@ -800,7 +800,7 @@ CHECK_CLASS : {
 CHECK_ARRAY : {
     const Class* wanted = tables.arrayClasses[pc->c];
     if (A.object != nullptr && A.object->cls != wanted) [[unlikely]] {
-        RaiseIllegalCast(A.object, wanted->name);
+        RaiseMismatch(A.object, wanted->name);
         goto failed;
     }
     NEXT();

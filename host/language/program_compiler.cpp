@@ -302,10 +302,9 @@ void ProgramCompiler::ResolveSuperclasses() {
         if (!cls->IsProgram() || std::find(ordered.begin(), ordered.end(), cls) != ordered.end()) return;
         if (std::find(classes_.begin(), classes_.end(), cls) == classes_.end()) return;
         path.push_back(cls);
-        auto first = std::find(path.begin(), path.end(), cls->super);
-        if (cls->super != nullptr && first != path.end()) {
-            diagnostics_.Error((*first)->definition->super.span,
-                               "class \"" + (*first)->name + "\" inherits from itself");
+        bool isCycle = cls->super != nullptr && std::find(path.begin(), path.end(), cls->super) != path.end();
+        if (isCycle) {
+            diagnostics_.Error(cls->definition->super.span, "class \"" + cls->name + "\" inherits from itself");
             cls->super = nullptr;
         }
         if (cls->super != nullptr) visit(cls->super);

@@ -215,7 +215,10 @@ private:
     }
 
     void Append(Block& block) {
+        const Token* first = &cursor_.Peek();
         if (auto statement = Statement()) block.push_back(std::move(statement));
+        // Whatever could not be read is left behind.
+        if (&cursor_.Peek() == first) cursor_.Next();
     }
 
     // The kind of block that the words here belong to, if they end or divide one.
@@ -484,7 +487,7 @@ private:
         first.span = opener;
         first.condition = expressions_.Parse();
         cursor_.Expect(Keyword::THEN);
-        if (!cursor_.AtLineEnd() && !cursor_.HasFailed()) {
+        if (inLine_ || (!cursor_.AtLineEnd() && !cursor_.HasFailed())) {
             isBlock = false;
             return OneLineIf(statement);
         }
@@ -522,6 +525,10 @@ private:
     }
 
     void LineStatement(Block& block) {
+        if (cursor_.AtLineEnd()) {
+            cursor_.Expected("a statement");
+            return;
+        }
         switch (cursor_.Peek().keyword) {
         case Keyword::FOR:
         case Keyword::WHILE:
