@@ -98,6 +98,7 @@ TEST(RealFiles, ChunkSizeDoesNotMatter) {
 }
 
 TEST(HardInput, TruncatedAnywhere) {
+    StartHost();
     const std::string text = FileText(SHARE + std::string("xml/iso-codes/iso_15924.xml"));
     ASSERT_GT(text.size(), 10000U);
     for (std::size_t length = 0; length < text.size() - 2; length += 97) {
