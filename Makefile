@@ -32,7 +32,8 @@ asan: build/i386-asan/build.ninja
 bench: all
 	@bench/run
 
-lint: build/i386/build.ninja
+lint: tools
+	@cmake --preset i386 $(QUIET)
 	@cmake/lint build/i386
 
 format: tools

@@ -33,6 +33,8 @@ void RaiseReaderException(XML_Parser main) {
 void RaiseReaderBusy(XML_Parser main, const char* message) { Raise(main, XML_ERROR_UNEXPECTED_STATE, message); }
 
 const char* ReaderErrorText(XML_Error code) {
+    // Programs know the texts of codes up to this one; what Expat has added since goes by its number alone.
+    if (code > XML_ERROR_UNBOUND_PREFIX) return nullptr;
     // Expat has reworded this one; programs know the older text.
     if (code == XML_ERROR_MISPLACED_XML_PI) return "xml declaration not at start of external entity";
     return XML_ErrorString(code);

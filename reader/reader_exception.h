@@ -30,7 +30,7 @@ void RaiseReaderException(XML_Parser main);
 // Raises for a call that may not be made while the reader parses, with the position that it has reached.
 void RaiseReaderBusy(XML_Parser main, const char* message);
 
-// The text for an error code; null for XML_ERROR_NONE and for codes that have none.
+// The text for an error code; null for XML_ERROR_NONE and for codes above 27.
 const char* ReaderErrorText(XML_Error code);
 
 } // namespace kova

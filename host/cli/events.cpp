@@ -338,9 +338,11 @@ int ShowEvents(const HostOptions& host, const EventsCommandOptions& options) {
     } catch (const ProgramException& error) {
         events.Flush();
         std::fflush(stdout);
+        const std::string message =
+            error.message.empty() ? "the parser reports error " + std::to_string(error.number) : error.message;
         std::fprintf(stderr, "%s:%d:%d: %s\n", options.file.c_str(),
                      GetProperty(error.exception, "CurrentLineNumber").Integer(),
-                     GetProperty(error.exception, "CurrentColumnNumber").Integer() + 1, error.message.c_str());
+                     GetProperty(error.exception, "CurrentColumnNumber").Integer() + 1, message.c_str());
         return EXIT_FAILED;
     }
     std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;

@@ -166,7 +166,7 @@ TEST(HardInput, EntityBomb) {
         FAIL();
     } catch (const host::ProgramException& exception) {
         EXPECT_EQ(exception.number, 43);
-        EXPECT_EQ(exception.message, "limit on input amplification factor (from DTD and entities) breached");
+        EXPECT_EQ(exception.message, ""); // codes above 27 have no text
     }
 }
 
