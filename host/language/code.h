@@ -60,7 +60,7 @@ namespace host::language {
     X(STORE_FIELD_DOUBLE, "rro")                                                                                       \
     X(TAKE_FIELD_STRING, "rro")                                                                                        \
     X(TAKE_FIELD_OBJECT, "rro")                                                                                        \
-    X(NEW_ARRAY, "rrA")                                                                                                \
+    X(NEW_ARRAY, "r-A")                                                                                                \
     X(LOAD_ELEMENT_WORD, "rrr")                                                                                        \
     X(LOAD_ELEMENT_DOUBLE, "rrr")                                                                                      \
     X(LOAD_ELEMENT_STRING, "rrr")                                                                                      \

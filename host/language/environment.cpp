@@ -53,7 +53,9 @@ Environment::~Environment() {
 }
 
 void Environment::ReleaseGlobals() {
-    for (size_t i = globalStorages.size(); i-- > 0;) ReleaseGlobal(static_cast<uint32_t>(i));
+    for (size_t i = std::min<size_t>(globalStorages.size(), MAX_GLOBALS); i-- > 0;) {
+        ReleaseGlobal(static_cast<uint32_t>(i));
+    }
 }
 
 void Environment::ReleaseGlobal(uint32_t slot) {

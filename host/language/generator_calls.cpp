@@ -147,9 +147,7 @@ Value Generator::ProduceNew(const Node& node, uint16_t reg) {
 }
 
 Value Generator::ProduceArray(const Node& node, uint16_t reg) {
-    uint16_t count = NewRegister();
-    EmitLong(Opcode::LOAD_INTEGER, count, 0);
-    Emit(Opcode::NEW_ARRAY, reg, count, environment_.ArrayClassIndex(node.type.Element()));
+    Emit(Opcode::NEW_ARRAY, reg, 0, environment_.ArrayClassIndex(node.type.Element()));
     Value array = Owned(reg, node.type);
     for (const NodePtr& element : node.arguments) {
         uint16_t top = next_;

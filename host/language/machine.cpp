@@ -315,7 +315,7 @@ bool Machine::Unwind(size_t entry) {
 
 bool Machine::Execute() {
     static const void* const LABELS[] = {
-#define X(name, operands) &&name,
+#define X(name, operands) &&name, // NOLINT(bugprone-macro-parentheses): a label
         KOVA_INSTRUCTIONS(X)
 #undef X
     };
@@ -326,10 +326,10 @@ bool Machine::Execute() {
     Slot* base = frames_.back().base;
 
 // The operands of the present instruction, and the way to the next one.
-#define A base[pc->a]
-#define B base[pc->b]
-#define C base[pc->c]
-#define DISPATCH() goto* LABELS[static_cast<size_t>(pc->opcode)]
+#define A (base[pc->a])
+#define B (base[pc->b])
+#define C (base[pc->c])
+#define DISPATCH() goto*(LABELS[static_cast<size_t>(pc->opcode)]) // NOLINT(bugprone-macro-parentheses)
 #define NEXT()                                                                                                         \
     do {                                                                                                               \
         ++pc;                                                                                                          \
@@ -518,7 +518,7 @@ TAKE_FIELD_OBJECT:
     NEXT();
 
 NEW_ARRAY:
-    A.array = NewArray(tables.arrayClasses[pc->c], B.integer);
+    A.array = NewArray(tables.arrayClasses[pc->c]);
     FAIL_UNLESS(A.array != nullptr);
     NEXT();
 LOAD_ELEMENT_WORD:
@@ -581,7 +581,7 @@ ARRAY_REMOVE : {
 ARRAY_RESIZE:
     NEED_OBJECT(A.array, "the array is Nil");
     SAVE();
-    FAIL_UNLESS(ArrayResize(A.array, std::max(B.integer, -1) == INT32_MAX ? INT32_MAX : std::max(B.integer, -1) + 1));
+    FAIL_UNLESS(ResizeToBound(*A.array, B.integer));
     NEXT();
 ARRAY_BOUND:
     A.integer = UpperBound(B.array);

@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <limits>
 
 #include "host/language/folding.h"
 #include "host/runtime/class.h"
@@ -179,6 +180,12 @@ bool UnboxTo(Kind kind, Object* variant, Slot& result) {
         return true;
     }
     return Mismatch("the Variant holds " + NameOf(variant) + ", not " + NAMES[static_cast<size_t>(kind)]);
+}
+
+bool ResizeToBound(Array& array, int32_t bound) {
+    // An array cannot be longer than that; there is no memory for it either.
+    if (bound == std::numeric_limits<int32_t>::max()) bound--;
+    return ArrayResize(&array, bound < 0 ? 0 : bound + 1);
 }
 
 void SortArray(Array& array) {

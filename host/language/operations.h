@@ -34,6 +34,8 @@ bool ModuloIntegers(int32_t left, int32_t right, int32_t& result);
 bool DivideDoubles(double left, double right, double& result);
 bool ModuloDoubles(double left, double right, double& result);
 
+// Gives the array this last index; below 0 it becomes empty.
+bool ResizeToBound(Array& array, int32_t bound);
 void SortArray(Array& array);
 int32_t FindInArray(const Array& array, Slot value);
 // "index 3 of an array of 2"

@@ -380,16 +380,14 @@ void StatementCompiler::ProduceDefault(uint16_t reg, const ValueType& type, cons
         generator_.Emit(Opcode::LOAD_NIL, reg);
         return;
     }
+    generator_.Emit(Opcode::NEW_ARRAY, reg, 0, environment_.ArrayClassIndex(type.Element()));
+    if (bound == nullptr) return;
+    int32_t lifetime = generator_.BeginLifetime(reg, type);
     uint16_t top = generator_.Top();
-    uint16_t count = generator_.NewRegister();
-    if (bound != nullptr) {
-        Value value = generator_.Generate(*bound);
-        generator_.Emit(Opcode::ADD_CONSTANT, count, value.reg, 1);
-    } else {
-        generator_.EmitLong(Opcode::LOAD_INTEGER, count, 0);
-    }
-    generator_.Emit(Opcode::NEW_ARRAY, reg, count, environment_.ArrayClassIndex(type.Element()));
+    Value value = generator_.Generate(*bound);
+    generator_.Emit(Opcode::ARRAY_RESIZE, reg, value.reg);
     generator_.SetTop(top);
+    generator_.EndLifetime(lifetime);
 }
 
 void StatementCompiler::CompileVariable(const ast::Variable& variable) {

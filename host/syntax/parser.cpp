@@ -158,10 +158,8 @@ private:
                           || next.kind == TokenKind::LEFT_PARENTHESIS || next.kind == TokenKind::EQUAL;
         if (cursor_.AtLineEnd()) {
             cursor_.Next();
-        } else if (cursor_.At(TokenKind::NAME) && isDeclared) {
-            Variables(owner.properties);
-            EndLine();
-        } else if (cursor_.Accept(Keyword::PROPERTY) || cursor_.Accept(Keyword::DIM)) {
+        } else if ((cursor_.At(TokenKind::NAME) && isDeclared) || cursor_.Accept(Keyword::PROPERTY)
+                   || cursor_.Accept(Keyword::DIM)) {
             Variables(owner.properties);
             EndLine();
         } else if (cursor_.Accept(Keyword::CONST)) {

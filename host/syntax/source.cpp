@@ -22,7 +22,8 @@ LineColumn SourceFile::Locate(uint32_t offset) const {
     auto next = std::upper_bound(lineStarts_.begin(), lineStarts_.end(), offset);
     uint32_t start = *(next - 1);
     auto isCharacter = [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; };
-    auto characters = std::count_if(text_.begin() + start, text_.begin() + offset, isCharacter);
+    std::string_view before = Text().substr(start, offset - start);
+    auto characters = std::count_if(before.begin(), before.end(), isCharacter);
     return {static_cast<uint32_t>(next - lineStarts_.begin()), static_cast<uint32_t>(characters) + 1};
 }
 
