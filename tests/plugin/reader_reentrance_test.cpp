@@ -195,7 +195,7 @@ TEST(ReaderReentrance, NeverConstructed) {
     Call(reader, "CreateExternalEntityReader", {"UTF-8"});
     Call(reader, "FreeExternalEntityReader");
     EXPECT_EQ(Call(reader, "Reset() as Boolean").Integer(), 0);
-    EXPECT_THAT(trace.Parse(reader, "<a/>"), ElementsAre("XmlReaderException 41: invalid argument"));
+    EXPECT_THAT(trace.Parse(reader, "<a/>"), ElementsAre("XmlReaderException 41"));
 }
 
 } // namespace
