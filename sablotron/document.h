@@ -88,11 +88,7 @@ public:
     struct Caches;
     Caches& GetCaches();
 
-    // While a run reads the tree it is pinned: edits answer 7 and destroying it waits.
-    bool IsPinned() const { return pins_ != 0; }
-
 private:
-    friend class DocumentPin;
     friend void DestroyDocument(Document* document);
 
     NodeHandle* NewHandle(xmlNode* node, void*& slot);
@@ -100,12 +96,11 @@ private:
     void ReleaseHandlesBelow(xmlNode* root);
     void ReleaseHandles();
 
-    SablotSituation situation_; // null: destroyed while pinned
+    SablotSituation situation_;
     xmlDoc* tree_;
     Origin origin_;
     unsigned long serial_;
     unsigned editCount_ = 0;
-    unsigned pins_ = 0;
     bool hasLooseElements_ = false;
     std::size_t handleCount_ = 0;
     std::vector<xmlNode*> detachedNodes_;
@@ -117,25 +112,11 @@ private:
     Document* nextInSituation_ = nullptr;
 };
 
-// Keeps a tree as it is while something outside the library's control (a handler of the caller) runs.
-class DocumentPin {
-public:
-    explicit DocumentPin(Document* document) : document_(document) {
-        if (document_) ++document_->pins_;
-    }
-    DocumentPin(const DocumentPin&) = delete;
-    DocumentPin& operator=(const DocumentPin&) = delete;
-    ~DocumentPin();
-
-private:
-    Document* document_;
-};
-
 // The live document behind a handle; null for a null, a destroyed document or a node that is no document.
 Document* FindDocument(SDOM_Document handle);
 // The live node behind a handle; null for a null or a node of a destroyed document. Its document is handle->document.
 inline xmlNode* FindNode(SDOM_Node handle) { return handle ? handle->node : nullptr; }
-// Makes the handles of the document inert and frees it, at once or when it is no longer pinned.
+// Makes the handles of the document inert and frees it.
 void DestroyDocument(Document* document);
 
 } // namespace sablot
