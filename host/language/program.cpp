@@ -51,10 +51,24 @@ std::string FormatException(const UncaughtException& exception) {
     if (exception.errorNumber != 0) text += " " + std::to_string(exception.errorNumber);
     if (!exception.message.empty()) text += ": " + exception.message;
     text += '\n';
+    std::string last;
+    int repeats = 0;
+    auto tellRepeats = [&] {
+        if (repeats > 0) text += "     … and there " + std::to_string(repeats) + " times more\n";
+        repeats = 0;
+    };
     for (const StackEntry& entry : exception.stack) {
         std::string place = entry.file + ":" + std::to_string(entry.line);
-        text += "  at " + (entry.function.empty() ? place : entry.function + " (" + place + ")") + "\n";
+        std::string line = "  at " + (entry.function.empty() ? place : entry.function + " (" + place + ")") + "\n";
+        if (line == last) {
+            ++repeats;
+            continue;
+        }
+        tellRepeats();
+        text += line;
+        last = std::move(line);
     }
+    tellRepeats();
     return text;
 }
 
