@@ -420,7 +420,7 @@ unsigned Setting(const char* name, unsigned otherwise) {
 }
 
 TEST(Random, EditsKeepTreeAndNames) {
-    unsigned first = Setting("KOVA_SEED", std::random_device{}());
+    unsigned first = Setting("KOVA_SEED", 1); // the suite is the same every time; vary it by hand
     unsigned count = Setting("KOVA_SEQUENCES", 3000);
     std::cout << "KOVA_SEED=" << first << "\n";
     Dom dom, elsewhere;
