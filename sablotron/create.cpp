@@ -61,7 +61,6 @@ SDOM_Exception SDOM_createElement(SablotSituation situation, SDOM_Document docum
         xmlNs* ns = BindingForNewNode(found, name.prefix);
         xmlNode* made = NewElement(found, ns ? name.localName.data() : tagName);
         made->ns = ns;
-        if (ns) found.NoteLooseElement();
         *element = AdoptDetached(found, made);
         return SDOM_OK;
     });

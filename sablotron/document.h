@@ -59,10 +59,8 @@ public:
     // the tree that were made with a binding of the document element. It lives as long as the document.
     xmlNs* LooseBinding(const xmlChar* prefix, const xmlChar* uri);
     bool IsLoose(const xmlNs* binding) const { return binding->_private == this; }
-    // Whether any element was ever named with a loose binding: only then a tree that joins another must be looked
-    // through.
-    bool HasLooseElements() const { return hasLooseElements_; }
-    void NoteLooseElement() { hasLooseElements_ = true; }
+    // Only then a tree that joins another must be looked through for names that are declared nowhere.
+    bool HasLooseBindings() const { return !looseBindings_.empty(); }
     // The binding of `xml`, and the implicit xmlns="" of a parsed document's root.
     xmlNs* XmlBinding();
     xmlNs* EmptyBinding();
@@ -101,7 +99,6 @@ private:
     Origin origin_;
     unsigned long serial_;
     unsigned editCount_ = 0;
-    bool hasLooseElements_ = false;
     std::size_t handleCount_ = 0;
     std::vector<xmlNode*> detachedNodes_;
     std::map<std::pair<std::string, std::string>, xmlNs*> looseBindings_;

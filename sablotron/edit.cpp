@@ -57,7 +57,7 @@ void Detach(Document& document, xmlNode* node) {
 void Place(SDOM_Node child, xmlNode* parent, xmlNode* next) {
     Document& document = *child->document;
     xmlNode* node = child->node;
-    bool wasDetached = child->IsDetached();
+    const bool wasDetached = child->IsDetached();
     if (wasDetached)
         document.RemoveDetached(child);
     else
@@ -65,8 +65,8 @@ void Place(SDOM_Node child, xmlNode* parent, xmlNode* next) {
     LinkBefore(parent, node, next);
     ChildIndex& children = document.GetCaches().children;
     next ? children.Forget(parent) : children.Appended(parent, node);
-    // A tree of its own declares all it needs, unless it was made with bindings of the document element.
-    if (!wasDetached || document.HasLooseElements()) Reconcile(document, node);
+    // A tree of its own declares all it needs, unless names of it were made before they had a place.
+    if (!wasDetached || document.HasLooseBindings()) Reconcile(document, node);
     document.Touch();
 }
 

@@ -31,7 +31,6 @@ SDOM_Exception RenameElement(Document& document, xmlNode* element, std::string_v
         xmlNs* ns = BindingAt(document, element, name.prefix);
         if (!name.prefix.empty() && !ns) return SDOM_NAMESPACE_ERR;
         element->ns = ns && !View(ns->href).empty() ? ns : nullptr;
-        if (ns && document.IsLoose(ns)) document.NoteLooseElement();
     }
     xmlNodeSetName(element, Chars(name.localName.data()));
     return SDOM_OK;
