@@ -12,6 +12,10 @@
 
 namespace host::language {
 
+// Not zero: something asks the machine to look up, which it does on every turn of a loop and every call.
+extern std::atomic<uint32_t> attention;
+static_assert(std::atomic<uint32_t>::is_always_lock_free);
+
 class Machine {
 public:
     Machine(Environment& environment, const RunOptions& options);

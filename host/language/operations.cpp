@@ -243,4 +243,9 @@ std::string TextOfVariant(Object* variant) {
     }
 }
 
+void ReleaseSlot(Slot slot, Storage storage) {
+    if (storage == Storage::STRING) UnlockString(slot.string);
+    if (storage == Storage::OBJECT) UnlockObject(slot.object);
+}
+
 } // namespace host::language

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "host/language/code.h"
 #include "host/runtime/array.h"
 #include "host/runtime/object.h"
 #include "host/runtime/string.h"
@@ -45,5 +46,8 @@ void RaiseNilObject(std::string_view what);
 // What Print shows.
 std::string TextOf(double value);
 std::string TextOfVariant(Object* variant);
+
+// Gives back what a variable or argument of this storage holds.
+void ReleaseSlot(Slot slot, Storage storage);
 
 } // namespace host::language
