@@ -105,7 +105,7 @@ void XmlDocument_SaveXml(KOVAObject self, KOVAObject file) {
     WriteTextAndClose(stream.Get(), text.Get());
 }
 
-KOVAObject XmlDocument_GetDocumentElement(KOVAObject self, std::uint32_t) {
+KOVAObject XmlDocument_GetDocumentElement(KOVAObject self, uint32_t) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     const XmlData& xml = *XmlOf(wrapper.xml);
@@ -116,13 +116,13 @@ KOVAObject XmlDocument_GetDocumentElement(KOVAObject self, std::uint32_t) {
 
 // The properties below also answer when the library document is gone, as long as there is an `Xml` object.
 
-std::int32_t XmlDocument_GetPreserveWhitespace(KOVAObject self, std::uint32_t) {
+int32_t XmlDocument_GetPreserveWhitespace(KOVAObject self, uint32_t) {
     const XmlData* xml = XmlOf(NodeOf(self)->xml);
     if (xml == nullptr) CheckDocument(*NodeOf(self));
     return xml != nullptr && xml->preserveWhitespace ? 1 : 0;
 }
 
-void XmlDocument_SetPreserveWhitespace(KOVAObject self, std::uint32_t, std::int32_t value) {
+void XmlDocument_SetPreserveWhitespace(KOVAObject self, uint32_t, int32_t value) {
     NodeData& wrapper = *NodeOf(self);
     if (XmlData* xml = XmlOf(wrapper.xml))
         xml->preserveWhitespace = value != 0;
@@ -130,7 +130,7 @@ void XmlDocument_SetPreserveWhitespace(KOVAObject self, std::uint32_t, std::int3
         CheckDocument(wrapper);
 }
 
-KOVAString XmlDocument_GetEncoding(KOVAObject self, std::uint32_t) {
+KOVAString XmlDocument_GetEncoding(KOVAObject self, uint32_t) {
     NodeData& wrapper = *NodeOf(self);
     const XmlData* xml = XmlOf(wrapper.xml);
     if (xml == nullptr) {
@@ -141,7 +141,7 @@ KOVAString XmlDocument_GetEncoding(KOVAObject self, std::uint32_t) {
     return xml->encoding;
 }
 
-void XmlDocument_SetEncoding(KOVAObject self, std::uint32_t, KOVAString value) {
+void XmlDocument_SetEncoding(KOVAObject self, uint32_t, KOVAString value) {
     NodeData& wrapper = *NodeOf(self);
     XmlData* xml = XmlOf(wrapper.xml);
     if (xml == nullptr) {

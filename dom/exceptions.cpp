@@ -8,9 +8,10 @@
 #include "glue/objects.h"
 #include "glue/strings.h"
 
+#include <strings.h>
+
 #include <cstring>
 #include <string_view>
-#include <strings.h>
 
 namespace kova {
 
@@ -60,7 +61,7 @@ int Error(void* userData, SablotHandle, int code, int level, char** fields) {
 
 } // namespace
 
-void RaiseXmlException(std::int32_t code, KOVAString message, KOVAString line, KOVAString node) {
+void RaiseXmlException(int32_t code, KOVAString message, KOVAString line, KOVAString node) {
     const KOVAObject exception = NewException(xmlExceptionClass, code);
     if (exception == nullptr) {
         for (const KOVAString each : {message, line, node}) KOVAUnlockString(each);
@@ -73,7 +74,7 @@ void RaiseXmlException(std::int32_t code, KOVAString message, KOVAString line, K
     RuntimeRaiseException(exception);
 }
 
-void RaiseDomException(std::int32_t code, char* message) {
+void RaiseDomException(int32_t code, char* message) {
     const GetterString owned(message);
     const KOVAObject exception = NewException(xmlDomExceptionClass, code);
     if (exception == nullptr) return;
@@ -83,8 +84,8 @@ void RaiseDomException(std::int32_t code, char* message) {
 
 const SablotMessageHandler XML_MESSAGE_HANDLER = {MakeCode, Log, Error};
 
-KOVAString XmlException_GetLine(KOVAObject self, std::uint32_t) { return LockedString(DataOf(self).line); }
-KOVAString XmlException_GetNode(KOVAObject self, std::uint32_t) { return LockedString(DataOf(self).node); }
-KOVAString XmlException_GetToken(KOVAObject self, std::uint32_t) { return LockedString(DataOf(self).token); }
+KOVAString XmlException_GetLine(KOVAObject self, uint32_t) { return LockedString(DataOf(self).line); }
+KOVAString XmlException_GetNode(KOVAObject self, uint32_t) { return LockedString(DataOf(self).node); }
+KOVAString XmlException_GetToken(KOVAObject self, uint32_t) { return LockedString(DataOf(self).token); }
 
 } // namespace kova

@@ -22,10 +22,10 @@ using XmlDomExceptionData = ExceptionData;
 static_assert(sizeof(XmlExceptionData) == 20 && sizeof(XmlDomExceptionData) == 8);
 
 // Both record the exception and return. The references of the strings pass to the exception.
-void RaiseXmlException(std::int32_t code, KOVAString message, KOVAString line, KOVAString node);
+void RaiseXmlException(int32_t code, KOVAString message, KOVAString line, KOVAString node);
 
 // `message` is a library string, released here with scalar operator delete; null gives no message.
-void RaiseDomException(std::int32_t code, char* message);
+void RaiseDomException(int32_t code, char* message);
 
 // Turns the library's messages into XmlException. Its user data is the `Xml` object of the document.
 extern const SablotMessageHandler XML_MESSAGE_HANDLER;

@@ -2,9 +2,10 @@
 
 #include "glue/strings.h"
 
+#include <emmintrin.h>
+
 #include <bit>
 #include <cstring>
-#include <emmintrin.h>
 
 namespace kova {
 
@@ -29,7 +30,7 @@ const char* FindAngleBracket(const char* next, const char* end) {
 }
 
 const char* Find(char wanted, const char* next, const char* end) {
-    const void* found = std::memchr(next, wanted, static_cast<std::size_t>(end - next));
+    const void* found = std::memchr(next, wanted, static_cast<size_t>(end - next));
     return found != nullptr ? static_cast<const char*>(found) : end;
 }
 
@@ -37,8 +38,8 @@ const char* Find(char wanted, const char* next, const char* end) {
 
 KOVAString MarkupScanner::Run(const char* text) {
     source_ = text != nullptr ? text : "";
-    sourceLength_ = static_cast<std::int32_t>(std::strlen(source_));
-    output_.reset(static_cast<char*>(std::malloc(static_cast<std::size_t>(sourceLength_))));
+    sourceLength_ = static_cast<int32_t>(std::strlen(source_));
+    output_.reset(static_cast<char*>(std::malloc(static_cast<size_t>(sourceLength_))));
     if (output_ == nullptr && sourceLength_ > 0) return nullptr;
     while (!atEnd_) {
         const KOVAString token = NextToken();
@@ -97,15 +98,15 @@ KOVAString MarkupScanner::NextToken() {
 }
 
 KOVAString MarkupScanner::TakeToken() {
-    const std::int32_t start = tokenStart_;
+    const int32_t start = tokenStart_;
     tokenStart_ = position_;
     return KOVABuildString(source_ + start, position_ - start);
 }
 
 void MarkupScanner::Append(KOVAString token) {
-    const std::int32_t length = StringLenB(token);
+    const int32_t length = StringLenB(token);
     if (length <= 0) return;
-    std::memcpy(output_.get() + outputLength_, CStringOrEmpty(token), static_cast<std::size_t>(length));
+    std::memcpy(output_.get() + outputLength_, CStringOrEmpty(token), static_cast<size_t>(length));
     outputLength_ += length;
 }
 
@@ -118,7 +119,7 @@ char MarkupScanner::NextByte() {
 
 // Passes over bytes that leave the state as it is.
 char MarkupScanner::NextByteFrom(const char* found) {
-    position_ = static_cast<std::int32_t>(found - source_);
+    position_ = static_cast<int32_t>(found - source_);
     return NextByte();
 }
 

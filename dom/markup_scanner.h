@@ -20,7 +20,7 @@ public:
     KOVAString Run(const char* text);
 
 private:
-    enum State : std::uint32_t {
+    enum State : uint32_t {
         BETWEEN_MARKUP = 0,
         IN_TEXT_OR_TAG = 1,
         AFTER_LESS_THAN = 2, // up to 9: the bytes of a CDATA section's opening that have been seen
@@ -44,12 +44,12 @@ private:
     const char* End() const { return source_ + sourceLength_; }
 
     const char* source_ = nullptr;
-    std::int32_t sourceLength_ = 0;
+    int32_t sourceLength_ = 0;
     std::unique_ptr<char, Freed> output_; // as long as the source: the output never grows
-    std::int32_t outputLength_ = 0;
-    std::int32_t tokenStart_ = 0;
-    std::int32_t position_ = 0;
-    std::uint32_t state_ = BETWEEN_MARKUP;
+    int32_t outputLength_ = 0;
+    int32_t tokenStart_ = 0;
+    int32_t position_ = 0;
+    uint32_t state_ = BETWEEN_MARKUP;
     bool atEnd_ = false; // a byte was asked for at the end
 };
 

@@ -7,9 +7,9 @@
 namespace kova {
 
 // XmlException.
-KOVAString XmlException_GetLine(KOVAObject self, std::uint32_t param);
-KOVAString XmlException_GetNode(KOVAObject self, std::uint32_t param);
-KOVAString XmlException_GetToken(KOVAObject self, std::uint32_t param);
+KOVAString XmlException_GetLine(KOVAObject self, uint32_t param);
+KOVAString XmlException_GetNode(KOVAObject self, uint32_t param);
+KOVAString XmlException_GetToken(KOVAObject self, uint32_t param);
 
 // XmlNamespaces. Uri can be assigned to.
 void XmlNamespaces_Initialize(KOVAObject self);
@@ -25,7 +25,7 @@ void Xml_Finalize(KOVAObject self);
 
 // XmlNodeList.
 void XmlNodeList_Finalize(KOVAObject self);
-KOVAInteger XmlNodeList_GetLength(KOVAObject self, std::uint32_t param);
+KOVAInteger XmlNodeList_GetLength(KOVAObject self, uint32_t param);
 KOVAObject XmlNodeList_Item(KOVAObject self, KOVAInteger index);
 KOVAString XmlNodeList_ToString(KOVAObject self);
 KOVAString XmlNodeList_ToStringTagged(KOVAObject self, KOVAString tagName);
@@ -33,23 +33,23 @@ KOVAString XmlNodeList_ToStringTagged(KOVAObject self, KOVAString tagName);
 // XmlNode: properties.
 void XmlNode_Initialize(KOVAObject self);
 void XmlNode_Finalize(KOVAObject self);
-KOVAObject XmlNode_GetOwnerDocument(KOVAObject self, std::uint32_t param);
-KOVAInteger XmlNode_GetType(KOVAObject self, std::uint32_t param);
-KOVAString XmlNode_GetName(KOVAObject self, std::uint32_t param);
-void XmlNode_SetName(KOVAObject self, std::uint32_t param, KOVAString value);
-KOVAString XmlNode_GetNamespaceUri(KOVAObject self, std::uint32_t param);
-KOVAString XmlNode_GetPrefix(KOVAObject self, std::uint32_t param);
-KOVAString XmlNode_GetLocalName(KOVAObject self, std::uint32_t param);
-KOVAString XmlNode_GetValue(KOVAObject self, std::uint32_t param);
-void XmlNode_SetValue(KOVAObject self, std::uint32_t param, KOVAString value);
-KOVAInteger XmlNode_GetChildCount(KOVAObject self, std::uint32_t param);
-KOVAObject XmlNode_GetParent(KOVAObject self, std::uint32_t param);
-KOVAObject XmlNode_GetFirstChild(KOVAObject self, std::uint32_t param);
-KOVAObject XmlNode_GetLastChild(KOVAObject self, std::uint32_t param);
-KOVAObject XmlNode_GetPreviousSibling(KOVAObject self, std::uint32_t param);
-KOVAObject XmlNode_GetNextSibling(KOVAObject self, std::uint32_t param);
-KOVAString XmlNode_GetToString(KOVAObject self, std::uint32_t param);
-KOVAInteger XmlNode_GetAttributeCount(KOVAObject self, std::uint32_t param);
+KOVAObject XmlNode_GetOwnerDocument(KOVAObject self, uint32_t param);
+KOVAInteger XmlNode_GetType(KOVAObject self, uint32_t param);
+KOVAString XmlNode_GetName(KOVAObject self, uint32_t param);
+void XmlNode_SetName(KOVAObject self, uint32_t param, KOVAString value);
+KOVAString XmlNode_GetNamespaceUri(KOVAObject self, uint32_t param);
+KOVAString XmlNode_GetPrefix(KOVAObject self, uint32_t param);
+KOVAString XmlNode_GetLocalName(KOVAObject self, uint32_t param);
+KOVAString XmlNode_GetValue(KOVAObject self, uint32_t param);
+void XmlNode_SetValue(KOVAObject self, uint32_t param, KOVAString value);
+KOVAInteger XmlNode_GetChildCount(KOVAObject self, uint32_t param);
+KOVAObject XmlNode_GetParent(KOVAObject self, uint32_t param);
+KOVAObject XmlNode_GetFirstChild(KOVAObject self, uint32_t param);
+KOVAObject XmlNode_GetLastChild(KOVAObject self, uint32_t param);
+KOVAObject XmlNode_GetPreviousSibling(KOVAObject self, uint32_t param);
+KOVAObject XmlNode_GetNextSibling(KOVAObject self, uint32_t param);
+KOVAString XmlNode_GetToString(KOVAObject self, uint32_t param);
+KOVAInteger XmlNode_GetAttributeCount(KOVAObject self, uint32_t param);
 
 // XmlNode: methods. "Only" marks the form without a result of a method that has both.
 KOVAInteger XmlNode_Compare(KOVAObject self, KOVAObject node);
@@ -79,15 +79,15 @@ void XmlNode_RemoveAttributeNodeOnly(KOVAObject self, KOVAObject attributeNode);
 void XmlNode_RemoveAttribute(KOVAObject self, KOVAString name);
 
 // XmlAttribute.
-KOVAObject XmlAttribute_GetOwnerElement(KOVAObject self, std::uint32_t param);
+KOVAObject XmlAttribute_GetOwnerElement(KOVAObject self, uint32_t param);
 
 // XmlDocument. XmlDocument_Constructor also is XmlStyleSheet's; the Transform methods stand in xslt/members.h.
 void XmlDocument_Finalize(KOVAObject self);
-KOVAObject XmlDocument_GetDocumentElement(KOVAObject self, std::uint32_t param);
-KOVABoolean XmlDocument_GetPreserveWhitespace(KOVAObject self, std::uint32_t param);
-void XmlDocument_SetPreserveWhitespace(KOVAObject self, std::uint32_t param, KOVABoolean value);
-KOVAString XmlDocument_GetEncoding(KOVAObject self, std::uint32_t param);
-void XmlDocument_SetEncoding(KOVAObject self, std::uint32_t param, KOVAString value);
+KOVAObject XmlDocument_GetDocumentElement(KOVAObject self, uint32_t param);
+KOVABoolean XmlDocument_GetPreserveWhitespace(KOVAObject self, uint32_t param);
+void XmlDocument_SetPreserveWhitespace(KOVAObject self, uint32_t param, KOVABoolean value);
+KOVAString XmlDocument_GetEncoding(KOVAObject self, uint32_t param);
+void XmlDocument_SetEncoding(KOVAObject self, uint32_t param, KOVAString value);
 void XmlDocument_Constructor(KOVAObject self);
 void XmlDocument_ConstructorText(KOVAObject self, KOVAString xmlDoc);
 void XmlDocument_ConstructorFile(KOVAObject self, KOVAObject file);

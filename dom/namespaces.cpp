@@ -14,14 +14,14 @@ namespace kova {
 
 namespace {
 
-constexpr std::int32_t ABSENT = -1;
-constexpr std::int32_t INDEX_SIZE_ERR = 1;
+constexpr int32_t ABSENT = -1;
+constexpr int32_t INDEX_SIZE_ERR = 1;
 
-std::int32_t IndexOf(const NamespacesData& map, KOVAString prefix) {
+int32_t IndexOf(const NamespacesData& map, KOVAString prefix) {
     const auto entries = map.InUse();
     const char* wanted = CStringOrEmpty(EnsureUTF8(prefix));
-    for (std::size_t index = 0; index < entries.size(); ++index) {
-        if (std::strcmp(wanted, CStringOrEmpty(entries[index].prefix)) == 0) return static_cast<std::int32_t>(index);
+    for (size_t index = 0; index < entries.size(); ++index) {
+        if (std::strcmp(wanted, CStringOrEmpty(entries[index].prefix)) == 0) return static_cast<int32_t>(index);
     }
     return ABSENT;
 }
@@ -42,7 +42,7 @@ void RaiseFull() {
 } // namespace
 
 std::span<const NamespaceEntry> NamespacesData::InUse() const {
-    return {entries, static_cast<std::size_t>(std::clamp(count, 0, CAPACITY))};
+    return {entries, static_cast<size_t>(std::clamp(count, 0, CAPACITY))};
 }
 
 NamespacesData* NamespacesOf(KOVAObject namespaces) {
@@ -55,7 +55,7 @@ void XmlNamespaces_Finalize(KOVAObject self) { XmlNamespaces_Clear(self); }
 
 KOVAString XmlNamespaces_Uri(KOVAObject self, KOVAString prefix) {
     const NamespacesData& map = *NamespacesOf(self);
-    const std::int32_t index = IndexOf(map, prefix);
+    const int32_t index = IndexOf(map, prefix);
     if (index == ABSENT) return nullptr;
     KOVALockString(map.entries[index].uri);
     return map.entries[index].uri;
@@ -65,9 +65,9 @@ void XmlNamespaces_SetUri(KOVAObject self, KOVAString prefix, KOVAString value) 
     NamespacesData& map = *NamespacesOf(self);
     const KOVAString prefixUtf8 = EnsureUTF8(prefix);
     const KOVAString valueUtf8 = EnsureUTF8(value);
-    std::int32_t index = IndexOf(map, prefixUtf8);
+    int32_t index = IndexOf(map, prefixUtf8);
     if (index == ABSENT) {
-        index = static_cast<std::int32_t>(map.InUse().size());
+        index = static_cast<int32_t>(map.InUse().size());
         if (index == NamespacesData::CAPACITY) {
             RaiseFull();
             return;
@@ -81,9 +81,7 @@ void XmlNamespaces_SetUri(KOVAObject self, KOVAString prefix, KOVAString value) 
 
 // Deliberate: answers the entry's index, or -1, and the host takes any word but 0 for True. So a prefix is "absent"
 // only when it stands first.
-std::int32_t XmlNamespaces_HasPrefix(KOVAObject self, KOVAString prefix) {
-    return IndexOf(*NamespacesOf(self), prefix);
-}
+int32_t XmlNamespaces_HasPrefix(KOVAObject self, KOVAString prefix) { return IndexOf(*NamespacesOf(self), prefix); }
 
 // Releases every entry, also one beyond a count that the program lowered.
 void XmlNamespaces_Clear(KOVAObject self) {

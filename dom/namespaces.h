@@ -15,11 +15,11 @@ struct NamespaceEntry {
 };
 
 struct NamespacesData {
-    static constexpr std::int32_t CAPACITY = 16;
+    static constexpr int32_t CAPACITY = 16;
 
-    std::uint32_t unused;
+    uint32_t unused;
     NamespaceEntry entries[CAPACITY];
-    std::int32_t count; // the property `Count`: a program may write any value
+    int32_t count; // the property `Count`: a program may write any value
 
     // The entries in use: as many as `count` says and as there are.
     std::span<const NamespaceEntry> InUse() const;

@@ -11,7 +11,7 @@ namespace kova {
 
 namespace {
 
-ClassReference ClassOf(std::int32_t type) {
+ClassReference ClassOf(int32_t type) {
     switch (type) {
     case ELEMENT_NODE: return gXmlElementClass;
     case ATTRIBUTE_NODE: return gXmlAttributeClass;
@@ -25,10 +25,10 @@ ClassReference ClassOf(std::int32_t type) {
 }
 
 // How many entries an element has that only the library's root binding puts there.
-std::int32_t HiddenAttributes(const XmlData& xml, SDOM_Node element, std::int32_t count) {
+int32_t HiddenAttributes(const XmlData& xml, SDOM_Node element, int32_t count) {
     // Deliberate: in a document filled by LoadXml the first two entries are hidden, whatever they hold.
     if (xml.loadedFromText != 0) return 2;
-    for (std::int32_t index = 0; index < count; ++index) {
+    for (int32_t index = 0; index < count; ++index) {
         SDOM_Node attribute = nullptr;
         SDOM_getAttributeNodeIndex(xml.situation, element, index, &attribute);
         GetterString text;
@@ -48,16 +48,16 @@ NodeData* NodeOf(KOVAObject wrapper) {
 
 SDOM_Node LibraryNodeOf(KOVAObject wrapper) { return NodeOf(wrapper)->node; }
 
-std::int32_t TypeOf(const XmlData& xml, SDOM_Node node) {
+int32_t TypeOf(const XmlData& xml, SDOM_Node node) {
     SDOM_NodeType type{};
     SDOM_getNodeType(xml.situation, node, &type);
-    return static_cast<std::int32_t>(type);
+    return static_cast<int32_t>(type);
 }
 
 KOVAObject WrapNode(KOVAObject xml, SDOM_Node node) {
     if (node == nullptr) return nullptr;
     XmlData& document = *XmlOf(xml);
-    const std::int32_t type = TypeOf(document, node);
+    const int32_t type = TypeOf(document, node);
     const KOVAObject object = PluginNewInstance(ClassOf(type));
     if (object == nullptr) return nullptr;
     if (type == DOCUMENT_NODE) ++document.documentWrapperCount;
@@ -86,13 +86,13 @@ void RaiseLastError(const NodeData& wrapper) {
     RaiseDomException(wrapper.lastError, SDOM_getExceptionMessage(XmlOf(wrapper.xml)->situation));
 }
 
-KOVAString SerialiseDocument(const XmlData& xml, SDOM_Document document, std::int32_t& lastError) {
+KOVAString SerialiseDocument(const XmlData& xml, SDOM_Document document, int32_t& lastError) {
     SerialisedString text;
     lastError = SDOM_docToString(xml.situation, document, text.Out());
     return BuildUTF8String(text.Text());
 }
 
-KOVAString SerialiseNode(const XmlData& xml, SDOM_Node node, std::int32_t& lastError) {
+KOVAString SerialiseNode(const XmlData& xml, SDOM_Node node, int32_t& lastError) {
     SerialisedString text;
     lastError = SDOM_nodeToString(xml.situation, xml.document, node, text.Out());
     return BuildUTF8String(text.Text());

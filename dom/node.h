@@ -10,7 +10,7 @@
 namespace kova {
 
 // DOM node types, as the library and `XmlNode.Type` number them.
-enum NodeType : std::int32_t {
+enum NodeType : int32_t {
     ELEMENT_NODE = 1,
     ATTRIBUTE_NODE = 2,
     TEXT_NODE = 3,
@@ -20,7 +20,7 @@ enum NodeType : std::int32_t {
     DOCUMENT_NODE = 9
 };
 
-constexpr std::int32_t NOT_FOUND_ERR = 8;
+constexpr int32_t NOT_FOUND_ERR = 8;
 
 // Instance data of `XmlNode` and of all its subclasses. A wrapper never owns its node. When LoadXml replaces the tree,
 // the nodes of the old one answer NOT_FOUND_ERR from then on.
@@ -28,7 +28,7 @@ struct NodeData {
     KOVAObject self;
     KOVAObject xml; // one reference; nil in a wrapper that a program made itself
     SDOM_Node node; // null: none, as after a failed LoadXml
-    std::int32_t lastError;
+    int32_t lastError;
 };
 
 static_assert(sizeof(NodeData) == 16 && offsetof(NodeData, lastError) == 12);
@@ -48,16 +48,16 @@ bool CheckLibrary(NodeData& wrapper);
 void RaiseLastError(const NodeData& wrapper);
 
 // The markup of a document or of an element, "" for other nodes. The code of the library goes to `lastError`.
-KOVAString SerialiseDocument(const XmlData& xml, SDOM_Document document, std::int32_t& lastError);
-KOVAString SerialiseNode(const XmlData& xml, SDOM_Node node, std::int32_t& lastError);
+KOVAString SerialiseDocument(const XmlData& xml, SDOM_Document document, int32_t& lastError);
+KOVAString SerialiseNode(const XmlData& xml, SDOM_Node node, int32_t& lastError);
 
 // The entries at the beginning of an element's attribute list that programs do not see.
 struct AttributeRange {
-    std::int32_t count = 0; // with the hidden ones
-    std::int32_t hidden = 0;
+    int32_t count = 0; // with the hidden ones
+    int32_t hidden = 0;
 };
 AttributeRange AttributesOf(const NodeData& wrapper);
 
-std::int32_t TypeOf(const XmlData& xml, SDOM_Node node);
+int32_t TypeOf(const XmlData& xml, SDOM_Node node);
 
 } // namespace kova

@@ -80,7 +80,7 @@ KOVAObject XmlNode_GetAttributeNodeNS(KOVAObject self, KOVAString uri, KOVAStrin
     return WrapOrRaise(wrapper, attribute);
 }
 
-KOVAObject XmlNode_GetAttributeNodeIndex(KOVAObject self, std::int32_t index) {
+KOVAObject XmlNode_GetAttributeNodeIndex(KOVAObject self, int32_t index) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     const XmlData& xml = *XmlOf(wrapper.xml);

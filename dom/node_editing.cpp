@@ -8,7 +8,7 @@ namespace kova {
 
 namespace {
 
-constexpr std::int32_t NOT_COMPARABLE = -50;
+constexpr int32_t NOT_COMPARABLE = -50;
 
 // Answers the new child itself, for its caller to own. `edit` is not run when an argument is nil: then a failure left
 // in `LastError` by an earlier call is raised again, deliberately.
@@ -28,7 +28,7 @@ KOVAObject PlaceChild(KOVAObject self, KOVAObject newChild, bool argumentsGiven,
 
 } // namespace
 
-std::int32_t XmlNode_Compare(KOVAObject self, KOVAObject other) {
+int32_t XmlNode_Compare(KOVAObject self, KOVAObject other) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper) || other == nullptr) return NOT_COMPARABLE;
     int result = NOT_COMPARABLE;
@@ -36,7 +36,7 @@ std::int32_t XmlNode_Compare(KOVAObject self, KOVAObject other) {
     return result;
 }
 
-KOVAObject XmlNode_Child(KOVAObject self, std::int32_t index) {
+KOVAObject XmlNode_Child(KOVAObject self, int32_t index) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     SDOM_Node child = nullptr;
@@ -83,7 +83,7 @@ void XmlNode_RemoveChild(KOVAObject self, KOVAObject oldChild) {
     CheckLibrary(wrapper);
 }
 
-KOVAObject XmlNode_Clone(KOVAObject self, std::int32_t deep) {
+KOVAObject XmlNode_Clone(KOVAObject self, int32_t deep) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     SDOM_Node clone = nullptr;

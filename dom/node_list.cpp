@@ -36,7 +36,7 @@ void XmlNodeList_Finalize(KOVAObject self) {
     data.xml = nullptr;
 }
 
-std::int32_t XmlNodeList_GetLength(KOVAObject self, std::uint32_t) {
+int32_t XmlNodeList_GetLength(KOVAObject self, uint32_t) {
     NodeListData& data = ListOf(self);
     if (data.xml == nullptr) return 0;
     int length = 0;
@@ -44,7 +44,7 @@ std::int32_t XmlNodeList_GetLength(KOVAObject self, std::uint32_t) {
     return length;
 }
 
-KOVAObject XmlNodeList_Item(KOVAObject self, std::int32_t index) {
+KOVAObject XmlNodeList_Item(KOVAObject self, int32_t index) {
     NodeListData& data = ListOf(self);
     if (data.xml == nullptr) return nullptr;
     SDOM_Node node = nullptr;
@@ -57,8 +57,8 @@ KOVAString XmlNodeList_ToString(KOVAObject self) {
     if (data.xml == nullptr) return nullptr;
     const XmlData& xml = *XmlOf(data.xml);
     KOVAString text = KOVABuildString("", 0);
-    const std::int32_t length = XmlNodeList_GetLength(self, 0);
-    for (std::int32_t index = 0; index < length; ++index) {
+    const int32_t length = XmlNodeList_GetLength(self, 0);
+    for (int32_t index = 0; index < length; ++index) {
         const OwnedObject item(XmlNodeList_Item(self, index));
         if (item.Get() == nullptr) continue;
         const OwnedString markup(SerialiseNode(xml, LibraryNodeOf(item.Get()), data.lastError));

@@ -12,10 +12,10 @@ namespace kova {
 
 // Instance data of `XmlNodeList`.
 struct NodeListData {
-    std::uint32_t unused;
+    uint32_t unused;
     KOVAObject xml; // one reference; nil in a list that a program made itself, which is empty
     SDOM_NodeList list;
-    std::int32_t lastError;
+    int32_t lastError;
 };
 
 static_assert(sizeof(NodeListData) == 16 && offsetof(NodeListData, lastError) == 12);

@@ -35,7 +35,7 @@ void SetText(KOVAObject self, KOVAString value, SDOM_Exception (*set)(SablotSitu
 
 } // namespace
 
-KOVAObject XmlNode_GetOwnerDocument(KOVAObject self, std::uint32_t) {
+KOVAObject XmlNode_GetOwnerDocument(KOVAObject self, uint32_t) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     SDOM_Document document = nullptr;
@@ -43,23 +43,23 @@ KOVAObject XmlNode_GetOwnerDocument(KOVAObject self, std::uint32_t) {
     return WrapNode(wrapper.xml, reinterpret_cast<SDOM_Node>(document));
 }
 
-std::int32_t XmlNode_GetType(KOVAObject self, std::uint32_t) {
+int32_t XmlNode_GetType(KOVAObject self, uint32_t) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return 0;
     SDOM_NodeType type{};
     wrapper.lastError = SDOM_getNodeType(XmlOf(wrapper.xml)->situation, wrapper.node, &type);
-    return static_cast<std::int32_t>(type);
+    return static_cast<int32_t>(type);
 }
 
-KOVAString XmlNode_GetName(KOVAObject self, std::uint32_t) { return GetText(self, SDOM_getNodeName); }
-void XmlNode_SetName(KOVAObject self, std::uint32_t, KOVAString value) { SetText(self, value, SDOM_setNodeName); }
-KOVAString XmlNode_GetNamespaceUri(KOVAObject self, std::uint32_t) { return GetText(self, SDOM_getNodeNSUri); }
-KOVAString XmlNode_GetPrefix(KOVAObject self, std::uint32_t) { return GetText(self, SDOM_getNodePrefix); }
-KOVAString XmlNode_GetLocalName(KOVAObject self, std::uint32_t) { return GetText(self, SDOM_getNodeLocalName); }
-KOVAString XmlNode_GetValue(KOVAObject self, std::uint32_t) { return GetText(self, SDOM_getNodeValue); }
-void XmlNode_SetValue(KOVAObject self, std::uint32_t, KOVAString value) { SetText(self, value, SDOM_setNodeValue); }
+KOVAString XmlNode_GetName(KOVAObject self, uint32_t) { return GetText(self, SDOM_getNodeName); }
+void XmlNode_SetName(KOVAObject self, uint32_t, KOVAString value) { SetText(self, value, SDOM_setNodeName); }
+KOVAString XmlNode_GetNamespaceUri(KOVAObject self, uint32_t) { return GetText(self, SDOM_getNodeNSUri); }
+KOVAString XmlNode_GetPrefix(KOVAObject self, uint32_t) { return GetText(self, SDOM_getNodePrefix); }
+KOVAString XmlNode_GetLocalName(KOVAObject self, uint32_t) { return GetText(self, SDOM_getNodeLocalName); }
+KOVAString XmlNode_GetValue(KOVAObject self, uint32_t) { return GetText(self, SDOM_getNodeValue); }
+void XmlNode_SetValue(KOVAObject self, uint32_t, KOVAString value) { SetText(self, value, SDOM_setNodeValue); }
 
-std::int32_t XmlNode_GetChildCount(KOVAObject self, std::uint32_t) {
+int32_t XmlNode_GetChildCount(KOVAObject self, uint32_t) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return 0;
     int count = 0;
@@ -67,13 +67,13 @@ std::int32_t XmlNode_GetChildCount(KOVAObject self, std::uint32_t) {
     return count;
 }
 
-KOVAObject XmlNode_GetParent(KOVAObject self, std::uint32_t) { return GetNode(self, SDOM_getParentNode); }
-KOVAObject XmlNode_GetFirstChild(KOVAObject self, std::uint32_t) { return GetNode(self, SDOM_getFirstChild); }
-KOVAObject XmlNode_GetLastChild(KOVAObject self, std::uint32_t) { return GetNode(self, SDOM_getLastChild); }
-KOVAObject XmlNode_GetPreviousSibling(KOVAObject self, std::uint32_t) { return GetNode(self, SDOM_getPreviousSibling); }
-KOVAObject XmlNode_GetNextSibling(KOVAObject self, std::uint32_t) { return GetNode(self, SDOM_getNextSibling); }
+KOVAObject XmlNode_GetParent(KOVAObject self, uint32_t) { return GetNode(self, SDOM_getParentNode); }
+KOVAObject XmlNode_GetFirstChild(KOVAObject self, uint32_t) { return GetNode(self, SDOM_getFirstChild); }
+KOVAObject XmlNode_GetLastChild(KOVAObject self, uint32_t) { return GetNode(self, SDOM_getLastChild); }
+KOVAObject XmlNode_GetPreviousSibling(KOVAObject self, uint32_t) { return GetNode(self, SDOM_getPreviousSibling); }
+KOVAObject XmlNode_GetNextSibling(KOVAObject self, uint32_t) { return GetNode(self, SDOM_getNextSibling); }
 
-KOVAString XmlNode_GetToString(KOVAObject self, std::uint32_t) {
+KOVAString XmlNode_GetToString(KOVAObject self, uint32_t) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     const XmlData& xml = *XmlOf(wrapper.xml);
@@ -84,14 +84,14 @@ KOVAString XmlNode_GetToString(KOVAObject self, std::uint32_t) {
     }
 }
 
-std::int32_t XmlNode_GetAttributeCount(KOVAObject self, std::uint32_t) {
+int32_t XmlNode_GetAttributeCount(KOVAObject self, uint32_t) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return 0;
     const AttributeRange range = AttributesOf(wrapper);
     return range.count - range.hidden;
 }
 
-KOVAObject XmlAttribute_GetOwnerElement(KOVAObject self, std::uint32_t) {
+KOVAObject XmlAttribute_GetOwnerElement(KOVAObject self, uint32_t) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     SDOM_Node element = nullptr;

@@ -17,7 +17,7 @@ namespace {
 class NamespaceArray {
 public:
     // The block is deliberately never freed.
-    explicit NamespaceArray(std::size_t pairs)
+    explicit NamespaceArray(size_t pairs)
         : strings_(static_cast<const char**>(std::malloc((pairs * 2 + 1) * sizeof(const char*)))) {}
 
     void Add(KOVAString prefix, KOVAString uri) {
@@ -32,7 +32,7 @@ public:
 
 private:
     const char** strings_;
-    std::size_t length_ = 0;
+    size_t length_ = 0;
 };
 
 // Raises, unlike the form without a map.
@@ -74,9 +74,9 @@ KOVAObject XmlNode_XqlNamespaces(KOVAObject self, KOVAString query, KOVAObject m
 KOVAObject XmlNode_XqlArray(KOVAObject self, KOVAString query, KOVAArray map) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
-    const std::int32_t pairs = map != nullptr ? (RuntimeUBound(map) + 1) / 2 : 0; // an odd last element is ignored
-    NamespaceArray namespaces(static_cast<std::size_t>(pairs));
-    for (std::int32_t pair = 0; pair < pairs; ++pair)
+    const int32_t pairs = map != nullptr ? (RuntimeUBound(map) + 1) / 2 : 0; // an odd last element is ignored
+    NamespaceArray namespaces(static_cast<size_t>(pairs));
+    for (int32_t pair = 0; pair < pairs; ++pair)
         namespaces.Add(RuntimeDirectReadStringArray(map, pair * 2), RuntimeDirectReadStringArray(map, pair * 2 + 1));
     return QueryWithMap(wrapper, query, namespaces.Finish());
 }

@@ -12,8 +12,8 @@ namespace kova {
 
 namespace {
 
-std::unordered_map<SablotHandle, std::uint32_t>& ProcessorSerials() {
-    static std::unordered_map<SablotHandle, std::uint32_t> serials;
+std::unordered_map<SablotHandle, uint32_t>& ProcessorSerials() {
+    static std::unordered_map<SablotHandle, uint32_t> serials;
     return serials;
 }
 
@@ -33,7 +33,7 @@ void BuildLibraryObjects(XmlData& xml) {
         xml.processor = nullptr;
         return;
     }
-    static std::uint32_t lastSerial = 0;
+    static uint32_t lastSerial = 0;
     ProcessorSerials()[xml.processor] = ++lastSerial;
     xml.status = SablotRegHandler(xml.processor, SABLOT_HANDLER_MESSAGE, &xml.messageHandler, xml.self);
 }
@@ -42,7 +42,7 @@ void BuildLibraryObjects(XmlData& xml) {
 
 XmlData* XmlOf(KOVAObject xml) { return xml != nullptr ? InstanceData<XmlData>(xml, xmlClass) : nullptr; }
 
-std::uint32_t ProcessorSerial(SablotHandle processor) {
+uint32_t ProcessorSerial(SablotHandle processor) {
     const auto found = ProcessorSerials().find(processor);
     return found != ProcessorSerials().end() ? found->second : 0;
 }

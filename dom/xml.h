@@ -15,17 +15,17 @@ namespace kova {
 struct XmlData {
     KOVAObject self;
     KOVAObject xsltHandler; // receives the events of the run in progress
-    std::uint32_t unused;
+    uint32_t unused;
     SablotSituation situation;
     SablotHandle processor;
     SablotMessageHandler messageHandler;
     SDOM_Document document; // null: the document is gone
     bool preserveWhitespace;
     KOVAString encoding;
-    std::int32_t status;               // 0: ready; -1: no situation or document; else the library's code
-    std::int32_t documentWrapperCount; // nothing reads it
-    std::int32_t minimumMessageLevel;  // messages below it raise nothing
-    std::int32_t loadedFromText;       // 1: the first two attribute entries of each element are hidden
+    int32_t status;               // 0: ready; -1: no situation or document; else the library's code
+    int32_t documentWrapperCount; // nothing reads it
+    int32_t minimumMessageLevel;  // messages below it raise nothing
+    int32_t loadedFromText;       // 1: the first two attribute entries of each element are hidden
 };
 
 static_assert(sizeof(XmlData) == 60 && offsetof(XmlData, document) == 32 && offsetof(XmlData, loadedFromText) == 56);
@@ -33,6 +33,6 @@ static_assert(sizeof(XmlData) == 60 && offsetof(XmlData, document) == 32 && offs
 XmlData* XmlOf(KOVAObject xml); // null for nil
 
 // Tells the processors that ever lived apart, also when one has the address of a former one. 0: none lives there.
-std::uint32_t ProcessorSerial(SablotHandle processor);
+uint32_t ProcessorSerial(SablotHandle processor);
 
 } // namespace kova

@@ -4,9 +4,9 @@
 
 namespace kova {
 
-KOVAObject NewException(const ClassDefinition& record, std::int32_t errorNumber) {
+KOVAObject NewException(const ClassDefinition& record, int32_t errorNumber) {
     KOVAObject exception = PluginNewInstance(record.name);
-    if (!exception) return nullptr;
+    if (exception == nullptr) return nullptr;
     InstanceData<ExceptionData>(exception, record)->errorNumber = errorNumber;
     KOVASetPropValueInt(exception, "ErrorNumber", errorNumber);
     return exception;

@@ -8,12 +8,12 @@ namespace kova {
 // How the instance data of each of the plug-in's exception classes begins.
 struct ExceptionData {
     KOVAString message;
-    std::int32_t errorNumber;
+    int32_t errorNumber;
 };
 
 // A new exception of the class of `record` with its error number set, in its data and as "ErrorNumber"; nil if the
 // host makes no instance. The caller owns it, normally until RuntimeRaiseException takes it over.
-KOVAObject NewException(const ClassDefinition& record, std::int32_t errorNumber);
+KOVAObject NewException(const ClassDefinition& record, int32_t errorNumber);
 
 // Stores the message, whose reference passes to the exception, and sets it as "Message".
 void SetExceptionMessage(KOVAObject exception, const ClassDefinition& record, KOVAString message);

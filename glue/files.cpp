@@ -3,16 +3,17 @@
 namespace kova {
 
 KOVAObject OpenAsBinaryFile(KOVAObject file, bool write) {
-    return CallMethod<KOVAObject>(file, "OpenAsBinaryFile(write as Boolean) as BinaryStream", KOVABoolean{write});
+    return CallMethod<KOVAObject>(file, "OpenAsBinaryFile(write as Boolean) as BinaryStream",
+                                  KOVABoolean{static_cast<kova::KOVABoolean>(write)});
 }
 
-std::int32_t StreamLength(KOVAObject stream) {
-    std::int32_t length = 0;
+int32_t StreamLength(KOVAObject stream) {
+    int32_t length = 0;
     KOVAGetPropValueInt(stream, "length", &length);
     return length;
 }
 
-KOVAString ReadFromStream(KOVAObject stream, std::int32_t count) {
+KOVAString ReadFromStream(KOVAObject stream, int32_t count) {
     constexpr KOVAObject NO_ENCODING = nullptr;
     return CallMethod<KOVAString>(stream, "Read(Count as Integer, enc as TextEncoding = nil) as String", count,
                                   NO_ENCODING);
@@ -27,7 +28,7 @@ KOVAObject CreateTextFile(KOVAObject file) {
 void WriteTextAndClose(KOVAObject stream, KOVAString text) {
     using Write = void (*)(KOVAObject, KOVAString);
     auto write = reinterpret_cast<Write>(KOVALoadObjectMethod(stream, "Write(text as String)"));
-    if (!write) return;
+    if (write == nullptr) return;
     write(stream, text);
     CloseObject(stream);
 }

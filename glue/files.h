@@ -8,8 +8,8 @@
 namespace kova {
 
 KOVAObject OpenAsBinaryFile(KOVAObject file, bool write);
-std::int32_t StreamLength(KOVAObject stream);
-KOVAString ReadFromStream(KOVAObject stream, std::int32_t count);
+int32_t StreamLength(KOVAObject stream);
+KOVAString ReadFromStream(KOVAObject stream, int32_t count);
 void CloseObject(KOVAObject object);
 KOVAObject CreateTextFile(KOVAObject file);
 // A stream without "Write" is left open.

@@ -13,12 +13,12 @@ extern HostResolver gResolver;
 // Asks the host for a service; not to be called before KOVAPluginMain.
 HostFunction ResolveHostService(const char* name);
 
-template <class Signature>
+template <typename Signature>
 class HostService;
 
 // The first call resolves the service and keeps it. While the host has no such service every call asks again and
 // answers the fallback: nil, 0, false or nothing. A bool result is the low byte of the host's word.
-template <class Result, class... Args>
+template <typename Result, class... Args>
 class HostService<Result(Args...)> {
 public:
     constexpr explicit HostService(const char* name) : name_(name) {}
@@ -38,7 +38,7 @@ public:
     }
 
 private:
-    using Word = std::conditional_t<std::is_same_v<Result, bool>, std::uint32_t, Result>;
+    using Word = std::conditional_t<std::is_same_v<Result, bool>, uint32_t, Result>;
     using Function = Word (*)(Args...);
 
     const char* name_;

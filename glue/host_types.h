@@ -15,9 +15,9 @@ using KOVAObject = HostObject*;
 using KOVAString = HostString*;
 using KOVAArray = HostArray*;
 
-using KOVAInteger = std::int32_t;
-using KOVABoolean = std::int32_t; // any word; non-zero is True, and the raw word is kept
-using KOVAEncoding = std::uint32_t;
+using KOVAInteger = int32_t;
+using KOVABoolean = int32_t; // any word; non-zero is True, and the raw word is kept
+using KOVAEncoding = uint32_t;
 
 // What PluginNewInstance takes: the name of a framework class, or the word that stands in the name field of a
 // registered ClassDefinition (which then is no longer a text).
@@ -30,7 +30,7 @@ using HostFunction = void (*)();
 using HostResolver = HostFunction (*)(const char* name);
 
 // What takes one 32-bit word as an argument: a handle or an integer.
-template <class T>
+template <typename T>
 concept HostWord = (std::is_integral_v<T> && sizeof(T) == 4) || std::is_pointer_v<T>;
 
 static_assert(sizeof(void*) == 4 && sizeof(HostFunction) == 4, "the interface is 32 bits wide");

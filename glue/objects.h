@@ -9,9 +9,9 @@ namespace kova {
 
 // The instance data that the class of `record` keeps in `object`; neither is checked. Objects of XmlNode's subclasses
 // carry only XmlNode's data and are reached through its record.
-template <class Data>
+template <typename Data>
 Data* InstanceData(KOVAObject object, const ClassDefinition& record) {
-    return reinterpret_cast<Data*>(reinterpret_cast<std::uintptr_t>(object) + record.dataOffset);
+    return reinterpret_cast<Data*>(reinterpret_cast<uintptr_t>(object) + record.dataOffset);
 }
 
 // Adds a reference for the caller, as an object that was received or is kept needs before it is returned.
@@ -36,7 +36,7 @@ public:
         return *this;
     }
     ~OwnedObject() {
-        if (object_) KOVAUnlockObject(object_);
+        if (object_ != nullptr) KOVAUnlockObject(object_);
     }
 
     KOVAObject Get() const { return object_; }
@@ -48,7 +48,7 @@ private:
 };
 
 // Calls a method of a host object by its declaration; Result() if the object has no such method.
-template <class Result, class... Args>
+template <typename Result, class... Args>
 Result CallMethod(KOVAObject object, const char* declaration, Args... args) {
     using Function = Result (*)(KOVAObject, Args...);
     auto function = reinterpret_cast<Function>(KOVALoadObjectMethod(object, declaration));

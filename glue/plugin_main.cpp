@@ -17,11 +17,11 @@ void KOVAPluginMain(kova::HostResolver resolver) {
     using namespace kova;
 
     // Hosts and their users know this assertion by its function, source and line, so it is kept as it reads.
-    if (gResolver)
+    if (gResolver != nullptr)
         __assert_fail("!gResolver && \"Plugin loaded twice?\"", "Glue Code/PluginMain", 1853, "KOVAPluginMain");
 
     gResolver = resolver;
     // Not guarded: a host without this service is not one that the plug-in can run in.
-    reinterpret_cast<void (*)(std::int32_t)>(ResolveHostService("RegisterPluginVersion"))(INTERFACE_VERSION);
+    reinterpret_cast<void (*)(int32_t)>(ResolveHostService("RegisterPluginVersion"))(INTERFACE_VERSION);
     PluginEntry();
 }

@@ -10,66 +10,66 @@
 
 namespace kova {
 
-constexpr std::int32_t INTERFACE_VERSION = 10;
+constexpr int32_t INTERFACE_VERSION = 10;
 
 struct PropertyDefinition {
-    std::uint32_t reserved0 = 0;
+    uint32_t reserved0 = 0;
     const char* name = nullptr;
     const char* type = nullptr;
-    std::uint32_t flags = 0;
+    uint32_t flags = 0;
     HostFunction getter = nullptr; // (object, param) -> value; 0 write-only; DIRECT_ACCESS: the host reads the field
     HostFunction setter = nullptr; // (object, param, value); 0 read-only; DIRECT_ACCESS: the host writes the field
-    std::uint32_t param = 0;       // direct access: byte offset of a 32-bit field of the instance data
-    std::uint32_t reserved28[5] = {};
+    uint32_t param = 0;            // direct access: byte offset of a 32-bit field of the instance data
+    uint32_t reserved28[5] = {};
 };
 
 struct MethodDefinition {
     HostFunction function = nullptr; // (object, declared arguments...) -> declared result
     HostFunction setter = nullptr;   // (object, declared arguments..., value) for a call that can be assigned to
     const char* declaration = nullptr;
-    std::uint32_t flags = 0;
-    std::uint32_t reserved16[2] = {};
+    uint32_t flags = 0;
+    uint32_t reserved16[2] = {};
 };
 
 struct EventDefinition {
     const char* declaration = nullptr;
-    std::uint32_t hostSlot = 0; // the host's; what GetEventInstance is given
-    std::uint32_t reserved8[2] = {};
+    uint32_t hostSlot = 0; // the host's; what GetEventInstance is given
+    uint32_t reserved8[2] = {};
 };
 
 struct ConstantDefinition {
     const char* declaration = nullptr; // "NAME = decimal"
-    std::uint32_t reserved4[4] = {};
+    uint32_t reserved4[4] = {};
 };
 
 struct ClassDefinition {
-    std::int32_t version = INTERFACE_VERSION;
+    int32_t version = INTERFACE_VERSION;
     ClassReference name = nullptr; // after registration the class reference
     const char* superclass = nullptr;
-    std::int32_t dataSize = 0;
-    std::uint32_t dataOffset = 0; // the host's; instance data begins at the object's address plus this
+    int32_t dataSize = 0;
+    uint32_t dataOffset = 0; // the host's; instance data begins at the object's address plus this
     void (*constructor)(KOVAObject) = nullptr;
     void (*destructor)(KOVAObject) = nullptr;
     PropertyDefinition* properties = nullptr;
-    std::int32_t propertyCount = 0;
+    int32_t propertyCount = 0;
     MethodDefinition* methods = nullptr;
-    std::int32_t methodCount = 0;
+    int32_t methodCount = 0;
     EventDefinition* events = nullptr;
-    std::int32_t eventCount = 0;
-    std::uint32_t reserved52[5] = {};
+    int32_t eventCount = 0;
+    uint32_t reserved52[5] = {};
     ConstantDefinition* constants = nullptr;
-    std::int32_t constantCount = 0;
-    std::uint32_t flags = 0;
-    std::uint32_t reserved84[4] = {};
+    int32_t constantCount = 0;
+    uint32_t flags = 0;
+    uint32_t reserved84[4] = {};
 };
 
 struct ModuleDefinition {
-    std::int32_t version = INTERFACE_VERSION;
+    int32_t version = INTERFACE_VERSION;
     const char* name = nullptr;
-    std::uint32_t reserved8[2] = {};
+    uint32_t reserved8[2] = {};
     ConstantDefinition* constants = nullptr;
-    std::int32_t constantCount = 0;
-    std::uint32_t reserved24[8] = {};
+    int32_t constantCount = 0;
+    uint32_t reserved24[8] = {};
 };
 
 static_assert(sizeof(PropertyDefinition) == 48);

@@ -13,7 +13,7 @@ inline constinit HostService<void(ModuleDefinition*)> PluginRegisterModule{"Plug
 inline constinit HostService<double()> KOVAGetKVVersion{"KOVAGetKVVersion"};
 
 // Strings. KOVABuildString copies its bytes. KOVAConvertString's result is borrowed: it may be its argument.
-inline constinit HostService<KOVAString(const char* bytes, std::int32_t length)> KOVABuildString{"KOVABuildString"};
+inline constinit HostService<KOVAString(const char* bytes, int32_t length)> KOVABuildString{"KOVABuildString"};
 inline constinit HostService<void(KOVAString)> KOVALockString{"KOVALockString"};
 inline constinit HostService<void(KOVAString)> KOVAUnlockString{"KOVAUnlockString"};
 inline constinit HostService<const char*(KOVAString)> StringGetCString{"StringGetCString"};
@@ -21,7 +21,7 @@ inline constinit HostService<KOVAEncoding(KOVAString)> KOVAGetStringEncoding{"KO
 inline constinit HostService<void(KOVAString, KOVAEncoding)> KOVASetStringEncoding{"KOVASetStringEncoding"};
 inline constinit HostService<KOVAString(KOVAString, KOVAEncoding)> KOVAConvertString{"KOVAConvertString"};
 inline constinit HostService<KOVAString(KOVAString left, KOVAString right)> RuntimeAddString{"RuntimeAddString"};
-inline constinit HostService<std::int32_t(KOVAString, KOVAString)> RuntimeStringCompare{"RuntimeStringCompare"};
+inline constinit HostService<int32_t(KOVAString, KOVAString)> RuntimeStringCompare{"RuntimeStringCompare"};
 
 // Objects.
 inline constinit HostService<KOVAObject(ClassReference)> PluginNewInstance{"PluginNewInstance"};
@@ -32,9 +32,9 @@ inline constinit HostService<void(KOVAObject)> KOVAUnlockObject{"KOVAUnlockObjec
 inline constinit HostService<void(KOVAObject exception)> RuntimeRaiseException{"RuntimeRaiseException"};
 
 // Members by name or declaration. The bool tells success.
-inline constinit HostService<bool(KOVAObject, const char* name, std::int32_t* value)> KOVAGetPropValueInt{
+inline constinit HostService<bool(KOVAObject, const char* name, int32_t* value)> KOVAGetPropValueInt{
     "KOVAGetPropValueInt"};
-inline constinit HostService<bool(KOVAObject, const char* name, std::int32_t value)> KOVASetPropValueInt{
+inline constinit HostService<bool(KOVAObject, const char* name, int32_t value)> KOVASetPropValueInt{
     "KOVASetPropValueInt"};
 inline constinit HostService<bool(KOVAObject, const char* name, KOVAString value)> KOVASetPropValueString{
     "KOVASetPropValueString"};
@@ -42,13 +42,13 @@ inline constinit HostService<HostFunction(KOVAObject, const char* declaration)> 
     "KOVALoadObjectMethod"};
 
 // Arrays of strings. RuntimeUBound is the last valid index, -1 for an empty array. Elements are borrowed.
-inline constinit HostService<std::int32_t(KOVAArray)> RuntimeUBound{"RuntimeUBound"};
-inline constinit HostService<KOVAString(KOVAArray, std::int32_t index)> RuntimeDirectReadStringArray{
+inline constinit HostService<int32_t(KOVAArray)> RuntimeUBound{"RuntimeUBound"};
+inline constinit HostService<KOVAString(KOVAArray, int32_t index)> RuntimeDirectReadStringArray{
     "RuntimeDirectReadStringArray"};
 
 // The two services whose wrappers take other arguments than the host.
 namespace service {
-inline constinit HostService<HostFunction(KOVAObject, std::uint32_t hostSlot)> GetEventInstance{"GetEventInstance"};
+inline constinit HostService<HostFunction(KOVAObject, uint32_t hostSlot)> GetEventInstance{"GetEventInstance"};
 inline constinit HostService<HostFunction(KOVAObject none, const char* declaration)> KOVALoadGlobalMethod{
     "KOVALoadGlobalMethod"};
 } // namespace service

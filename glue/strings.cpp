@@ -5,31 +5,31 @@
 namespace kova {
 
 const char* CStringOrEmpty(KOVAString string) {
-    const char* bytes = string ? StringGetCString(string) : nullptr;
-    return bytes ? bytes : "";
+    const char* bytes = string != nullptr ? StringGetCString(string) : nullptr;
+    return bytes != nullptr ? bytes : "";
 }
 
-std::int32_t StringLenB(KOVAString string) {
-    using Function = std::int32_t (*)(KOVAString);
+int32_t StringLenB(KOVAString string) {
+    using Function = int32_t (*)(KOVAString);
     static Function lenB = nullptr;
 
-    if (!string) return 0;
-    if (!lenB) lenB = reinterpret_cast<Function>(KOVALoadGlobalMethod("LenB( s as string ) as integer"));
+    if (string == nullptr) return 0;
+    if (lenB == nullptr) lenB = reinterpret_cast<Function>(KOVALoadGlobalMethod("LenB( s as string ) as integer"));
     // The host is required to have LenB; without it every text is taken as empty.
-    return lenB ? lenB(string) : 0;
+    return lenB != nullptr ? lenB(string) : 0;
 }
 
 std::string_view StringBytes(KOVAString string) {
-    const char* bytes = string ? StringGetCString(string) : nullptr;
-    return bytes ? std::string_view(bytes, static_cast<std::size_t>(StringLenB(string))) : std::string_view("");
+    const char* bytes = string != nullptr ? StringGetCString(string) : nullptr;
+    return bytes != nullptr ? std::string_view(bytes, static_cast<size_t>(StringLenB(string))) : std::string_view("");
 }
 
 KOVAString BuildUTF8String(const char* text) {
-    return text ? BuildUTF8String(text, static_cast<std::int32_t>(std::strlen(text))) : nullptr;
+    return text != nullptr ? BuildUTF8String(text, static_cast<int32_t>(std::strlen(text))) : nullptr;
 }
 
-KOVAString BuildUTF8String(const char* bytes, std::int32_t length) {
-    if (!bytes) return nullptr;
+KOVAString BuildUTF8String(const char* bytes, int32_t length) {
+    if (bytes == nullptr) return nullptr;
     KOVAString string = KOVABuildString(bytes, length);
     KOVASetStringEncoding(string, UTF8_ENCODING);
     return string;
@@ -46,7 +46,7 @@ KOVAString LockedString(KOVAString string) {
 
 void ReplaceString(KOVAString& field, KOVAString owned) {
     KOVAString old = std::exchange(field, owned);
-    if (old) KOVAUnlockString(old);
+    if (old != nullptr) KOVAUnlockString(old);
 }
 
 } // namespace kova

@@ -14,14 +14,14 @@ constexpr KOVAEncoding UTF8_ENCODING = 0x08000100;
 const char* CStringOrEmpty(KOVAString string);
 
 // The byte length, by the host's LenB; 0 for nil, without a host call.
-std::int32_t StringLenB(KOVAString string);
+int32_t StringLenB(KOVAString string);
 
 // Bytes and length together: never null, and empty if the host tells only one of the two.
 std::string_view StringBytes(KOVAString string);
 
 // A new string marked UTF-8, owned by the caller; nil for a null pointer, without a host call.
 KOVAString BuildUTF8String(const char* text);
-KOVAString BuildUTF8String(const char* bytes, std::int32_t length);
+KOVAString BuildUTF8String(const char* bytes, int32_t length);
 
 // The string itself if it is marked UTF-8, else converted. Borrowed either way: never unlock it.
 KOVAString EnsureUTF8(KOVAString string);
@@ -48,7 +48,7 @@ public:
         return *this;
     }
     ~OwnedString() {
-        if (string_) KOVAUnlockString(string_);
+        if (string_ != nullptr) KOVAUnlockString(string_);
     }
 
     KOVAString Get() const { return string_; }

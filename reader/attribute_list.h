@@ -9,7 +9,7 @@ namespace kova {
 struct XmlAttributeListData {
     // Name, value, name, value … and a null entry; not owned, none once the event is over.
     const char* const* attributes;
-    std::int32_t count; // pairs; the program may write it
+    int32_t count; // pairs; the program may write it
 };
 static_assert(sizeof(XmlAttributeListData) == 8 && offsetof(XmlAttributeListData, count) == 4);
 

@@ -26,7 +26,7 @@ KOVAInteger Argument(int flag) { return flag; }
 KOVAString Word(const OwnedString& string) { return string.Get(); }
 KOVAInteger Word(KOVAInteger flag) { return flag; }
 
-template <class Result = void, class... Reported>
+template <typename Result = void, class... Reported>
 Result Raise(void* userData, ReaderEvent event, Reported... reported) {
     auto* reader = static_cast<KOVAObject>(userData);
     if (!reader) return Result(); // Reset has cleared the user data

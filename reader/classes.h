@@ -14,7 +14,7 @@ extern ClassDefinition xmlAttributeListClass;
 extern ClassDefinition xmlContentModelClass;
 
 // The events of XmlReader, in the order of their records.
-enum class ReaderEvent : std::size_t {
+enum class ReaderEvent : size_t {
     START_DOCUMENT,
     END_DOCUMENT,
     START_PREFIX_MAPPING,
@@ -40,10 +40,8 @@ enum class ReaderEvent : std::size_t {
     COUNT
 };
 
-extern EventDefinition xmlReaderEvents[static_cast<std::size_t>(ReaderEvent::COUNT)];
+extern EventDefinition xmlReaderEvents[static_cast<size_t>(ReaderEvent::COUNT)];
 
-inline const EventDefinition& EventRecord(ReaderEvent event) {
-    return xmlReaderEvents[static_cast<std::size_t>(event)];
-}
+inline const EventDefinition& EventRecord(ReaderEvent event) { return xmlReaderEvents[static_cast<size_t>(event)]; }
 
 } // namespace kova

@@ -17,9 +17,9 @@ XmlContentModelData* newestModel = nullptr;
 
 XmlContentModelData& Data(KOVAObject self) { return *InstanceData<XmlContentModelData>(self, xmlContentModelClass); }
 
-KOVAObject NewModel(XML_Content* model, std::uint32_t ownsModel) {
+KOVAObject NewModel(XML_Content* model, uint32_t ownsModel) {
     KOVAObject object = PluginNewInstance(xmlContentModelClass.name);
-    if (!object) return nullptr;
+    if (object == nullptr) return nullptr;
     Data(object).model = model;
     Data(object).ownsModel = ownsModel;
     return object;
@@ -27,18 +27,18 @@ KOVAObject NewModel(XML_Content* model, std::uint32_t ownsModel) {
 
 // How many nodes the tree has. Expat lays all nodes of a tree side by side in one block, a parent before its
 // children, so that the children counted so far always stand within the nodes known so far.
-std::size_t NodeCount(const XML_Content* tree) {
-    std::size_t count = 1;
-    for (std::size_t i = 0; i < count; ++i) count += tree[i].numchildren;
+size_t NodeCount(const XML_Content* tree) {
+    size_t count = 1;
+    for (size_t i = 0; i < count; ++i) count += tree[i].numchildren;
     return count;
 }
 
 // Objects that Child made do not keep the tree alive; those that outlive it go empty.
 void DetachViews(const XML_Content* tree) {
     const XML_Content* end = nullptr;
-    for (XmlContentModelData* view = newestModel; view; view = view->older) {
+    for (XmlContentModelData* view = newestModel; view != nullptr; view = view->older) {
         if (view->ownsModel || view->model < tree) continue;
-        if (!end) end = tree + NodeCount(tree);
+        if (end == nullptr) end = tree + NodeCount(tree);
         if (view->model < end) view->model = nullptr;
     }
 }
@@ -46,9 +46,9 @@ void DetachViews(const XML_Content* tree) {
 } // namespace
 
 KOVAObject NewContentModel(XML_Content* tree) {
-    if (!tree) return nullptr;
+    if (tree == nullptr) return nullptr;
     KOVAObject object = NewModel(tree, 1);
-    if (!object) std::free(tree);
+    if (object == nullptr) std::free(tree);
     return object;
 }
 
@@ -57,7 +57,7 @@ void XmlContentModel_Initialize(KOVAObject self) {
     data.owner = self;
     data.reserved = 0;
     data.ownsModel = 0;
-    if (newestModel) {
+    if (newestModel != nullptr) {
         data.older = newestModel;
         newestModel->newer = &data;
     }
@@ -66,36 +66,38 @@ void XmlContentModel_Initialize(KOVAObject self) {
 
 void XmlContentModel_Finalize(KOVAObject self) {
     const XmlContentModelData& data = Data(self);
-    if (data.older) data.older->newer = data.newer;
-    (data.newer ? data.newer->older : newestModel) = data.older;
+    if (data.older != nullptr) data.older->newer = data.newer;
+    (data.newer != nullptr ? data.newer->older : newestModel) = data.older;
     if (!data.ownsModel) return;
     DetachViews(data.model);
     std::free(data.model);
 }
 
-KOVAInteger XmlContentModel_GetType(KOVAObject self, std::uint32_t) {
+KOVAInteger XmlContentModel_GetType(KOVAObject self, uint32_t) {
     const XML_Content* model = Data(self).model;
-    return model ? static_cast<KOVAInteger>(model->type) : NO_MODEL;
+    return model != nullptr ? static_cast<KOVAInteger>(model->type) : NO_MODEL;
 }
 
-KOVAInteger XmlContentModel_GetQuant(KOVAObject self, std::uint32_t) {
+KOVAInteger XmlContentModel_GetQuant(KOVAObject self, uint32_t) {
     const XML_Content* model = Data(self).model;
-    return model ? static_cast<KOVAInteger>(model->quant) : NO_MODEL;
+    return model != nullptr ? static_cast<KOVAInteger>(model->quant) : NO_MODEL;
 }
 
-KOVAString XmlContentModel_GetName(KOVAObject self, std::uint32_t) {
+KOVAString XmlContentModel_GetName(KOVAObject self, uint32_t) {
     const XML_Content* model = Data(self).model;
-    return model ? BuildUTF8String(model->name) : nullptr;
+    return model != nullptr ? BuildUTF8String(model->name) : nullptr;
 }
 
-KOVAInteger XmlContentModel_GetNumChildren(KOVAObject self, std::uint32_t) {
+KOVAInteger XmlContentModel_GetNumChildren(KOVAObject self, uint32_t) {
     const XML_Content* model = Data(self).model;
-    return model ? static_cast<KOVAInteger>(model->numchildren) : 0;
+    return model != nullptr ? static_cast<KOVAInteger>(model->numchildren) : 0;
 }
 
 KOVAObject XmlContentModel_Child(KOVAObject self, KOVAInteger index) {
     const XML_Content* model = Data(self).model;
-    if (!model || index < 0 || static_cast<unsigned>(index) >= model->numchildren || !model->children) return nullptr;
+    if ((model == nullptr) || index < 0 || static_cast<unsigned>(index) >= model->numchildren
+        || (model->children == nullptr))
+        return nullptr;
     return NewModel(&model->children[index], 0);
 }
 

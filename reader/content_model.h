@@ -13,8 +13,8 @@ struct XmlContentModelData {
     XML_Content* model;         // none for a view whose tree is gone, and for an object that the program made itself
     XmlContentModelData* newer; // links of the list of live content models
     XmlContentModelData* older;
-    std::uint32_t reserved;
-    std::uint32_t ownsModel;
+    uint32_t reserved;
+    uint32_t ownsModel;
 };
 static_assert(sizeof(XmlContentModelData) == 24 && offsetof(XmlContentModelData, model) == 4
               && offsetof(XmlContentModelData, newer) == 8 && offsetof(XmlContentModelData, older) == 12

@@ -10,15 +10,15 @@ namespace kova {
 void XmlReader_Initialize(KOVAObject self);
 void XmlReader_Finalize(KOVAObject self);
 
-KOVAString XmlReader_GetBase(KOVAObject self, std::uint32_t param);
-void XmlReader_SetBase(KOVAObject self, std::uint32_t param, KOVAString value);
-KOVAInteger XmlReader_GetCurrentLineNumber(KOVAObject self, std::uint32_t param);
-KOVAInteger XmlReader_GetCurrentColumnNumber(KOVAObject self, std::uint32_t param);
-KOVAInteger XmlReader_GetCurrentByteIndex(KOVAObject self, std::uint32_t param);
-KOVAInteger XmlReader_GetCurrentByteCount(KOVAObject self, std::uint32_t param);
-KOVAInteger XmlReader_GetErrorCode(KOVAObject self, std::uint32_t param);
-void XmlReader_SetDefaultHandler(KOVAObject self, std::uint32_t param, KOVABoolean value);
-void XmlReader_SetDefaultHandlerExpand(KOVAObject self, std::uint32_t param, KOVABoolean value);
+KOVAString XmlReader_GetBase(KOVAObject self, uint32_t param);
+void XmlReader_SetBase(KOVAObject self, uint32_t param, KOVAString value);
+KOVAInteger XmlReader_GetCurrentLineNumber(KOVAObject self, uint32_t param);
+KOVAInteger XmlReader_GetCurrentColumnNumber(KOVAObject self, uint32_t param);
+KOVAInteger XmlReader_GetCurrentByteIndex(KOVAObject self, uint32_t param);
+KOVAInteger XmlReader_GetCurrentByteCount(KOVAObject self, uint32_t param);
+KOVAInteger XmlReader_GetErrorCode(KOVAObject self, uint32_t param);
+void XmlReader_SetDefaultHandler(KOVAObject self, uint32_t param, KOVABoolean value);
+void XmlReader_SetDefaultHandlerExpand(KOVAObject self, uint32_t param, KOVABoolean value);
 
 void XmlReader_Constructor(KOVAObject self);
 void XmlReader_ConstructorEncoding(KOVAObject self, KOVAString xmlEncoding);
@@ -33,10 +33,10 @@ void XmlReader_ParseFileChunk(KOVAObject self, KOVAObject file, KOVABoolean isFi
 void XmlReader_CreateExternalEntityReader(KOVAObject self, KOVAString xmlEncoding);
 void XmlReader_FreeExternalEntityReader(KOVAObject self);
 
-KOVAInteger XmlReaderException_GetCurrentLineNumber(KOVAObject self, std::uint32_t param);
-KOVAInteger XmlReaderException_GetCurrentColumnNumber(KOVAObject self, std::uint32_t param);
-KOVAInteger XmlReaderException_GetCurrentByteIndex(KOVAObject self, std::uint32_t param);
-KOVAInteger XmlReaderException_GetCurrentByteCount(KOVAObject self, std::uint32_t param);
+KOVAInteger XmlReaderException_GetCurrentLineNumber(KOVAObject self, uint32_t param);
+KOVAInteger XmlReaderException_GetCurrentColumnNumber(KOVAObject self, uint32_t param);
+KOVAInteger XmlReaderException_GetCurrentByteIndex(KOVAObject self, uint32_t param);
+KOVAInteger XmlReaderException_GetCurrentByteCount(KOVAObject self, uint32_t param);
 
 KOVAString XmlAttributeList_Key(KOVAObject self, KOVAInteger index);
 KOVAString XmlAttributeList_Value(KOVAObject self, KOVAInteger index);
@@ -44,10 +44,10 @@ KOVAString XmlAttributeList_ValueOf(KOVAObject self, KOVAString key);
 
 void XmlContentModel_Initialize(KOVAObject self);
 void XmlContentModel_Finalize(KOVAObject self);
-KOVAInteger XmlContentModel_GetType(KOVAObject self, std::uint32_t param);
-KOVAInteger XmlContentModel_GetQuant(KOVAObject self, std::uint32_t param);
-KOVAString XmlContentModel_GetName(KOVAObject self, std::uint32_t param);
-KOVAInteger XmlContentModel_GetNumChildren(KOVAObject self, std::uint32_t param);
+KOVAInteger XmlContentModel_GetType(KOVAObject self, uint32_t param);
+KOVAInteger XmlContentModel_GetQuant(KOVAObject self, uint32_t param);
+KOVAString XmlContentModel_GetName(KOVAObject self, uint32_t param);
+KOVAInteger XmlContentModel_GetNumChildren(KOVAObject self, uint32_t param);
 KOVAObject XmlContentModel_Child(KOVAObject self, KOVAInteger index);
 
 } // namespace kova

@@ -13,12 +13,12 @@ const XmlReaderExceptionData& Data(KOVAObject self) {
 
 void Raise(XML_Parser main, XML_Error code, const char* message) {
     KOVAObject exception = NewException(xmlReaderExceptionClass, code);
-    if (!exception) return;
+    if (exception == nullptr) return;
     auto& data = *InstanceData<XmlReaderExceptionData>(exception, xmlReaderExceptionClass);
-    data.lineNumber = static_cast<std::int32_t>(XML_GetCurrentLineNumber(main));
-    data.columnNumber = static_cast<std::int32_t>(XML_GetCurrentColumnNumber(main));
-    data.byteIndex = static_cast<std::int32_t>(XML_GetCurrentByteIndex(main));
-    data.byteCount = static_cast<std::int32_t>(XML_GetCurrentByteCount(main));
+    data.lineNumber = static_cast<int32_t>(XML_GetCurrentLineNumber(main));
+    data.columnNumber = static_cast<int32_t>(XML_GetCurrentColumnNumber(main));
+    data.byteIndex = static_cast<int32_t>(XML_GetCurrentByteIndex(main));
+    data.byteCount = static_cast<int32_t>(XML_GetCurrentByteCount(main));
     SetExceptionMessage(exception, xmlReaderExceptionClass, BuildUTF8String(message));
     RuntimeRaiseException(exception);
 }
@@ -40,14 +40,12 @@ const char* ReaderErrorText(XML_Error code) {
     return XML_ErrorString(code);
 }
 
-KOVAInteger XmlReaderException_GetCurrentLineNumber(KOVAObject self, std::uint32_t) { return Data(self).lineNumber; }
+KOVAInteger XmlReaderException_GetCurrentLineNumber(KOVAObject self, uint32_t) { return Data(self).lineNumber; }
 
-KOVAInteger XmlReaderException_GetCurrentColumnNumber(KOVAObject self, std::uint32_t) {
-    return Data(self).columnNumber;
-}
+KOVAInteger XmlReaderException_GetCurrentColumnNumber(KOVAObject self, uint32_t) { return Data(self).columnNumber; }
 
-KOVAInteger XmlReaderException_GetCurrentByteIndex(KOVAObject self, std::uint32_t) { return Data(self).byteIndex; }
+KOVAInteger XmlReaderException_GetCurrentByteIndex(KOVAObject self, uint32_t) { return Data(self).byteIndex; }
 
-KOVAInteger XmlReaderException_GetCurrentByteCount(KOVAObject self, std::uint32_t) { return Data(self).byteCount; }
+KOVAInteger XmlReaderException_GetCurrentByteCount(KOVAObject self, uint32_t) { return Data(self).byteCount; }
 
 } // namespace kova

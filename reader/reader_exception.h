@@ -10,11 +10,11 @@ namespace kova {
 
 struct XmlReaderExceptionData {
     KOVAString message;
-    std::int32_t errorNumber;
-    std::int32_t lineNumber;   // from 1
-    std::int32_t columnNumber; // from 0
-    std::int32_t byteIndex;
-    std::int32_t byteCount;
+    int32_t errorNumber;
+    int32_t lineNumber;   // from 1
+    int32_t columnNumber; // from 0
+    int32_t byteIndex;
+    int32_t byteCount;
 };
 static_assert(sizeof(XmlReaderExceptionData) == 24
               && offsetof(XmlReaderExceptionData, message) == offsetof(ExceptionData, message)

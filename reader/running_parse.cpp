@@ -14,19 +14,19 @@ RunningParse::~RunningParse() {
 }
 
 bool IsParsing(XML_Parser parser) {
-    for (const RunningParse* running = RunningParse::innermost_; running; running = running->outer_)
+    for (const RunningParse* running = RunningParse::innermost_; running != nullptr; running = running->outer_)
         if (running->parser_ == parser) return true;
     return false;
 }
 
 bool IsInUse(XML_Parser main) {
-    for (const RunningParse* running = RunningParse::innermost_; running; running = running->outer_)
+    for (const RunningParse* running = RunningParse::innermost_; running != nullptr; running = running->outer_)
         if (running->parser_ == main || running->main_ == main) return true;
     return false;
 }
 
 void FreeParser(XML_Parser parser) {
-    for (RunningParse* running = RunningParse::innermost_; running; running = running->outer_) {
+    for (RunningParse* running = RunningParse::innermost_; running != nullptr; running = running->outer_) {
         if (running->parser_ != parser) continue;
         running->freeWhenDone_ = true;
         return;

@@ -42,7 +42,7 @@ bool ParseText(XML_Parser target, XML_Parser main, KOVAString text, KOVABoolean 
         return false;
     }
     // A parser that has failed answers the same error for ever, but would measure its position across two texts.
-    const bool failedBefore = target && XML_GetErrorCode(target) != XML_ERROR_NONE;
+    const bool failedBefore = (target != nullptr) && XML_GetErrorCode(target) != XML_ERROR_NONE;
     bool parsed = false;
     if (!failedBefore) {
         const RunningParse running(target, main);
@@ -67,35 +67,35 @@ void XmlReader_Initialize(KOVAObject self) {
 // The external entity's parser and the reference to the encoding are kept on purpose.
 void XmlReader_Finalize(KOVAObject self) { XML_ParserFree(Data(self).parser); }
 
-KOVAString XmlReader_GetBase(KOVAObject self, std::uint32_t) { return BuildUTF8String(XML_GetBase(Data(self).parser)); }
+KOVAString XmlReader_GetBase(KOVAObject self, uint32_t) { return BuildUTF8String(XML_GetBase(Data(self).parser)); }
 
-void XmlReader_SetBase(KOVAObject self, std::uint32_t, KOVAString value) {
+void XmlReader_SetBase(KOVAObject self, uint32_t, KOVAString value) {
     XML_SetBase(Data(self).parser, CStringOrEmpty(value));
 }
 
-KOVAInteger XmlReader_GetCurrentLineNumber(KOVAObject self, std::uint32_t) {
+KOVAInteger XmlReader_GetCurrentLineNumber(KOVAObject self, uint32_t) {
     return static_cast<KOVAInteger>(XML_GetCurrentLineNumber(Data(self).parser));
 }
 
-KOVAInteger XmlReader_GetCurrentColumnNumber(KOVAObject self, std::uint32_t) {
+KOVAInteger XmlReader_GetCurrentColumnNumber(KOVAObject self, uint32_t) {
     return static_cast<KOVAInteger>(XML_GetCurrentColumnNumber(Data(self).parser));
 }
 
-KOVAInteger XmlReader_GetCurrentByteIndex(KOVAObject self, std::uint32_t) {
+KOVAInteger XmlReader_GetCurrentByteIndex(KOVAObject self, uint32_t) {
     return static_cast<KOVAInteger>(XML_GetCurrentByteIndex(Data(self).parser));
 }
 
-KOVAInteger XmlReader_GetCurrentByteCount(KOVAObject self, std::uint32_t) {
+KOVAInteger XmlReader_GetCurrentByteCount(KOVAObject self, uint32_t) {
     return XML_GetCurrentByteCount(Data(self).parser);
 }
 
-KOVAInteger XmlReader_GetErrorCode(KOVAObject self, std::uint32_t) { return XML_GetErrorCode(Data(self).parser); }
+KOVAInteger XmlReader_GetErrorCode(KOVAObject self, uint32_t) { return XML_GetErrorCode(Data(self).parser); }
 
-void XmlReader_SetDefaultHandler(KOVAObject self, std::uint32_t, KOVABoolean value) {
+void XmlReader_SetDefaultHandler(KOVAObject self, uint32_t, KOVABoolean value) {
     XML_SetDefaultHandler(Data(self).parser, value ? DefaultCallback : nullptr);
 }
 
-void XmlReader_SetDefaultHandlerExpand(KOVAObject self, std::uint32_t, KOVABoolean value) {
+void XmlReader_SetDefaultHandlerExpand(KOVAObject self, uint32_t, KOVABoolean value) {
     XML_SetDefaultHandlerExpand(Data(self).parser, value ? DefaultCallback : nullptr);
 }
 
@@ -149,7 +149,7 @@ void XmlReader_ParseChunk(KOVAObject self, KOVAString s, KOVABoolean isFinal) {
 
     RaiseEvent(self, EventRecord(ReaderEvent::START_DOCUMENT));
     const XmlReaderData& reader = Data(self);
-    XML_Parser target = reader.entityParser ? reader.entityParser : reader.parser;
+    XML_Parser target = reader.entityParser != nullptr ? reader.entityParser : reader.parser;
     if (ParseText(target, reader.parser, s, isFinal)) RaiseEvent(self, EventRecord(ReaderEvent::END_DOCUMENT));
 }
 

@@ -15,7 +15,7 @@ struct XmlReaderData {
     KOVAString encoding;     // one reference held
     bool handlersOff;        // nothing sets it
     bool unused[3];          // set by the class constructor and not read
-    std::uint32_t reserved;
+    uint32_t reserved;
 };
 static_assert(sizeof(XmlReaderData) == 24 && offsetof(XmlReaderData, parser) == 4
               && offsetof(XmlReaderData, entityParser) == 8 && offsetof(XmlReaderData, encoding) == 12

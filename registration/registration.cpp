@@ -46,7 +46,7 @@ constexpr KeptReference KEPT_REFERENCES[] = {
     {gXmlNodeListClass, xmlNodeListClass}, {gXmlDocumentClass, xmlDocumentClass},
 };
 
-template <std::size_t COUNT>
+template <size_t COUNT>
 void RegisterClasses(ClassDefinition* const (&records)[COUNT]) {
     for (ClassDefinition* record : records) record->flags |= CLASS_FLAG;
     for (ClassDefinition* record : records) PluginRegisterClass(record);

@@ -9,35 +9,33 @@
 namespace kova {
 
 // The flags words as the host expects them; their meaning is the host's.
-constexpr std::uint32_t CLASS_FLAG = 4;
-constexpr std::uint32_t METHOD_FLAG = 4;
-constexpr std::uint32_t PLAIN_PROPERTY = 4;
-constexpr std::uint32_t NODE_PROPERTY = 6;
+constexpr uint32_t CLASS_FLAG = 4;
+constexpr uint32_t METHOD_FLAG = 4;
+constexpr uint32_t PLAIN_PROPERTY = 4;
+constexpr uint32_t NODE_PROPERTY = 6;
 
-template <class Record, std::size_t COUNT>
-constexpr std::int32_t Count(const Record (&)[COUNT]) {
-    return static_cast<std::int32_t>(COUNT);
+template <typename Record, size_t COUNT>
+constexpr int32_t Count(const Record (&)[COUNT]) {
+    return static_cast<int32_t>(COUNT);
 }
 
 // In place of a getter or setter: the host itself reads or writes the field.
 inline HostFunction DirectAccess() { return reinterpret_cast<HostFunction>(0xFFFFFFFFu); }
 
-template <class Value>
-PropertyDefinition ReadOnly(const char* name, const char* type, std::uint32_t flags,
-                            Value (*getter)(KOVAObject, std::uint32_t)) {
+template <typename Value>
+PropertyDefinition ReadOnly(const char* name, const char* type, uint32_t flags, Value (*getter)(KOVAObject, uint32_t)) {
     return {.name = name, .type = type, .flags = flags, .getter = reinterpret_cast<HostFunction>(getter)};
 }
 
-template <class Value>
-PropertyDefinition WriteOnly(const char* name, const char* type, std::uint32_t flags,
-                             void (*setter)(KOVAObject, std::uint32_t, Value)) {
+template <typename Value>
+PropertyDefinition WriteOnly(const char* name, const char* type, uint32_t flags,
+                             void (*setter)(KOVAObject, uint32_t, Value)) {
     return {.name = name, .type = type, .flags = flags, .setter = reinterpret_cast<HostFunction>(setter)};
 }
 
-template <class Value>
-PropertyDefinition ReadWrite(const char* name, const char* type, std::uint32_t flags,
-                             Value (*getter)(KOVAObject, std::uint32_t),
-                             void (*setter)(KOVAObject, std::uint32_t, Value)) {
+template <typename Value>
+PropertyDefinition ReadWrite(const char* name, const char* type, uint32_t flags, Value (*getter)(KOVAObject, uint32_t),
+                             void (*setter)(KOVAObject, uint32_t, Value)) {
     return {.name = name,
             .type = type,
             .flags = flags,
@@ -45,13 +43,11 @@ PropertyDefinition ReadWrite(const char* name, const char* type, std::uint32_t f
             .setter = reinterpret_cast<HostFunction>(setter)};
 }
 
-inline PropertyDefinition DirectReadOnly(const char* name, const char* type, std::uint32_t flags,
-                                         std::uint32_t offset) {
+inline PropertyDefinition DirectReadOnly(const char* name, const char* type, uint32_t flags, uint32_t offset) {
     return {.name = name, .type = type, .flags = flags, .getter = DirectAccess(), .param = offset};
 }
 
-inline PropertyDefinition DirectReadWrite(const char* name, const char* type, std::uint32_t flags,
-                                          std::uint32_t offset) {
+inline PropertyDefinition DirectReadWrite(const char* name, const char* type, uint32_t flags, uint32_t offset) {
     return {.name = name,
             .type = type,
             .flags = flags,
@@ -60,13 +56,13 @@ inline PropertyDefinition DirectReadWrite(const char* name, const char* type, st
             .param = offset};
 }
 
-template <class Result, HostWord... Args>
+template <typename Result, HostWord... Args>
 MethodDefinition Method(const char* declaration, Result (*function)(KOVAObject, Args...)) {
     return {.function = reinterpret_cast<HostFunction>(function), .declaration = declaration, .flags = METHOD_FLAG};
 }
 
 // A method whose call can also be assigned to.
-template <class Result, HostWord... Args>
+template <typename Result, HostWord... Args>
 MethodDefinition AssignableMethod(const char* declaration, Result (*function)(KOVAObject, Args...),
                                   std::type_identity_t<void (*)(KOVAObject, Args..., Result)> setter) {
     return {.function = reinterpret_cast<HostFunction>(function),

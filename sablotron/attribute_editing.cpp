@@ -22,7 +22,7 @@ SDOM_Exception SetDeclaration(Document& document, xmlNode* element, std::string_
     if (SDOM_Exception code = CheckDeclaration(element, prefix, uri)) return code;
     if (prefix == "xml") return SDOM_OK; // bound everywhere
     xmlNs* declaration = OwnDeclaration(element, prefix);
-    if (!declaration) {
+    if (declaration == nullptr) {
         std::string name(prefix);
         Attach(document, element, NewDeclaration(prefix.empty() ? nullptr : Chars(name.c_str()), uri));
         return SDOM_OK;
@@ -38,12 +38,12 @@ SDOM_Exception SetDeclaration(Document& document, xmlNode* element, std::string_
 bool FindReplaced(const xmlNode* element, const NodeName& name, xmlAttr*& replaced) {
     replaced = nullptr;
     std::string qualifiedName = name.QualifiedName();
-    for (xmlAttr* attribute = element->properties; attribute; attribute = attribute->next) {
+    for (xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next) {
         NodeName other = NameOf(reinterpret_cast<xmlNode*>(attribute));
         bool isSame =
             (other.uri == name.uri && other.localName == name.localName) || other.QualifiedName() == qualifiedName;
         if (!isSame) continue;
-        if (replaced) return false;
+        if (replaced != nullptr) return false;
         replaced = attribute;
     }
     return true;
@@ -66,7 +66,7 @@ SDOM_Exception SetAttributeNode(SablotSituation situation, SDOM_Node element, SD
     *replaced = nullptr;
     return CallOnEditable(situation, element, [&](xmlNode* found) {
         if (!IsElement(found)) return SDOM_INVALID_NODE_TYPE;
-        if (!FindNode(attribute)) return SDOM_NOT_FOUND_ERR;
+        if (FindNode(attribute) == nullptr) return SDOM_NOT_FOUND_ERR;
         xmlNode* node = attribute->node;
         if (!IsAttribute(node) && !IsDeclaration(node)) return SDOM_INVALID_NODE_TYPE;
         if (attribute->document != element->document) return SDOM_WRONG_DOCUMENT_ERR;
@@ -76,12 +76,12 @@ SDOM_Exception SetAttributeNode(SablotSituation situation, SDOM_Node element, SD
 
         xmlAttr* old = nullptr;
         if (!FindReplaced(found, NameOf(node), old)) return SDOM_NAMESPACE_ERR;
-        if (node->ns) {
+        if (node->ns != nullptr) {
             xmlNs* bound = BindForAttribute(document, found, node->ns->prefix, node->ns->href);
-            if (!bound) return SDOM_NAMESPACE_ERR;
+            if (bound == nullptr) return SDOM_NAMESPACE_ERR;
             AsAttribute(node)->ns = bound;
         }
-        if (old) *replaced = Detach(document, old);
+        if (old != nullptr) *replaced = Detach(document, old);
         Attach(document, found, AsAttribute(node));
         return SDOM_OK;
     });
@@ -104,13 +104,13 @@ SDOM_Exception SetByName(Document& document, xmlNode* element, std::string_view 
     if (IsDeclarationName(name, declared)) return SetDeclaration(document, element, declared, value);
 
     xmlAttr* attribute = FindAttribute(element, name);
-    if (!attribute) {
+    if (attribute == nullptr) {
         xmlNs* ns = nullptr;
         if (!parts.prefix.empty()) ns = BindingForName(document, element, parts.prefix);
-        if (ns) attribute = FindAttribute(element, View(ns->href), parts.localName); // under another prefix
-        if (!attribute) {
+        if (ns != nullptr) attribute = FindAttribute(element, View(ns->href), parts.localName); // under another prefix
+        if (attribute == nullptr) {
             // A prefix that nothing binds is a part of the name, as in SDOM_createAttribute.
-            const char* ownName = ns ? parts.localName.data() : name.data();
+            const char* ownName = ns != nullptr ? parts.localName.data() : name.data();
             attribute = NewAttribute(document, ns, ownName, value);
             AdoptDetached(document, attribute);
             Attach(document, element, attribute);
@@ -135,13 +135,14 @@ SDOM_Exception SetByExpandedName(Document& document, xmlNode* element, std::stri
     xmlNs* ns = nullptr;
     xmlAttr* attribute = FindAttribute(element, uri, parts.localName);
     if (!uri.empty()) {
-        bool keepsPrefix = attribute && (parts.prefix.empty() || View(attribute->ns->prefix) == parts.prefix);
+        bool keepsPrefix =
+            (attribute != nullptr) && (parts.prefix.empty() || View(attribute->ns->prefix) == parts.prefix);
         std::string prefix(parts.prefix);
         ns = keepsPrefix ? attribute->ns
                          : BindForAttribute(document, element, Chars(prefix.c_str()), Chars(std::string(uri).c_str()));
-        if (!ns) return SDOM_NAMESPACE_ERR;
+        if (ns == nullptr) return SDOM_NAMESPACE_ERR;
     }
-    if (attribute) {
+    if (attribute != nullptr) {
         attribute->ns = ns;
         SetAttributeValue(attribute, value);
         document.Touch();
@@ -165,7 +166,7 @@ SDOM_Exception SDOM_getAttribute(SablotSituation situation, SDOM_Node element, c
     *value = nullptr;
     return CallOnElement(situation, element, [&](const xmlNode* found) {
         const xmlNode* node = FindNamed(found, Argument(name));
-        *value = NewDeletableString(node ? ValueOf(node) : "");
+        *value = NewDeletableString(node != nullptr ? ValueOf(node) : "");
         return SDOM_OK;
     });
 }
@@ -175,7 +176,7 @@ SDOM_Exception SDOM_getAttributeNS(SablotSituation situation, SDOM_Node element,
     *value = nullptr;
     return CallOnElement(situation, element, [&](const xmlNode* found) {
         const xmlNode* node = FindNamed(found, Argument(uri), Argument(localName));
-        *value = NewDeletableString(node ? ValueOf(node) : "");
+        *value = NewDeletableString(node != nullptr ? ValueOf(node) : "");
         return SDOM_OK;
     });
 }
@@ -227,7 +228,7 @@ SDOM_Exception SDOM_removeAttribute(SablotSituation situation, SDOM_Node element
     return CallOnEditable(situation, element, [&](xmlNode* found) {
         if (!IsElement(found)) return SDOM_INVALID_NODE_TYPE;
         xmlNode* node = FindNamed(found, Argument(name));
-        return node ? Remove(*element->document, found, node) : SDOM_OK;
+        return node != nullptr ? Remove(*element->document, found, node) : SDOM_OK;
     });
 }
 
@@ -236,7 +237,7 @@ SDOM_Exception SDOM_removeAttributeNode(SablotSituation situation, SDOM_Node ele
     *removed = nullptr;
     return CallOnEditable(situation, element, [&](xmlNode* found) {
         if (!IsElement(found)) return SDOM_INVALID_NODE_TYPE;
-        if (!FindNode(attribute)) return SDOM_NOT_FOUND_ERR;
+        if (FindNode(attribute) == nullptr) return SDOM_NOT_FOUND_ERR;
         xmlNode* node = attribute->node;
         if (!IsAttribute(node) && !IsDeclaration(node)) return SDOM_INVALID_NODE_TYPE;
         const xmlNode* owner = IsAttribute(node) ? node->parent : attribute->Owner();

@@ -11,9 +11,9 @@ namespace sablot {
 // Keeps the list of one element, which programs ask for index by index.
 class AttributeList {
 public:
-    std::size_t Count(Document& document, xmlNode* element);
+    size_t Count(Document& document, xmlNode* element);
     // Null outside the list.
-    NodeHandle* At(Document& document, xmlNode* element, std::size_t index);
+    NodeHandle* At(Document& document, xmlNode* element, size_t index);
 
 private:
     void Fill(Document& document, xmlNode* element);

@@ -5,13 +5,14 @@
 #include "sablotron/names.h"
 
 #include <libxml/valid.h>
+
 #include <string>
 
 namespace sablot {
 
 void AddIdIfAny(xmlAttr* attribute) {
-    bool isXmlId = attribute->ns && View(attribute->ns->prefix) == "xml" && View(attribute->name) == "id";
-    if (!isXmlId || !attribute->parent) return;
+    bool isXmlId = (attribute->ns != nullptr) && View(attribute->ns->prefix) == "xml" && View(attribute->name) == "id";
+    if (!isXmlId || (attribute->parent == nullptr)) return;
     xmlAddID(nullptr, attribute->doc, Chars(ValueOf(reinterpret_cast<xmlNode*>(attribute)).c_str()), attribute);
 }
 
@@ -21,7 +22,7 @@ void RemoveIdIfAny(xmlAttr* attribute) {
 
 xmlAttr* NewAttribute(Document& document, xmlNs* ns, const char* name, std::string_view value) {
     xmlAttr* attribute = xmlNewDocProp(document.Tree(), Chars(name), nullptr);
-    if (!attribute) throw std::bad_alloc();
+    if (attribute == nullptr) throw std::bad_alloc();
     attribute->ns = ns;
     try {
         SetAttributeValue(attribute, value);
@@ -34,13 +35,13 @@ xmlAttr* NewAttribute(Document& document, xmlNs* ns, const char* name, std::stri
 
 xmlNs* NewDeclaration(const xmlChar* prefix, std::string_view uri) {
     xmlNs* declaration = xmlNewNs(nullptr, Chars(std::string(uri).c_str()), prefix);
-    if (!declaration) throw std::bad_alloc();
+    if (declaration == nullptr) throw std::bad_alloc();
     return declaration;
 }
 
 void SetDeclaredUri(xmlNs* declaration, std::string_view uri) {
     xmlChar* copy = xmlStrndup(Chars(uri.data()), static_cast<int>(uri.size()));
-    if (!copy) throw std::bad_alloc();
+    if (copy == nullptr) throw std::bad_alloc();
     xmlFree(const_cast<xmlChar*>(declaration->href));
     declaration->href = copy;
 }
@@ -73,8 +74,8 @@ void SetAttributeValue(xmlAttr* attribute, std::string_view value) {
 }
 
 xmlAttr* FindAttribute(const xmlNode* element, std::string_view qualifiedName) {
-    for (xmlAttr* attribute = element->properties; attribute; attribute = attribute->next) {
-        std::string_view prefix = attribute->ns ? View(attribute->ns->prefix) : std::string_view();
+    for (xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next) {
+        std::string_view prefix = attribute->ns != nullptr ? View(attribute->ns->prefix) : std::string_view();
         std::string_view name = View(attribute->name);
         if (prefix.empty()
                 ? name == qualifiedName
@@ -86,15 +87,15 @@ xmlAttr* FindAttribute(const xmlNode* element, std::string_view qualifiedName) {
 }
 
 xmlAttr* FindAttribute(const xmlNode* element, std::string_view uri, std::string_view localName) {
-    for (xmlAttr* attribute = element->properties; attribute; attribute = attribute->next)
-        if (View(attribute->name) == localName && (attribute->ns ? View(attribute->ns->href) : "") == uri)
+    for (xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next)
+        if (View(attribute->name) == localName && (attribute->ns != nullptr ? View(attribute->ns->href) : "") == uri)
             return attribute;
     return nullptr;
 }
 
 xmlNs* OwnDeclaration(const xmlNode* element, std::string_view prefix) {
     xmlNs* declaration = element->nsDef;
-    while (declaration && View(declaration->prefix) != prefix) declaration = declaration->next;
+    while ((declaration != nullptr) && View(declaration->prefix) != prefix) declaration = declaration->next;
     return declaration;
 }
 
@@ -121,15 +122,15 @@ xmlNode* FindNamed(const xmlNode* element, std::string_view uri, std::string_vie
 }
 
 NodeHandle* HandleOn(Document& document, xmlNode* element, xmlNode* found) {
-    if (!found || !IsDeclaration(found)) return document.HandleOf(found);
+    if ((found == nullptr) || !IsDeclaration(found)) return document.HandleOf(found);
     return document.HandleOf(AsDeclaration(found), element);
 }
 
 void Attach(Document& document, xmlNode* element, xmlAttr* attribute) {
     document.RemoveDetached(document.HandleOf(attribute));
     xmlAttr* last = element->properties;
-    while (last && last->next) last = last->next;
-    (last ? last->next : element->properties) = attribute;
+    while ((last != nullptr) && (last->next != nullptr)) last = last->next;
+    (last != nullptr ? last->next : element->properties) = attribute;
     attribute->prev = last;
     attribute->parent = element;
     AddIdIfAny(attribute);
@@ -138,11 +139,11 @@ void Attach(Document& document, xmlNode* element, xmlAttr* attribute) {
 
 NodeHandle* Detach(Document& document, xmlAttr* attribute) {
     RemoveIdIfAny(attribute);
-    (attribute->prev ? attribute->prev->next : attribute->parent->properties) = attribute->next;
-    if (attribute->next) attribute->next->prev = attribute->prev;
+    (attribute->prev != nullptr ? attribute->prev->next : attribute->parent->properties) = attribute->next;
+    if (attribute->next != nullptr) attribute->next->prev = attribute->prev;
     attribute->parent = nullptr;
     attribute->prev = attribute->next = nullptr;
-    if (attribute->ns) attribute->ns = document.LooseBinding(attribute->ns->prefix, attribute->ns->href);
+    if (attribute->ns != nullptr) attribute->ns = document.LooseBinding(attribute->ns->prefix, attribute->ns->href);
     document.Touch();
     return AdoptDetached(document, attribute);
 }
@@ -152,7 +153,7 @@ void Attach(Document& document, xmlNode* element, xmlNs* declaration) {
     if (handle->IsDetached()) document.RemoveDetached(handle);
     handle->SetOwner(element);
     xmlNs** end = &element->nsDef;
-    while (*end) end = &(*end)->next;
+    while (*end != nullptr) end = &(*end)->next;
     *end = declaration;
     Reconcile(document, element);
     document.Touch();

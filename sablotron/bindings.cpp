@@ -30,17 +30,17 @@ public:
 
 private:
     void Visit(xmlNode* element) {
-        if (element->ns) element->ns = Resolve(element, element->ns);
-        for (xmlAttr* attribute = element->properties; attribute; attribute = attribute->next)
-            if (attribute->ns) attribute->ns = Resolve(element, attribute->ns);
+        if (element->ns != nullptr) element->ns = Resolve(element, element->ns);
+        for (xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next)
+            if (attribute->ns != nullptr) attribute->ns = Resolve(element, attribute->ns);
     }
 
     xmlNs* Resolve(xmlNode* element, xmlNs* ns) {
         if (IsSamePrefix(ns->prefix, Chars("xml"))) return document_.XmlBinding();
         xmlNs* seen = scope_.Find(View(ns->prefix));
         bool isInside = seen != nullptr;
-        if (!seen) seen = FindOutside(ns->prefix);
-        if (seen && xmlStrEqual(seen->href, ns->href)) {
+        if (seen == nullptr) seen = FindOutside(ns->prefix);
+        if ((seen != nullptr) && xmlStrEqual(seen->href, ns->href)) {
             if (!isInside) usedFromOutside_.insert(View(ns->prefix));
             return seen;
         }
@@ -48,30 +48,31 @@ private:
         if (document_.IsLoose(ns) && !IsInTree()) return ns;
         // One declaration on the root serves the whole subtree, unless something in between or the root itself has
         // another use for the prefix.
-        bool rootIsFree = !isInside && !usedFromOutside_.contains(View(ns->prefix)) && (ns->prefix || root_->ns);
+        bool rootIsFree = !isInside && !usedFromOutside_.contains(View(ns->prefix))
+                          && ((ns->prefix != nullptr) || (root_->ns != nullptr));
         xmlNs* made = nullptr;
         if (rootIsFree) made = DeclareOn(root_, ns, true);
-        if (!made) made = DeclareOn(element, ns, element == root_);
-        return made ? made : document_.LooseBinding(ns->prefix, ns->href);
+        if (made == nullptr) made = DeclareOn(element, ns, element == root_);
+        return made != nullptr ? made : document_.LooseBinding(ns->prefix, ns->href);
     }
 
     xmlNs* DeclareOn(xmlNode* element, const xmlNs* ns, bool atBase) {
         xmlNs* made = Declare(element, ns->prefix, ns->href);
-        if (made) atBase ? scope_.AddAtBase(made) : scope_.Add(element, made);
+        if (made != nullptr) atBase ? scope_.AddAtBase(made) : scope_.Add(element, made);
         return made;
     }
 
     bool IsInTree() {
         if (!isInTree_) {
             const xmlNode* top = root_;
-            while (top->parent) top = top->parent;
+            while (top->parent != nullptr) top = top->parent;
             isInTree_ = top->type == XML_DOCUMENT_NODE;
         }
         return *isInTree_;
     }
 
     xmlNs* FindOutside(const xmlChar* prefix) {
-        if (!root_->parent || !IsElement(root_->parent)) return nullptr;
+        if ((root_->parent == nullptr) || !IsElement(root_->parent)) return nullptr;
         auto [place, isNew] = outside_.try_emplace(View(prefix), nullptr);
         if (isNew) place->second = FindBinding(document_, root_->parent, prefix).declaration;
         return place->second;
@@ -94,35 +95,34 @@ std::vector<Binding> BindingsInScope(Document& document, xmlNode* element) {
                            [&](const Binding& binding) { return IsSamePrefix(binding.declaration->prefix, prefix); });
     };
     xmlNode* node = element;
-    for (; node && IsElement(node); node = node->parent) {
-        std::size_t inherited = bindings.size();
-        bool isRoot = node->parent && !IsElement(node->parent);
+    for (; (node != nullptr) && IsElement(node); node = node->parent) {
+        size_t inherited = bindings.size();
+        bool isRoot = (node->parent != nullptr) && !IsElement(node->parent);
         bool declaresDefault = false;
-        for (xmlNs* declaration = node->nsDef; declaration; declaration = declaration->next) {
-            declaresDefault |= !declaration->prefix;
+        for (xmlNs* declaration = node->nsDef; declaration != nullptr; declaration = declaration->next) {
+            declaresDefault |= declaration->prefix == nullptr;
             if (!isBound(declaration->prefix)) bindings.push_back({declaration, node});
         }
-        std::reverse(bindings.begin() + static_cast<std::ptrdiff_t>(inherited), bindings.end());
+        std::reverse(bindings.begin() + static_cast<ptrdiff_t>(inherited), bindings.end());
         if (isRoot && document.MadeBy() == Document::Origin::PARSED && !declaresDefault && !isBound(nullptr))
-            bindings.insert(bindings.begin() + static_cast<std::ptrdiff_t>(inherited),
-                            {document.EmptyBinding(), nullptr});
+            bindings.insert(bindings.begin() + static_cast<ptrdiff_t>(inherited), {document.EmptyBinding(), nullptr});
     }
-    if (node) bindings.push_back({document.XmlBinding(), nullptr});
+    if (node != nullptr) bindings.push_back({document.XmlBinding(), nullptr});
     return bindings;
 }
 
 Binding FindBinding(Document& document, xmlNode* element, const xmlChar* prefix) {
     if (View(prefix) == "xml") return {document.XmlBinding(), nullptr};
-    for (xmlNode* node = element; node && IsElement(node); node = node->parent)
-        for (xmlNs* declaration = node->nsDef; declaration; declaration = declaration->next)
+    for (xmlNode* node = element; (node != nullptr) && IsElement(node); node = node->parent)
+        for (xmlNs* declaration = node->nsDef; declaration != nullptr; declaration = declaration->next)
             if (IsSamePrefix(declaration->prefix, prefix)) return {declaration, node};
     return {nullptr, nullptr};
 }
 
 xmlNs* BindingForName(Document& document, xmlNode* element, std::string_view prefix) {
-    if (element->ns && View(element->ns->prefix) == prefix) return element->ns;
-    for (const xmlAttr* attribute = element->properties; attribute; attribute = attribute->next)
-        if (attribute->ns && View(attribute->ns->prefix) == prefix) return attribute->ns;
+    if ((element->ns != nullptr) && View(element->ns->prefix) == prefix) return element->ns;
+    for (const xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next)
+        if ((attribute->ns != nullptr) && View(attribute->ns->prefix) == prefix) return attribute->ns;
     return FindBinding(document, element, Chars(std::string(prefix).c_str())).declaration;
 }
 
@@ -133,9 +133,9 @@ bool IsAllowedBinding(std::string_view prefix, std::string_view uri) {
 
 bool UsesPrefixOtherwise(const xmlNode* element, std::string_view prefix, std::string_view uri) {
     auto differs = [&](const xmlNs* ns) { return View(ns->prefix) == prefix && View(ns->href) != uri; };
-    if (element->ns ? differs(element->ns) : prefix.empty() && !uri.empty()) return true;
-    for (const xmlAttr* attribute = element->properties; attribute; attribute = attribute->next)
-        if (attribute->ns && differs(attribute->ns)) return true;
+    if (element->ns != nullptr ? differs(element->ns) : prefix.empty() && !uri.empty()) return true;
+    for (const xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next)
+        if ((attribute->ns != nullptr) && differs(attribute->ns)) return true;
     return false;
 }
 
@@ -144,27 +144,30 @@ xmlNs* BindForAttribute(Document& document, xmlNode* element, const xmlChar* pre
     if (View(prefix).empty()) {
         std::vector<Binding> bindings = BindingsInScope(document, element);
         for (const Binding& binding : bindings)
-            if (binding.declaration->prefix && View(binding.declaration->href) == View(uri)) return binding.declaration;
-        for (int number = 1; chosen.empty() || FindBinding(document, element, Chars(chosen.c_str())).declaration;
-             ++number)
+            if ((binding.declaration->prefix != nullptr) && View(binding.declaration->href) == View(uri))
+                return binding.declaration;
+        for (int number = 1;
+             chosen.empty() || (FindBinding(document, element, Chars(chosen.c_str())).declaration != nullptr); ++number)
             chosen = "ns" + std::to_string(number);
         prefix = Chars(chosen.c_str());
     }
     xmlNs* seen = BindingForName(document, element, View(prefix));
-    if (seen && View(seen->href) == View(uri)) return seen;
+    if ((seen != nullptr) && View(seen->href) == View(uri)) return seen;
     if (UsesPrefixOtherwise(element, View(prefix), View(uri))) return nullptr;
     xmlNs* made = Declare(element, prefix, uri);
-    if (made && seen) Reconcile(document, element); // names below may have used the binding that is hidden now
+    if ((made != nullptr) && (seen != nullptr))
+        Reconcile(document, element); // names below may have used the binding that is hidden now
     return made;
 }
 
 void Reconcile(Document& document, xmlNode* subtree) {
     if (!IsElement(subtree)) return;
-    if (!subtree->children && !subtree->nsDef && !subtree->properties) {
-        if (!subtree->ns) return;
+    if ((subtree->children == nullptr) && (subtree->nsDef == nullptr) && (subtree->properties == nullptr)) {
+        if (subtree->ns == nullptr) return;
         // What the parent's name can say, a child's can.
         const xmlNode* parent = subtree->parent;
-        if (parent && IsElement(parent) && parent->ns && View(parent->ns->prefix) == View(subtree->ns->prefix)
+        if ((parent != nullptr) && IsElement(parent) && (parent->ns != nullptr)
+            && View(parent->ns->prefix) == View(subtree->ns->prefix)
             && View(parent->ns->href) == View(subtree->ns->href)) {
             subtree->ns = parent->ns;
             return;
@@ -174,10 +177,10 @@ void Reconcile(Document& document, xmlNode* subtree) {
 }
 
 bool IsInUse(const xmlNs* declaration, xmlNode* owner) {
-    for (const xmlNode* node = owner; node; node = NextInTree(const_cast<xmlNode*>(node), owner)) {
+    for (const xmlNode* node = owner; node != nullptr; node = NextInTree(const_cast<xmlNode*>(node), owner)) {
         if (!IsElement(node)) continue;
         if (node->ns == declaration) return true;
-        for (const xmlAttr* attribute = node->properties; attribute; attribute = attribute->next)
+        for (const xmlAttr* attribute = node->properties; attribute != nullptr; attribute = attribute->next)
             if (attribute->ns == declaration) return true;
     }
     return false;

@@ -37,8 +37,8 @@ SDOM_Exception CallOnElement(SablotSituation situation, SDOM_Node node, Body bod
 
 // What libxml2 made of a text; it leaves the text out when memory is short.
 inline xmlNode* Checked(xmlNode* made, std::string_view text) {
-    if (made && (text.empty() || made->content)) return made;
-    if (made) xmlFreeNode(made);
+    if ((made != nullptr) && (text.empty() || (made->content != nullptr))) return made;
+    if (made != nullptr) xmlFreeNode(made);
     throw std::bad_alloc();
 }
 
@@ -62,7 +62,9 @@ SDOM_Exception CallOnDocument(SablotSituation situation, SDOM_Document handle, B
 }
 
 // A string argument; null counts as "".
-inline std::string_view Argument(const char* text) { return text ? std::string_view(text) : std::string_view(); }
+inline std::string_view Argument(const char* text) {
+    return text != nullptr ? std::string_view(text) : std::string_view();
+}
 
 inline bool IsAttribute(const xmlNode* node) { return node->type == XML_ATTRIBUTE_NODE; }
 inline bool IsDeclaration(const xmlNode* node) { return node->type == XML_NAMESPACE_DECL; }

@@ -9,8 +9,8 @@ namespace sablot {
 namespace {
 
 struct Range {
-    std::uint32_t first;
-    std::uint32_t last;
+    uint32_t first;
+    uint32_t last;
 };
 
 // Production 4 without the colon.
@@ -22,27 +22,22 @@ constexpr Range NAME_START[] = {{'A', 'Z'},       {'_', '_'},       {'a', 'z'}, 
 constexpr Range NAME_REST[] = {{'-', '-'}, {'.', '.'}, {'0', '9'}, {0xB7, 0xB7}, {0x300, 0x36F}, {0x203F, 0x2040}};
 constexpr Range XML_CHARACTERS[] = {{'\t', '\n'}, {'\r', '\r'}, {' ', 0xD7FF}, {0xE000, 0xFFFD}, {0x10000, 0x10FFFF}};
 
-constexpr std::uint32_t INVALID = 0xFFFFFFFF;
+constexpr uint32_t INVALID = 0xFFFFFFFF;
 
-template <std::size_t N>
-bool IsIn(const Range (&ranges)[N], std::uint32_t character) {
+template <size_t N>
+bool IsIn(const Range (&ranges)[N], uint32_t character) {
     return std::any_of(std::begin(ranges), std::end(ranges),
                        [=](Range range) { return character >= range.first && character <= range.last; });
 }
 
 // Takes the first character off the text, which is not empty; INVALID when it is not UTF-8 in shortest form.
-std::uint32_t TakeCharacter(std::string_view& text) {
-    constexpr std::uint32_t SMALLEST[] = {0, 0, 0x80, 0x800, 0x10000};
+uint32_t TakeCharacter(std::string_view& text) {
+    constexpr uint32_t SMALLEST[] = {0, 0, 0x80, 0x800, 0x10000};
     auto first = static_cast<unsigned char>(text[0]);
-    std::size_t length = first < 0x80   ? 1
-                         : first < 0xC0 ? 0
-                         : first < 0xE0 ? 2
-                         : first < 0xF0 ? 3
-                         : first < 0xF8 ? 4
-                                        : 0;
+    size_t length = first < 0x80 ? 1 : first < 0xC0 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : first < 0xF8 ? 4 : 0;
     if (length == 0 || length > text.size()) return INVALID;
-    std::uint32_t character = length == 1 ? first : first & (0xFFU >> (length + 1));
-    for (std::size_t i = 1; i < length; ++i) {
+    uint32_t character = length == 1 ? first : first & (0xFFU >> (length + 1));
+    for (size_t i = 1; i < length; ++i) {
         auto next = static_cast<unsigned char>(text[i]);
         if ((next & 0xC0) != 0x80) return INVALID;
         character = character << 6 | (next & 0x3F);
@@ -54,7 +49,7 @@ std::uint32_t TakeCharacter(std::string_view& text) {
 bool IsNcName(std::string_view name) {
     if (name.empty() || !IsIn(NAME_START, TakeCharacter(name))) return false;
     while (!name.empty()) {
-        std::uint32_t character = TakeCharacter(name);
+        uint32_t character = TakeCharacter(name);
         if (!IsIn(NAME_START, character) && !IsIn(NAME_REST, character)) return false;
     }
     return true;
@@ -79,13 +74,13 @@ bool IsCommentText(std::string_view text) {
 bool IsInstructionData(std::string_view text) { return IsXmlText(text) && text.find("?>") == std::string_view::npos; }
 
 bool IsInstructionTarget(std::string_view name) {
-    auto isLetter = [&](std::size_t i, char letter) { return (name[i] | 0x20) == letter; };
+    auto isLetter = [&](size_t i, char letter) { return (name[i] | 0x20) == letter; };
     bool isReserved = name.size() == 3 && isLetter(0, 'x') && isLetter(1, 'm') && isLetter(2, 'l');
     return IsNcName(name) && !isReserved;
 }
 
 QName::QName(std::string_view name) {
-    std::size_t colon = name.find(':');
+    size_t colon = name.find(':');
     if (colon != std::string_view::npos) prefix = name.substr(0, colon);
     localName = colon == std::string_view::npos ? name : name.substr(colon + 1);
     isValid = IsNcName(localName) && (colon == std::string_view::npos || IsNcName(prefix));

@@ -2,21 +2,21 @@
 
 namespace sablot {
 
-std::size_t ChildIndex::Count(const xmlNode* parent) {
+size_t ChildIndex::Count(const xmlNode* parent) {
     if (const Entry* entry = Find(parent)) return entry->children.size();
-    std::size_t count = 0;
-    for (const xmlNode* child = parent->children; child; child = child->next)
+    size_t count = 0;
+    for (const xmlNode* child = parent->children; child != nullptr; child = child->next)
         if (++count > SHORT_LIST) return Make(parent).children.size();
     return count;
 }
 
-xmlNode* ChildIndex::At(const xmlNode* parent, std::size_t index) {
+xmlNode* ChildIndex::At(const xmlNode* parent, size_t index) {
     Entry* entry = Find(parent);
-    if (!entry) {
+    if (entry == nullptr) {
         xmlNode* child = parent->children;
-        for (std::size_t i = 0; child && i < SHORT_LIST; ++i, child = child->next)
+        for (size_t i = 0; (child != nullptr) && i < SHORT_LIST; ++i, child = child->next)
             if (i == index) return child;
-        if (!child) return nullptr;
+        if (child == nullptr) return nullptr;
         entry = &Make(parent);
     }
     return index < entry->children.size() ? entry->children[index] : nullptr;
@@ -39,7 +39,7 @@ ChildIndex::Entry* ChildIndex::Find(const xmlNode* parent) {
 ChildIndex::Entry& ChildIndex::Make(const xmlNode* parent) {
     Entry& entry = entries_[next_++ % entries_.size()];
     entry = {};
-    for (xmlNode* child = parent->children; child; child = child->next) entry.children.push_back(child);
+    for (xmlNode* child = parent->children; child != nullptr; child = child->next) entry.children.push_back(child);
     entry.parent = parent;
     return entry;
 }

@@ -1,18 +1,19 @@
 // Children by index, in constant time for the long child lists that a program is walking through.
 #pragma once
 
+#include <libxml/tree.h>
+
 #include <array>
 #include <cstddef>
-#include <libxml/tree.h>
 #include <vector>
 
 namespace sablot {
 
 class ChildIndex {
 public:
-    std::size_t Count(const xmlNode* parent);
+    size_t Count(const xmlNode* parent);
     // Null outside the list.
-    xmlNode* At(const xmlNode* parent, std::size_t index);
+    xmlNode* At(const xmlNode* parent, size_t index);
     // A child was added at the end of the parent's list.
     void Appended(const xmlNode* parent, xmlNode* child);
     // The parent's list has changed in another way.
@@ -20,7 +21,7 @@ public:
 
 private:
     // Shorter lists are walked.
-    static constexpr std::size_t SHORT_LIST = 32;
+    static constexpr size_t SHORT_LIST = 32;
     struct Entry {
         const xmlNode* parent = nullptr;
         std::vector<xmlNode*> children;
@@ -31,7 +32,7 @@ private:
 
     // Nested loops over long lists need one entry each.
     std::array<Entry, 8> entries_;
-    std::size_t next_ = 0;
+    size_t next_ = 0;
 };
 
 } // namespace sablot

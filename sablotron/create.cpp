@@ -19,7 +19,7 @@ SDOM_Exception Create(SablotSituation situation, SDOM_Document document, SDOM_No
 
 xmlNode* NewElement(Document& document, const char* name) {
     xmlNode* element = xmlNewDocNode(document.Tree(), nullptr, Chars(name), nullptr);
-    if (!element) throw std::bad_alloc();
+    if (element == nullptr) throw std::bad_alloc();
     return element;
 }
 
@@ -27,7 +27,7 @@ xmlNode* NewElement(Document& document, const char* name) {
 xmlNs* BindingForNewNode(Document& document, std::string_view prefix) {
     std::string text(prefix);
     xmlNs* binding = FindBinding(document, document.Root(), Chars(text.c_str())).declaration;
-    if (!binding || View(binding->href).empty()) return nullptr;
+    if ((binding == nullptr) || View(binding->href).empty()) return nullptr;
     return document.LooseBinding(binding->prefix, binding->href);
 }
 
@@ -59,7 +59,7 @@ SDOM_Exception SDOM_createElement(SablotSituation situation, SDOM_Document docum
         if (!name.isValid) return SDOM_INVALID_CHARACTER_ERR;
         if (name.prefix == "xmlns") return SDOM_NAMESPACE_ERR;
         xmlNs* ns = BindingForNewNode(found, name.prefix);
-        xmlNode* made = NewElement(found, ns ? name.localName.data() : tagName);
+        xmlNode* made = NewElement(found, ns != nullptr ? name.localName.data() : tagName);
         made->ns = ns;
         *element = AdoptDetached(found, made);
         return SDOM_OK;
@@ -96,7 +96,7 @@ SDOM_Exception SDOM_createAttribute(SablotSituation situation, SDOM_Document doc
             return SDOM_OK;
         }
         xmlNs* ns = name.prefix.empty() ? nullptr : BindingForNewNode(found, name.prefix);
-        *attribute = AdoptDetached(found, NewAttribute(found, ns, ns ? name.localName.data() : qName, ""));
+        *attribute = AdoptDetached(found, NewAttribute(found, ns, ns != nullptr ? name.localName.data() : qName, ""));
         return SDOM_OK;
     });
 }

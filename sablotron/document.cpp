@@ -32,7 +32,7 @@ Document::Document(SablotSituation situation, xmlDoc* tree, Origin origin)
       origin_(origin),
       serial_(++lastSerial),
       nextInSituation_(situation->documents) {
-    if (nextInSituation_) nextInSituation_->previousInSituation_ = this;
+    if (nextInSituation_ != nullptr) nextInSituation_->previousInSituation_ = this;
     situation->documents = this;
 }
 
@@ -40,7 +40,7 @@ Document::~Document() {
     for (xmlNode* node : detachedNodes_) FreeDetached(node);
     xmlFreeDoc(tree_);
     for (auto& [names, binding] : looseBindings_) xmlFreeNs(binding);
-    if (emptyBinding_) xmlFreeNs(emptyBinding_);
+    if (emptyBinding_ != nullptr) xmlFreeNs(emptyBinding_);
 }
 
 NodeHandle* Document::NewHandle(xmlNode* node, void*& slot) {
@@ -51,7 +51,7 @@ NodeHandle* Document::NewHandle(xmlNode* node, void*& slot) {
 }
 
 NodeHandle* Document::HandleOf(xmlNs* declaration, xmlNode* owner) {
-    if (declaration->_private) return static_cast<NodeHandle*>(declaration->_private);
+    if (declaration->_private != nullptr) return static_cast<NodeHandle*>(declaration->_private);
     NodeHandle* handle = NewHandle(reinterpret_cast<xmlNode*>(declaration), declaration->_private);
     handle->SetOwner(owner);
     return handle;
@@ -63,7 +63,7 @@ void Document::AddDetached(NodeHandle* handle) {
 }
 
 void Document::RemoveDetached(NodeHandle* handle) {
-    std::size_t slot = handle->Slot();
+    size_t slot = handle->Slot();
     detachedNodes_[slot] = detachedNodes_.back();
     static_cast<NodeHandle*>(HandleSlot(detachedNodes_[slot]))->SetSlot(slot);
     detachedNodes_.pop_back();
@@ -73,7 +73,8 @@ void Document::RemoveDetached(NodeHandle* handle) {
 xmlNs* Document::LooseBinding(const xmlChar* prefix, const xmlChar* uri) {
     if (xmlStrEqual(prefix, Chars("xml"))) return XmlBinding();
     xmlNs*& binding = looseBindings_[{std::string(View(prefix)), std::string(View(uri))}];
-    if (!binding && !(binding = xmlNewNs(nullptr, uri, View(prefix).empty() ? nullptr : prefix)))
+    if ((binding == nullptr)
+        && ((binding = xmlNewNs(nullptr, uri, View(prefix).empty() ? nullptr : prefix)) == nullptr))
         throw std::bad_alloc();
     binding->_private = this; // it never has a handle
     return binding;
@@ -81,12 +82,13 @@ xmlNs* Document::LooseBinding(const xmlChar* prefix, const xmlChar* uri) {
 
 xmlNs* Document::XmlBinding() {
     xmlNs* binding = xmlSearchNs(tree_, reinterpret_cast<xmlNode*>(tree_), Chars("xml"));
-    if (!binding) throw std::bad_alloc();
+    if (binding == nullptr) throw std::bad_alloc();
     return binding;
 }
 
 xmlNs* Document::EmptyBinding() {
-    if (!emptyBinding_ && !(emptyBinding_ = xmlNewNs(nullptr, Chars(""), nullptr))) throw std::bad_alloc();
+    if ((emptyBinding_ == nullptr) && ((emptyBinding_ = xmlNewNs(nullptr, Chars(""), nullptr)) == nullptr))
+        throw std::bad_alloc();
     return emptyBinding_;
 }
 
@@ -96,26 +98,26 @@ Document::Caches& Document::GetCaches() {
 }
 
 void Document::ReleaseHandle(void*& slot) {
-    if (!slot) return;
+    if (slot == nullptr) return;
     situation_->nodes.Release(static_cast<NodeHandle*>(slot));
     slot = nullptr;
     --handleCount_;
 }
 
 void Document::ReleaseHandlesBelow(xmlNode* root) {
-    for (xmlNode* node = root; node && handleCount_ != 0; node = NextInTree(node, root)) {
+    for (xmlNode* node = root; (node != nullptr) && handleCount_ != 0; node = NextInTree(node, root)) {
         ReleaseHandle(node->_private);
         if (!IsElement(node)) continue;
-        for (xmlNs* declaration = node->nsDef; declaration; declaration = declaration->next)
+        for (xmlNs* declaration = node->nsDef; declaration != nullptr; declaration = declaration->next)
             ReleaseHandle(declaration->_private);
-        for (xmlAttr* attribute = node->properties; attribute; attribute = attribute->next)
+        for (xmlAttr* attribute = node->properties; attribute != nullptr; attribute = attribute->next)
             ReleaseHandle(attribute->_private);
     }
 }
 
 void Document::ReleaseHandles() {
-    if (emptyBinding_) ReleaseHandle(emptyBinding_->_private);
-    if (tree_->oldNs) ReleaseHandle(tree_->oldNs->_private);
+    if (emptyBinding_ != nullptr) ReleaseHandle(emptyBinding_->_private);
+    if (tree_->oldNs != nullptr) ReleaseHandle(tree_->oldNs->_private);
     for (xmlNode* node : detachedNodes_) {
         if (IsElement(node))
             ReleaseHandlesBelow(node);
@@ -127,7 +129,7 @@ void Document::ReleaseHandles() {
 
 Document* FindDocument(SDOM_Document handle) {
     auto* record = reinterpret_cast<SDOM_Node>(handle);
-    return FindNode(record) && record->node->type == XML_DOCUMENT_NODE ? record->document : nullptr;
+    return (FindNode(record) != nullptr) && record->node->type == XML_DOCUMENT_NODE ? record->document : nullptr;
 }
 
 void DestroyDocument(Document* document) {
@@ -135,8 +137,8 @@ void DestroyDocument(Document* document) {
     document->ReleaseHandles();
     Document* previous = document->previousInSituation_;
     Document* next = document->nextInSituation_;
-    (previous ? previous->nextInSituation_ : document->situation_->documents) = next;
-    if (next) next->previousInSituation_ = previous;
+    (previous != nullptr ? previous->nextInSituation_ : document->situation_->documents) = next;
+    if (next != nullptr) next->previousInSituation_ = previous;
     delete document;
 }
 

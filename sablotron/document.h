@@ -4,6 +4,7 @@
 #include "sablotron/situation.h"
 
 #include <libxml/tree.h>
+
 #include <map>
 #include <memory>
 #include <string>
@@ -43,8 +44,8 @@ public:
     // The handle of a node of this document that is no namespace declaration; made at the first call, the same ever
     // after.
     NodeHandle* HandleOf(xmlNode* node) {
-        if (!node) return nullptr;
-        if (node->_private) return static_cast<NodeHandle*>(node->_private);
+        if (node == nullptr) return nullptr;
+        if (node->_private != nullptr) return static_cast<NodeHandle*>(node->_private);
         return NewHandle(node, node->_private);
     }
     NodeHandle* HandleOf(xmlAttr* attribute) { return HandleOf(reinterpret_cast<xmlNode*>(attribute)); }
@@ -99,7 +100,7 @@ private:
     Origin origin_;
     unsigned long serial_;
     unsigned editCount_ = 0;
-    std::size_t handleCount_ = 0;
+    size_t handleCount_ = 0;
     std::vector<xmlNode*> detachedNodes_;
     std::map<std::pair<std::string, std::string>, xmlNs*> looseBindings_;
     xmlNs* emptyBinding_ = nullptr;
@@ -112,7 +113,7 @@ private:
 // The live document behind a handle; null for a null, a destroyed document or a node that is no document.
 Document* FindDocument(SDOM_Document handle);
 // The live node behind a handle; null for a null or a node of a destroyed document. Its document is handle->document.
-inline xmlNode* FindNode(SDOM_Node handle) { return handle ? handle->node : nullptr; }
+inline xmlNode* FindNode(SDOM_Node handle) { return handle != nullptr ? handle->node : nullptr; }
 // Makes the handles of the document inert and frees it.
 void DestroyDocument(Document* document);
 

@@ -23,7 +23,7 @@ Document* MakeDocument(SablotSituation situation, TreePointer tree, Document::Or
 
 int ParseDocument(SablotSituation situation, const char* buffer, Document*& document) {
     ParseFailure failure;
-    TreePointer tree = ParseTree(buffer ? buffer : "", failure);
+    TreePointer tree = ParseTree(buffer != nullptr ? buffer : "", failure);
     bool failed = !tree;
     document = MakeDocument(situation, failed ? NewTree() : std::move(tree), Document::Origin::PARSED);
     if (!failed) return 0;
@@ -42,7 +42,7 @@ extern "C" {
 
 int SablotCreateDocument(SablotSituation situation, SDOM_Document* document) {
     *document = nullptr;
-    if (!situation) return sablot::OTHER_FAILURE;
+    if (situation == nullptr) return sablot::OTHER_FAILURE;
     try {
         *document = sablot::MakeDocument(situation, sablot::NewTree(), sablot::Document::Origin::CREATED)->Handle();
         return 0;
@@ -53,7 +53,7 @@ int SablotCreateDocument(SablotSituation situation, SDOM_Document* document) {
 
 int SablotParseBuffer(SablotSituation situation, const char* buffer, SDOM_Document* document) {
     *document = nullptr;
-    if (!situation) return sablot::OTHER_FAILURE;
+    if (situation == nullptr) return sablot::OTHER_FAILURE;
     try {
         sablot::Document* parsed = nullptr;
         int code = sablot::ParseDocument(situation, buffer, parsed);

@@ -14,8 +14,8 @@ bool IsChildOf(const xmlNode* node, const xmlNode* parent) {
 }
 
 bool IsWithin(const xmlNode* node, const xmlNode* ancestor) {
-    if (!ancestor->children) return node == ancestor; // new nodes are common, deep trees costly
-    while (node && node != ancestor) node = node->parent;
+    if (ancestor->children == nullptr) return node == ancestor; // new nodes are common, deep trees costly
+    while ((node != nullptr) && node != ancestor) node = node->parent;
     return node != nullptr;
 }
 
@@ -23,7 +23,7 @@ bool IsWithin(const xmlNode* node, const xmlNode* ancestor) {
 bool DocumentTakes(const xmlNode* document, const xmlNode* child, const xmlNode* leaving) {
     if (child->type == XML_COMMENT_NODE || child->type == XML_PI_NODE) return true;
     if (!IsElement(child)) return false;
-    for (const xmlNode* other = document->children; other; other = other->next)
+    for (const xmlNode* other = document->children; other != nullptr; other = other->next)
         if (IsElement(other) && other != leaving && other != child) return false;
     return true;
 }
@@ -64,7 +64,7 @@ void Place(SDOM_Node child, xmlNode* parent, xmlNode* next) {
         TakeOut(document, node);
     LinkBefore(parent, node, next);
     ChildIndex& children = document.GetCaches().children;
-    next ? children.Forget(parent) : children.Appended(parent, node);
+    next != nullptr ? children.Forget(parent) : children.Appended(parent, node);
     // A tree of its own declares all it needs, unless names of it were made before they had a place.
     if (!wasDetached || document.HasLooseBindings()) Reconcile(document, node);
     document.Touch();
@@ -72,11 +72,12 @@ void Place(SDOM_Node child, xmlNode* parent, xmlNode* next) {
 
 SDOM_Exception Insert(SablotSituation situation, SDOM_Node node, SDOM_Node newChild, SDOM_Node refChild) {
     return CallOnEditable(situation, node, [&](xmlNode* parent) {
-        if (!FindNode(newChild) || (refChild && !FindNode(refChild))) return SDOM_NOT_FOUND_ERR;
+        if ((FindNode(newChild) == nullptr) || ((refChild != nullptr) && (FindNode(refChild) == nullptr)))
+            return SDOM_NOT_FOUND_ERR;
         if (SDOM_Exception code = CheckChild(node, newChild, nullptr)) return code;
-        if (refChild && !IsChildOf(refChild->node, parent)) return SDOM_NOT_FOUND_ERR;
+        if ((refChild != nullptr) && !IsChildOf(refChild->node, parent)) return SDOM_NOT_FOUND_ERR;
         if (newChild == refChild) return SDOM_OK;
-        Place(newChild, parent, refChild ? refChild->node : nullptr);
+        Place(newChild, parent, refChild != nullptr ? refChild->node : nullptr);
         return SDOM_OK;
     });
 }
@@ -89,11 +90,11 @@ SDOM_Exception Clone(Document& document, const xmlNode* node, bool deep, SDOM_No
         if (View(declaration->prefix) == "xml") return SDOM_NAMESPACE_ERR; // there is no other one
         *clone = AdoptDetached(document, NewDeclaration(declaration->prefix, View(declaration->href)));
     } else if (IsAttribute(node)) {
-        xmlNs* ns = node->ns ? document.LooseBinding(node->ns->prefix, node->ns->href) : nullptr;
+        xmlNs* ns = node->ns != nullptr ? document.LooseBinding(node->ns->prefix, node->ns->href) : nullptr;
         *clone = AdoptDetached(document, NewAttribute(document, ns, Chars(node->name), ValueOf(node)));
     } else {
         xmlNode* copy = CopySubtree(node, deep, document.Tree());
-        if (!copy) throw std::bad_alloc();
+        if (copy == nullptr) throw std::bad_alloc();
         *clone = AdoptDetached(document, copy);
     }
     return SDOM_OK;
@@ -117,7 +118,7 @@ SDOM_Exception SDOM_appendChild(SablotSituation situation, SDOM_Node node, SDOM_
 
 SDOM_Exception SDOM_removeChild(SablotSituation situation, SDOM_Node node, SDOM_Node oldChild) {
     return CallOnEditable(situation, node, [&](xmlNode* parent) {
-        if (!FindNode(oldChild)) return SDOM_NOT_FOUND_ERR;
+        if (FindNode(oldChild) == nullptr) return SDOM_NOT_FOUND_ERR;
         xmlNode* child = oldChild->node;
         if (!IsElement(parent) && parent->type != XML_DOCUMENT_NODE) return SDOM_INVALID_NODE_TYPE;
         if (child->type == XML_DOCUMENT_NODE || IsAttribute(child) || IsDeclaration(child))
@@ -130,7 +131,7 @@ SDOM_Exception SDOM_removeChild(SablotSituation situation, SDOM_Node node, SDOM_
 
 SDOM_Exception SDOM_replaceChild(SablotSituation situation, SDOM_Node node, SDOM_Node newChild, SDOM_Node oldChild) {
     return CallOnEditable(situation, node, [&](xmlNode* parent) {
-        if (!FindNode(newChild) || !FindNode(oldChild)) return SDOM_NOT_FOUND_ERR;
+        if ((FindNode(newChild) == nullptr) || (FindNode(oldChild) == nullptr)) return SDOM_NOT_FOUND_ERR;
         if (SDOM_Exception code = CheckChild(node, newChild, oldChild->node)) return code;
         if (!IsChildOf(oldChild->node, parent)) return SDOM_NOT_FOUND_ERR;
         if (newChild == oldChild) return SDOM_OK;
@@ -152,7 +153,7 @@ SDOM_Exception SDOM_cloneForeignNode(SablotSituation situation, SDOM_Document do
                                      SDOM_Node* clone) {
     *clone = nullptr;
     return CallOnDocument(situation, document, [&](Document& found) {
-        return FindNode(node) ? Clone(found, node->node, deep != 0, clone) : SDOM_NOT_FOUND_ERR;
+        return FindNode(node) != nullptr ? Clone(found, node->node, deep != 0, clone) : SDOM_NOT_FOUND_ERR;
     });
 }
 

@@ -1,9 +1,10 @@
 #include "sablotron/encoding.h"
 
-#include <algorithm>
-#include <memory>
 #include <strings.h>
 #include <unicode/ucnv.h>
+
+#include <algorithm>
+#include <memory>
 
 namespace sablot {
 namespace {
@@ -59,8 +60,8 @@ std::optional<std::string> Encode(std::string text, const std::string& name) {
         char* target = buffer;
         status = U_ZERO_ERROR;
         ucnv_convertEx(to.get(), from.get(), &target, std::end(buffer), &source, text.data() + text.size(), pivot,
-                       &pivotRead, &pivotWrite, std::end(pivot), first, true, &status);
-        result.append(buffer, static_cast<std::size_t>(target - buffer));
+                       &pivotRead, &pivotWrite, std::end(pivot), static_cast<UBool>(first), 1, &status);
+        result.append(buffer, static_cast<size_t>(target - buffer));
         if (status == U_BUFFER_OVERFLOW_ERROR) continue;
         if (U_FAILURE(status)) return std::nullopt;
         return result;

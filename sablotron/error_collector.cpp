@@ -3,13 +3,14 @@
 #include "sablotron/tree.h"
 #include "sablotron/xpath_rewrite.h"
 
-#include <algorithm>
-#include <cstdio>
-#include <cstring>
 #include <libxml/globals.h>
 #include <libxml/xpath.h>
 #include <libxslt/xslt.h>
 #include <libxslt/xsltutils.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -79,7 +80,7 @@ std::string Format(const char* format, std::va_list arguments) {
     std::va_list again;
     va_copy(again, arguments);
     const int length = std::vsnprintf(nullptr, 0, format, arguments);
-    std::string text(length < 0 ? 0 : static_cast<std::size_t>(length), '\0');
+    std::string text(length < 0 ? 0 : static_cast<size_t>(length), '\0');
     if (length > 0) std::vsnprintf(text.data(), text.size() + 1, format, again);
     va_end(again);
     return text;
@@ -88,31 +89,32 @@ std::string Format(const char* format, std::va_list arguments) {
 // The first line, without blanks around it.
 std::string FirstLine(std::string_view text) {
     text = text.substr(0, text.find('\n'));
-    const std::size_t first = text.find_first_not_of(" \t\r");
+    const size_t first = text.find_first_not_of(" \t\r");
     if (first == std::string_view::npos) return {};
     return std::string(text.substr(first, text.find_last_not_of(" \t\r") - first + 1));
 }
 
-bool IsXslt(const xmlNode* node) { return node->ns && View(node->ns->href) == Chars(XSLT_NAMESPACE); }
+bool IsXslt(const xmlNode* node) { return (node->ns != nullptr) && View(node->ns->href) == Chars(XSLT_NAMESPACE); }
 
 // The first prefix in an expression of the instruction that nothing binds there; "" when there is none.
 std::string UnboundPrefix(const xmlNode* instruction) {
     constexpr std::string_view EXPRESSIONS[] = {"select", "test", "match", "use", "count", "from", "value"};
-    if (!instruction || !IsElement(instruction)) return {};
+    if ((instruction == nullptr) || !IsElement(instruction)) return {};
     auto* element = const_cast<xmlNode*>(instruction);
-    for (const xmlAttr* attribute = element->properties; attribute; attribute = attribute->next) {
-        const std::string_view value = attribute->children ? View(attribute->children->content) : std::string_view();
+    for (const xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next) {
+        const std::string_view value =
+            attribute->children != nullptr ? View(attribute->children->content) : std::string_view();
         const bool whole = IsXslt(element)
                            && std::find(std::begin(EXPRESSIONS), std::end(EXPRESSIONS), View(attribute->name))
                                   != std::end(EXPRESSIONS);
         // Anywhere else expressions stand in braces.
-        for (std::size_t at = 0; at < value.size();) {
-            const std::size_t begin = whole ? 0 : value.find('{', at);
+        for (size_t at = 0; at < value.size();) {
+            const size_t begin = whole ? 0 : value.find('{', at);
             if (begin == std::string_view::npos) break;
-            const std::size_t end = whole ? value.size() : std::min(value.find('}', begin), value.size());
+            const size_t end = whole ? value.size() : std::min(value.find('}', begin), value.size());
             for (const std::string_view name : PrefixesOf(value.substr(begin, end - begin))) {
                 const std::string prefix(name);
-                if (!xmlSearchNs(element->doc, element, Chars(prefix.c_str()))) return prefix;
+                if (xmlSearchNs(element->doc, element, Chars(prefix.c_str())) == nullptr) return prefix;
             }
             at = end + 1;
         }
@@ -143,7 +145,7 @@ ErrorCollector::~ErrorCollector() {
 
 void ErrorCollector::TakeLines(xmlDoc* module) {
     auto* root = reinterpret_cast<xmlNode*>(module);
-    for (xmlNode* node = root; node; node = NextInTree(node, root)) {
+    for (xmlNode* node = root; node != nullptr; node = NextInTree(node, root)) {
         if (!IsElement(node) || node->line != MAX_NODE_LINE) continue;
         lines_->emplace(node, LineOf(node));
         node->psvi = nullptr;
@@ -152,19 +154,20 @@ void ErrorCollector::TakeLines(xmlDoc* module) {
 
 Message ErrorCollector::At(const xmlNode* instruction) const {
     Message message;
-    if (!instruction || !IsElement(instruction)) return message;
-    if (instruction->doc && instruction->doc->URL) message.uri = Chars(instruction->doc->URL);
+    if ((instruction == nullptr) || !IsElement(instruction)) return message;
+    if ((instruction->doc != nullptr) && (instruction->doc->URL != nullptr)) message.uri = Chars(instruction->doc->URL);
     const auto line = lines_->find(instruction);
     message.line = static_cast<int>(line == lines_->end() ? xmlGetLineNo(instruction) : line->second);
     message.node = "element '<";
-    if (instruction->ns && instruction->ns->prefix) message.node.append(Chars(instruction->ns->prefix)).append(":");
+    if ((instruction->ns != nullptr) && (instruction->ns->prefix != nullptr))
+        message.node.append(Chars(instruction->ns->prefix)).append(":");
     message.node.append(Chars(instruction->name)).append(">'");
     return message;
 }
 
 void ErrorCollector::Fail(Message message) {
     Place place{message.uri, message.line, {}, nullptr};
-    if (place.line == 0 && run_) place.instruction = CurrentInstruction();
+    if (place.line == 0 && (run_ != nullptr)) place.instruction = CurrentInstruction();
     Keep(message.code, std::move(message.text), place);
 }
 
@@ -185,12 +188,12 @@ std::optional<ErrorCollector::ParserError> ErrorCollector::TakeParserError() {
 
 void ErrorCollector::OnStructured(void* self, xmlErrorPtr error) {
     auto& collector = *static_cast<ErrorCollector*>(self);
-    if (!error) return;
+    if (error == nullptr) return;
     if (error->domain == XML_FROM_XPATH) {
         collector.OnXPath(*error);
     } else if (!collector.parserError_ && (error->level == XML_ERR_FATAL || error->domain == XML_FROM_NAMESPACE)) {
         collector.parserError_ = {"XML parser error " + std::to_string(error->code) + ": "
-                                      + FirstLine(error->message ? error->message : ""),
+                                      + FirstLine(error->message != nullptr ? error->message : ""),
                                   error->line};
     }
 }
@@ -201,7 +204,7 @@ void ErrorCollector::OnLibxml2(void* self, const char* format, ...) {
     va_start(arguments, format);
     const std::string text = FirstLine(Format(format, arguments));
     va_end(arguments);
-    const std::size_t colon = text.find(": ");
+    const size_t colon = text.find(": ");
     auto& collector = *static_cast<ErrorCollector*>(self);
     collector.explanation_ = {0, colon == std::string::npos ? text : text.substr(colon + 2),
                               collector.CurrentInstruction()};
@@ -234,7 +237,7 @@ bool ErrorCollector::ReadPlace(const char* format, std::va_list arguments) {
         const int line = known.hasLine ? va_arg(values, int) : 0;
         const char* name = known.hasName ? va_arg(values, const char*) : nullptr;
         va_end(values);
-        place_ = Place{uri ? uri : "", line, name ? name : "", nullptr};
+        place_ = Place{uri != nullptr ? uri : "", line, name != nullptr ? name : "", nullptr};
         return true;
     }
     return false;
@@ -243,24 +246,24 @@ bool ErrorCollector::ReadPlace(const char* format, std::va_list arguments) {
 void ErrorCollector::OnXPath(const xmlError& error) {
     // What libxml2 hands to handlers of its own has no text.
     static constexpr const char* UNKNOWN = "XPath error";
-    xpathError_ = {error.code, error.message ? FirstLine(error.message) : UNKNOWN, CurrentInstruction()};
+    xpathError_ = {error.code, error.message != nullptr ? FirstLine(error.message) : UNKNOWN, CurrentInstruction()};
 }
 
 void ErrorCollector::OnReport(std::string text, Place place) {
-    if (!place.instruction) place.instruction = FindInstruction(place, text);
-    if (run_ && !place.instruction) place.instruction = CurrentInstruction();
+    if (place.instruction == nullptr) place.instruction = FindInstruction(place, text);
+    if ((run_ != nullptr) && (place.instruction == nullptr)) place.instruction = CurrentInstruction();
     if (failure_) {
         // What asked for a module that could not be loaded is known only now.
-        if (!run_ && failure_->uri.empty()) SetPlace(place);
+        if ((run_ == nullptr) && failure_->uri.empty()) SetPlace(place);
         return;
     }
-    if (!run_ && std::any_of(std::begin(WARNINGS), std::end(WARNINGS), [&text](std::string_view warning) {
+    if ((run_ == nullptr) && std::any_of(std::begin(WARNINGS), std::end(WARNINGS), [&text](std::string_view warning) {
             return text.find(warning) != std::string::npos;
         }))
         return;
 
     const auto belongsHere = [this, &text](const std::optional<Detail>& detail) {
-        return detail && (text.empty() || !run_ || detail->instruction == CurrentInstruction());
+        return detail && (text.empty() || (run_ == nullptr) || detail->instruction == CurrentInstruction());
     };
     const std::optional<Detail> xpath = std::exchange(xpathError_, std::nullopt);
     const std::optional<Detail> explanation = std::exchange(explanation_, std::nullopt);
@@ -270,9 +273,9 @@ void ErrorCollector::OnReport(std::string text, Place place) {
         if (code != CODE_OTHER) text = explanation->text;
     }
     if (belongsHere(xpath) && (code == CODE_OTHER || code == CODE_XPATH_SYNTAX)) {
-        if (!run_) code = CODE_XPATH_SYNTAX;
+        if (run_ == nullptr) code = CODE_XPATH_SYNTAX;
         for (const XPathCode& known : RUN_CODES)
-            if (run_ && xpath->code == known.libxml2) code = known.code;
+            if ((run_ != nullptr) && xpath->code == known.libxml2) code = known.code;
         if (code == CODE_OTHER || code == CODE_XPATH_SYNTAX)
             text = text.empty() ? xpath->text : text + " (" + xpath->text + ")";
         else
@@ -300,36 +303,36 @@ const xmlNode* ErrorCollector::FindInstruction(const Place& place, const std::st
         return View(node->name) == place.name && xmlGetLineNo(node) == place.line;
     };
     const auto isQuoted = [&text](const xmlNode* node) {
-        for (const xmlAttr* attribute = node->properties; attribute; attribute = attribute->next)
-            if (attribute->children
+        for (const xmlAttr* attribute = node->properties; attribute != nullptr; attribute = attribute->next)
+            if ((attribute->children != nullptr)
                 && text.find("'" + std::string(View(attribute->children->content)) + "'") != std::string::npos)
                 return true;
         return false;
     };
     if (place.name.empty()) return nullptr;
-    if (const xmlNode* current = CurrentInstruction(); current && isMeant(current)) return current;
+    if (const xmlNode* current = CurrentInstruction(); (current != nullptr) && isMeant(current)) return current;
     // Of modules with the same URI the last one is the one at work.
     const auto module = std::find_if(modules_.rbegin(), modules_.rend(),
                                      [&place](const xmlDoc* tree) { return View(tree->URL) == place.uri; });
     if (module == modules_.rend()) return nullptr;
     auto* root = reinterpret_cast<xmlNode*>(const_cast<xmlDoc*>(*module));
     const xmlNode* first = nullptr;
-    for (xmlNode* node = root; node; node = NextInTree(node, root)) {
+    for (xmlNode* node = root; node != nullptr; node = NextInTree(node, root)) {
         if (!IsElement(node) || !isMeant(node)) continue;
         if (isQuoted(node)) return node;
-        if (!first) first = node;
+        if (first == nullptr) first = node;
     }
     return first;
 }
 
 const xmlNode* ErrorCollector::CurrentInstruction() const {
-    const xmlNode* node = run_ ? run_->inst : nullptr;
-    while (node && !IsElement(node)) node = node->parent;
+    const xmlNode* node = run_ != nullptr ? run_->inst : nullptr;
+    while ((node != nullptr) && !IsElement(node)) node = node->parent;
     return node;
 }
 
 void ErrorCollector::Keep(int code, std::string text, const Place& place) {
-    if (run_) run_->state = XSLT_STATE_STOPPED;
+    if (run_ != nullptr) run_->state = XSLT_STATE_STOPPED;
     if (failure_) return;
     failure_.emplace();
     failure_->code = code;

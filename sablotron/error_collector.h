@@ -3,9 +3,10 @@
 
 #include "sablotron/message.h"
 
-#include <cstdarg>
 #include <libxml/xmlerror.h>
 #include <libxslt/xsltInternals.h>
+
+#include <cstdarg>
 #include <memory>
 #include <optional>
 #include <unordered_map>
@@ -59,7 +60,7 @@ private:
         std::string name;
         const xmlNode* instruction = nullptr;
 
-        bool IsKnown() const { return instruction || !uri.empty(); }
+        bool IsKnown() const { return (instruction != nullptr) || !uri.empty(); }
     };
 
     static void OnStructured(void* self, xmlErrorPtr error);

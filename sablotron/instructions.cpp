@@ -1,11 +1,12 @@
 #include "sablotron/instructions.h"
 
-#include <cstring>
 #include <libxml/xpathInternals.h>
 #include <libxslt/extensions.h>
 #include <libxslt/functions.h>
 #include <libxslt/templates.h>
 #include <libxslt/transform.h>
+
+#include <cstring>
 
 namespace sablot {
 namespace {
@@ -25,7 +26,8 @@ void Fail(Run& run, int code, std::string text) {
 // fragment that it is about to copy is measured first. Only variables and functions hand out fragments.
 void KnowFragment(xsltTransformContext* context, xmlNode* node, const xsltStylePreComp& compiled) {
     const std::string_view select = View(compiled.select);
-    if (!compiled.comp || (select.find('$') == std::string_view::npos && select.find(':') == std::string_view::npos))
+    if ((compiled.comp == nullptr)
+        || (select.find('$') == std::string_view::npos && select.find(':') == std::string_view::npos))
         return;
     xmlXPathContext* const xpath = context->xpathCtxt;
     const xmlXPathContext before = *xpath;
@@ -38,7 +40,7 @@ void KnowFragment(xsltTransformContext* context, xmlNode* node, const xsltStyleP
     xpath->nsNr = before.nsNr;
     xpath->proximityPosition = before.proximityPosition;
     xpath->contextSize = before.contextSize;
-    if (value && value->type == XPATH_XSLT_TREE && value->nodesetval && value->nodesetval->nodeNr > 0)
+    if (value && value->type == XPATH_XSLT_TREE && (value->nodesetval != nullptr) && value->nodesetval->nodeNr > 0)
         KnowTree(context, value->nodesetval->nodeTab[0]->doc);
 }
 
@@ -68,19 +70,19 @@ void CallFunction(xmlXPathParserContext* parser, int argumentCount) {
     xsltTransformContext* const context = xsltXPathGetTransformContext(parser);
     const xmlXPathFunction function =
         xsltXPathFunctionLookup(parser->context, parser->context->function, parser->context->functionURI);
-    if (!context || !function || !CheckStack(context, false)) {
+    if ((context == nullptr) || (function == nullptr) || !CheckStack(context, false)) {
         parser->error = XPATH_STACK_ERROR;
         return;
     }
     function(parser, argumentCount);
     const xmlXPathObject* value = parser->value;
-    if (parser->error == 0 && value && value->type == XPATH_NODESET && value->nodesetval
+    if (parser->error == 0 && (value != nullptr) && value->type == XPATH_NODESET && (value->nodesetval != nullptr)
         && value->nodesetval->nodeNr > 0 && value->nodesetval->nodeTab[0]->type == XML_DOCUMENT_NODE)
         KnowTree(context, value->nodesetval->nodeTab[0]->doc);
 }
 
 xmlXPathFunction LookUpFunction(void* xpathContext, const xmlChar* name, const xmlChar* uri) {
-    return xsltXPathFunctionLookup(xpathContext, name, uri) ? CallFunction : nullptr;
+    return xsltXPathFunctionLookup(xpathContext, name, uri) != nullptr ? CallFunction : nullptr;
 }
 
 } // namespace

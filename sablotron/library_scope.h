@@ -13,7 +13,7 @@ public:
     explicit ErrorScope(xmlStructuredErrorFunc handler = nullptr, void* data = nullptr)
         : handler_(xmlStructuredError), data_(xmlStructuredErrorContext) {
         xmlSetStructuredErrorFunc(
-            data, handler ? handler : [](void*, xmlErrorPtr) {});
+            data, handler != nullptr ? handler : [](void*, xmlErrorPtr) {});
     }
     ErrorScope(const ErrorScope&) = delete;
     ErrorScope& operator=(const ErrorScope&) = delete;

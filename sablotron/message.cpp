@@ -17,7 +17,7 @@ const char* TypeOf(SablotMessageLevel level) {
 } // namespace
 
 void SendMessage(SablotHandle processor, const Message& message) {
-    if (!processor || !processor->messageHandler) return;
+    if ((processor == nullptr) || (processor->messageHandler == nullptr)) return;
     const ProcessorUse use(processor);
     const SablotMessageHandler handler = *processor->messageHandler;
     void* const userData = processor->messageData;
@@ -35,11 +35,11 @@ void SendMessage(SablotHandle processor, const Message& message) {
     fields.push_back(nullptr);
 
     int code = message.code;
-    if (handler.makeCode)
+    if (handler.makeCode != nullptr)
         code =
             handler.makeCode(userData, processor, isError ? 1 : 0, FACILITY, static_cast<unsigned short>(message.code));
     const auto send = isError ? handler.error : handler.log;
-    if (send) send(userData, processor, code, message.level, fields.data());
+    if (send != nullptr) send(userData, processor, code, message.level, fields.data());
 }
 
 } // namespace sablot

@@ -30,7 +30,7 @@ NodeName NameOf(const xmlNode* node) {
     }
     case XML_ELEMENT_NODE:
     case XML_ATTRIBUTE_NODE: // the fields read here are at the same places
-        if (node->ns) return {View(node->ns->href), View(node->ns->prefix), View(node->name)};
+        if (node->ns != nullptr) return {View(node->ns->href), View(node->ns->prefix), View(node->name)};
         return {{}, {}, View(node->name)};
     default: return {{}, {}, View(node->name)};
     }
@@ -40,7 +40,7 @@ std::string ValueOf(const xmlNode* node) {
     if (node->type == XML_NAMESPACE_DECL) return std::string(View(reinterpret_cast<const xmlNs*>(node)->href));
     if (node->type != XML_ATTRIBUTE_NODE) return std::string(View(node->content));
     std::string value;
-    for (const xmlNode* part = node->children; part; part = part->next) value += View(part->content);
+    for (const xmlNode* part = node->children; part != nullptr; part = part->next) value += View(part->content);
     return value;
 }
 

@@ -101,7 +101,7 @@ SDOM_Exception SDOM_getNextSibling(SablotSituation situation, SDOM_Node node, SD
 SDOM_Exception SDOM_getChildNodeIndex(SablotSituation situation, SDOM_Node node, int index, SDOM_Node* child) {
     return GetRelative(situation, node, child, [&](xmlNode* found) -> xmlNode* {
         if (!HasChildren(found) || index < 0) return nullptr;
-        return node->document->GetCaches().children.At(found, static_cast<std::size_t>(index));
+        return node->document->GetCaches().children.At(found, static_cast<size_t>(index));
     });
 }
 
@@ -132,7 +132,7 @@ SDOM_Exception SDOM_getDocumentElement(SablotSituation situation, SDOM_Document 
 SDOM_Exception SDOM_compareNodes(SablotSituation situation, SDOM_Node node, SDOM_Node other, int* result) {
     *result = 0;
     return CallOnNode(situation, node, [&](const xmlNode*) {
-        if (!FindNode(other)) return SDOM_NOT_FOUND_ERR;
+        if (FindNode(other) == nullptr) return SDOM_NOT_FOUND_ERR;
         if (node->document == other->document)
             *result = node->document->GetCaches().order.Compare(node, other);
         else
@@ -146,8 +146,7 @@ SDOM_Exception SDOM_getAttributeNodeIndex(SablotSituation situation, SDOM_Node e
     *attribute = nullptr;
     return CallOnElement(situation, element, [&](xmlNode* found) {
         Document& document = *element->document;
-        if (index >= 0)
-            *attribute = document.GetCaches().attributes.At(document, found, static_cast<std::size_t>(index));
+        if (index >= 0) *attribute = document.GetCaches().attributes.At(document, found, static_cast<size_t>(index));
         return SDOM_OK;
     });
 }
@@ -170,7 +169,7 @@ SDOM_Exception SDOM_getAttributeElement(SablotSituation situation, SDOM_Node att
         else if (!IsDeclaration(found))
             return SDOM_HIERARCHY_REQUEST_ERR;
         else if (!attribute->IsDetached()) // the implicit ones stand on the document element
-            *element = document.HandleOf(attribute->Owner() ? attribute->Owner() : document.Root());
+            *element = document.HandleOf(attribute->Owner() != nullptr ? attribute->Owner() : document.Root());
         return SDOM_OK;
     });
 }

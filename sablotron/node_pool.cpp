@@ -24,7 +24,7 @@ void NodePool::Release(NodeHandle* handle) {
     if (released_ == 0)
         oldest_ = handle;
     else
-        newest_->place = reinterpret_cast<std::uintptr_t>(handle);
+        newest_->place = reinterpret_cast<uintptr_t>(handle);
     newest_ = handle;
     ++released_;
 }

@@ -1,9 +1,10 @@
 // Node handles: small records that outlive the nodes they stand for.
 #pragma once
 
+#include <libxml/tree.h>
+
 #include <cstddef>
 #include <cstdint>
-#include <libxml/tree.h>
 #include <memory>
 #include <vector>
 
@@ -16,16 +17,16 @@ class Document;
 struct SDOM_NodeRecord {
     xmlNode* node;              // also an xmlDoc, xmlAttr or xmlNs: their type field is at the same place
     sablot::Document* document; // null in an inert handle
-    std::uintptr_t place;       // see IsDetached, Owner, Slot
+    uintptr_t place;            // see IsDetached, Owner, Slot
 
     // A root of a tree of its own: a node, attribute or declaration that stands in no other node.
     bool IsDetached() const { return (place & 1) != 0; }
     // Its index in the document's list of such roots.
-    std::size_t Slot() const { return place >> 1; }
+    size_t Slot() const { return place >> 1; }
     // Of a namespace declaration that stands on an element: that element. libxml2 has no such pointer.
     xmlNode* Owner() const { return IsDetached() ? nullptr : reinterpret_cast<xmlNode*>(place); }
-    void SetSlot(std::size_t slot) { place = slot << 1 | 1; }
-    void SetOwner(xmlNode* owner) { place = reinterpret_cast<std::uintptr_t>(owner); }
+    void SetSlot(size_t slot) { place = slot << 1 | 1; }
+    void SetOwner(xmlNode* owner) { place = reinterpret_cast<uintptr_t>(owner); }
 };
 
 namespace sablot {
@@ -43,17 +44,17 @@ public:
     NodeHandle* Take(xmlNode* node, Document* document);
     void Release(NodeHandle* handle);
     // Handles there is memory for.
-    std::size_t Capacity() const { return chunks_.size() * CHUNK_SIZE; }
+    size_t Capacity() const { return chunks_.size() * CHUNK_SIZE; }
 
 private:
-    static constexpr std::size_t CHUNK_SIZE = 4096;    // handles
-    static constexpr std::size_t QUARANTINE = 1 << 16; // released handles that stay inert
+    static constexpr size_t CHUNK_SIZE = 4096;    // handles
+    static constexpr size_t QUARANTINE = 1 << 16; // released handles that stay inert
 
     std::vector<std::unique_ptr<NodeHandle[]>> chunks_;
-    std::size_t used_ = CHUNK_SIZE; // of the last chunk
-    NodeHandle* oldest_ = nullptr;  // released handles, linked through `place`, oldest first
+    size_t used_ = CHUNK_SIZE;     // of the last chunk
+    NodeHandle* oldest_ = nullptr; // released handles, linked through `place`, oldest first
     NodeHandle* newest_ = nullptr;
-    std::size_t released_ = 0;
+    size_t released_ = 0;
 };
 
 } // namespace sablot

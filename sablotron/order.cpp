@@ -10,7 +10,7 @@ namespace sablot {
 
 namespace {
 
-constexpr std::size_t CHEAP_STEPS = 1 << 16;
+constexpr size_t CHEAP_STEPS = 1 << 16;
 
 // Where a node stands: at an element or, for attributes and declarations, on one.
 struct Position {
@@ -24,10 +24,10 @@ Position PositionOf(const NodeHandle* handle) {
     if (handle->IsDetached()) return {node};
     if (node->type == XML_ATTRIBUTE_NODE) return {node->parent, Position::ATTRIBUTE};
     if (node->type != XML_NAMESPACE_DECL) return {node};
-    if (handle->Owner()) return {handle->Owner(), Position::DECLARATION};
+    if (handle->Owner() != nullptr) return {handle->Owner(), Position::DECLARATION};
     // The implicit bindings stand on the document element, or on the document while there is none.
-    const xmlNode* root = document.Root() ? document.Root() : reinterpret_cast<xmlNode*>(document.Tree());
-    bool isDefault = !reinterpret_cast<const xmlNs*>(node)->prefix;
+    const xmlNode* root = document.Root() != nullptr ? document.Root() : reinterpret_cast<xmlNode*>(document.Tree());
+    bool isDefault = reinterpret_cast<const xmlNs*>(node)->prefix == nullptr;
     return {root, isDefault ? Position::IMPLICIT_DEFAULT : Position::XML};
 }
 
@@ -71,8 +71,8 @@ int OrderIndex::CompareNodes(const Document& document, const xmlNode* left, cons
     if (!numbers_.empty()) {
         const Number* from = Find(left);
         const Number* to = Find(right);
-        if (from && to) return Sign(from->number, to->number);
-        if (from || to) return from ? -1 : 1; // nodes outside the tree come last
+        if ((from != nullptr) && (to != nullptr)) return Sign(from->number, to->number);
+        if ((from != nullptr) || (to != nullptr)) return from != nullptr ? -1 : 1; // nodes outside the tree come last
     }
 
     // Declarations have no parent field; one that is compared here stands alone.
@@ -80,41 +80,41 @@ int OrderIndex::CompareNodes(const Document& document, const xmlNode* left, cons
         return node->type == XML_NAMESPACE_DECL || node->type == XML_DOCUMENT_NODE ? nullptr : node->parent;
     };
     auto depthOf = [&](const xmlNode* node) {
-        std::size_t depth = 0;
-        while ((node = parentOf(node))) ++depth;
+        size_t depth = 0;
+        while ((node = parentOf(node)) != nullptr) ++depth;
         return depth;
     };
-    std::size_t leftDepth = depthOf(left);
-    std::size_t rightDepth = depthOf(right);
+    size_t leftDepth = depthOf(left);
+    size_t rightDepth = depthOf(right);
     steps_ += leftDepth + rightDepth;
     const xmlNode* from = left;
     const xmlNode* to = right;
-    for (std::size_t depth = leftDepth; depth > rightDepth; --depth) from = from->parent;
-    for (std::size_t depth = rightDepth; depth > leftDepth; --depth) to = to->parent;
+    for (size_t depth = leftDepth; depth > rightDepth; --depth) from = from->parent;
+    for (size_t depth = rightDepth; depth > leftDepth; --depth) to = to->parent;
     if (from == to) return Sign(leftDepth, rightDepth); // one contains the other
     while (parentOf(from) != parentOf(to)) {
         from = from->parent;
         to = to->parent;
     }
-    if (!parentOf(from)) {
+    if (parentOf(from) == nullptr) {
         const auto* tree = reinterpret_cast<const xmlNode*>(document.Tree());
         if (from == tree || to == tree) return from == tree ? -1 : 1;
         return std::less<>()(from, to) ? -1 : 1;
     }
-    for (const xmlNode *next = from->next, *previous = from->prev; next || previous;) {
+    for (const xmlNode *next = from->next, *previous = from->prev; (next != nullptr) || (previous != nullptr);) {
         ++steps_;
         if (next == to) return -1;
         if (previous == to) return 1;
-        if (next) next = next->next;
-        if (previous) previous = previous->prev;
+        if (next != nullptr) next = next->next;
+        if (previous != nullptr) previous = previous->prev;
     }
     return 0;
 }
 
 void OrderIndex::Build(const Document& document) {
     auto* tree = reinterpret_cast<xmlNode*>(document.Tree());
-    std::uint32_t number = 0;
-    for (xmlNode* node = tree; node; node = NextInTree(node, tree)) numbers_.push_back({node, number++});
+    uint32_t number = 0;
+    for (xmlNode* node = tree; node != nullptr; node = NextInTree(node, tree)) numbers_.push_back({node, number++});
     lastSize_ = numbers_.size();
     std::sort(numbers_.begin(), numbers_.end(),
               [](const Number& left, const Number& right) { return std::less<>()(left.node, right.node); });

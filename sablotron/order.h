@@ -17,7 +17,7 @@ public:
 private:
     struct Number {
         const xmlNode* node;
-        std::uint32_t number;
+        uint32_t number;
     };
 
     int CompareNodes(const Document& document, const xmlNode* left, const xmlNode* right);
@@ -26,8 +26,8 @@ private:
 
     std::vector<Number> numbers_; // by address
     unsigned editCount_ = 0;      // that the fields here belong to
-    std::size_t steps_ = 0;       // walked since then
-    std::size_t lastSize_ = 0;    // nodes that were numbered last: numbering again must be worth it
+    size_t steps_ = 0;            // walked since then
+    size_t lastSize_ = 0;         // nodes that were numbered last: numbering again must be worth it
 };
 
 } // namespace sablot

@@ -8,6 +8,7 @@
 #include <libxslt/imports.h>
 #include <libxslt/xslt.h>
 #include <libxslt/xsltutils.h>
+
 #include <memory>
 #include <utility>
 
@@ -27,7 +28,7 @@ Value OutputValue(xsltStylesheet* stylesheet, Value xsltStylesheet::*member, Val
 }
 
 int Append(void* text, const char* bytes, int length) {
-    static_cast<std::string*>(text)->append(bytes, static_cast<std::size_t>(length));
+    static_cast<std::string*>(text)->append(bytes, static_cast<size_t>(length));
     return length;
 }
 
@@ -58,7 +59,10 @@ private:
 
 std::string Declaration(const xmlDoc* result, xsltStylesheet* stylesheet, const std::string& encoding) {
     std::string text = "<?xml version=\"";
-    text.append(result->version ? View(result->version) : "1.0").append("\" encoding=\"").append(encoding).append("\"");
+    text.append(result->version != nullptr ? View(result->version) : "1.0")
+        .append("\" encoding=\"")
+        .append(encoding)
+        .append("\"");
     const int standalone = OutputValue(stylesheet, &xsltStylesheet::standalone, -1);
     if (standalone >= 0) text.append(standalone == 1 ? " standalone=\"yes\"" : " standalone=\"no\"");
     return text.append("?>");
@@ -69,7 +73,7 @@ std::string Declaration(const xmlDoc* result, xsltStylesheet* stylesheet, const 
 std::string OutputEncoding(const SablotProcessorRecord& processor, xsltStylesheet* stylesheet) {
     if (!processor.encoding.empty()) return processor.encoding;
     const xmlChar* encoding = OutputValue<xmlChar*>(stylesheet, &xsltStylesheet::encoding, nullptr);
-    return encoding && *encoding ? Chars(encoding) : "UTF-8";
+    return (encoding != nullptr) && *encoding ? Chars(encoding) : "UTF-8";
 }
 
 std::optional<std::string> ResultText(xmlDoc* result, xsltStylesheet* stylesheet, const std::string& encoding) {

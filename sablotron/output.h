@@ -5,6 +5,7 @@
 #include "sablotron/processor.h"
 
 #include <libxslt/xsltInternals.h>
+
 #include <optional>
 #include <string>
 

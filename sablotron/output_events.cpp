@@ -1,5 +1,4 @@
 #include "sablotron/output.h"
-
 #include "sablotron/tree.h"
 
 #include <vector>
@@ -15,14 +14,14 @@ public:
     void Send(const xmlDoc* result, bool isText) {
         Call(&SablotOutputHandler::startDocument);
         const auto* root = reinterpret_cast<const xmlNode*>(result);
-        for (const xmlNode* node = root->children; node && IsWanted();) {
+        for (const xmlNode* node = root->children; (node != nullptr) && IsWanted();) {
             Enter(*node, isText);
-            if (node->children && IsElement(node)) {
+            if ((node->children != nullptr) && IsElement(node)) {
                 node = node->children;
                 continue;
             }
             Leave(*node, isText);
-            while (!node->next && node->parent != root) {
+            while ((node->next == nullptr) && node->parent != root) {
                 node = node->parent;
                 Leave(*node, isText);
             }
@@ -34,7 +33,7 @@ public:
 
 private:
     // The handler may go, or another one come, in any event.
-    bool IsWanted() const { return record_ && processor_->outputHandler == record_; }
+    bool IsWanted() const { return (record_ != nullptr) && processor_->outputHandler == record_; }
 
     template <typename Function, typename... Arguments>
     void Call(Function SablotOutputHandler::*event, Arguments... arguments) {
@@ -86,10 +85,11 @@ private:
         for (const xmlNs* binding : Bindings(node))
             Call(&SablotOutputHandler::startNamespace, Text(binding->prefix), Text(binding->href));
         std::vector<std::string> texts;
-        for (const xmlAttr* attribute = node.properties; attribute; attribute = attribute->next) {
+        for (const xmlAttr* attribute = node.properties; attribute != nullptr; attribute = attribute->next) {
             texts.push_back(Name(attribute->ns, attribute->name));
             std::string& value = texts.emplace_back();
-            for (const xmlNode* part = attribute->children; part; part = part->next) value.append(View(part->content));
+            for (const xmlNode* part = attribute->children; part != nullptr; part = part->next)
+                value.append(View(part->content));
         }
         std::vector<const char*> attributes;
         attributes.reserve(texts.size() + 1);
@@ -100,20 +100,21 @@ private:
 
     // A top element in no namespace starts the binding of the empty prefix to none.
     static bool HasImplicitDefault(const xmlNode& node) {
-        if (node.ns || IsElement(node.parent)) return false;
-        for (const xmlNs* binding = node.nsDef; binding; binding = binding->next)
-            if (!binding->prefix) return false;
+        if ((node.ns != nullptr) || IsElement(node.parent)) return false;
+        for (const xmlNs* binding = node.nsDef; binding != nullptr; binding = binding->next)
+            if (binding->prefix == nullptr) return false;
         return true;
     }
     static std::vector<const xmlNs*> Bindings(const xmlNode& node) {
         std::vector<const xmlNs*> bindings;
-        for (const xmlNs* binding = node.nsDef; binding; binding = binding->next) bindings.push_back(binding);
+        for (const xmlNs* binding = node.nsDef; binding != nullptr; binding = binding->next)
+            bindings.push_back(binding);
         return bindings;
     }
-    static const char* Text(const xmlChar* text) { return text ? Chars(text) : ""; }
+    static const char* Text(const xmlChar* text) { return text != nullptr ? Chars(text) : ""; }
     static std::string Name(const xmlNs* binding, const xmlChar* name) {
         std::string result;
-        if (binding && binding->prefix) result.append(Chars(binding->prefix)).append(":");
+        if ((binding != nullptr) && (binding->prefix != nullptr)) result.append(Chars(binding->prefix)).append(":");
         return result.append(Chars(name));
     }
 

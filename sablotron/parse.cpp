@@ -2,11 +2,12 @@
 
 #include "sablotron/library_scope.h"
 
+#include <libxml/SAX2.h>
+#include <libxml/parserInternals.h>
+
 #include <algorithm>
 #include <climits>
 #include <cstring>
-#include <libxml/SAX2.h>
-#include <libxml/parserInternals.h>
 
 namespace sablot {
 
@@ -41,13 +42,14 @@ void OnError(void* data, xmlErrorPtr error) noexcept {
     // A namespace name is any text (Namespaces in XML 1.0, section 2.1): libxml2 finds fault with one that is no URI.
     if (error->level < XML_ERR_ERROR || error->code == XML_WAR_NS_URI) return;
     bool decisive = error->level == XML_ERR_FATAL || error->domain == XML_FROM_NAMESPACE;
-    Parse* parse = data ? static_cast<Parse*>(static_cast<xmlParserCtxt*>(data)->_private) : nullptr;
-    if (parse) parse->Fail(error->code, error->line, error->message ? error->message : "", decisive);
+    Parse* parse = data != nullptr ? static_cast<Parse*>(static_cast<xmlParserCtxt*>(data)->_private) : nullptr;
+    if (parse != nullptr)
+        parse->Fail(error->code, error->line, error->message != nullptr ? error->message : "", decisive);
 }
 
 // Ends the parse as one that is not well-formed.
 void Refuse(xmlParserCtxt* context, int code, const std::string& text) noexcept {
-    int line = context->input ? context->input->line : 0;
+    int line = context->input != nullptr ? context->input->line : 0;
     static_cast<Parse*>(context->_private)->Fail(code, line, text, true);
     context->wellFormed = 0;
     xmlStopParser(context);
@@ -62,7 +64,7 @@ void AddSection(void* data, const xmlChar* text, int length) noexcept {
 xmlEntityPtr GetEntity(void* data, const xmlChar* name) noexcept {
     auto* context = static_cast<xmlParserCtxt*>(data);
     xmlEntityPtr entity = xmlSAX2GetEntity(data, name);
-    if (entity && entity->etype == XML_EXTERNAL_GENERAL_PARSED_ENTITY) {
+    if ((entity != nullptr) && entity->etype == XML_EXTERNAL_GENERAL_PARSED_ENTITY) {
         Refuse(context, XML_ERR_ENTITY_IS_EXTERNAL, "External entity '" + std::string(View(name)) + "' is not read");
         return nullptr;
     }
@@ -77,7 +79,7 @@ void Reference(void* data, const xmlChar* name) noexcept {
 
 int ReadPiece(void* data, char* buffer, int size) {
     auto* rest = static_cast<std::string_view*>(data);
-    std::size_t length = rest->copy(buffer, static_cast<std::size_t>(size));
+    size_t length = rest->copy(buffer, static_cast<size_t>(size));
     rest->remove_prefix(length);
     return static_cast<int>(length);
 }
@@ -89,8 +91,8 @@ void StartElement(void* data, const xmlChar* name, const xmlChar* prefix, const 
     xmlSAX2StartElementNs(data, name, prefix, uri, namespaceCount, namespaces, attributeCount, defaultedCount,
                           attributes);
     const auto* context = static_cast<xmlParserCtxt*>(data);
-    if (context->node && context->node->line == MAX_NODE_LINE)
-        context->node->psvi = reinterpret_cast<void*>(static_cast<std::intptr_t>(context->input->line));
+    if ((context->node != nullptr) && context->node->line == MAX_NODE_LINE)
+        context->node->psvi = reinterpret_cast<void*>(static_cast<intptr_t>(context->input->line));
 }
 
 xmlParserInputPtr LoadNothing(const char*, const char*, xmlParserCtxtPtr) { return nullptr; }
@@ -108,11 +110,11 @@ bool IsAsciiSuperset(std::string_view text) {
     if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
     if (!text.starts_with("<?xml")) return text.find_first_not_of(" \t\r\n") == text.find('<');
     std::string_view declaration = text.substr(0, text.find('>'));
-    std::size_t start = declaration.find("encoding");
+    size_t start = declaration.find("encoding");
     if (start == std::string_view::npos) return true;
     start = declaration.find_first_of("\"'", start);
     if (start == std::string_view::npos) return false;
-    std::size_t end = declaration.find(declaration[start], start + 1);
+    size_t end = declaration.find(declaration[start], start + 1);
     if (end == std::string_view::npos) return false;
 
     std::string name(declaration.substr(start + 1, end - start - 1));
@@ -126,7 +128,7 @@ bool IsAsciiSuperset(std::string_view text) {
 } // namespace
 
 TreePointer ParseTree(const char* text, ParseFailure& failure) {
-    std::size_t length = std::strlen(text);
+    size_t length = std::strlen(text);
     Parse parse{failure};
     if (length == 0 || length > INT_MAX) {
         parse.Fail(length ? XML_ERR_INTERNAL_ERROR : XML_ERR_DOCUMENT_EMPTY, 1,
@@ -143,9 +145,10 @@ TreePointer ParseTree(const char* text, ParseFailure& failure) {
     std::string_view rest(text, length);
     xmlParserInputBuffer* buffer =
         context ? xmlParserInputBufferCreateIO(ReadPiece, nullptr, &rest, XML_CHAR_ENCODING_NONE) : nullptr;
-    xmlParserInput* input = buffer ? xmlNewIOInputStream(context.get(), buffer, XML_CHAR_ENCODING_NONE) : nullptr;
-    if (!input) {
-        if (buffer) xmlFreeParserInputBuffer(buffer);
+    xmlParserInput* input =
+        buffer != nullptr ? xmlNewIOInputStream(context.get(), buffer, XML_CHAR_ENCODING_NONE) : nullptr;
+    if (input == nullptr) {
+        if (buffer != nullptr) xmlFreeParserInputBuffer(buffer);
         parse.Fail(XML_ERR_NO_MEMORY, 0, "Memory allocation failed", true);
         return nullptr;
     }

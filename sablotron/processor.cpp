@@ -30,9 +30,9 @@ const Argument* SablotProcessorRecord::FindArgument(std::string_view name) const
 }
 
 int SablotCreateProcessorForSituation(SablotSituation situation, SablotHandle* processor) {
-    if (!processor) return CODE_OTHER;
+    if (processor == nullptr) return CODE_OTHER;
     *processor = nullptr;
-    if (!situation) return CODE_OTHER;
+    if (situation == nullptr) return CODE_OTHER;
     return Guarded([&] {
         *processor = new SablotProcessorRecord;
         (*processor)->situation = situation;
@@ -42,8 +42,9 @@ int SablotCreateProcessorForSituation(SablotSituation situation, SablotHandle* p
 }
 
 int SablotDestroyProcessor(SablotHandle processor) {
-    if (!processor) return 0;
-    if (processor->situation && processor->situation->processor == processor) processor->situation->processor = nullptr;
+    if (processor == nullptr) return 0;
+    if ((processor->situation != nullptr) && processor->situation->processor == processor)
+        processor->situation->processor = nullptr;
     processor->messageHandler = nullptr;
     processor->outputHandler = nullptr;
     if (processor->users == 0)
@@ -54,24 +55,24 @@ int SablotDestroyProcessor(SablotHandle processor) {
 }
 
 int SablotSetEncoding(SablotHandle processor, const char* encoding) {
-    if (!processor) return CODE_OTHER;
+    if (processor == nullptr) return CODE_OTHER;
     return Guarded([&] {
-        processor->encoding = encoding ? encoding : "";
+        processor->encoding = encoding != nullptr ? encoding : "";
         return 0;
     });
 }
 
 int SablotAddArgBuffer(SablotSituation, SablotHandle processor, const char* name, const char* text) {
-    if (!processor || !name) return CODE_OTHER;
+    if ((processor == nullptr) || (name == nullptr)) return CODE_OTHER;
     return Guarded([&] {
-        processor->arguments[name] = {text ? text : "", false, nullptr};
+        processor->arguments[name] = {text != nullptr ? text : "", false, nullptr};
         return 0;
     });
 }
 
 int SablotAddArgTree(SablotSituation, SablotHandle processor, const char* name, SDOM_Document document) {
     Document* tree = FindDocument(document);
-    if (!processor || !name || !tree) return CODE_OTHER;
+    if ((processor == nullptr) || (name == nullptr) || (tree == nullptr)) return CODE_OTHER;
     return Guarded([&] {
         processor->arguments[name] = {{}, true, tree->Anchor()};
         return 0;
@@ -79,16 +80,16 @@ int SablotAddArgTree(SablotSituation, SablotHandle processor, const char* name, 
 }
 
 int SablotGetResultArg(SablotHandle processor, const char* uri, char** text) {
-    if (!text) return CODE_OTHER;
+    if (text == nullptr) return CODE_OTHER;
     *text = nullptr;
-    if (!processor || !uri) return CODE_OTHER;
+    if ((processor == nullptr) || (uri == nullptr)) return CODE_OTHER;
     const auto found = processor->results.find(ArgumentName(uri));
     if (found != processor->results.end()) *text = NewFreeableString(found->second);
     return 0;
 }
 
 int SablotRegHandler(SablotHandle processor, int type, void* handler, void* userData) {
-    if (!processor) return CODE_OTHER;
+    if (processor == nullptr) return CODE_OTHER;
     if (type == SABLOT_HANDLER_MESSAGE) {
         processor->messageHandler = static_cast<const SablotMessageHandler*>(handler);
         processor->messageData = userData;

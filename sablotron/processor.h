@@ -26,7 +26,7 @@ struct Argument {
     std::shared_ptr<Document*> document;
 
     // A text, or a tree that is still there.
-    bool IsLive() const { return !isTree || *document; }
+    bool IsLive() const { return !isTree || (*document != nullptr); }
 };
 
 // Stylesheets given as text, compiled, the latest used first.

@@ -5,10 +5,11 @@
 #include "sablotron/stack_guard.h"
 #include "sablotron/xpath_rewrite.h"
 
-#include <algorithm>
-#include <deque>
 #include <libxml/globals.h>
 #include <libxml/xpathInternals.h>
+
+#include <algorithm>
+#include <deque>
 #include <list>
 #include <unordered_map>
 
@@ -25,9 +26,9 @@ struct SDOM_NodeListRecord {
 namespace sablot {
 namespace {
 
-constexpr std::size_t MAX_COMPILED = 128;
-constexpr int MAX_DEPTH = 5000;          // libxml2's limit on the depth of an expression
-constexpr std::size_t DEPTH_BYTES = 256; // of the stack for one level of it
+constexpr size_t MAX_COMPILED = 128;
+constexpr int MAX_DEPTH = 5000;     // libxml2's limit on the depth of an expression
+constexpr size_t DEPTH_BYTES = 256; // of the stack for one level of it
 
 struct ExpressionDeleter {
     void operator()(xmlXPathCompExpr* expression) const { xmlXPathFreeCompExpr(expression); }
@@ -55,7 +56,7 @@ enum class Numbers {
 Numbers NumbersFor(std::string_view text) {
     if (Contains(text, {"node("}) || (Contains(text, {"|"}) && Contains(text, {"text", "comment", "processing"})))
         return Numbers::MISLEADING;
-    const std::size_t first = text.find("//");
+    const size_t first = text.find("//");
     const bool again = first != std::string_view::npos && text.find("//", first + 2) != std::string_view::npos;
     return again || Contains(text, {"|", "..", "::"}) ? Numbers::USEFUL : Numbers::USELESS;
 }
@@ -117,8 +118,8 @@ public:
     ObjectPointer Evaluate(const Query& query, xmlDoc* tree, xmlNode* node, const Bindings& bindings) {
         const GenericErrors silence;
         // An expression nested deeper than what is left of the stack fails, as one beyond libxml2's limit does.
-        const std::size_t remaining = RemainingStack() / DEPTH_BYTES;
-        Reset(MAX_DEPTH - static_cast<int>(std::min(remaining, static_cast<std::size_t>(MAX_DEPTH))));
+        const size_t remaining = RemainingStack() / DEPTH_BYTES;
+        Reset(MAX_DEPTH - static_cast<int>(std::min(remaining, static_cast<size_t>(MAX_DEPTH))));
         context_->doc = tree;
         context_->node = node;
         std::vector<xmlNs*> declarations = bindings.declarations;
@@ -168,7 +169,7 @@ private:
 // They stay until they are wrong. The elements of a detached tree, which is small as a rule, never keep theirs.
 void NumberElements(Document& document, xmlNode* node, Numbers numbers) {
     xmlNode* root = node;
-    while (root->parent) root = root->parent;
+    while (root->parent != nullptr) root = root->parent;
     bool wanted = false;
     if (root->type == XML_DOCUMENT_NODE) {
         const unsigned now = document.EditCount() + 1;
@@ -178,8 +179,8 @@ void NumberElements(Document& document, xmlNode* node, Numbers numbers) {
         if (document.numberedAt == 0 && !wanted) return;
         document.numberedAt = wanted ? now : 0;
     }
-    std::ptrdiff_t number = 0;
-    for (xmlNode* element = root; element; element = NextInTree(element, root))
+    ptrdiff_t number = 0;
+    for (xmlNode* element = root; element != nullptr; element = NextInTree(element, root))
         if (IsElement(element)) element->content = wanted ? reinterpret_cast<xmlChar*>(--number) : nullptr;
 }
 
@@ -191,7 +192,7 @@ struct NodeSetDeleter {
 class ScratchParent {
 public:
     explicit ScratchParent(xmlNode* node) {
-        if (node->type != XML_ATTRIBUTE_NODE || node->parent) return;
+        if (node->type != XML_ATTRIBUTE_NODE || (node->parent != nullptr)) return;
         attribute_ = node;
         element_.type = XML_ELEMENT_NODE;
         element_.name = Chars("");
@@ -202,7 +203,7 @@ public:
     ScratchParent(const ScratchParent&) = delete;
     ScratchParent& operator=(const ScratchParent&) = delete;
     ~ScratchParent() {
-        if (attribute_) attribute_->parent = nullptr;
+        if (attribute_ != nullptr) attribute_->parent = nullptr;
     }
 
     bool Is(const xmlNode* node) const { return node == &element_; }
@@ -217,7 +218,7 @@ SDOM_NodeListRecord::Item ItemOf(Document& document, xmlNode* node) {
     const auto* copy = reinterpret_cast<const xmlNs*>(node);
     auto* element = reinterpret_cast<xmlNode*>(copy->next);
     const Binding binding = FindBinding(document, element, copy->prefix);
-    return {nullptr, binding.declaration ? document.HandleOf(binding.declaration, binding.owner) : nullptr};
+    return {nullptr, binding.declaration != nullptr ? document.HandleOf(binding.declaration, binding.owner) : nullptr};
 }
 
 // To XPath each element has namespace nodes of its own, of which libxml2 does not know the order; here the declaration
@@ -225,7 +226,7 @@ SDOM_NodeListRecord::Item ItemOf(Document& document, xmlNode* node) {
 void SortDeclarations(Document& document, std::vector<SDOM_NodeListRecord::Item>& items) {
     if (std::none_of(items.begin(), items.end(), [](const auto& item) { return !item.node; })) return;
     for (SDOM_NodeListRecord::Item& item : items)
-        if (item.node) item.handle = document.HandleOf(item.node);
+        if (item.node != nullptr) item.handle = document.HandleOf(item.node);
     OrderIndex& order = document.GetCaches().order;
     std::erase_if(items, [](const auto& item) { return !item.handle; });
     std::stable_sort(items.begin(), items.end(), [&order](const auto& left, const auto& right) {
@@ -242,9 +243,9 @@ SDOM_Exception Run(std::string_view text, SDOM_Node handle, const Bindings& name
     thread_local QueryEngine engine;
     Document& document = *handle->document;
     const Query* query = engine.Find(text, bindings.defaultPrefix);
-    if (!query) return SDOM_QUERY_PARSE_ERR;
+    if (query == nullptr) return SDOM_QUERY_PARSE_ERR;
     for (const std::string& prefix : query->prefixes)
-        if (prefix != "xml" && !named.Find(prefix)) return SDOM_QUERY_PARSE_ERR;
+        if (prefix != "xml" && (named.Find(prefix) == nullptr)) return SDOM_QUERY_PARSE_ERR;
 
     xmlNode* node = handle->node;
     xmlNode* anchor = node;
@@ -252,7 +253,8 @@ SDOM_Exception Run(std::string_view text, SDOM_Node handle, const Bindings& name
     const std::unique_ptr<xmlNodeSet, NodeSetDeleter> namespaceNode(xmlXPathNodeSetCreate(nullptr));
     if (node->type == XML_NAMESPACE_DECL) {
         anchor = handle->Owner();
-        if (!anchor || xmlXPathNodeSetAddNs(namespaceNode.get(), anchor, reinterpret_cast<xmlNs*>(node)) < 0)
+        if ((anchor == nullptr)
+            || xmlXPathNodeSetAddNs(namespaceNode.get(), anchor, reinterpret_cast<xmlNs*>(node)) < 0)
             return SDOM_QUERY_EXECUTION_ERR;
         node = namespaceNode->nodeTab[0];
     }
@@ -264,7 +266,7 @@ SDOM_Exception Run(std::string_view text, SDOM_Node handle, const Bindings& name
     auto result = std::make_unique<SDOM_NodeListRecord>();
     result->document = document.Anchor();
     if (const xmlNodeSet* nodes = value->nodesetval) {
-        result->items.reserve(static_cast<std::size_t>(nodes->nodeNr));
+        result->items.reserve(static_cast<size_t>(nodes->nodeNr));
         for (int i = 0; i < nodes->nodeNr; ++i)
             if (!parent.Is(nodes->nodeTab[i])) result->items.push_back(ItemOf(document, nodes->nodeTab[i]));
         SortDeclarations(document, result->items);
@@ -279,21 +281,21 @@ SDOM_Exception Run(std::string_view text, SDOM_Node handle, const Bindings& name
 using namespace sablot;
 
 SDOM_Exception SDOM_xql(SablotSituation situation, const char* query, SDOM_Node node, SDOM_NodeList* list) {
-    if (!list) return Record(situation, SDOM_NOT_FOUND_ERR);
+    if (list == nullptr) return Record(situation, SDOM_NOT_FOUND_ERR);
     *list = nullptr;
     return CallOnNode(situation, node, [&](xmlNode*) {
         Bindings bindings;
         xmlNs defaultBinding{};
         if (const xmlNode* root = node->document->Root()) {
-            for (xmlNs* declaration = root->nsDef; declaration; declaration = declaration->next)
-                if (declaration->prefix)
+            for (xmlNs* declaration = root->nsDef; declaration != nullptr; declaration = declaration->next)
+                if (declaration->prefix != nullptr)
                     bindings.declarations.push_back(declaration);
                 else
                     defaultBinding = *declaration;
         }
-        if (defaultBinding.href && *defaultBinding.href) {
+        if ((defaultBinding.href != nullptr) && *defaultBinding.href) {
             bindings.defaultPrefix = "default";
-            while (bindings.Find(bindings.defaultPrefix)) bindings.defaultPrefix += '-';
+            while (bindings.Find(bindings.defaultPrefix) != nullptr) bindings.defaultPrefix += '-';
         }
         const Bindings named = bindings;
         if (!bindings.defaultPrefix.empty()) {
@@ -307,12 +309,12 @@ SDOM_Exception SDOM_xql(SablotSituation situation, const char* query, SDOM_Node 
 
 SDOM_Exception SDOM_xql_ns(SablotSituation situation, const char* query, SDOM_Node node, const char* const* namespaces,
                            SDOM_NodeList* list) {
-    if (!list) return Record(situation, SDOM_NOT_FOUND_ERR);
+    if (list == nullptr) return Record(situation, SDOM_NOT_FOUND_ERR);
     *list = nullptr;
     return CallOnNode(situation, node, [&](xmlNode*) {
         std::deque<xmlNs> declarations;
         Bindings bindings;
-        for (; namespaces && namespaces[0] && namespaces[1]; namespaces += 2) {
+        for (; (namespaces != nullptr) && (namespaces[0] != nullptr) && (namespaces[1] != nullptr); namespaces += 2) {
             if (!*namespaces[0]) continue;
             xmlNs& declaration = declarations.emplace_back();
             declaration = {};
@@ -326,21 +328,21 @@ SDOM_Exception SDOM_xql_ns(SablotSituation situation, const char* query, SDOM_No
 }
 
 SDOM_Exception SDOM_getNodeListLength(SablotSituation situation, SDOM_NodeList list, int* length) {
-    if (length) *length = 0;
-    if (!list || !length) return Record(situation, SDOM_NOT_FOUND_ERR);
+    if (length != nullptr) *length = 0;
+    if ((list == nullptr) || (length == nullptr)) return Record(situation, SDOM_NOT_FOUND_ERR);
     *length = static_cast<int>(list->items.size());
     return Record(situation, SDOM_OK);
 }
 
 SDOM_Exception SDOM_getNodeListItem(SablotSituation situation, SDOM_NodeList list, int index, SDOM_Node* node) {
-    if (node) *node = nullptr;
-    if (!list || !node) return Record(situation, SDOM_NOT_FOUND_ERR);
+    if (node != nullptr) *node = nullptr;
+    if ((list == nullptr) || (node == nullptr)) return Record(situation, SDOM_NOT_FOUND_ERR);
     return Call(situation, [&] {
-        if (index < 0 || static_cast<std::size_t>(index) >= list->items.size()) return SDOM_INDEX_SIZE_ERR;
+        if (index < 0 || static_cast<size_t>(index) >= list->items.size()) return SDOM_INDEX_SIZE_ERR;
         Document* document = *list->document;
-        if (!document) return SDOM_NOT_FOUND_ERR;
-        const SDOM_NodeListRecord::Item& item = list->items[static_cast<std::size_t>(index)];
-        *node = item.handle ? item.handle : document->HandleOf(item.node);
+        if (document == nullptr) return SDOM_NOT_FOUND_ERR;
+        const SDOM_NodeListRecord::Item& item = list->items[static_cast<size_t>(index)];
+        *node = item.handle != nullptr ? item.handle : document->HandleOf(item.node);
         return SDOM_OK;
     });
 }

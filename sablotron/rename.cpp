@@ -14,13 +14,13 @@ namespace {
 // The binding of a new prefix where the node stands; outside the tree also that of the document element, as for new
 // nodes.
 xmlNs* BindingAt(Document& document, xmlNode* element, std::string_view prefix) {
-    if (element)
+    if (element != nullptr)
         if (xmlNs* found = BindingForName(document, element, prefix)) return found;
     const xmlNode* top = element;
-    while (top && top->parent) top = top->parent;
-    if (top && top->type == XML_DOCUMENT_NODE) return nullptr;
+    while ((top != nullptr) && (top->parent != nullptr)) top = top->parent;
+    if ((top != nullptr) && top->type == XML_DOCUMENT_NODE) return nullptr;
     xmlNs* outer = FindBinding(document, document.Root(), Chars(std::string(prefix).c_str())).declaration;
-    return outer ? document.LooseBinding(outer->prefix, outer->href) : nullptr;
+    return outer != nullptr ? document.LooseBinding(outer->prefix, outer->href) : nullptr;
 }
 
 SDOM_Exception RenameElement(Document& document, xmlNode* element, std::string_view newName) {
@@ -29,8 +29,8 @@ SDOM_Exception RenameElement(Document& document, xmlNode* element, std::string_v
     if (name.prefix == "xmlns") return SDOM_NAMESPACE_ERR;
     if (NameOf(element).prefix != name.prefix) {
         xmlNs* ns = BindingAt(document, element, name.prefix);
-        if (!name.prefix.empty() && !ns) return SDOM_NAMESPACE_ERR;
-        element->ns = ns && !View(ns->href).empty() ? ns : nullptr;
+        if (!name.prefix.empty() && (ns == nullptr)) return SDOM_NAMESPACE_ERR;
+        element->ns = (ns != nullptr) && !View(ns->href).empty() ? ns : nullptr;
     }
     xmlNodeSetName(element, Chars(name.localName.data()));
     return SDOM_OK;
@@ -45,13 +45,13 @@ SDOM_Exception RenameAttribute(Document& document, xmlAttr* attribute, std::stri
     xmlNs* ns = attribute->ns;
     if (NameOf(node).prefix != name.prefix) {
         ns = name.prefix.empty() ? nullptr : BindingAt(document, attribute->parent, name.prefix);
-        if (!name.prefix.empty() && !ns) return SDOM_NAMESPACE_ERR;
-        if (ns && !attribute->parent) ns = document.LooseBinding(ns->prefix, ns->href);
+        if (!name.prefix.empty() && (ns == nullptr)) return SDOM_NAMESPACE_ERR;
+        if ((ns != nullptr) && (attribute->parent == nullptr)) ns = document.LooseBinding(ns->prefix, ns->href);
     }
-    if (attribute->parent) {
-        const xmlAttr* other = FindAttribute(attribute->parent, ns ? View(ns->href) : "", name.localName);
-        if (!other) other = FindAttribute(attribute->parent, newName);
-        if (other && other != attribute) return SDOM_NAMESPACE_ERR;
+    if (attribute->parent != nullptr) {
+        const xmlAttr* other = FindAttribute(attribute->parent, ns != nullptr ? View(ns->href) : "", name.localName);
+        if (other == nullptr) other = FindAttribute(attribute->parent, newName);
+        if ((other != nullptr) && other != attribute) return SDOM_NAMESPACE_ERR;
     }
     RemoveIdIfAny(attribute);
     attribute->ns = ns;
@@ -66,19 +66,19 @@ SDOM_Exception RenameDeclaration(Document& document, SDOM_Node handle, std::stri
     std::string_view prefix;
     if (!QName(newName).isValid) return SDOM_INVALID_CHARACTER_ERR;
     if (!IsDeclarationName(newName, prefix)) return SDOM_NAMESPACE_ERR;
-    if (!owner && !handle->IsDetached()) return SDOM_NO_MODIFICATION_ALLOWED_ERR; // an implicit one
+    if ((owner == nullptr) && !handle->IsDetached()) return SDOM_NO_MODIFICATION_ALLOWED_ERR; // an implicit one
     if (View(declaration->prefix) == prefix) return SDOM_OK;
     if (prefix == "xml" || prefix == "xmlns") return SDOM_NAMESPACE_ERR;
     std::string_view uri = View(declaration->href);
-    if (owner) {
-        bool isTaken = OwnDeclaration(owner, prefix) || UsesPrefixOtherwise(owner, prefix, uri);
+    if (owner != nullptr) {
+        bool isTaken = (OwnDeclaration(owner, prefix) != nullptr) || UsesPrefixOtherwise(owner, prefix, uri);
         if (isTaken || !IsAllowedBinding(prefix, uri) || IsInUse(declaration, owner)) return SDOM_NAMESPACE_ERR;
     }
     xmlChar* copy = nullptr;
-    if (!prefix.empty() && !(copy = xmlStrdup(Chars(prefix.data())))) throw std::bad_alloc();
+    if (!prefix.empty() && ((copy = xmlStrdup(Chars(prefix.data()))) == nullptr)) throw std::bad_alloc();
     xmlFree(const_cast<xmlChar*>(declaration->prefix));
     declaration->prefix = copy;
-    if (owner) Reconcile(document, owner);
+    if (owner != nullptr) Reconcile(document, owner);
     return SDOM_OK;
 }
 
@@ -88,17 +88,18 @@ SDOM_Exception SetDeclarationValue(SDOM_Node handle, std::string_view uri) {
     std::string_view prefix = View(declaration->prefix);
     if (!IsXmlText(uri)) return SDOM_INVALID_CHARACTER_ERR;
     if (View(declaration->href) == uri) return SDOM_OK;
-    if (!owner && !handle->IsDetached()) return SDOM_NAMESPACE_ERR; // an implicit one
+    if ((owner == nullptr) && !handle->IsDetached()) return SDOM_NAMESPACE_ERR; // an implicit one
     if (!IsAllowedBinding(prefix, uri)) return SDOM_NAMESPACE_ERR;
-    if (owner && (IsInUse(declaration, owner) || UsesPrefixOtherwise(owner, prefix, uri))) return SDOM_NAMESPACE_ERR;
+    if ((owner != nullptr) && (IsInUse(declaration, owner) || UsesPrefixOtherwise(owner, prefix, uri)))
+        return SDOM_NAMESPACE_ERR;
     SetDeclaredUri(declaration, uri);
     return SDOM_OK;
 }
 
 SDOM_Exception SetContent(xmlNode* node, bool isAllowed, const char* text) {
     if (!isAllowed) return SDOM_INVALID_CHARACTER_ERR;
-    xmlNodeSetContent(node, Chars(text ? text : ""));
-    if (text && !node->content) throw std::bad_alloc();
+    xmlNodeSetContent(node, Chars(text != nullptr ? text : ""));
+    if ((text != nullptr) && (node->content == nullptr)) throw std::bad_alloc();
     node->psvi = nullptr; // the line of the text that it was
     return SDOM_OK;
 }

@@ -7,6 +7,7 @@
 #include <libxslt/pattern.h>
 #include <libxslt/transform.h>
 #include <libxslt/xsltutils.h>
+
 #include <utility>
 
 namespace sablot {
@@ -33,7 +34,7 @@ public:
     LentTree(xmlDoc* tree, const std::string& uri)
         : tree_(tree), url_(std::exchange(tree->URL, xmlStrdup(Chars(uri.c_str())))) {
         ForEachNode(tree, [this](xmlNode* node) {
-            if (!node->psvi) return;
+            if (node->psvi == nullptr) return;
             lines_.push_back({node, node->line, node->psvi});
             node->psvi = nullptr;
         });
@@ -46,7 +47,7 @@ public:
             node->extra = static_cast<unsigned short>(node->extra & ~NODE_FLAGS);
             if (!IsElement(node)) return;
             node->content = nullptr;
-            for (xmlAttr* attribute = node->properties; attribute; attribute = attribute->next) {
+            for (xmlAttr* attribute = node->properties; attribute != nullptr; attribute = attribute->next) {
                 attribute->psvi = nullptr;
                 attribute->atype = static_cast<xmlAttributeType>(static_cast<unsigned>(attribute->atype) & ~HIGH_FLAGS);
             }
@@ -98,8 +99,8 @@ public:
 private:
     bool Transform(const std::string& stylesheetUri, const std::string& inputUri) {
         const Argument* style = Find(stylesheetUri);
-        const Argument* input = style ? Find(inputUri) : nullptr;
-        if (!input) return false;
+        const Argument* input = style != nullptr ? Find(inputUri) : nullptr;
+        if (input == nullptr) return false;
         const std::shared_ptr<Stylesheet> stylesheet = CompiledArgument(processor_, *style, errors_);
         if (!stylesheet) return false;
         stylesheet->AddModules(errors_);
@@ -140,7 +141,7 @@ private:
         GuardFunctions(context.get());
         errors_.SetRun(context.get());
         // Without a template for the root the built-in rules walk the tree from there.
-        const bool walks = !xsltGetTemplate(context.get(), reinterpret_cast<xmlNode*>(source), nullptr);
+        const bool walks = xsltGetTemplate(context.get(), reinterpret_cast<xmlNode*>(source), nullptr) == nullptr;
         if (CheckStack(context.get(), walks))
             outcome_.result.reset(
                 xsltApplyStylesheetUser(stylesheet.Get(), source, nullptr, nullptr, nullptr, context.get()));
@@ -153,7 +154,7 @@ private:
 
     const Argument* Find(const std::string& uri) {
         const Argument* argument = processor_->FindArgument(ArgumentName(uri));
-        if (!argument) Fail(CODE_NOT_FOUND, "'" + uri + "' not found");
+        if (argument == nullptr) Fail(CODE_NOT_FOUND, "'" + uri + "' not found");
         return argument;
     }
 
@@ -176,7 +177,8 @@ using namespace sablot;
 
 int SablotRunProcessorGen(SablotSituation, SablotHandle processor, const char* stylesheet, const char* input,
                           const char* result) {
-    if (!processor || !stylesheet || !input || !result) return CODE_OTHER;
+    if ((processor == nullptr) || (stylesheet == nullptr) || (input == nullptr) || (result == nullptr))
+        return CODE_OTHER;
     return Guarded([&] {
         const ProcessorUse use(processor);
         const std::string name(ArgumentName(result));
@@ -184,7 +186,7 @@ int SablotRunProcessorGen(SablotSituation, SablotHandle processor, const char* s
         Outcome outcome = Transformation(processor).Run(stylesheet, input);
         for (const Message& message : outcome.messages) SendMessage(processor, message);
         if (outcome.code != 0) return outcome.code;
-        if (processor->outputHandler) SendEvents(outcome.result.get(), outcome.isText, processor);
+        if (processor->outputHandler != nullptr) SendEvents(outcome.result.get(), outcome.isText, processor);
         processor->results[name] = std::move(outcome.text); // whatever runs the events have started
         return 0;
     });

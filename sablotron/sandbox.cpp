@@ -8,17 +8,18 @@
 #include <libxml/parserInternals.h>
 #include <libxml/uri.h>
 #include <libxslt/xslt.h>
-#include <optional>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <optional>
 #include <utility>
 
 namespace sablot {
 namespace {
 
-constexpr std::size_t MAX_INSTRUCTION_DEPTH = 3000;         // libxslt looks at what is around each instruction
-constexpr unsigned MAX_MODULE_LOADS = 32;                   // of one module by one stylesheet
-constexpr std::size_t MAX_FILE_SIZE = std::size_t{1} << 29; // bytes; the whole text is held in memory
+constexpr size_t MAX_INSTRUCTION_DEPTH = 3000;    // libxslt looks at what is around each instruction
+constexpr unsigned MAX_MODULE_LOADS = 32;         // of one module by one stylesheet
+constexpr size_t MAX_FILE_SIZE = size_t{1} << 29; // bytes; the whole text is held in memory
 
 class File {
 public:
@@ -45,7 +46,7 @@ public:
             const ssize_t count = read(descriptor_, buffer, sizeof buffer);
             if (count == 0) return text;
             if (count < 0) break;
-            text.append(buffer, static_cast<std::size_t>(count));
+            text.append(buffer, static_cast<size_t>(count));
         }
         return std::nullopt;
     }
@@ -88,7 +89,7 @@ std::string LocalPath(std::string_view uri) {
     if (!uri.starts_with('/') || uri.starts_with("//")) return {};
     const std::string path(uri);
     char* unescaped = xmlURIUnescapeString(path.c_str(), 0, nullptr);
-    std::string result = unescaped ? unescaped : "";
+    std::string result = unescaped != nullptr ? unescaped : "";
     xmlFree(unescaped);
     return result;
 }
@@ -124,7 +125,7 @@ Sandbox::~Sandbox() {
 }
 
 std::string Sandbox::StateOf(SablotHandle processor, const std::string& uri) {
-    if (const Argument* argument = processor ? processor->FindArgument(ArgumentName(uri)) : nullptr) {
+    if (const Argument* argument = processor != nullptr ? processor->FindArgument(ArgumentName(uri)) : nullptr) {
         if (!argument->isTree) return "text " + argument->text;
         const Document* document = *argument->document;
         return "tree " + std::to_string(document->Serial()) + ' ' + std::to_string(document->EditCount());
@@ -133,11 +134,11 @@ std::string Sandbox::StateOf(SablotHandle processor, const std::string& uri) {
 }
 
 TreePointer Sandbox::Load(const std::string& uri, xmlDict* names) {
-    if (stylesheet_ && uri == STYLESHEET_URI) return Load(*stylesheet_, uri, names);
+    if ((stylesheet_ != nullptr) && uri == STYLESHEET_URI) return Load(*stylesheet_, uri, names);
     std::string state = StateOf(processor_, uri);
     if (state.empty()) return NotFound(uri);
     loaded_.push_back({uri, std::move(state)});
-    if (const Argument* argument = processor_ ? processor_->FindArgument(ArgumentName(uri)) : nullptr)
+    if (const Argument* argument = processor_ != nullptr ? processor_->FindArgument(ArgumentName(uri)) : nullptr)
         return Load(*argument, uri, names);
     const std::optional<std::string> text = File(LocalPath(uri)).Read();
     return text ? ParseFile(uri, *text, names) : NotFound(uri);
@@ -153,17 +154,17 @@ TreePointer Sandbox::Load(const Argument& argument, const std::string& uri, xmlD
         original = parsed.get();
     }
     TreePointer tree;
-    if (names) {
+    if (names != nullptr) {
         tree = NewTree();
         if (!tree) return nullptr;
         ShareNames(tree.get(), names);
-        for (const xmlNode* child = original->children; child; child = child->next)
+        for (const xmlNode* child = original->children; child != nullptr; child = child->next)
             if (xmlNode* copy = CopySubtree(child, true, tree.get()))
                 LinkBefore(reinterpret_cast<xmlNode*>(tree.get()), copy, nullptr);
     } else {
         tree = parsed ? std::move(parsed) : CopyTree(original);
         if (!tree) return nullptr;
-        if (tree->URL) xmlFree(const_cast<xmlChar*>(tree->URL));
+        if (tree->URL != nullptr) xmlFree(const_cast<xmlChar*>(tree->URL));
     }
     tree->URL = xmlStrdup(Chars(uri.c_str()));
     return tree;
@@ -172,7 +173,7 @@ TreePointer Sandbox::Load(const Argument& argument, const std::string& uri, xmlD
 TreePointer Sandbox::ParseFile(const std::string& uri, std::string_view text, xmlDict* names) {
     std::unique_ptr<xmlParserCtxt, ParserDeleter> parser(xmlNewParserCtxt());
     if (!parser) return nullptr;
-    if (names) {
+    if (names != nullptr) {
         xmlDictReference(names);
         xmlDictFree(parser->dict);
         parser->dict = names;
@@ -227,13 +228,13 @@ bool Sandbox::AdmitModule(xmlDoc* module) {
     errors_.AddModule(module);
     errors_.TakeLines(module);
     auto* root = reinterpret_cast<xmlNode*>(module);
-    std::size_t depth = 0;
+    size_t depth = 0;
     bool tooDeep = false;
     WalkTree(
         root,
         [&](const xmlNode* node) {
             ++depth;
-            if (depth > MAX_INSTRUCTION_DEPTH && IsElement(node) && node->ns
+            if (depth > MAX_INSTRUCTION_DEPTH && IsElement(node) && (node->ns != nullptr)
                 && View(node->ns->href) == Chars(XSLT_NAMESPACE))
                 tooDeep = true;
         },
@@ -241,7 +242,7 @@ bool Sandbox::AdmitModule(xmlDoc* module) {
     if (!tooDeep) return true;
     Message message;
     message.code = CODE_OTHER;
-    message.uri = module->URL ? Chars(module->URL) : "";
+    message.uri = module->URL != nullptr ? Chars(module->URL) : "";
     message.text = "the instructions are nested too deeply";
     errors_.Fail(std::move(message));
     return false;
@@ -251,7 +252,7 @@ bool Sandbox::AdmitModule(xmlDoc* module) {
 xmlParserInput* Sandbox::OnEntity(const char* uri, const char*, xmlParserCtxt* parser) {
     constexpr int EXTERNAL_SUBSET = 2;
     Sandbox& sandbox = *current_;
-    const std::string name = uri ? uri : "";
+    const std::string name = uri != nullptr ? uri : "";
     File file(LocalPath(name));
     const std::optional<std::string> text = file.Read();
     if (!text) {
@@ -261,8 +262,8 @@ xmlParserInput* Sandbox::OnEntity(const char* uri, const char*, xmlParserCtxt* p
     sandbox.loaded_.push_back({name, file.State()});
     xmlParserInputBuffer* buffer =
         xmlParserInputBufferCreateMem(text->data(), static_cast<int>(text->size()), XML_CHAR_ENCODING_NONE);
-    xmlParserInput* input = buffer ? xmlNewIOInputStream(parser, buffer, XML_CHAR_ENCODING_NONE) : nullptr;
-    if (input) input->filename = Chars(xmlStrdup(Chars(name.c_str())));
+    xmlParserInput* input = buffer != nullptr ? xmlNewIOInputStream(parser, buffer, XML_CHAR_ENCODING_NONE) : nullptr;
+    if (input != nullptr) input->filename = Chars(xmlStrdup(Chars(name.c_str())));
     return input;
 }
 

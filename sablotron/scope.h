@@ -27,7 +27,7 @@ public:
     void AddAtBase(xmlNs* declaration) { innermost_[View(declaration->prefix)].push_back(declaration); }
 
     void Enter(const xmlNode* element) {
-        for (xmlNs* declaration = element->nsDef; declaration; declaration = declaration->next)
+        for (xmlNs* declaration = element->nsDef; declaration != nullptr; declaration = declaration->next)
             Add(element, declaration);
     }
     void Leave(const xmlNode* element) {

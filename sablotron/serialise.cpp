@@ -34,7 +34,7 @@ constexpr Escapes ATTRIBUTE_ESCAPES = MakeEscapes(true);
 // Whether anything stands between the tags: text nodes can be empty.
 bool HasContent(const xmlNode* element) {
     const xmlNode* child = element->children;
-    while (child && child->type == XML_TEXT_NODE && View(child->content).empty()) child = child->next;
+    while ((child != nullptr) && child->type == XML_TEXT_NODE && View(child->content).empty()) child = child->next;
     return child != nullptr;
 }
 
@@ -83,25 +83,25 @@ private:
     void OpenElement(const xmlNode* element) {
         text_.Append('<');
         PutName(element->ns, element->name);
-        for (xmlNs* declaration = element->nsDef; declaration; declaration = declaration->next)
+        for (xmlNs* declaration = element->nsDef; declaration != nullptr; declaration = declaration->next)
             DeclareIfFree(element, declaration);
         if (declaresInherited_ && element == root_) {
-            for (const xmlNode* outer = element->parent; outer && IsElement(outer); outer = outer->parent)
-                for (xmlNs* declaration = outer->nsDef; declaration; declaration = declaration->next)
-                    if (!scope_.Find(View(declaration->prefix))) DeclareIfFree(element, declaration);
+            for (const xmlNode* outer = element->parent; (outer != nullptr) && IsElement(outer); outer = outer->parent)
+                for (xmlNs* declaration = outer->nsDef; declaration != nullptr; declaration = declaration->next)
+                    if (scope_.Find(View(declaration->prefix)) == nullptr) DeclareIfFree(element, declaration);
         }
-        if (element->ns)
+        if (element->ns != nullptr)
             Require(element, element->ns);
-        else if (const xmlNs* seen = scope_.Find(""); seen && !View(seen->href).empty())
+        else if (const xmlNs* seen = scope_.Find(""); (seen != nullptr) && !View(seen->href).empty())
             WriteDeclaration(element, &empty_);
-        for (const xmlAttr* attribute = element->properties; attribute; attribute = attribute->next)
-            if (attribute->ns) Require(element, attribute->ns);
+        for (const xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next)
+            if (attribute->ns != nullptr) Require(element, attribute->ns);
 
-        for (const xmlAttr* attribute = element->properties; attribute; attribute = attribute->next) {
+        for (const xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next) {
             text_.Append(' ');
             PutName(attribute->ns, attribute->name);
             Put("=\"");
-            for (const xmlNode* part = attribute->children; part; part = part->next)
+            for (const xmlNode* part = attribute->children; part != nullptr; part = part->next)
                 Escape(View(part->content), ATTRIBUTE_ESCAPES);
             text_.Append('"');
         }
@@ -111,7 +111,7 @@ private:
     // Writes a declaration of the element that says something new and leaves its names what they are.
     void DeclareIfFree(const xmlNode* element, xmlNs* declaration) {
         const xmlNs* seen = scope_.Find(View(declaration->prefix));
-        if (View(seen ? seen->href : nullptr) == View(declaration->href)) return;
+        if (View(seen != nullptr ? seen->href : nullptr) == View(declaration->href)) return;
         if (UsesPrefixOtherwise(element, View(declaration->prefix), View(declaration->href))) return;
         WriteDeclaration(element, declaration);
     }
@@ -120,7 +120,7 @@ private:
     void Require(const xmlNode* element, xmlNs* ns) {
         if (View(ns->prefix) == "xml") return;
         const xmlNs* seen = scope_.Find(View(ns->prefix));
-        if (seen == ns || (seen && View(seen->href) == View(ns->href))) return;
+        if (seen == ns || ((seen != nullptr) && View(seen->href) == View(ns->href))) return;
         WriteDeclaration(element, ns);
     }
 
@@ -135,8 +135,8 @@ private:
 
     void WriteSection(std::string_view data) {
         Put("<![CDATA[");
-        std::size_t written = 0;
-        for (std::size_t at = 0; (at = data.find_first_of("]\r", at)) != std::string_view::npos; ++at) {
+        size_t written = 0;
+        for (size_t at = 0; (at = data.find_first_of("]\r", at)) != std::string_view::npos; ++at) {
             if (data[at] == '\r') {
                 Put(data.substr(written, at - written), "]]>&#13;<![CDATA["); // a parser would make it a line feed
                 written = at + 1;
@@ -149,7 +149,7 @@ private:
     }
 
     void PutName(const xmlNs* ns, const xmlChar* name) {
-        if (ns && !View(ns->prefix).empty()) Put(View(ns->prefix), ":");
+        if ((ns != nullptr) && !View(ns->prefix).empty()) Put(View(ns->prefix), ":");
         Put(View(name));
     }
 
@@ -159,8 +159,8 @@ private:
     }
 
     void Escape(std::string_view data, const Escapes& escapes) {
-        std::size_t written = 0;
-        for (std::size_t at = 0; at < data.size(); ++at) {
+        size_t written = 0;
+        for (size_t at = 0; at < data.size(); ++at) {
             std::string_view escape = escapes[static_cast<unsigned char>(data[at])];
             if (escape.empty()) continue;
             Put(data.substr(written, at - written), escape);

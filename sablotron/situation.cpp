@@ -37,7 +37,7 @@ static_assert(std::size(EXCEPTION_TEXTS) == SDOM_NOT_OK + 1);
 
 char* Copy(void* memory, std::string_view text) {
     auto* copy = static_cast<char*>(memory);
-    if (!copy) return nullptr;
+    if (copy == nullptr) return nullptr;
     if (!text.empty()) std::memcpy(copy, text.data(), text.size());
     copy[text.size()] = '\0';
     return copy;
@@ -57,12 +57,12 @@ extern "C" {
 
 int SablotCreateSituation(SablotSituation* situation) {
     *situation = new (std::nothrow) SablotSituationRecord;
-    return *situation ? 0 : 1;
+    return *situation != nullptr ? 0 : 1;
 }
 
 int SablotDestroySituation(SablotSituation situation) {
-    if (!situation) return 0;
-    while (situation->documents) sablot::DestroyDocument(situation->documents);
+    if (situation == nullptr) return 0;
+    while (situation->documents != nullptr) sablot::DestroyDocument(situation->documents);
     delete situation;
     return 0;
 }
@@ -70,7 +70,7 @@ int SablotDestroySituation(SablotSituation situation) {
 void SablotFree(char* text) { std::free(text); }
 
 SDOM_Exception SDOM_getExceptionCode(SablotSituation situation) {
-    return situation ? situation->exception : SDOM_NOT_OK;
+    return situation != nullptr ? situation->exception : SDOM_NOT_OK;
 }
 
 char* SDOM_getExceptionMessage(SablotSituation situation) {

@@ -17,7 +17,7 @@ namespace sablot {
 
 // Ends an SDOM_ call: keeps its code in the situation (which may be null) and returns it.
 inline SDOM_Exception Record(SablotSituation situation, SDOM_Exception code) {
-    if (situation) situation->exception = code;
+    if (situation != nullptr) situation->exception = code;
     return code;
 }
 

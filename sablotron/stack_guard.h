@@ -1,9 +1,10 @@
 // Bounds: recursion inside libxslt stays within the thread's stack, expressions end.
 #pragma once
 
+#include <libxslt/xsltInternals.h>
+
 #include <cstddef>
 #include <cstdint>
-#include <libxslt/xsltInternals.h>
 
 namespace sablot {
 
@@ -11,16 +12,16 @@ namespace sablot {
 constexpr unsigned long MAX_XPATH_OPERATIONS = 400'000'000;
 
 // Where the thread's stack ends.
-std::uintptr_t StackEnd();
+uintptr_t StackEnd();
 
 // Bytes between here and there.
-inline std::size_t RemainingStack(std::uintptr_t stackEnd = StackEnd()) {
-    const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
+inline size_t RemainingStack(uintptr_t stackEnd = StackEnd()) {
+    const auto here = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
     return here > stackEnd ? here - stackEnd : 0;
 }
 
 // The greatest number of elements around a node of the tree, itself included.
-std::size_t DepthOf(const xmlDoc* tree);
+size_t DepthOf(const xmlDoc* tree);
 
 // The budget of one run. libxslt counts the depth of templates, not of the stack: its built-in rules and its tree
 // copies recurse once per level of the tree that they walk.
@@ -37,11 +38,11 @@ public:
 private:
     // About twice what was measured in 32-bit code: 128 bytes for a level of the built-in rules, 170 for one of the
     // 5000 levels that an expression can have.
-    static constexpr std::size_t LEVEL_BYTES = 256;
-    static constexpr std::size_t RESERVE = std::size_t{3} << 19;
+    static constexpr size_t LEVEL_BYTES = 256;
+    static constexpr size_t RESERVE = size_t{3} << 19;
 
-    const std::uintptr_t stackEnd_ = StackEnd();
-    std::size_t deepest_ = 0;
+    const uintptr_t stackEnd_ = StackEnd();
+    size_t deepest_ = 0;
 };
 
 } // namespace sablot

@@ -3,15 +3,16 @@
 #include "sablotron/instructions.h"
 #include "sablotron/parse.h"
 
-#include <algorithm>
 #include <libexslt/exslt.h>
 #include <libxslt/imports.h>
 #include <libxslt/xslt.h>
 
+#include <algorithm>
+
 namespace sablot {
 namespace {
 
-constexpr std::size_t MAX_COMPILED_TEXTS = 4;
+constexpr size_t MAX_COMPILED_TEXTS = 4;
 
 // Every module: the stylesheet, what it imports and what they include.
 template <typename Visit>
@@ -36,7 +37,7 @@ std::shared_ptr<Stylesheet> Stylesheet::Compile(TreePointer tree, Sandbox& sandb
     static_cast<void>(REGISTERED);
     if (!sandbox.AdmitModule(tree.get())) return nullptr;
     xsltStylesheet* compiled = xsltParseStylesheetDoc(tree.get());
-    if (!compiled) return nullptr;
+    if (compiled == nullptr) return nullptr;
     static_cast<void>(tree.release());
     std::shared_ptr<Stylesheet> stylesheet(new Stylesheet(compiled));
     if (errors.HasFailed()) return nullptr;
@@ -47,9 +48,9 @@ std::shared_ptr<Stylesheet> Stylesheet::Compile(TreePointer tree, Sandbox& sandb
 
 // Puts RunInstruction in the place of every function, and gives xsl:message, which libxslt does not compile, a form.
 void Stylesheet::Instrument() {
-    for (xsltStylesheet* level = stylesheet_; level; level = xsltNextImport(level)) {
-        for (xsltElemPreComp* compiled = level->preComps; compiled; compiled = compiled->next) {
-            if (!compiled->func) continue;
+    for (xsltStylesheet* level = stylesheet_; level != nullptr; level = xsltNextImport(level)) {
+        for (xsltElemPreComp* compiled = level->preComps; compiled != nullptr; compiled = compiled->next) {
+            if (compiled->func == nullptr) continue;
             if (compiled->type < XSLT_FUNC_EXTENSION)
                 functions_[compiled->type] = compiled->func;
             else
@@ -59,16 +60,16 @@ void Stylesheet::Instrument() {
     }
     ForEachModule(stylesheet_, [](xmlDoc* module) {
         auto* root = reinterpret_cast<xmlNode*>(module);
-        for (xmlNode* node = root; node; node = NextInTree(node, root))
-            if (IsElement(node) && node->ns && View(node->ns->href) == Chars(XSLT_NAMESPACE)
+        for (xmlNode* node = root; node != nullptr; node = NextInTree(node, root))
+            if (IsElement(node) && (node->ns != nullptr) && View(node->ns->href) == Chars(XSLT_NAMESPACE)
                 && View(node->name) == "message")
                 node->psvi = MessageInstruction();
     });
 }
 
 bool Stylesheet::StripsSpace() const {
-    for (xsltStylesheet* level = stylesheet_; level; level = xsltNextImport(level))
-        if (level->stripSpaces || level->stripAll > 0) return true;
+    for (xsltStylesheet* level = stylesheet_; level != nullptr; level = xsltNextImport(level))
+        if ((level->stripSpaces != nullptr) || level->stripAll > 0) return true;
     return false;
 }
 
@@ -92,7 +93,7 @@ namespace {
 
 std::shared_ptr<Stylesheet> CompileTree(TreePointer tree, SablotHandle processor, ErrorCollector& errors) {
     if (!tree) return nullptr;
-    if (tree->URL) xmlFree(const_cast<xmlChar*>(tree->URL));
+    if (tree->URL != nullptr) xmlFree(const_cast<xmlChar*>(tree->URL));
     tree->URL = xmlStrdup(Chars(STYLESHEET_URI));
     Sandbox sandbox(processor, errors);
     return Stylesheet::Compile(std::move(tree), sandbox, errors);

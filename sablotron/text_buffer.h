@@ -28,7 +28,7 @@ public:
 
     // The NUL-terminated text, to be released with free(); the buffer is empty after it.
     char* Release() {
-        if (!text_) Grow(0);
+        if (text_ == nullptr) Grow(0);
         text_[size_] = '\0';
         char* text = text_;
         // What was reserved too much goes back; when that fails the text is as good as before.
@@ -40,19 +40,19 @@ public:
 
 private:
     // Makes room for more bytes and a NUL.
-    void Grow(std::size_t more) {
-        std::size_t wanted = size_ + more + 1;
-        std::size_t capacity = capacity_ + capacity_ / 2 + 256;
+    void Grow(size_t more) {
+        size_t wanted = size_ + more + 1;
+        size_t capacity = capacity_ + capacity_ / 2 + 256;
         if (capacity < wanted) capacity = wanted;
         auto* text = static_cast<char*>(std::realloc(text_, capacity));
-        if (!text) throw std::bad_alloc();
+        if (text == nullptr) throw std::bad_alloc();
         text_ = text;
         capacity_ = capacity;
     }
 
     char* text_ = nullptr;
-    std::size_t size_ = 0;
-    std::size_t capacity_ = 0;
+    size_t size_ = 0;
+    size_t capacity_ = 0;
 };
 
 } // namespace sablot

@@ -2,6 +2,7 @@
 
 #include <libxml/dict.h>
 #include <libxml/valid.h>
+
 #include <unordered_map>
 
 namespace sablot {
@@ -27,10 +28,10 @@ public:
         const xmlNode* from = node;
         xmlNode* to = root_;
         while (true) {
-            if (from->children && IsElement(from)) {
+            if ((from->children != nullptr) && IsElement(from)) {
                 from = from->children;
             } else {
-                while (from != node && !from->next) {
+                while (from != node && (from->next == nullptr)) {
                     from = from->parent;
                     to = to->parent;
                 }
@@ -39,7 +40,7 @@ public:
                 to = to->parent;
             }
             xmlNode* copy = CopyNode(from);
-            if (!copy) return nullptr;
+            if (copy == nullptr) return nullptr;
             LinkBefore(to, copy, nullptr);
             if (!CopyNames(from, copy)) return nullptr;
             to = copy;
@@ -54,15 +55,15 @@ private:
         case XML_ELEMENT_NODE: copy = xmlNewDocNode(target_, nullptr, node->name, nullptr); break;
         case XML_TEXT_NODE: copy = xmlNewDocText(target_, node->content); break;
         case XML_CDATA_SECTION_NODE:
-            copy = xmlNewCDataBlock(target_, node->content, node->content ? xmlStrlen(node->content) : 0);
+            copy = xmlNewCDataBlock(target_, node->content, node->content != nullptr ? xmlStrlen(node->content) : 0);
             break;
         case XML_COMMENT_NODE: copy = xmlNewDocComment(target_, node->content); break;
         case XML_PI_NODE: copy = xmlNewDocPI(target_, node->name, node->content); break;
         default: return nullptr;
         }
-        if (!copy) return nullptr;
+        if (copy == nullptr) return nullptr;
         if (!IsElement(node) && !View(node->content).empty()
-            && !copy->content) { // libxml2 leaves it out when memory is short
+            && (copy->content == nullptr)) { // libxml2 leaves it out when memory is short
             xmlFreeNode(copy);
             return nullptr;
         }
@@ -73,23 +74,26 @@ private:
 
     bool CopyNames(const xmlNode* from, xmlNode* to) {
         if (!IsElement(from)) return true;
-        for (const xmlNs* declaration = from->nsDef; declaration; declaration = declaration->next) {
+        for (const xmlNs* declaration = from->nsDef; declaration != nullptr; declaration = declaration->next) {
             xmlNs* copy = xmlNewNs(to, declaration->href, declaration->prefix);
-            if (!copy) return false;
+            if (copy == nullptr) return false;
             copies_[declaration] = copy;
         }
-        if (from->ns && !(to->ns = CopyOf(from->ns, to))) return false;
-        for (const xmlAttr* attribute = from->properties; attribute; attribute = attribute->next) {
+        if ((from->ns != nullptr) && ((to->ns = CopyOf(from->ns, to)) == nullptr)) return false;
+        for (const xmlAttr* attribute = from->properties; attribute != nullptr; attribute = attribute->next) {
             xmlNs* ns = nullptr;
-            if (attribute->ns && !(ns = CopyOf(attribute->ns, to))) return false;
+            if ((attribute->ns != nullptr) && ((ns = CopyOf(attribute->ns, to)) == nullptr)) return false;
             xmlChar* value = xmlNodeListGetString(from->doc, attribute->children, 1);
-            bool hasText = attribute->children && !View(attribute->children->content).empty();
-            xmlAttr* copy =
-                value || !hasText ? xmlNewNsProp(to, ns, attribute->name, value ? value : Chars("")) : nullptr;
-            if (value && copy && attribute->atype == XML_ATTRIBUTE_ID) xmlAddID(nullptr, target_, value, copy);
+            bool hasText = (attribute->children != nullptr) && !View(attribute->children->content).empty();
+            xmlAttr* copy = (value != nullptr) || !hasText
+                                ? xmlNewNsProp(to, ns, attribute->name, value != nullptr ? value : Chars(""))
+                                : nullptr;
+            if ((value != nullptr) && (copy != nullptr) && attribute->atype == XML_ATTRIBUTE_ID)
+                xmlAddID(nullptr, target_, value, copy);
             xmlFree(value);
-            if (copy && hasText && !(copy->children && copy->children->content)) return false;
-            if (!copy) return false;
+            if ((copy != nullptr) && hasText && !((copy->children != nullptr) && (copy->children->content != nullptr)))
+                return false;
+            if (copy == nullptr) return false;
         }
         return true;
     }
@@ -99,15 +103,16 @@ private:
     xmlNs* CopyOf(const xmlNs* ns, xmlNode* element) {
         if (ns == lastFrom_) return lastTo_;
         xmlNs* copy = nullptr;
-        if (ns->prefix && xmlStrEqual(ns->prefix, Chars("xml"))) {
+        if ((ns->prefix != nullptr) && xmlStrEqual(ns->prefix, Chars("xml"))) {
             copy = xmlSearchNs(target_, element, Chars("xml"));
         } else if (auto found = copies_.find(ns); found != copies_.end()) {
             copy = found->second;
         } else {
             // An unprefixed root in no namespace cannot carry a default one.
-            if (ns->prefix || root_->ns || root_ == element) copy = Declare(root_, ns->prefix, ns->href);
+            if ((ns->prefix != nullptr) || (root_->ns != nullptr) || root_ == element)
+                copy = Declare(root_, ns->prefix, ns->href);
             // What only this element can say is not remembered: others cannot see it.
-            if (!copy) return Declare(element, ns->prefix, ns->href);
+            if (copy == nullptr) return Declare(element, ns->prefix, ns->href);
             copies_[ns] = copy;
         }
         lastFrom_ = ns;
@@ -128,23 +133,23 @@ TreePointer NewTree() {
     TreePointer tree(xmlNewDoc(Chars("1.0")));
     if (!tree) return nullptr;
     tree->dict = xmlDictCreate();
-    return tree->dict ? std::move(tree) : nullptr;
+    return tree->dict != nullptr ? std::move(tree) : nullptr;
 }
 
 TreePointer CopyTree(const xmlDoc* tree) {
     TreePointer copy = NewTree();
     if (!copy) return nullptr;
-    if (tree->URL && !(copy->URL = xmlStrdup(tree->URL))) return nullptr;
-    for (const xmlNode* child = tree->children; child; child = child->next) {
+    if ((tree->URL != nullptr) && ((copy->URL = xmlStrdup(tree->URL)) == nullptr)) return nullptr;
+    for (const xmlNode* child = tree->children; child != nullptr; child = child->next) {
         xmlNode* node = CopySubtree(child, true, copy.get());
-        if (!node) return nullptr;
+        if (node == nullptr) return nullptr;
         LinkBefore(reinterpret_cast<xmlNode*>(copy.get()), node, nullptr);
     }
     return copy;
 }
 
 xmlNs* Declare(xmlNode* element, const xmlChar* prefix, const xmlChar* uri) {
-    for (xmlNs* declaration = element->nsDef; declaration; declaration = declaration->next)
+    for (xmlNs* declaration = element->nsDef; declaration != nullptr; declaration = declaration->next)
         if (xmlStrEqual(declaration->prefix, prefix))
             return xmlStrEqual(declaration->href, uri) ? declaration : nullptr;
     return xmlNewNs(element, uri, prefix);
@@ -153,18 +158,18 @@ xmlNs* Declare(xmlNode* element, const xmlChar* prefix, const xmlChar* uri) {
 xmlNode* CopySubtree(const xmlNode* node, bool deep, xmlDoc* target) { return Copier(target).Copy(node, deep); }
 
 void LinkBefore(xmlNode* parent, xmlNode* node, xmlNode* next) {
-    xmlNode* previous = next ? next->prev : parent->last;
+    xmlNode* previous = next != nullptr ? next->prev : parent->last;
     node->parent = parent;
     node->prev = previous;
     node->next = next;
-    (previous ? previous->next : parent->children) = node;
-    (next ? next->prev : parent->last) = node;
+    (previous != nullptr ? previous->next : parent->children) = node;
+    (next != nullptr ? next->prev : parent->last) = node;
 }
 
 void Unlink(xmlNode* node) {
     xmlNode* parent = node->parent;
-    (node->prev ? node->prev->next : parent->children) = node->next;
-    (node->next ? node->next->prev : parent->last) = node->prev;
+    (node->prev != nullptr ? node->prev->next : parent->children) = node->next;
+    (node->next != nullptr ? node->next->prev : parent->last) = node->prev;
     node->parent = node->prev = node->next = nullptr;
 }
 

@@ -1,8 +1,9 @@
 // Work on libxml2 trees without recursion, so that depth costs no stack.
 #pragma once
 
-#include <cstdint>
 #include <libxml/tree.h>
+
+#include <cstdint>
 #include <memory>
 #include <string_view>
 
@@ -16,7 +17,9 @@ using TreePointer = std::unique_ptr<xmlDoc, TreeDeleter>;
 inline const xmlChar* Chars(const char* text) { return reinterpret_cast<const xmlChar*>(text); }
 inline const char* Chars(const xmlChar* text) { return reinterpret_cast<const char*>(text); }
 // A view of text that may be null.
-inline std::string_view View(const xmlChar* text) { return text ? std::string_view(Chars(text)) : std::string_view(); }
+inline std::string_view View(const xmlChar* text) {
+    return text != nullptr ? std::string_view(Chars(text)) : std::string_view();
+}
 
 inline bool IsElement(const xmlNode* node) { return node->type == XML_ELEMENT_NODE; }
 
@@ -26,17 +29,17 @@ constexpr unsigned MAX_NODE_LINE = 65535;
 // The line of an element. Beyond MAX_NODE_LINE parsed elements keep it in `psvi`; libxml2 itself only guesses it from
 // the text around.
 inline long LineOf(const xmlNode* element) {
-    if (element->line == MAX_NODE_LINE && element->psvi)
-        return static_cast<long>(reinterpret_cast<std::intptr_t>(element->psvi));
+    if (element->line == MAX_NODE_LINE && (element->psvi != nullptr))
+        return static_cast<long>(reinterpret_cast<intptr_t>(element->psvi));
     return xmlGetLineNo(element);
 }
 
 // The node after `node` in document order within the subtree of `root`; null after the last. Attributes are not
 // visited.
 inline xmlNode* NextInTree(xmlNode* node, const xmlNode* root) {
-    if (node->children && (IsElement(node) || node->type == XML_DOCUMENT_NODE)) return node->children;
+    if ((node->children != nullptr) && (IsElement(node) || node->type == XML_DOCUMENT_NODE)) return node->children;
     while (node != root) {
-        if (node->next) return node->next;
+        if (node->next != nullptr) return node->next;
         node = node->parent;
     }
     return nullptr;

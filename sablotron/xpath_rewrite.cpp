@@ -26,7 +26,7 @@ public:
             if (BLANKS.find(c) != std::string_view::npos) {
                 Copy(1);
             } else if (c == '"' || c == '\'') {
-                const std::size_t end = expression_.find(c, position_ + 1);
+                const size_t end = expression_.find(c, position_ + 1);
                 CopyOperand(end == std::string_view::npos ? Rest() : end + 1 - position_);
             } else if (IsDigit(c) || (c == '.' && IsDigit(At(1)))) {
                 CopyOperand(Length([](char n) { return IsDigit(n) || n == '.'; }));
@@ -44,34 +44,34 @@ public:
     const std::vector<std::string_view>& Prefixes() const { return prefixes_; }
 
 private:
-    char At(std::size_t offset) const {
+    char At(size_t offset) const {
         return position_ + offset < expression_.size() ? expression_[position_ + offset] : '\0';
     }
-    std::size_t Rest() const { return expression_.size() - position_; }
+    size_t Rest() const { return expression_.size() - position_; }
 
     template <typename Predicate>
-    std::size_t Length(Predicate belongs, std::size_t offset = 0) const {
-        std::size_t length = 0;
+    size_t Length(Predicate belongs, size_t offset = 0) const {
+        size_t length = 0;
         while (offset + length < Rest() && belongs(At(offset + length))) ++length;
         return length;
     }
 
-    void Copy(std::size_t length) {
+    void Copy(size_t length) {
         result_.append(expression_, position_, length);
         position_ += length;
     }
-    void CopyOperand(std::size_t length) {
+    void CopyOperand(size_t length) {
         Copy(length);
         operandBefore_ = true;
         otherPrincipal_ = false;
     }
 
-    std::size_t BlanksAt(std::size_t offset) const {
+    size_t BlanksAt(size_t offset) const {
         return Length([](char c) { return BLANKS.find(c) != std::string_view::npos; }, offset);
     }
     // The length of the name at `offset`, with the part after a colon when there is one.
-    std::size_t QNameAt(std::size_t offset) {
-        const std::size_t length = Length(IsNameChar, offset);
+    size_t QNameAt(size_t offset) {
+        const size_t length = Length(IsNameChar, offset);
         const char local = At(offset + length + 1);
         if (At(offset + length) != ':' || !(IsNameStart(local) || local == '*')) return length;
         prefixes_.push_back(expression_.substr(position_ + offset, length));
@@ -79,18 +79,18 @@ private:
     }
 
     void CopyVariable() {
-        const std::size_t name = 1 + BlanksAt(1);
+        const size_t name = 1 + BlanksAt(1);
         CopyOperand(name + QNameAt(name));
     }
 
     void CopyName() {
-        const std::size_t length = Length(IsNameChar);
+        const size_t length = Length(IsNameChar);
         if (operandBefore_) { // an operator name: and, or, div, mod
             Copy(length);
             operandBefore_ = false;
             return;
         }
-        const std::size_t next = length + BlanksAt(length);
+        const size_t next = length + BlanksAt(length);
         if (At(next) == ':' && At(next + 1) == ':') {
             const std::string_view axis = expression_.substr(position_, length);
             otherPrincipal_ = axis == "attribute" || axis == "namespace";
@@ -122,7 +122,7 @@ private:
 
     std::string_view expression_;
     std::string_view prefix_;
-    std::size_t position_ = 0;
+    size_t position_ = 0;
     std::string result_;
     std::vector<std::string_view> prefixes_;
     bool operandBefore_ = false;  // what stands before makes `*` and a name an operator

@@ -10,7 +10,7 @@ namespace kova {
 extern ClassDefinition xmlXsltHandlerClass;
 
 // The events of XmlXsltHandler, in the order of their records.
-enum class XsltEvent : std::size_t {
+enum class XsltEvent : size_t {
     START_DOCUMENT,
     START_ELEMENT,
     END_ELEMENT,
@@ -23,10 +23,8 @@ enum class XsltEvent : std::size_t {
     COUNT
 };
 
-extern EventDefinition xmlXsltHandlerEvents[static_cast<std::size_t>(XsltEvent::COUNT)];
+extern EventDefinition xmlXsltHandlerEvents[static_cast<size_t>(XsltEvent::COUNT)];
 
-inline const EventDefinition& EventRecord(XsltEvent event) {
-    return xmlXsltHandlerEvents[static_cast<std::size_t>(event)];
-}
+inline const EventDefinition& EventRecord(XsltEvent event) { return xmlXsltHandlerEvents[static_cast<size_t>(event)]; }
 
 } // namespace kova

@@ -40,7 +40,7 @@ KOVAString Run(KOVAObject self, ResultEncoding encoding, AddStyle addStyle) {
     // An encoding stays with the processor, also when the property is nil again.
     if (xml.encoding != nullptr) SablotSetEncoding(processor, StringGetCString(xml.encoding));
 
-    std::int32_t& lastError = wrapper.lastError;
+    int32_t& lastError = wrapper.lastError;
     ResultString text;
     lastError = addStyle(situation, processor);
     if (lastError == 0) lastError = SablotAddArgTree(situation, processor, "doc", xml.document);
@@ -52,8 +52,7 @@ KOVAString Run(KOVAObject self, ResultEncoding encoding, AddStyle addStyle) {
         return nullptr;
     }
     KOVAString result = nullptr;
-    if (text.Text() != nullptr)
-        result = KOVABuildString(text.Text(), static_cast<std::int32_t>(std::strlen(text.Text())));
+    if (text.Text() != nullptr) result = KOVABuildString(text.Text(), static_cast<int32_t>(std::strlen(text.Text())));
     if (encoding == ResultEncoding::UTF8) KOVASetStringEncoding(result, UTF8_ENCODING);
     return result;
 }

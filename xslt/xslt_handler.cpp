@@ -18,8 +18,8 @@ XsltHandlerData& DataOf(KOVAObject handler) { return *InstanceData<XsltHandlerDa
 
 // Which processor a handler keeps: an address alone may since have passed to another document's. An entry ends when its
 // handler's address is used for a new handler.
-std::unordered_map<const XsltHandlerData*, std::uint32_t>& KeptProcessors() {
-    static std::unordered_map<const XsltHandlerData*, std::uint32_t> serials;
+std::unordered_map<const XsltHandlerData*, uint32_t>& KeptProcessors() {
+    static std::unordered_map<const XsltHandlerData*, uint32_t> serials;
     return serials;
 }
 
@@ -75,7 +75,7 @@ constexpr SablotOutputHandler CALLBACKS = {StartDocument,         StartElement, 
 
 HandlerRegistration::HandlerRegistration(KOVAObject handler, SablotHandle processor) : handler_(handler) {
     XsltHandlerData& data = DataOf(handler);
-    std::uint32_t& kept = KeptProcessors()[&data];
+    uint32_t& kept = KeptProcessors()[&data];
     if (kept == 0 || kept != ProcessorSerial(data.processor)) {
         data.processor = processor;
         kept = ProcessorSerial(processor);

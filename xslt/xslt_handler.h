@@ -14,7 +14,7 @@ struct XsltHandlerData {
     KOVAObject self;
     SablotHandle processor; // of the first document it served, deliberately; null before
     SablotOutputHandler callbacks;
-    std::int32_t registrationCode; // kept and never read
+    int32_t registrationCode; // kept and never read
 };
 
 static_assert(sizeof(XsltHandlerData) == 48 && offsetof(XsltHandlerData, callbacks) == 8);
@@ -30,7 +30,7 @@ public:
 
 private:
     KOVAObject handler_;
-    std::uint32_t processorSerial_;
+    uint32_t processorSerial_;
 };
 
 } // namespace kova

@@ -1,18 +1,18 @@
 // What documents and transformations cost through the host, beside plain libxml2 and libxslt on the same text. Each
 // iteration runs both; times are in milliseconds.
 #include "bench/sablotron/duel.h"
-
 #include "host/framework/framework.h"
 #include "host/runtime/dynamic.h"
 #include "host/runtime/plugin.h"
 
 #include <benchmark/benchmark.h>
-#include <ctime>
-#include <fstream>
 #include <libxml/tree.h>
 #include <libxslt/transform.h>
 #include <libxslt/xsltutils.h>
 #include <unistd.h>
+
+#include <ctime>
+#include <fstream>
 
 namespace {
 
@@ -57,7 +57,8 @@ int CountNodes(const ObjectRef& node, const NodeProperty& first, const NodePrope
 
 int CountNodes(const xmlNode* node) {
     int count = 1;
-    for (const xmlNode* child = node->type == XML_ELEMENT_NODE ? node->children : nullptr; child; child = child->next)
+    for (const xmlNode* child = node->type == XML_ELEMENT_NODE ? node->children : nullptr; child != nullptr;
+         child = child->next)
         count += CountNodes(child);
     return count;
 }
@@ -65,11 +66,11 @@ int CountNodes(const xmlNode* node) {
 // Processor time: what the machine does beside does not count.
 double Milliseconds() { return 1000.0 * static_cast<double>(std::clock()) / CLOCKS_PER_SEC; }
 
-std::size_t ResidentBytes() {
-    std::size_t size = 0;
-    std::size_t resident = 0;
+size_t ResidentBytes() {
+    size_t size = 0;
+    size_t resident = 0;
     std::ifstream("/proc/self/statm") >> size >> resident;
-    return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    return resident * static_cast<size_t>(sysconf(_SC_PAGESIZE));
 }
 
 void Load(benchmark::State& state) {
@@ -110,12 +111,12 @@ void LargeDocument(benchmark::State& state) {
     for (auto _ : state) {
         const Value text = Records(470'000);
         state.counters["MB"] = static_cast<double>(text.GetString().View().size()) / 1e6;
-        const std::size_t before = ResidentBytes();
+        const size_t before = ResidentBytes();
         double start = Milliseconds();
         ObjectRef document = NewDocument(false);
         host::Call(document, LOAD, {text});
         state.counters["load_ms"] = Milliseconds() - start;
-        const std::size_t loaded = ResidentBytes();
+        const size_t loaded = ResidentBytes();
         start = Milliseconds();
         const int nodes = CountNodes(document, NodeProperty("FirstChild"), NodeProperty("NextSibling"));
         state.counters["ns_per_wrapper"] = (Milliseconds() - start) * 1e6 / nodes;

@@ -1,8 +1,9 @@
 // The yardstick for the event reader: Expat alone with the same callbacks, all of them empty, over the same chunks.
 // raw_expat FILE prints the milliseconds that the parse took.
+#include <expat.h>
+
 #include <chrono>
 #include <cstdio>
-#include <expat.h>
 #include <fstream>
 #include <memory>
 #include <type_traits>
@@ -10,7 +11,7 @@
 
 namespace {
 
-template <class Result, class... Args>
+template <typename Result, class... Args>
 Result Empty(Args...) {
     if constexpr (!std::is_void_v<Result>) return 1;
 }
@@ -34,7 +35,7 @@ void SetHandlers(XML_Parser parser) {
 } // namespace
 
 int main(int argc, char** argv) {
-    constexpr std::size_t CHUNK_SIZE = 256 * 1024;
+    constexpr size_t CHUNK_SIZE = 256 * 1024;
     std::ifstream file(argc == 2 ? argv[1] : "", std::ios::binary);
     if (!file) {
         std::fprintf(stderr, "usage: raw_expat FILE\n");
@@ -48,7 +49,8 @@ int main(int argc, char** argv) {
     for (bool last = false; !last;) {
         file.read(chunk.data(), CHUNK_SIZE);
         last = !file;
-        if (XML_Parse(parser.get(), chunk.data(), static_cast<int>(file.gcount()), last) == XML_STATUS_ERROR) {
+        if (XML_Parse(parser.get(), chunk.data(), static_cast<int>(file.gcount()), static_cast<int>(last))
+            == XML_STATUS_ERROR) {
             std::fprintf(stderr, "%s:%lu: %s\n", argv[1], XML_GetCurrentLineNumber(parser.get()),
                          XML_ErrorString(XML_GetErrorCode(parser.get())));
             return 1;

@@ -23,7 +23,7 @@ Function* ServiceNamed(const char* name) {
 [[gnu::noinline]] int32_t Handle(Object* object, String* name, Object* attributes) {
     benchmark::DoNotOptimize(object);
     benchmark::DoNotOptimize(attributes);
-    return name ? 1 : 0;
+    return name != nullptr ? 1 : 0;
 }
 
 EventDefinition events[] = {{"StartElement(name as String, attributes as Source) as Boolean", nullptr, {}}};
@@ -61,7 +61,10 @@ Class* ProgramClass() {
         Class* made = DefineClass(description);
         SetEventHandler(
             made, made->FindEvent("StartElement"),
-            [](void*, const Slot* arguments, Slot* result) { result->integer = arguments[1].string ? 1 : 0; }, nullptr);
+            [](void*, const Slot* arguments, Slot* result) {
+                result->integer = arguments[1].string != nullptr ? 1 : 0;
+            },
+            nullptr);
         return made;
     }();
     return cls;

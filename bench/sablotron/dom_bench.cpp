@@ -3,9 +3,9 @@
 #include "bench/sablotron/duel.h"
 
 #include <benchmark/benchmark.h>
-
 #include <libxml/parser.h>
 #include <malloc.h>
+
 #include <string>
 
 namespace {
@@ -13,12 +13,12 @@ namespace {
 const std::string& Source(benchmark::State& state) {
     static const std::string SOURCES[] = {MimeTypes(), Records(100'000)};
     static const char* const NAMES[] = {"freedesktop.org.xml", "100,000 records"};
-    const auto index = static_cast<std::size_t>(state.range(0));
+    const auto index = static_cast<size_t>(state.range(0));
     state.SetLabel(NAMES[index]);
     return SOURCES[index];
 }
 
-std::size_t Used() { return mallinfo2().uordblks; }
+size_t Used() { return mallinfo2().uordblks; }
 
 void ParseAndFree(benchmark::State& state) {
     const std::string& source = Source(state);
@@ -31,7 +31,7 @@ void ParseAndFree(benchmark::State& state) {
 
     // Bytes of a document for each byte of its text.
     const auto size = static_cast<double>(source.size());
-    std::size_t before = Used();
+    size_t before = Used();
     SDOM_Document document = library.Parse(source);
     state.counters["ours_bytes"] = static_cast<double>(Used() - before) / size;
     SablotDestroyDocument(library.situation, document);
@@ -65,19 +65,19 @@ void Serialise(benchmark::State& state) {
 }
 
 // Every node in document order, with its type; the first walk makes the handles.
-std::size_t Walk(const Library& library, SDOM_Document document) {
-    std::size_t nodes = 0;
+size_t Walk(const Library& library, SDOM_Document document) {
+    size_t nodes = 0;
     auto node = reinterpret_cast<SDOM_Node>(document);
-    while (node) {
+    while (node != nullptr) {
         ++nodes;
         SDOM_NodeType type{};
         SDOM_getNodeType(library.situation, node, &type);
         benchmark::DoNotOptimize(type);
         SDOM_Node next = nullptr;
         SDOM_getFirstChild(library.situation, node, &next);
-        while (node && !next) {
+        while ((node != nullptr) && (next == nullptr)) {
             SDOM_getNextSibling(library.situation, node, &next);
-            if (!next) SDOM_getParentNode(library.situation, node, &node);
+            if (next == nullptr) SDOM_getParentNode(library.situation, node, &node);
         }
         node = next;
     }
@@ -86,14 +86,14 @@ std::size_t Walk(const Library& library, SDOM_Document document) {
 
 void WalkPlain(xmlDoc* tree) {
     auto* node = reinterpret_cast<xmlNode*>(tree);
-    while (node) {
+    while (node != nullptr) {
         benchmark::DoNotOptimize(node->type);
-        if (node->children) {
+        if (node->children != nullptr) {
             node = node->children;
             continue;
         }
-        while (node && !node->next) node = node->parent;
-        if (node) node = node->next;
+        while ((node != nullptr) && (node->next == nullptr)) node = node->parent;
+        if (node != nullptr) node = node->next;
     }
 }
 
@@ -102,8 +102,8 @@ void WalkAllNodes(benchmark::State& state) {
     const Library library;
     SDOM_Document document = library.Parse(source);
     xmlDoc* tree = ParsePlain(source);
-    const std::size_t before = Used();
-    const std::size_t nodes = Walk(library, document);
+    const size_t before = Used();
+    const size_t nodes = Walk(library, document);
     state.counters["handle_bytes"] = static_cast<double>(Used() - before) / static_cast<double>(nodes);
     state.counters["nodes"] = static_cast<double>(nodes);
     Duel duel;

@@ -4,9 +4,10 @@
 #include "sablotron/sdom.h"
 
 #include <benchmark/benchmark.h>
+#include <libxml/parser.h>
+
 #include <chrono>
 #include <fstream>
-#include <libxml/parser.h>
 #include <sstream>
 #include <string>
 

@@ -2,11 +2,12 @@
 // iteration runs both, so that a ratio is one of the same moment; times and ratios are the counters, in milliseconds.
 #include "bench/sablotron/duel.h"
 
-#include <cstdlib>
 #include <libexslt/exslt.h>
 #include <libxml/xpathInternals.h>
 #include <libxslt/transform.h>
 #include <libxslt/xsltutils.h>
+
+#include <cstdlib>
 
 namespace {
 
@@ -34,7 +35,7 @@ void Query(benchmark::State& state) {
     const Library library;
     SDOM_Document document = library.Parse(text);
     SDOM_Node root = nullptr;
-    for (SDOM_getFirstChild(library.situation, reinterpret_cast<SDOM_Node>(document), &root); root;
+    for (SDOM_getFirstChild(library.situation, reinterpret_cast<SDOM_Node>(document), &root); root != nullptr;
          SDOM_getNextSibling(library.situation, root, &root)) {
         SDOM_NodeType type = SDOM_OTHER_NODE;
         SDOM_getNodeType(library.situation, root, &type);
@@ -128,7 +129,7 @@ void Transform(benchmark::State& state) {
         SablotRunProcessorGen(library.situation, processor, "arg:/style", "arg:/doc", "arg:/out");
         char* result = nullptr;
         SablotGetResultArg(processor, "arg:/out", &result);
-        ours = result ? result : "";
+        ours = result != nullptr ? result : "";
         std::free(result);
     };
     exsltRegisterAll();

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <functional>
+#include "host/cli/commands.h"
 
 #include <CLI/CLI.hpp>
-
-#include "host/cli/commands.h"
+#include <functional>
 
 namespace host {
 

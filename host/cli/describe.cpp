@@ -1,10 +1,10 @@
-#include <algorithm>
-#include <cstdio>
-#include <string>
-
 #include "host/cli/session.h"
 #include "host/runtime/class.h"
 #include "host/runtime/names.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
 
 namespace host {
 
@@ -27,7 +27,7 @@ std::string Describe(const Property& property) {
 }
 
 std::string Describe(const Method& method) {
-    return method.signature.Text() + (method.setter ? "  (can be assigned to)" : "");
+    return method.signature.Text() + (method.setter != nullptr ? "  (can be assigned to)" : "");
 }
 
 std::vector<std::string> Describe(const std::vector<Constant>& constants) {
@@ -47,7 +47,7 @@ std::vector<std::string> Describe(const Members& members) {
 
 void PrintClass(const Class& cls) {
     std::printf("%s\n", Heading("Class " + cls.name).c_str());
-    for (const Class* super = cls.super; super; super = super->super)
+    for (const Class* super = cls.super; super != nullptr; super = super->super)
         std::printf("  Inherits %s\n", super->name.c_str());
     std::vector<std::string> constructors;
     std::vector<std::string> methods;
@@ -76,7 +76,7 @@ void PrintModule(const Module& module) {
 void PrintCatalogue() {
     std::vector<std::string> classes;
     for (const Class* cls : AllClasses())
-        classes.push_back(cls->name + (cls->super ? "  (" + cls->super->name + ")" : ""));
+        classes.push_back(cls->name + (cls->super != nullptr ? "  (" + cls->super->name + ")" : ""));
     std::vector<std::string> modules;
     for (const Module* module : AllModules())
         if (!module->name.empty()) modules.push_back(module->name);
@@ -94,7 +94,8 @@ size_t EditDistance(std::string_view left, std::string_view right) {
         row[0] = i;
         for (size_t j = 1; j <= right.size(); ++j) {
             size_t above = row[j];
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (left[i - 1] != right[j - 1])});
+            row[j] = std::min(
+                {row[j] + 1, row[j - 1] + 1, diagonal + static_cast<unsigned int>(left[i - 1] != right[j - 1])});
             diagonal = above;
         }
     }
@@ -129,7 +130,7 @@ int Describe(const HostOptions& host, const std::string& name) {
         PrintModule(*module);
     } else {
         const Module* globals = FindModule("");
-        std::vector<Method*> functions = globals ? globals->FindFunctions(name) : std::vector<Method*>();
+        std::vector<Method*> functions = globals != nullptr ? globals->FindFunctions(name) : std::vector<Method*>();
         if (functions.empty()) return ReportUnknown(name);
         for (const Method* function : functions) std::printf("%s\n", Describe(*function).c_str());
     }

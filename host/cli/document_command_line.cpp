@@ -1,9 +1,9 @@
+#include "host/cli/command_line.h"
+
 #include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "host/cli/command_line.h"
 
 namespace host {
 

@@ -1,11 +1,11 @@
+#include "host/cli/session.h"
+#include "host/framework/files.h"
+#include "host/runtime/dynamic.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <string>
 #include <string_view>
-
-#include "host/cli/session.h"
-#include "host/framework/files.h"
-#include "host/runtime/dynamic.h"
 
 // `kova xql` and `kova transform`: the document classes, used through the runtime as a program uses them.
 namespace host {
@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 // Fails early, with the path as the user wrote it.
 ObjectRef FileToRead(const fs::path& path) {
     std::FILE* file = std::fopen(path.c_str(), "re");
-    if (!file) throw fs::filesystem_error("", path, std::error_code(errno, std::generic_category()));
+    if (file == nullptr) throw fs::filesystem_error("", path, std::error_code(errno, std::generic_category()));
     std::fclose(file);
     return NewFolderItem(path);
 }

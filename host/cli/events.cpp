@@ -1,3 +1,13 @@
+#include "host/cli/session.h"
+#include "host/runtime/dynamic.h"
+#include "host/runtime/encoding.h"
+#include "host/runtime/names.h"
+#include "host/runtime/string.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <array>
 #include <cerrno>
 #include <chrono>
@@ -7,16 +17,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include "host/cli/session.h"
-#include "host/runtime/dynamic.h"
-#include "host/runtime/encoding.h"
-#include "host/runtime/names.h"
-#include "host/runtime/string.h"
 
 // `kova events`: native handlers on the events of XmlReader. No interpreter is involved, so that --quiet measures the
 // reader and the boundary alone.
@@ -139,7 +139,7 @@ private:
 
     void PrintArgument(const std::string& name, String* text) {
         PrintName(name);
-        if (text)
+        if (text != nullptr)
             AppendQuoted(out_, text->View());
         else
             out_ += "nil";
@@ -243,7 +243,7 @@ public:
         struct stat status {};
         if (file_ < 0 || fstat(file_, &status) != 0) Fail();
         if (S_ISREG(status.st_mode)) size_ = status.st_size;
-        showProgress_ = showProgress && size_ >= PROGRESS_SIZE && isatty(STDERR_FILENO);
+        showProgress_ = showProgress && size_ >= PROGRESS_SIZE && (isatty(STDERR_FILENO) != 0);
     }
     ~ChunkedFile() {
         if (file_ >= 0) close(file_);
@@ -301,7 +301,7 @@ ObjectRef CreateReader(const HandlerClass& readerClass, const EventsCommandOptio
 
 void Feed(const ObjectRef& reader, ChunkedFile& file) {
     const Method* parse = reader.Get()->cls->FindMethod(ParseSignature("Parse(s as String, isFinal as Boolean)"));
-    if (!parse) throw DefinitionError("XmlReader has no Parse(s as String, isFinal as Boolean)");
+    if (parse == nullptr) throw DefinitionError("XmlReader has no Parse(s as String, isFinal as Boolean)");
     while (!report->last) {
         std::string_view chunk = file.Read();
         report->last = file.AtEnd() || chunk.size() < CHUNK_SIZE;
@@ -309,7 +309,7 @@ void Feed(const ObjectRef& reader, ChunkedFile& file) {
         std::array<Slot, 3> arguments{};
         arguments[0].object = reader.Get();
         arguments[1].string = text.Get();
-        arguments[2].integer = report->last;
+        arguments[2].integer = static_cast<int32_t>(report->last);
         Slot result;
         CallNative(parse->shape, parse->function, arguments.data(), &result);
         report->first = false;
@@ -320,14 +320,14 @@ void Feed(const ObjectRef& reader, ChunkedFile& file) {
 } // namespace
 
 int ShowEvents(const HostOptions& host, const EventsCommandOptions& options) {
-    ChunkedFile file(options.file, options.quiet || !isatty(STDOUT_FILENO));
+    ChunkedFile file(options.file, options.quiet || (isatty(STDOUT_FILENO) == 0));
     StartHost(host);
     EventReport events(options.quiet);
     report = &events;
     HandlerClass readerClass("XmlReader");
     for (size_t i = 0; i < HANDLERS.size(); ++i) {
         const Event* event = readerClass.Get()->FindEvent(HANDLERS[i].name);
-        if (!event) throw DefinitionError(std::string("XmlReader has no event ") + HANDLERS[i].name);
+        if (event == nullptr) throw DefinitionError(std::string("XmlReader has no event ") + HANDLERS[i].name);
         events.SetEvent(i, event);
         SetEventHandler(readerClass.Get(), event, HANDLERS[i].function);
     }

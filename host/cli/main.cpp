@@ -1,12 +1,12 @@
+#include "host/cli/command_line.h"
+#include "host/cli/session.h"
+
 #include <csignal>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
 #include <string>
 #include <vector>
-
-#include "host/cli/command_line.h"
-#include "host/cli/session.h"
 
 namespace host {
 

@@ -1,11 +1,11 @@
 #include "host/cli/program_session.h"
 
+#include "host/cli/session.h"
+#include "host/framework/framework.h"
+
 #include <csignal>
 #include <cstdio>
 #include <string>
-
-#include "host/cli/session.h"
-#include "host/framework/framework.h"
 
 namespace host {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <filesystem>
-
 #include "host/language/program.h"
+
+#include <filesystem>
 
 // What the commands share that compile and run programs.
 namespace host {

@@ -1,20 +1,20 @@
 #include "host/cli/program_test.h"
 
-#include <algorithm>
-#include <cstdio>
-#include <functional>
-#include <optional>
-#include <stdexcept>
-
-#include <fcntl.h>
-#include <unistd.h>
-
 #include "host/cli/expectations.h"
 #include "host/cli/program_session.h"
 #include "host/cli/session.h"
 #include "host/framework/framework.h"
 #include "host/language/program.h"
 #include "host/runtime/leaks.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <optional>
+#include <stdexcept>
 
 namespace host {
 

@@ -1,3 +1,10 @@
+#include "host/cli/program_session.h"
+#include "host/cli/session.h"
+#include "host/framework/framework.h"
+
+#include <histedit.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -5,13 +12,6 @@
 #include <iostream>
 #include <optional>
 #include <string>
-
-#include <histedit.h>
-#include <unistd.h>
-
-#include "host/cli/program_session.h"
-#include "host/cli/session.h"
-#include "host/framework/framework.h"
 
 namespace host {
 
@@ -25,7 +25,7 @@ public:
     explicit LineReader(Session& session) : session_(session) {
         if (!isatty(STDIN_FILENO) || !isatty(STDOUT_FILENO)) return;
         editor_ = el_init("kova", stdin, stdout, stderr);
-        if (!editor_) return;
+        if (editor_ == nullptr) return;
         history_ = history_init();
         HistEvent event;
         history(history_, &event, H_SETSIZE, 1000);
@@ -40,7 +40,7 @@ public:
     }
 
     ~LineReader() {
-        if (!editor_) return;
+        if (editor_ == nullptr) return;
         HistEvent event;
         if (std::optional<fs::path> file = HistoryFile()) {
             std::error_code error;
@@ -59,12 +59,12 @@ public:
 
     // Reads a line without its end. `isContinuation` chooses the prompt.
     Status Read(std::string& line, bool isContinuation) {
-        if (!editor_) return std::getline(std::cin, line) ? Status::LINE : Status::END;
+        if (editor_ == nullptr) return std::getline(std::cin, line) ? Status::LINE : Status::END;
         isContinuation_ = isContinuation;
         int length = 0;
         errno = 0;
         const char* text = el_gets(editor_, &length);
-        if (!text || length <= 0) {
+        if ((text == nullptr) || length <= 0) {
             std::fputc('\n', stdout);
             bool interrupted = errno == EINTR;
             if (interrupted) el_reset(editor_);
@@ -114,8 +114,10 @@ private:
     }
 
     static std::optional<fs::path> HistoryFile() {
-        if (const char* state = std::getenv("XDG_STATE_HOME"); state && *state) return fs::path(state) / "kova/history";
-        if (const char* home = std::getenv("HOME"); home && *home) return fs::path(home) / ".local/state/kova/history";
+        if (const char* state = std::getenv("XDG_STATE_HOME"); (state != nullptr) && *state)
+            return fs::path(state) / "kova/history";
+        if (const char* home = std::getenv("HOME"); (home != nullptr) && *home)
+            return fs::path(home) / ".local/state/kova/history";
         return std::nullopt;
     }
 

@@ -1,11 +1,11 @@
-#include <chrono>
-#include <cstdio>
-#include <iostream>
-
 #include "host/cli/program_session.h"
 #include "host/cli/session.h"
 #include "host/framework/framework.h"
 #include "host/runtime/leaks.h"
+
+#include <chrono>
+#include <cstdio>
+#include <iostream>
 
 namespace host {
 

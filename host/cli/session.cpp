@@ -1,15 +1,15 @@
 #include "host/cli/session.h"
 
+#include "host/framework/framework.h"
+#include "host/runtime/plugin.h"
+#include "host/runtime/services.h"
+
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-
-#include <unistd.h>
-
-#include "host/framework/framework.h"
-#include "host/runtime/plugin.h"
-#include "host/runtime/services.h"
 
 namespace host {
 
@@ -62,7 +62,7 @@ void WriteFile(const fs::path& path, std::string_view text) {
 
 bool UsesColor(std::FILE* stream) {
     const char* off = std::getenv("NO_COLOR");
-    return isatty(fileno(stream)) && !(off && *off);
+    return (isatty(fileno(stream)) != 0) && !((off != nullptr) && (*off != 0));
 }
 
 } // namespace host

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "host/cli/commands.h"
+
 #include <cstdio>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-
-#include "host/cli/commands.h"
 
 // What the commands share: starting the host, files and terminals.
 namespace host {

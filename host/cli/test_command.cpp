@@ -1,3 +1,10 @@
+#include "host/cli/program_test.h"
+#include "host/cli/session.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <csignal>
@@ -10,13 +17,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include <fcntl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include "host/cli/program_test.h"
-#include "host/cli/session.h"
 
 // `kova test`: each program runs in a process of its own, forked when the plug-in is loaded.
 namespace host {
@@ -36,7 +36,7 @@ class TemporaryFolder {
 public:
     TemporaryFolder() {
         std::string pattern = (fs::temp_directory_path() / "kova-test-XXXXXX").native();
-        if (!mkdtemp(pattern.data()))
+        if (mkdtemp(pattern.data()) == nullptr)
             throw fs::filesystem_error("", pattern, std::error_code(errno, std::generic_category()));
         path_ = pattern;
     }
@@ -132,7 +132,7 @@ private:
     int RunChild(size_t index) const {
         fs::path folder = Folder(index);
         alarm(static_cast<unsigned>(std::max(1.0, options_.timeLimit)));
-        if (!std::freopen((folder / "errors").c_str(), "w", stderr)) return CHILD_FAILED;
+        if (std::freopen((folder / "errors").c_str(), "w", stderr) == nullptr) return CHILD_FAILED;
         ProgramTestResult result;
         try {
             result = RunProgramTest({programs_[index], options_.update}, leakList_, folder);

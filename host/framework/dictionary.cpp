@@ -1,8 +1,3 @@
-#include <cmath>
-#include <deque>
-#include <functional>
-#include <unordered_map>
-
 #include "host/framework/framework.h"
 #include "host/framework/tables.h"
 #include "host/runtime/array.h"
@@ -10,6 +5,11 @@
 #include "host/runtime/exception.h"
 #include "host/runtime/string.h"
 #include "host/runtime/variant.h"
+
+#include <cmath>
+#include <deque>
+#include <functional>
+#include <unordered_map>
 
 namespace host {
 
@@ -26,10 +26,10 @@ struct Key {
             number = UnboxInteger(variant);
             break;
         case Kind::DOUBLE: number = UnboxDouble(variant); break;
-        case Kind::BOOLEAN: number = UnboxInteger(variant) != 0; break;
+        case Kind::BOOLEAN: number = static_cast<double>(UnboxInteger(variant) != 0); break;
         case Kind::STRING: {
             String* string = UnboxString(variant);
-            if (string && string->encoding != ENCODING_UTF8 && string->encoding != ENCODING_UNKNOWN) {
+            if ((string != nullptr) && string->encoding != ENCODING_UTF8 && string->encoding != ENCODING_UNKNOWN) {
                 converted = ConvertString(string, ENCODING_UTF8);
                 string = converted.Get();
             }
@@ -97,7 +97,7 @@ void RaiseMissingKey(Object* key) {
 
 Object* GetValue(Object* self, Object* key) {
     Entry* entry = DataOf<DictionaryData>(self).Find(key);
-    if (entry) return ObjectRef(entry->value).Detach();
+    if (entry != nullptr) return ObjectRef(entry->value).Detach();
     RaiseMissingKey(key);
     return nullptr;
 }
@@ -115,15 +115,17 @@ void SetValue(Object* self, Object* key, Object* value) {
 
 Object* Lookup(Object* self, Object* key, Object* otherwise) {
     Entry* entry = DataOf<DictionaryData>(self).Find(key);
-    return (entry ? entry->value : ObjectRef::Share(otherwise)).Detach();
+    return (entry != nullptr ? entry->value : ObjectRef::Share(otherwise)).Detach();
 }
 
-int32_t HasKey(Object* self, Object* key) { return DataOf<DictionaryData>(self).Find(key) != nullptr; }
+int32_t HasKey(Object* self, Object* key) {
+    return static_cast<int32_t>(DataOf<DictionaryData>(self).Find(key) != nullptr);
+}
 
 void Remove(Object* self, Object* key) {
     DictionaryData& data = DataOf<DictionaryData>(self);
     Entry* entry = data.Find(key);
-    if (!entry) return RaiseMissingKey(key);
+    if (entry == nullptr) return RaiseMissingKey(key);
     ObjectRef oldKey; // both are released when the dictionary is in order again
     ObjectRef oldValue;
     data.index.erase(Key(entry->key.Get()));
@@ -145,7 +147,7 @@ Array* Collect(Object* self, ObjectRef Entry::*part) {
     Array* array = NewArray(TypeNamed("Variant"), static_cast<int32_t>(data.index.size()));
     int32_t count = 0;
     for (const Entry& entry : data.entries)
-        if (array && !entry.removed) array->Objects()[count++] = ObjectRef(entry.*part).Detach();
+        if ((array != nullptr) && !entry.removed) array->Objects()[count++] = ObjectRef(entry.*part).Detach();
     return array;
 }
 

@@ -1,10 +1,10 @@
 #include "host/framework/encodings.h"
 
-#include <vector>
-
 #include "host/framework/framework.h"
 #include "host/framework/tables.h"
 #include "host/runtime/encoding.h"
+
+#include <vector>
 
 namespace host {
 
@@ -18,12 +18,12 @@ struct EncodingData {
 
 int32_t GetCode(Object* self, int32_t) {
     const Encoding* encoding = DataOf<EncodingData>(self).encoding;
-    return encoding ? static_cast<int32_t>(encoding->value) : 0;
+    return encoding != nullptr ? static_cast<int32_t>(encoding->value) : 0;
 }
 
 String* GetInternetName(Object* self, int32_t) {
     const Encoding* encoding = DataOf<EncodingData>(self).encoding;
-    return encoding ? StringRef(encoding->icuName).Detach() : nullptr;
+    return encoding != nullptr ? StringRef(encoding->icuName).Detach() : nullptr;
 }
 
 const PropertyDefinition PROPERTIES[] = {
@@ -46,11 +46,11 @@ Object* GetEncoding(Object*, int32_t index) { return ObjectRef(Objects()[static_
 
 Object* FromName(String* name) {
     const Encoding* encoding = FindEncoding(StringView(name));
-    return encoding ? ObjectRef::Share(TextEncodingObject(encoding->value)).Detach() : nullptr;
+    return encoding != nullptr ? ObjectRef::Share(TextEncodingObject(encoding->value)).Detach() : nullptr;
 }
 
 Object* EncodingOf(String* text) {
-    return text ? ObjectRef::Share(TextEncodingObject(text->encoding)).Detach() : nullptr;
+    return text != nullptr ? ObjectRef::Share(TextEncodingObject(text->encoding)).Detach() : nullptr;
 }
 
 String* ConvertEncoding(String* text, Object* encoding) {
@@ -60,7 +60,7 @@ String* ConvertEncoding(String* text, Object* encoding) {
 // The same bytes, taken for another encoding; nil makes the encoding unknown.
 String* DefineEncoding(String* text, Object* encoding) {
     uint32_t value = EncodingValue(encoding, ENCODING_UNKNOWN);
-    if (!text || text->encoding == value) return StringRef::Share(text).Detach();
+    if ((text == nullptr) || text->encoding == value) return StringRef::Share(text).Detach();
     return BuildString(text->View(), value);
 }
 
@@ -83,8 +83,8 @@ Object* TextEncodingObject(uint32_t encoding) {
 }
 
 uint32_t EncodingValue(Object* textEncoding, uint32_t otherwise) {
-    const Encoding* encoding = textEncoding ? DataOf<EncodingData>(textEncoding).encoding : nullptr;
-    return encoding ? encoding->value : otherwise;
+    const Encoding* encoding = textEncoding != nullptr ? DataOf<EncodingData>(textEncoding).encoding : nullptr;
+    return encoding != nullptr ? encoding->value : otherwise;
 }
 
 void RegisterEncodings() {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cstdint>
-
 #include "host/runtime/object.h"
+
+#include <cstdint>
 
 namespace host {
 

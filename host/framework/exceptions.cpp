@@ -1,9 +1,9 @@
-#include <array>
-
 #include "host/framework/framework.h"
 #include "host/framework/tables.h"
 #include "host/runtime/array.h"
 #include "host/runtime/string.h"
+
+#include <array>
 
 namespace host {
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "host/runtime/object.h"
+
 #include <filesystem>
 #include <string_view>
-
-#include "host/runtime/object.h"
 
 namespace host {
 

@@ -1,16 +1,16 @@
-#include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
-#include <system_error>
-#include <vector>
-
 #include "host/framework/files.h"
 #include "host/framework/framework.h"
 #include "host/framework/tables.h"
 #include "host/runtime/encoding.h"
 #include "host/runtime/exception.h"
 #include "host/runtime/string.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+#include <vector>
 
 namespace host {
 
@@ -44,12 +44,12 @@ String* GetPath(Object* self, int32_t) { return BuildPath(Path(self)); }
 
 int32_t GetExists(Object* self, int32_t) {
     std::error_code error;
-    return fs::exists(Path(self), error);
+    return static_cast<int32_t>(fs::exists(Path(self), error));
 }
 
 int32_t GetDirectory(Object* self, int32_t) {
     std::error_code error;
-    return fs::is_directory(Path(self), error);
+    return static_cast<int32_t>(fs::is_directory(Path(self), error));
 }
 
 // An Integer cannot hold the length of larger files: it stays at its greatest value.
@@ -127,14 +127,14 @@ fs::path Destination(Object* self, Object* destination) {
 }
 
 void CopyFileTo(Object* self, Object* destination) {
-    if (!destination) return RaiseNew("NilObjectException", 0, "CopyFileTo: no destination");
+    if (destination == nullptr) return RaiseNew("NilObjectException", 0, "CopyFileTo: no destination");
     std::error_code error;
     fs::copy_file(Path(self), Destination(self, destination), fs::copy_options::overwrite_existing, error);
     Succeeded(self, error);
 }
 
 void MoveFileTo(Object* self, Object* destination) {
-    if (!destination) return RaiseNew("NilObjectException", 0, "MoveFileTo: no destination");
+    if (destination == nullptr) return RaiseNew("NilObjectException", 0, "MoveFileTo: no destination");
     std::error_code error;
     fs::rename(Path(self), Destination(self, destination), error);
     Succeeded(self, error);

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "host/runtime/class.h"
+
 #include <filesystem>
 #include <span>
 #include <string>
 #include <vector>
-
-#include "host/runtime/class.h"
 
 // The classes, modules and functions that every program finds. They are native code behind the same definition
 // records that a plug-in registers.

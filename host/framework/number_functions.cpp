@@ -1,8 +1,3 @@
-#include <algorithm>
-#include <array>
-#include <charconv>
-#include <cmath>
-
 #include "host/framework/framework.h"
 #include "host/framework/tables.h"
 #include "host/framework/text.h"
@@ -10,6 +5,11 @@
 #include "host/runtime/exception.h"
 #include "host/runtime/string.h"
 #include "host/runtime/variant.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
 
 namespace host {
 

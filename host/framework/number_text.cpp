@@ -1,13 +1,13 @@
+#include "host/framework/text.h"
+
+#include <unicode/unum.h>
+#include <unicode/ustring.h>
+
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <limits>
 #include <memory>
-
-#include <unicode/unum.h>
-#include <unicode/ustring.h>
-
-#include "host/framework/text.h"
 
 namespace host {
 

@@ -1,13 +1,3 @@
-#include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <filesystem>
-#include <string>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "host/framework/encodings.h"
 #include "host/framework/files.h"
 #include "host/framework/tables.h"
@@ -15,6 +5,16 @@
 #include "host/runtime/encoding.h"
 #include "host/runtime/exception.h"
 #include "host/runtime/string.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <string>
 
 namespace host {
 
@@ -27,12 +27,12 @@ struct StreamData {
     uint32_t encoding = ENCODING_UTF8; // of the text read
 
     ~StreamData() {
-        if (file) std::fclose(file);
+        if (file != nullptr) std::fclose(file);
     }
 
     // The open file; nullptr with the exception raised.
     std::FILE* File() const {
-        if (!file) RaiseFileError(path, EBADF);
+        if (file == nullptr) RaiseFileError(path, EBADF);
         return file;
     }
 
@@ -122,7 +122,7 @@ off_t Remaining(std::FILE* file) {
 // Up to `count` bytes as one string, in one allocation; all of a file that knows its length needs one read.
 String* ReadBytes(StreamData& data, size_t count, uint32_t encoding) {
     std::FILE* file = data.File();
-    if (!file) return nullptr;
+    if (file == nullptr) return nullptr;
     if (off_t rest = Remaining(file); rest > 0 && rest < static_cast<off_t>(count)) count = static_cast<size_t>(rest);
     StringRef text = StringRef::Adopt(AllocateString(static_cast<uint32_t>(count), encoding));
     if (!text) return nullptr;
@@ -135,7 +135,7 @@ String* ReadBytes(StreamData& data, size_t count, uint32_t encoding) {
 // A stream without length is read until its end.
 String* ReadRest(StreamData& data) {
     std::FILE* file = data.File();
-    if (!file) return nullptr;
+    if (file == nullptr) return nullptr;
     if (off_t rest = Remaining(file); rest > 0 && rest <= INT32_MAX)
         return ReadBytes(data, static_cast<size_t>(rest), data.encoding);
     std::string text;
@@ -156,7 +156,7 @@ String* ReadBinary(Object* self, int32_t count, Object* encoding) {
 int32_t GetLength(Object* self, int32_t) {
     std::FILE* file = DataOf<BinaryData>(self).File();
     struct stat status;
-    if (!file || std::fflush(file) != 0 || fstat(fileno(file), &status) != 0) return 0;
+    if ((file == nullptr) || std::fflush(file) != 0 || fstat(fileno(file), &status) != 0) return 0;
     return static_cast<int32_t>(std::min<off_t>(status.st_size, INT32_MAX));
 }
 
@@ -168,7 +168,7 @@ void SetLength(Object* self, int32_t, int32_t length) {
 
 int32_t GetPosition(Object* self, int32_t) {
     std::FILE* file = DataOf<BinaryData>(self).File();
-    return file ? static_cast<int32_t>(ftello(file)) : 0;
+    return file != nullptr ? static_cast<int32_t>(ftello(file)) : 0;
 }
 
 void SetPosition(Object* self, int32_t, int32_t position) {
@@ -180,12 +180,12 @@ void SetPosition(Object* self, int32_t, int32_t position) {
 String* ReadLine(Object* self) {
     InputData& data = DataOf<InputData>(self);
     std::FILE* file = data.File();
-    if (!file) return nullptr;
+    if (file == nullptr) return nullptr;
     char* line = nullptr;
     size_t capacity = 0;
     ssize_t length = getline(&line, &capacity, file);
     data.RaiseIfFailed(std::ferror(file) != 0);
-    std::string_view text(line ? line : "", length > 0 ? static_cast<size_t>(length) : 0);
+    std::string_view text(line != nullptr ? line : "", length > 0 ? static_cast<size_t>(length) : 0);
     if (text.ends_with('\n')) text.remove_suffix(1);
     if (text.ends_with('\r')) text.remove_suffix(1);
     String* result = BuildString(text, data.encoding);
@@ -206,7 +206,7 @@ void SetEncoding(Object* self, int32_t, Object* encoding) {
 void WriteLine(Object* self, String* text) {
     Write<OutputData>(self, text);
     OutputData& data = DataOf<OutputData>(self);
-    if (data.file) data.RaiseIfFailed(std::putc('\n', data.file) == EOF);
+    if (data.file != nullptr) data.RaiseIfFailed(std::putc('\n', data.file) == EOF);
 }
 
 const PropertyDefinition BINARY_PROPERTIES[] = {

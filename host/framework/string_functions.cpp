@@ -1,7 +1,3 @@
-#include <algorithm>
-#include <string>
-#include <vector>
-
 #include "host/framework/framework.h"
 #include "host/framework/tables.h"
 #include "host/framework/text.h"
@@ -9,6 +5,10 @@
 #include "host/runtime/encoding.h"
 #include "host/runtime/exception.h"
 #include "host/runtime/string.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
 
 namespace host {
 
@@ -19,7 +19,7 @@ namespace {
 class Text {
 public:
     explicit Text(String* string) : string_(StringRef::Share(string)) {
-        uint32_t encoding = string ? string->encoding : ENCODING_UTF8;
+        uint32_t encoding = string != nullptr ? string->encoding : ENCODING_UTF8;
         switch (encoding) {
         case ENCODING_UTF8: break;
         case ENCODING_UNKNOWN:
@@ -27,7 +27,7 @@ public:
         case ENCODING_ISO_LATIN1:
         case ENCODING_WINDOWS_LATIN1: characters = Characters::BYTES; break;
         default:
-            if (FindEncoding(encoding))
+            if (FindEncoding(encoding) != nullptr)
                 string_ = ConvertString(string, ENCODING_UTF8);
             else
                 characters = Characters::BYTES;
@@ -73,15 +73,15 @@ int32_t LenB(String* s) { return static_cast<int32_t>(StringView(s).size()); }
 // Positions count from 1; a start below 1 begins at the first character.
 String* MidCount(String* s, int32_t start, int32_t count) {
     Text text(s);
-    return text.Part(Substring(text.View(), Count(start - (start > 0)), Count(count), text.characters));
+    return text.Part(Substring(text.View(), Count(start - static_cast<int>(start > 0)), Count(count), text.characters));
 }
 
 String* Mid(String* s, int32_t start) { return MidCount(s, start, INT32_MAX); }
 
 String* MidBCount(String* s, int32_t start, int32_t count) {
     std::string_view bytes = StringView(s);
-    bytes.remove_prefix(std::min(bytes.size(), Count(start - (start > 0))));
-    return BuildString(bytes.substr(0, Count(count)), s ? s->encoding : ENCODING_UTF8);
+    bytes.remove_prefix(std::min(bytes.size(), Count(start - static_cast<int>(start > 0))));
+    return BuildString(bytes.substr(0, Count(count)), s != nullptr ? s->encoding : ENCODING_UTF8);
 }
 
 String* MidB(String* s, int32_t start) { return MidBCount(s, start, INT32_MAX); }
@@ -98,20 +98,20 @@ String* Right(String* s, int32_t count) {
 String* RightB(String* s, int32_t count) {
     std::string_view bytes = StringView(s);
     return BuildString(bytes.substr(bytes.size() - std::min(bytes.size(), Count(count))),
-                       s ? s->encoding : ENCODING_UTF8);
+                       s != nullptr ? s->encoding : ENCODING_UTF8);
 }
 
 int32_t InStrFrom(int32_t start, String* source, String* find) {
     Text text(source);
     std::optional<size_t> index =
-        FindText(text.View(), Text(find, text).View(), Count(start - (start > 0)), text.characters);
+        FindText(text.View(), Text(find, text).View(), Count(start - static_cast<int>(start > 0)), text.characters);
     return index ? static_cast<int32_t>(*index + 1) : 0;
 }
 
 int32_t InStr(String* source, String* find) { return InStrFrom(1, source, find); }
 
 int32_t InStrBFrom(int32_t start, String* source, String* find) {
-    size_t found = StringView(source).find(StringView(find), Count(start - (start > 0)));
+    size_t found = StringView(source).find(StringView(find), Count(start - static_cast<int>(start > 0)));
     return found == std::string_view::npos ? 0 : static_cast<int32_t>(found + 1);
 }
 
@@ -150,7 +150,7 @@ String* Trim(String* s) {
 
 // Letters of one-byte encodings are mapped as characters too, and come back in their encoding.
 String* MapCase(String* s, std::string (*map)(std::string_view, Characters)) {
-    if (!s) return nullptr;
+    if (s == nullptr) return nullptr;
     if (s->encoding == ENCODING_UNKNOWN || IsAscii(s->View()))
         return BuildString(map(s->View(), Characters::BYTES), s->encoding);
     StringRef utf8 = ConvertString(s, ENCODING_UTF8);
@@ -166,16 +166,16 @@ Array* Split(String* s, String* delimiter) {
     Text text(s);
     std::vector<std::string_view> parts = SplitText(text.View(), Text(delimiter, text).View(), text.characters);
     Array* array = NewArray(TypeNamed("String"), static_cast<int32_t>(parts.size()));
-    for (size_t i = 0; array && i < parts.size(); ++i) array->Strings()[i] = text.Part(parts[i]);
+    for (size_t i = 0; (array != nullptr) && i < parts.size(); ++i) array->Strings()[i] = text.Part(parts[i]);
     return array;
 }
 
 String* Join(Array* parts, String* delimiter) {
-    if (!parts || parts->count == 0) return nullptr;
+    if ((parts == nullptr) || parts->count == 0) return nullptr;
     // All in the encoding of the first part that has one.
     Text model(nullptr);
     for (int32_t i = 0; i < parts->count; ++i)
-        if (String* part = parts->Strings()[i]; part && part->length > 0) {
+        if (String* part = parts->Strings()[i]; (part != nullptr) && part->length > 0) {
             model = Text(part);
             break;
         }
@@ -227,7 +227,7 @@ int32_t Asc(String* s) {
     return FirstCodePoint(text.View(), text.characters);
 }
 
-int32_t AscB(String* s) { return s && s->length > 0 ? static_cast<unsigned char>(s->bytes[0]) : 0; }
+int32_t AscB(String* s) { return (s != nullptr) && s->length > 0 ? static_cast<unsigned char>(s->bytes[0]) : 0; }
 
 String* EndOfLine() { return BuildUtf8("\n"); }
 

@@ -1,8 +1,3 @@
-#include <chrono>
-#include <cstdio>
-#include <cstdlib>
-#include <string>
-
 #include "host/framework/files.h"
 #include "host/framework/framework.h"
 #include "host/framework/tables.h"
@@ -11,6 +6,11 @@
 #include "host/runtime/exception.h"
 #include "host/runtime/string.h"
 #include "host/runtime/value.h"
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
 
 namespace host {
 
@@ -51,7 +51,7 @@ Object* GetTemporaryFolder(Object*, int32_t) {
 
 String* EnvironmentVariable(String* name) {
     const char* value = std::getenv(StringBytes(name));
-    return value ? BuildUtf8(value) : nullptr;
+    return value != nullptr ? BuildUtf8(value) : nullptr;
 }
 
 void Quit(int32_t code) { RaiseNew(END_EXCEPTION, code, {}); }
@@ -96,7 +96,7 @@ int32_t GetInputEnd(Object*, int32_t) {
     std::fflush(stdout);
     int next = std::getc(stdin);
     if (next != EOF) std::ungetc(next, stdin);
-    return next == EOF;
+    return static_cast<int32_t>(next == EOF);
 }
 
 const GlobalFunction FUNCTIONS[] = {

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <new>
-#include <span>
-
 #include "host/runtime/object.h"
 #include "host/runtime/records.h"
+
+#include <new>
+#include <span>
 
 // Builders for the framework's definition records, so that a table has one line for each member.
 namespace host {

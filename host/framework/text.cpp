@@ -1,12 +1,12 @@
 #include "host/framework/text.h"
 
-#include <algorithm>
-#include <array>
-#include <cstring>
-
 #include <unicode/ucasemap.h>
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
 
 namespace host {
 

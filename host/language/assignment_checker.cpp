@@ -1,7 +1,7 @@
 // The part of the expression checker that resolves what is assigned to.
-#include <algorithm>
-
 #include "host/language/expression_checker.h"
+
+#include <algorithm>
 
 namespace host::language {
 

@@ -6,13 +6,13 @@
 // arguments in a window of its own registers, which becomes the frame of the called function and belongs to it.
 #pragma once
 
+#include "host/language/types.h"
+#include "host/runtime/class.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "host/language/types.h"
-#include "host/runtime/class.h"
 
 namespace host::language {
 

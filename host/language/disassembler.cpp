@@ -42,13 +42,13 @@ std::string Operand(char kind, const Instruction& instruction, uint16_t value, s
 std::string Disassemble(const Code& code, const Tables& tables) {
     std::string text =
         (code.name.empty() ? "(program)" : code.name) + ": " + std::to_string(code.frameSize) + " registers\n";
-    for (size_t i = 0; i < code.instructions.size(); i++) {
+    for (size_t i = 0; i < code.instructions.size(); ++i) {
         const Instruction& instruction = code.instructions[i];
         const Description& description = DESCRIPTIONS[static_cast<size_t>(instruction.opcode)];
         text += "  " + std::to_string(i) + "  " + description.name;
         const uint16_t values[] = {instruction.a, instruction.b, instruction.c};
         size_t number = 0;
-        for (const char* kind = description.operands; *kind != '\0'; kind++, number++) {
+        for (const char* kind = description.operands; *kind != '\0'; kind++, ++number) {
             if (*kind != '-') text += " " + Operand(*kind, instruction, values[number], i + 1, tables);
         }
         text += '\n';

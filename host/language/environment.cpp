@@ -1,11 +1,11 @@
 #include "host/language/environment.h"
 
+#include "host/runtime/array.h"
+#include "host/runtime/encoding.h"
+
 #include <algorithm>
 #include <bit>
 #include <cstdlib>
-
-#include "host/runtime/array.h"
-#include "host/runtime/encoding.h"
 
 namespace host::language {
 
@@ -17,7 +17,7 @@ bool SameParameters(const FunctionSymbol& left, const FunctionSymbol& right) {
                       [](const auto& a, const auto& b) { return a.type == b.type && a.isByRef == b.isByRef; });
 }
 
-template <class Symbol>
+template <typename Symbol>
 auto* Find(const Names<std::unique_ptr<Symbol>>& names, std::string_view name) {
     auto found = names.find(LowerCase(name));
     return found == names.end() ? nullptr : found->second.get();

@@ -1,14 +1,14 @@
 // Everything a program consists of: sources, symbols, code and variables. A session adds to it entry by entry.
 #pragma once
 
+#include "host/language/code.h"
+#include "host/language/symbols.h"
+#include "host/syntax/diagnostic.h"
+
 #include <map>
 #include <memory>
 #include <string_view>
 #include <vector>
-
-#include "host/language/code.h"
-#include "host/language/symbols.h"
-#include "host/syntax/diagnostic.h"
 
 namespace host::language {
 

@@ -1,5 +1,3 @@
-#include <cmath>
-
 #include "host/language/folding.h"
 #include "host/language/machine.h"
 #include "host/language/operations.h"
@@ -9,13 +7,15 @@
 #include "host/runtime/value.h"
 #include "host/runtime/variant.h"
 
+#include <cmath>
+
 namespace host::language {
 
 namespace {
 
 // Arguments of a call that does not take place.
 void ReleaseArguments(const Code& code, const Slot* window) {
-    for (size_t i = 0; i < code.parameters.size(); i++) ReleaseSlot(window[i], code.parameters[i]);
+    for (size_t i = 0; i < code.parameters.size(); ++i) ReleaseSlot(window[i], code.parameters[i]);
 }
 
 // What a native function returned although it raised an exception.
@@ -422,22 +422,22 @@ LESS_EQUAL_DOUBLE:
     A.integer = B.number <= C.number;
     NEXT();
 EQUAL_STRING:
-    A.integer = CompareStrings(B.string, C.string) == 0;
+    A.integer = static_cast<int32_t>(CompareStrings(B.string, C.string) == 0);
     NEXT();
 UNEQUAL_STRING:
-    A.integer = CompareStrings(B.string, C.string) != 0;
+    A.integer = static_cast<int32_t>(CompareStrings(B.string, C.string) != 0);
     NEXT();
 LESS_STRING:
-    A.integer = CompareStrings(B.string, C.string) < 0;
+    A.integer = static_cast<int32_t>(CompareStrings(B.string, C.string) < 0);
     NEXT();
 LESS_EQUAL_STRING:
-    A.integer = CompareStrings(B.string, C.string) <= 0;
+    A.integer = static_cast<int32_t>(CompareStrings(B.string, C.string) <= 0);
     NEXT();
 EQUAL_BOOLEAN:
-    A.integer = (B.integer != 0) == (C.integer != 0);
+    A.integer = static_cast<int32_t>((B.integer != 0) == (C.integer != 0));
     NEXT();
 UNEQUAL_BOOLEAN:
-    A.integer = (B.integer != 0) != (C.integer != 0);
+    A.integer = static_cast<int32_t>((B.integer != 0) != (C.integer != 0));
     NEXT();
 EQUAL_OBJECT:
     A.integer = B.object == C.object;

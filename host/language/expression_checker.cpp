@@ -1,8 +1,8 @@
 #include "host/language/expression_checker.h"
 
-#include <algorithm>
-
 #include "host/language/folding.h"
+
+#include <algorithm>
 
 namespace host::language {
 
@@ -491,7 +491,8 @@ NodePtr ExpressionChecker::CheckSuperCall(const Expression& member, const Expres
         return nothing;
     }
     if (methods.empty()) {
-        if (PropertySymbol* property = environment_.FindProperty(super, member.name); property && &call == &member) {
+        if (PropertySymbol* property = environment_.FindProperty(super, member.name);
+            (property != nullptr) && &call == &member) {
             return PropertyNode(SelfNode(member.span), property, member.span);
         }
         return UnknownMember({TypeKind::OBJECT, TypeKind::INVALID, super}, member);
@@ -541,7 +542,8 @@ NodePtr ExpressionChecker::CheckMemberCall(const Expression& member, const Expre
     if (!methods.empty()) {
         return Call(std::move(object), methods, std::move(arguments), whole.span, member.nameSpan, use);
     }
-    if (ConstantSymbol* constant = environment_.FindConstant(type.cls, member.name); constant && call == nullptr) {
+    if (ConstantSymbol* constant = environment_.FindConstant(type.cls, member.name);
+        (constant != nullptr) && call == nullptr) {
         return ConstantNode(*constant, member.span);
     }
     return UnknownMember(type, member);
@@ -550,7 +552,7 @@ NodePtr ExpressionChecker::CheckMemberCall(const Expression& member, const Expre
 NodePtr ExpressionChecker::CallMember(NodePtr object, const std::string& name, std::vector<NodePtr> arguments,
                                       const Span& span) {
     ClassSymbol* cls = object->type.cls;
-    if (PropertySymbol* property = environment_.FindProperty(cls, name); property && arguments.empty()) {
+    if (PropertySymbol* property = environment_.FindProperty(cls, name); (property != nullptr) && arguments.empty()) {
         return PropertyNode(std::move(object), property, span);
     }
     auto methods = environment_.FindMethods(cls, name);
@@ -705,7 +707,7 @@ NodePtr ExpressionChecker::CheckArrayMember(NodePtr array, const Expression& mem
     auto node = Make(NodeKind::ARRAY_CALL, result, span);
     node->arrayOperation = row->operation;
     node->left = std::move(array);
-    for (size_t i = 0; i < arguments.size(); i++) {
+    for (size_t i = 0; i < arguments.size(); ++i) {
         node->arguments.push_back(Convert(std::move(arguments[i]), parameters[i] == 'i' ? INTEGER_TYPE : element));
         if (node->arguments[i]->IsInvalid()) return Invalid(span);
     }
@@ -723,7 +725,7 @@ NodePtr ExpressionChecker::Call(NodePtr object, const std::vector<FunctionSymbol
     auto node = Make(NodeKind::CALL, function->result, span);
     node->function = function;
     node->left = std::move(object);
-    for (size_t i = 0; i < function->parameters.size(); i++) {
+    for (size_t i = 0; i < function->parameters.size(); ++i) {
         const ParameterSymbol& parameter = function->parameters[i];
         NodePtr argument;
         if (i < arguments.size()) {
@@ -762,7 +764,7 @@ FunctionSymbol* ExpressionChecker::Choose(const std::vector<FunctionSymbol*>& ov
             continue;
         if (assigned != nullptr && !function->IsAssignable()) continue;
         int cost = 0;
-        for (size_t i = 0; i < arguments.size() && cost >= 0; i++) {
+        for (size_t i = 0; i < arguments.size() && cost >= 0; ++i) {
             const ParameterSymbol& parameter = function->parameters[i];
             int step = ConversionCost(*arguments[i], parameter.type);
             if (parameter.isByRef && step > 0) step = -1;
@@ -807,7 +809,7 @@ void ExpressionChecker::ReportNoOverload(const std::vector<FunctionSymbol*>& ove
     }
     if (sameCount.size() == 1) {
         FunctionSymbol& function = *sameCount[0];
-        for (size_t i = 0; i < arguments.size(); i++) {
+        for (size_t i = 0; i < arguments.size(); ++i) {
             const ParameterSymbol& parameter = function.parameters[i];
             const ValueType& type = arguments[i]->type;
             bool isWrong =

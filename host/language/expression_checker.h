@@ -1,12 +1,12 @@
 // Checks expressions: resolves names, chooses overloads, inserts conversions.
 #pragma once
 
+#include "host/language/environment.h"
+#include "host/language/node.h"
+
 #include <functional>
 #include <string>
 #include <vector>
-
-#include "host/language/environment.h"
-#include "host/language/node.h"
 
 namespace host::language {
 

@@ -11,7 +11,7 @@ namespace {
 
 using Folded = std::optional<ConstantValue>;
 
-template <class Value>
+template <typename Value>
 std::optional<ConstantValue> Compare(Operation operation, const Value& left, const Value& right) {
     switch (operation) {
     case Operation::EQUAL: return left == right;

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <optional>
-
 #include "host/syntax/ast.h"
+
+#include <optional>
 
 namespace host::language {
 

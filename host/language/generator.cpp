@@ -574,7 +574,7 @@ bool Generator::AppendInPlace(const Node& place, const Node& value) {
         added = Generate(*parts[0]);
     } else {
         added = GenerateInto(*parts[0], NewRegister());
-        for (size_t i = 1; i < parts.size(); i++) {
+        for (size_t i = 1; i < parts.size(); ++i) {
             uint16_t top = next_;
             Value part = Generate(*parts[i]);
             Emit(Opcode::APPEND_STRING, added.reg, part.reg);

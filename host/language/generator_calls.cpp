@@ -13,7 +13,7 @@ uint16_t Generator::Window(uint16_t reg) {
 std::vector<std::pair<Value, ValueType>> Generator::HoldFieldOwners(const FunctionSymbol& function,
                                                                     const std::vector<NodePtr>& arguments) {
     std::vector<std::pair<Value, ValueType>> owners;
-    for (size_t i = 0; i < function.parameters.size(); i++) {
+    for (size_t i = 0; i < function.parameters.size(); ++i) {
         const Node& argument = *arguments[i];
         bool isField = function.parameters[i].isByRef && argument.kind == NodeKind::FIELD;
         if (isField) owners.emplace_back(GenerateInto(*argument.left, NewRegister()), argument.left->type);
@@ -40,7 +40,7 @@ uint16_t Generator::CallProgram(const FunctionSymbol& function, const Node* obje
     auto owners = HoldFieldOwners(function, arguments);
     uint16_t window = Window(result);
     next_ = window;
-    for (size_t i = 0; i < count; i++) NewRegister();
+    for (size_t i = 0; i < count; ++i) NewRegister();
 
     std::vector<Value> passed;
     size_t owner = 0;
@@ -58,7 +58,7 @@ uint16_t Generator::CallProgram(const FunctionSymbol& function, const Node* obje
         if (needsCheck) Emit(Opcode::CHECK_NIL, reg);
         reg++;
     }
-    for (size_t i = 0; i < arguments.size(); i++, reg++) {
+    for (size_t i = 0; i < arguments.size(); i++, ++reg) {
         if (!function.parameters[i].isByRef) {
             passed.push_back(GenerateInto(*arguments[i], reg));
         } else {
@@ -88,7 +88,7 @@ void Generator::CallNative(const FunctionSymbol& function, const Node* object, u
     size_t owner = 0;
     // The result does not fall on an argument that is still to be released.
     uint16_t window = next_;
-    for (size_t i = 0; i < count; i++) NewRegister();
+    for (size_t i = 0; i < count; ++i) NewRegister();
 
     uint16_t reg = window;
     if (hasObject) {
@@ -98,7 +98,7 @@ void Generator::CallNative(const FunctionSymbol& function, const Node* object, u
             Emit(Opcode::MOVE, reg, objectRegister);
         reg++;
     }
-    for (size_t i = 0; i < arguments.size(); i++, reg++) {
+    for (size_t i = 0; i < arguments.size(); i++, ++reg) {
         bool isByRef = i < function.parameters.size() && function.parameters[i].isByRef;
         if (!isByRef) {
             owned.emplace_back(Argument(*arguments[i], reg), arguments[i]->type);

@@ -1,5 +1,13 @@
 #include "host/language/machine.h"
 
+#include "host/language/folding.h"
+#include "host/language/operations.h"
+#include "host/runtime/array.h"
+#include "host/runtime/encoding.h"
+#include "host/runtime/property.h"
+#include "host/runtime/value.h"
+#include "host/runtime/variant.h"
+
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -10,14 +18,6 @@
 #include <cstdio>
 #include <mutex>
 #include <thread>
-
-#include "host/language/folding.h"
-#include "host/language/operations.h"
-#include "host/runtime/array.h"
-#include "host/runtime/encoding.h"
-#include "host/runtime/property.h"
-#include "host/runtime/value.h"
-#include "host/runtime/variant.h"
 
 namespace host::language {
 
@@ -160,7 +160,7 @@ bool Machine::Invoke(const Code& code, const Slot* arguments, Slot* result) {
         return false;
     }
     if (!Push(code, base)) return false;
-    for (size_t i = 0; i < code.parameters.size(); i++) {
+    for (size_t i = 0; i < code.parameters.size(); ++i) {
         base[i] = arguments[i];
         if (code.parameters[i] == Storage::STRING) LockString(base[i].string);
         if (code.parameters[i] == Storage::OBJECT) LockObject(base[i].object);

@@ -2,13 +2,13 @@
 // calls that come back from native code do.
 #pragma once
 
-#include <atomic>
-#include <chrono>
-#include <vector>
-
 #include "host/language/environment.h"
 #include "host/language/program.h"
 #include "host/runtime/exception.h"
+
+#include <atomic>
+#include <chrono>
+#include <vector>
 
 namespace host::language {
 

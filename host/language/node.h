@@ -1,10 +1,10 @@
 // Expressions after checking: every name is resolved, every conversion stands for itself, every node has its type.
 #pragma once
 
+#include "host/language/symbols.h"
+
 #include <memory>
 #include <vector>
-
-#include "host/language/symbols.h"
 
 namespace host::language {
 

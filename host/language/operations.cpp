@@ -1,15 +1,15 @@
 #include "host/language/operations.h"
 
+#include "host/language/folding.h"
+#include "host/runtime/class.h"
+#include "host/runtime/exception.h"
+#include "host/runtime/variant.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <limits>
-
-#include "host/language/folding.h"
-#include "host/runtime/class.h"
-#include "host/runtime/exception.h"
-#include "host/runtime/variant.h"
 
 namespace host::language {
 
@@ -133,7 +133,7 @@ bool OperateVariants(VariantOperation operation, Object* left, Object* right, Sl
     bool areNumbers = IsNumber(leftKind) && IsNumber(rightKind);
     bool areStrings = leftKind == Kind::STRING && rightKind == Kind::STRING;
     if (operation == VariantOperation::EQUAL) {
-        result.integer = EqualVariants(left, leftKind, right, rightKind);
+        result.integer = static_cast<int32_t>(EqualVariants(left, leftKind, right, rightKind));
         return true;
     }
     if (operation == VariantOperation::LESS || operation == VariantOperation::LESS_EQUAL) {
@@ -141,7 +141,8 @@ bool OperateVariants(VariantOperation operation, Object* left, Object* right, Sl
         double leftNumber =
             areNumbers ? NumberOf(leftKind, left) : CompareStrings(UnboxString(left), UnboxString(right));
         double rightNumber = areNumbers ? NumberOf(rightKind, right) : 0;
-        result.integer = operation == VariantOperation::LESS ? leftNumber < rightNumber : leftNumber <= rightNumber;
+        result.integer = static_cast<int32_t>(operation == VariantOperation::LESS ? leftNumber < rightNumber
+                                                                                  : leftNumber <= rightNumber);
         return true;
     }
     if (operation == VariantOperation::ADD && areStrings) {
@@ -200,7 +201,7 @@ void SortArray(Array& array) {
 }
 
 int32_t FindInArray(const Array& array, Slot value) {
-    for (int32_t i = 0; i < array.count; i++) {
+    for (int32_t i = 0; i < array.count; ++i) {
         Slot element = ArrayGet(&array, i);
         bool isEqual = false;
         switch (array.element) {

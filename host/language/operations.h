@@ -1,13 +1,13 @@
 // Operations of the machine that are too long for its loop. Those that can fail raise an exception and answer false.
 #pragma once
 
-#include <string>
-#include <string_view>
-
 #include "host/language/code.h"
 #include "host/runtime/array.h"
 #include "host/runtime/object.h"
 #include "host/runtime/string.h"
+
+#include <string>
+#include <string_view>
 
 namespace host::language {
 

@@ -26,7 +26,7 @@ Compilation Compile(const std::vector<Source>& sources) {
     for (const Source& source : sources) {
         environment->files.push_back(std::make_shared<SourceFile>(source.name, source.text));
     }
-    for (uint32_t i = 0; i < sources.size(); i++) {
+    for (uint32_t i = 0; i < sources.size(); ++i) {
         environment->units.push_back(Parse(environment->files, i, diagnostics));
         units.push_back(environment->units.back().get());
     }

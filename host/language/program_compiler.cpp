@@ -1,9 +1,9 @@
 #include "host/language/program_compiler.h"
 
-#include <algorithm>
-
 #include "host/language/machine.h"
 #include "host/runtime/string.h"
+
+#include <algorithm>
 
 namespace host::language {
 
@@ -41,7 +41,7 @@ void ReleaseFields(Object* object, Class* cls) {
 } // namespace
 
 bool ProgramCompiler::Compile(const std::vector<const ast::Unit*>& units, uint32_t firstFile) {
-    for (size_t i = 0; i < units.size(); i++) {
+    for (size_t i = 0; i < units.size(); ++i) {
         auto file = firstFile + static_cast<uint32_t>(i);
         for (const auto& cls : units[i]->classes) DeclareClass(*cls, file);
         for (const auto& module : units[i]->modules) DeclareModule(*module, file);
@@ -50,7 +50,7 @@ bool ProgramCompiler::Compile(const std::vector<const ast::Unit*>& units, uint32
     for (ClassSymbol* cls : classes_) DeclareClassMembers(*cls);
     for (ClassSymbol* cls : classes_) AssignVirtualSlots(*cls);
     for (ModuleSymbol* module : modules_) DeclareModuleMembers(*module);
-    for (size_t i = 0; i < units.size(); i++) {
+    for (size_t i = 0; i < units.size(); ++i) {
         for (const auto& function : units[i]->functions) {
             DeclareFunction(*function, firstFile + static_cast<uint32_t>(i));
         }
@@ -70,7 +70,7 @@ bool ProgramCompiler::Compile(const std::vector<const ast::Unit*>& units, uint32
             .CompileModuleVariables(*module);
         mains.push_back(index);
     }
-    for (size_t i = 0; i < units.size(); i++) {
+    for (size_t i = 0; i < units.size(); ++i) {
         uint32_t index = environment_.NewCode();
         FunctionContext context;
         StatementCompiler(environment_, diagnostics_, context, *environment_.tables.codes[index], options_)
@@ -562,7 +562,7 @@ void ProgramCompiler::CompleteClasses() {
         if (cls->destructor != nullptr) {
             code->destructor = environment_.tables.codes[cls->destructor->index].get();
         }
-        for (size_t i = 0; i < cls->handlers.size(); i++) {
+        for (size_t i = 0; i < cls->handlers.size(); ++i) {
             SetEventHandler(cls->native, cls->handledEvents[i], Machine::CallBack,
                             environment_.tables.codes[cls->handlers[i]->index].get());
         }

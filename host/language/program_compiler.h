@@ -1,9 +1,9 @@
 // Compiles whole sources into an environment: declares what they define, then compiles the bodies.
 #pragma once
 
-#include <functional>
-
 #include "host/language/statement_compiler.h"
+
+#include <functional>
 
 namespace host::language {
 

@@ -1,10 +1,10 @@
-#include <algorithm>
-
 #include "host/language/machine.h"
 #include "host/language/program.h"
 #include "host/language/program_compiler.h"
 #include "host/syntax/lexer.h"
 #include "host/syntax/parser.h"
+
+#include <algorithm>
 
 namespace host {
 

@@ -1,7 +1,7 @@
+#include "host/language/expression_checker.h"
+
 #include <algorithm>
 #include <numeric>
-
-#include "host/language/expression_checker.h"
 
 namespace host::language {
 
@@ -12,10 +12,10 @@ size_t EditDistance(std::string_view left, std::string_view right) {
     std::vector<size_t> beforeLast;
     std::vector<size_t> last(right.size() + 1);
     std::iota(last.begin(), last.end(), size_t{0});
-    for (size_t i = 1; i <= left.size(); i++) {
+    for (size_t i = 1; i <= left.size(); ++i) {
         std::vector<size_t> row(right.size() + 1);
         row[0] = i;
-        for (size_t j = 1; j <= right.size(); j++) {
+        for (size_t j = 1; j <= right.size(); ++j) {
             size_t change = left[i - 1] == right[j - 1] ? 0 : 1;
             row[j] = std::min({last[j] + 1, row[j - 1] + 1, last[j - 1] + change});
             bool swapped = i > 1 && j > 1 && left[i - 1] == right[j - 2] && left[i - 2] == right[j - 1];

@@ -1,15 +1,15 @@
 // What names stand for: those of the program, and those registered with the runtime, in one form.
 #pragma once
 
+#include "host/language/types.h"
+#include "host/runtime/class.h"
+#include "host/syntax/ast.h"
+
 #include <memory>
 #include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
-
-#include "host/language/types.h"
-#include "host/runtime/class.h"
-#include "host/syntax/ast.h"
 
 namespace host::language {
 
@@ -94,7 +94,7 @@ struct EventSymbol {
 };
 
 // Keys are names in lower case.
-template <class Symbol>
+template <typename Symbol>
 using Names = std::unordered_map<std::string, Symbol>;
 
 struct ClassSymbol {

@@ -1,10 +1,10 @@
 // The types of the language as the checker sees them.
 #pragma once
 
+#include "host/runtime/signature.h"
+
 #include <cstdint>
 #include <string>
-
-#include "host/runtime/signature.h"
 
 namespace host::language {
 

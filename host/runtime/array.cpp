@@ -52,7 +52,7 @@ bool Reserve(Array* array, int32_t count) {
     void* data = static_cast<size_t>(capacity) <= std::numeric_limits<int32_t>::max() / size
                      ? std::realloc(array->data, static_cast<size_t>(capacity) * size)
                      : nullptr;
-    if (!data) {
+    if (data == nullptr) {
         RaiseOutOfMemory();
         return false;
     }
@@ -66,7 +66,7 @@ bool Reserve(Array* array, int32_t count) {
 Class* ArrayClass(const Type& elementType) {
     static auto& classes = *new std::unordered_map<std::string, Class*>;
     Class*& cls = classes[FoldName(elementType.Text())];
-    if (!cls) {
+    if (cls == nullptr) {
         cls = DefineInternalClass(elementType.Text() + "()", static_cast<int32_t>(sizeof(Array) - sizeof(Object)),
                                   FreeArray);
         cls->boxKind = Kind::ARRAY;
@@ -77,7 +77,7 @@ Class* ArrayClass(const Type& elementType) {
 
 Array* NewArray(Class* arrayClass, int32_t count) {
     auto* array = static_cast<Array*>(NewObject(arrayClass));
-    if (!array) return nullptr;
+    if (array == nullptr) return nullptr;
     array->element = arrayClass->elementType.kind;
     if (count > 0 && !ArrayResize(array, count)) {
         UnlockObject(array);
@@ -89,7 +89,7 @@ Array* NewArray(Class* arrayClass, int32_t count) {
 Array* NewArray(const Type& elementType, int32_t count) { return NewArray(ArrayClass(elementType), count); }
 
 Array* AsArray(Object* object) {
-    return object && object->cls->boxKind == Kind::ARRAY ? static_cast<Array*>(object) : nullptr;
+    return (object != nullptr) && object->cls->boxKind == Kind::ARRAY ? static_cast<Array*>(object) : nullptr;
 }
 
 Slot ArrayGet(const Array* array, int32_t index) {

@@ -32,7 +32,7 @@ Array* NewArray(const Type& elementType, int32_t count = 0);
 // nullptr unless the object is an array.
 Array* AsArray(Object* object);
 
-inline int32_t UpperBound(const Array* array) { return array ? array->count - 1 : -1; }
+inline int32_t UpperBound(const Array* array) { return array != nullptr ? array->count - 1 : -1; }
 
 // The element, borrowed / with the reference of `value` taken over. The index must be within bounds.
 Slot ArrayGet(const Array* array, int32_t index);

@@ -109,9 +109,9 @@ const CallShape* SetterShapeOf(const Signature& signature, bool withObject) {
 
 void CallNative(const CallShape* shape, void* function, const Slot* arguments, Slot* result) {
     const size_t mark = ConversionPoolMark();
-    if (shape->wordCall) {
+    if (shape->wordCall != nullptr) {
         int32_t word = shape->wordCall(function, arguments);
-        if (result) result->integer = word;
+        if (result != nullptr) result->integer = word;
     } else {
         CallThroughFfi(*shape, function, arguments, result);
     }
@@ -121,7 +121,7 @@ void CallNative(const CallShape* shape, void* function, const Slot* arguments, S
 Closure::Closure(const CallShape* shape, ClosureCallback callback, void* context)
     : shape_(shape), callback_(callback), context_(context) {
     memory_ = static_cast<ffi_raw_closure*>(ffi_closure_alloc(sizeof(ffi_raw_closure), &function_));
-    if (!memory_) throw std::bad_alloc();
+    if (memory_ == nullptr) throw std::bad_alloc();
     if (ffi_prep_raw_closure_loc(memory_, const_cast<ffi_cif*>(&shape->cif), Enter, this, function_) != FFI_OK) {
         ffi_closure_free(memory_);
         throw std::logic_error("libffi refuses a closure");

@@ -27,20 +27,20 @@ typename Map::mapped_type Lookup(const Map& map, const std::string& key) {
 } // namespace
 
 bool IsName(std::string_view text) {
-    auto isWordByte = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; };
-    return !text.empty() && !std::isdigit(static_cast<unsigned char>(text[0]))
+    auto isWordByte = [](char c) { return (std::isalnum(static_cast<unsigned char>(c)) != 0) || c == '_'; };
+    return !text.empty() && (std::isdigit(static_cast<unsigned char>(text[0])) == 0)
            && std::all_of(text.begin(), text.end(), isWordByte);
 }
 
 void CheckClassName(std::string_view name) {
     if (!IsName(name)) throw DefinitionError("\"" + std::string(name) + "\" is no name of a class");
     if (TypeNamed(name).kind != Kind::OBJECT) throw DefinitionError("the name is that of a built-in type");
-    if (FindClass(name)) throw DefinitionError("a class of this name exists already");
+    if (FindClass(name) != nullptr) throw DefinitionError("a class of this name exists already");
 }
 
 void LayOut(Class& cls, Class* super, int32_t dataSize) {
     if (dataSize < 0) throw DefinitionError("the data size is " + std::to_string(dataSize));
-    int32_t begin = super ? super->objectSize : static_cast<int32_t>(sizeof(Object));
+    int32_t begin = super != nullptr ? super->objectSize : static_cast<int32_t>(sizeof(Object));
     begin = (begin + DATA_ALIGNMENT - 1) / DATA_ALIGNMENT * DATA_ALIGNMENT;
     if (dataSize > MAX_OBJECT_SIZE - begin) {
         throw DefinitionError("the data size of " + std::to_string(dataSize) + " bytes makes its objects too large");
@@ -49,7 +49,7 @@ void LayOut(Class& cls, Class* super, int32_t dataSize) {
     cls.dataSize = dataSize;
     cls.dataOffset = begin;
     cls.objectSize = begin + dataSize;
-    if (super) {
+    if (super != nullptr) {
         cls.depth = super->depth + 1;
         cls.hasFinalizer = super->hasFinalizer;
         cls.ancestors = super->ancestors;
@@ -91,7 +91,7 @@ Event* AddEvent(Class& cls, Signature signature) {
 
 Property* Class::FindProperty(std::string_view memberName) const {
     std::string key = FoldName(memberName);
-    for (const Class* cls = this; cls; cls = cls->super) {
+    for (const Class* cls = this; cls != nullptr; cls = cls->super) {
         if (Property* property = Lookup(cls->propertiesByName, key)) return property;
     }
     return nullptr;
@@ -99,14 +99,14 @@ Property* Class::FindProperty(std::string_view memberName) const {
 
 Event* Class::FindEvent(std::string_view memberName) const {
     std::string key = FoldName(memberName);
-    for (const Class* cls = this; cls; cls = cls->super) {
+    for (const Class* cls = this; cls != nullptr; cls = cls->super) {
         if (Event* event = Lookup(cls->eventsByName, key)) return event;
     }
     return nullptr;
 }
 
 const Constant* Class::FindConstant(std::string_view memberName) const {
-    for (const Class* cls = this; cls; cls = cls->super) {
+    for (const Class* cls = this; cls != nullptr; cls = cls->super) {
         for (const Constant& constant : cls->constants) {
             if (SameName(constant.name, memberName)) return &constant;
         }
@@ -117,7 +117,7 @@ const Constant* Class::FindConstant(std::string_view memberName) const {
 std::vector<Method*> Class::FindMethods(std::string_view memberName) const {
     std::string key = FoldName(memberName);
     std::vector<Method*> found;
-    for (const Class* cls = this; cls; cls = cls->super) {
+    for (const Class* cls = this; cls != nullptr; cls = cls->super) {
         for (Method* method : Lookup(cls->methodsByName, key)) {
             bool isHidden = std::any_of(found.begin(), found.end(), [&](const Method* nearer) {
                 return nearer->owner != cls && nearer->signature.Matches(method->signature);
@@ -136,10 +136,10 @@ Method* Class::FindMethod(const Signature& signature) const {
     return nullptr;
 }
 
-bool Method::IsConstructor() const { return owner && SameName(signature.name, CONSTRUCTOR); }
+bool Method::IsConstructor() const { return (owner != nullptr) && SameName(signature.name, CONSTRUCTOR); }
 
 void* Method::NativeFunction() {
-    if (!function && callback) {
+    if ((function == nullptr) && (callback != nullptr)) {
         closure = std::make_unique<Closure>(shape, callback, programMethod);
         function = closure->Function();
     }

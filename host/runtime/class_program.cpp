@@ -48,7 +48,7 @@ Class* DefineClass(const ClassDescription& description) {
         cls->constructor = description.constructor;
         cls->finalizer = description.finalizer;
         cls->destructor = description.destructor;
-        cls->hasFinalizer = cls->hasFinalizer || description.finalizer;
+        cls->hasFinalizer = cls->hasFinalizer || (description.finalizer != nullptr);
         cls->program = description.program;
         cls->constants = description.constants;
         for (const ClassDescription::Field& field : description.fields) {

@@ -24,19 +24,19 @@ std::span<Record> Table(Record* records, int32_t count, const char* what) {
 }
 
 Access AccessBy(const void* function) {
-    if (!function) return Access::NONE;
+    if (function == nullptr) return Access::NONE;
     return reinterpret_cast<uintptr_t>(function) == DIRECT_ACCESS ? Access::DIRECT : Access::FUNCTION;
 }
 
 Signature DeclaredSignature(const char* declaration) {
-    if (!declaration) throw DefinitionError("the declaration is missing");
+    if (declaration == nullptr) throw DefinitionError("the declaration is missing");
     return ParseSignature(declaration);
 }
 
 // `owner` is nullptr for a module.
 std::unique_ptr<Property> MakeProperty(Class* owner, const PropertyDefinition& record) {
-    if (!record.name || !IsName(record.name)) throw DefinitionError("the property has no valid name");
-    if (!record.type) throw DefinitionError("the property has no type");
+    if ((record.name == nullptr) || !IsName(record.name)) throw DefinitionError("the property has no valid name");
+    if (record.type == nullptr) throw DefinitionError("the property has no type");
     auto property = std::make_unique<Property>();
     property->owner = owner;
     property->name = record.name;
@@ -56,7 +56,7 @@ std::unique_ptr<Property> MakeProperty(Class* owner, const PropertyDefinition& r
         throw DefinitionError("the property can be neither read nor written");
     }
     if (property->read == Access::DIRECT || property->write == Access::DIRECT) {
-        if (!owner) throw DefinitionError("a module has no data for direct access");
+        if (owner == nullptr) throw DefinitionError("a module has no data for direct access");
         int32_t size = FieldSize(property->type.kind);
         if (record.param < 0 || record.param > owner->dataSize - size || record.param % 4 != 0) {
             throw DefinitionError("its field at offset " + std::to_string(record.param) + " is not within the "
@@ -71,11 +71,11 @@ std::unique_ptr<Method> MakeMethod(Class* owner, const char* declaration, void* 
     auto method = std::make_unique<Method>();
     method->owner = owner;
     method->signature = DeclaredSignature(declaration);
-    if (!function) throw DefinitionError("the method has no function");
+    if (function == nullptr) throw DefinitionError("the method has no function");
     method->function = function;
     method->setter = setter;
     method->shape = ShapeOf(method->signature, owner != nullptr);
-    if (setter) {
+    if (setter != nullptr) {
         if (method->signature.result.kind == Kind::NOTHING) {
             throw DefinitionError("a method without result cannot be assigned to");
         }
@@ -84,7 +84,7 @@ std::unique_ptr<Method> MakeMethod(Class* owner, const char* declaration, void* 
     return method;
 }
 
-std::string Quoted(const char* text) { return text ? "\"" + std::string(text) + "\"" : "without name"; }
+std::string Quoted(const char* text) { return text != nullptr ? "\"" + std::string(text) + "\"" : "without name"; }
 
 void BuildMembers(Class& cls, const ClassDefinition& record) {
     for (const PropertyDefinition& property : Table(record.properties, record.propertyCount, "properties")) {
@@ -119,7 +119,7 @@ void CheckVersion(int32_t version) {
 } // namespace
 
 void AddConstant(std::vector<Constant>& constants, const ConstantDefinition& record) {
-    if (!record.declaration) throw DefinitionError("the declaration is missing");
+    if (record.declaration == nullptr) throw DefinitionError("the declaration is missing");
     DeclarationError error;
     std::optional<ConstantDeclaration> parsed = ParseConstantDeclaration(record.declaration, &error);
     if (!parsed) throw DefinitionError("column " + std::to_string(error.offset + 1) + ": " + error.message);
@@ -131,14 +131,14 @@ void AddConstant(std::vector<Constant>& constants, const ConstantDefinition& rec
 
 Class* RegisterClass(ClassDefinition& record) {
     const auto* name = static_cast<const char*>(record.name);
-    if (!name) throw DefinitionError("class without name");
+    if (name == nullptr) throw DefinitionError("class without name");
     return Naming("class " + std::string(name), [&] {
         CheckVersion(record.version);
         CheckClassName(name);
         Class* super = nullptr;
-        if (record.superclass) {
+        if (record.superclass != nullptr) {
             super = FindClass(record.superclass);
-            if (!super) {
+            if (super == nullptr) {
                 throw DefinitionError("its superclass " + std::string(record.superclass) + " is not registered");
             }
         }
@@ -158,11 +158,11 @@ Class* RegisterClass(ClassDefinition& record) {
 }
 
 Module* RegisterModule(const ModuleDefinition& record) {
-    if (!record.name) throw DefinitionError("module without name");
+    if (record.name == nullptr) throw DefinitionError("module without name");
     return Naming("module " + std::string(record.name), [&] {
         CheckVersion(record.version);
         if (!IsName(record.name)) throw DefinitionError("this is no name of a module");
-        if (FindModule(record.name)) throw DefinitionError("a module of this name exists already");
+        if (FindModule(record.name) != nullptr) throw DefinitionError("a module of this name exists already");
         auto module = std::make_unique<Module>();
         module->name = record.name;
         for (const ConstantDefinition& constant : Table(record.constants, record.constantCount, "constants")) {
@@ -190,7 +190,8 @@ Module* RegisterModuleProperties(std::span<const PropertyDefinition> properties,
     Module* module = FindOrMakeModule(moduleName);
     for (const PropertyDefinition& property : properties) {
         Naming("property " + Quoted(property.name) + " of module " + module->name, [&] {
-            if (property.name && module->FindProperty(property.name)) throw DefinitionError("it exists already");
+            if ((property.name != nullptr) && (module->FindProperty(property.name) != nullptr))
+                throw DefinitionError("it exists already");
             module->properties.push_back(MakeProperty(nullptr, property));
         });
     }

@@ -23,7 +23,8 @@ std::optional<Value> Coerce(const Value& value, const Type& type) {
         if (from == Kind::INTEGER) return Value(static_cast<double>(value.Integer()));
         break;
     case Kind::OBJECT:
-        if (Class* cls = FindClass(type.className); from == Kind::OBJECT && value.Get().object && cls) {
+        if (Class* cls = FindClass(type.className);
+            from == Kind::OBJECT && (value.Get().object != nullptr) && (cls != nullptr)) {
             if (!value.Get().object->cls->IsA(cls)) return std::nullopt;
         }
         break;
@@ -36,7 +37,7 @@ std::optional<Value> Coerce(const Value& value, const Type& type) {
         default: return Value::Share(Kind::VARIANT, value.Get());
         }
     case Kind::ARRAY:
-        if (Array* array = AsArray(value.GetObject().Get()); array && array->element != type.element)
+        if (Array* array = AsArray(value.GetObject().Get()); (array != nullptr) && array->element != type.element)
             return std::nullopt;
         break;
     case Kind::NOTHING: return Value();
@@ -57,7 +58,9 @@ Value FromSlot(Kind kind, Slot slot) {
     case Kind::BOOLEAN: return Value::Adopt(Kind::BOOLEAN, {.integer = UnboxInteger(slot.object)});
     case Kind::DOUBLE: return UnboxDouble(slot.object);
     case Kind::STRING: return Value(StringRef::Share(UnboxString(slot.object)));
-    default: return Value::Share(slot.object && AsArray(slot.object) ? Kind::ARRAY : Kind::OBJECT, slot);
+    default:
+        return Value::Share((slot.object != nullptr) && (AsArray(slot.object) != nullptr) ? Kind::ARRAY : Kind::OBJECT,
+                            slot);
     }
 }
 
@@ -95,7 +98,8 @@ std::optional<std::vector<Value>> Fit(const Signature& signature, Arguments argu
 
 size_t ExactMatches(const Signature& signature, Arguments arguments) {
     size_t exact = 0;
-    for (size_t i = 0; i < arguments.size(); ++i) exact += arguments[i].GetKind() == signature.parameters[i].type.kind;
+    for (size_t i = 0; i < arguments.size(); ++i)
+        exact += static_cast<unsigned int>(arguments[i].GetKind() == signature.parameters[i].type.kind);
     return exact;
 }
 
@@ -115,12 +119,14 @@ Chosen Choose(const std::vector<Method*>& overloads, std::string_view member, Ar
         if (wanted && !method->signature.Matches(*wanted)) continue;
         std::optional<std::vector<Value>> fitted = Fit(method->signature, arguments);
         if (!fitted) continue;
-        size_t rank = 2 * ExactMatches(method->signature, arguments) + (method->signature.result.kind != Kind::NOTHING);
-        if (chosen.method && rank <= best) continue;
+        size_t rank = 2 * ExactMatches(method->signature, arguments)
+                      + static_cast<unsigned int>(method->signature.result.kind != Kind::NOTHING);
+        if ((chosen.method != nullptr) && rank <= best) continue;
         best = rank;
         chosen = {method, std::move(*fitted)};
     }
-    if (!chosen.method) throw DefinitionError("there is no " + std::string(member) + " that takes these arguments");
+    if (chosen.method == nullptr)
+        throw DefinitionError("there is no " + std::string(member) + " that takes these arguments");
     return chosen;
 }
 
@@ -131,7 +137,7 @@ std::string MemberName(std::string_view member) {
 Value Invoke(Object* object, const Chosen& chosen) {
     Method& method = *chosen.method;
     std::vector<Slot> slots;
-    if (method.owner) slots.push_back({.object = object});
+    if (method.owner != nullptr) slots.push_back({.object = object});
     for (const Value& argument : chosen.arguments) slots.push_back(argument.Get());
     Slot result{};
     CallNative(method.shape, method.NativeFunction(), slots.data(), &result);
@@ -147,7 +153,7 @@ Object* NotNil(const ObjectRef& object) {
 
 Property& PropertyOf(const ObjectRef& object, std::string_view name) {
     Property* property = NotNil(object)->cls->FindProperty(name);
-    if (!property) throw DefinitionError(object.Get()->cls->name + " has no property " + std::string(name));
+    if (property == nullptr) throw DefinitionError(object.Get()->cls->name + " has no property " + std::string(name));
     return *property;
 }
 
@@ -192,7 +198,8 @@ Value Call(const ObjectRef& object, std::string_view member, std::initializer_li
 
 Value CallGlobal(std::string_view function, std::initializer_list<Value> arguments) {
     Module* globals = FindModule("");
-    std::vector<Method*> overloads = globals ? globals->FindFunctions(MemberName(function)) : std::vector<Method*>();
+    std::vector<Method*> overloads =
+        globals != nullptr ? globals->FindFunctions(MemberName(function)) : std::vector<Method*>();
     return Invoke(nullptr, Choose(overloads, function, Arguments(arguments.begin(), arguments.size())));
 }
 
@@ -202,7 +209,8 @@ void Assign(const ObjectRef& object, std::string_view member, std::initializer_l
                            Arguments(arguments.begin(), arguments.size()));
     Method& method = *chosen.method;
     std::optional<Value> assigned = Coerce(value, method.signature.result);
-    if (!method.setter || !assigned) throw DefinitionError(method.signature.Text() + " cannot be assigned this value");
+    if ((method.setter == nullptr) || !assigned)
+        throw DefinitionError(method.signature.Text() + " cannot be assigned this value");
     std::vector<Slot> slots{{.object = self.Get()}};
     for (const Value& argument : chosen.arguments) slots.push_back(argument.Get());
     slots.push_back(assigned->Get());
@@ -218,7 +226,7 @@ ObjectRef Create(Class* cls) {
 
 ObjectRef Create(std::string_view className) {
     Class* cls = FindClass(className);
-    if (!cls) throw DefinitionError("there is no class " + std::string(className));
+    if (cls == nullptr) throw DefinitionError("there is no class " + std::string(className));
     return Create(cls);
 }
 
@@ -252,7 +260,7 @@ HandlerClass::HandlerClass(std::string_view superName, std::string_view name) {
     static int count = 0;
     ClassDescription description;
     description.super = FindClass(superName);
-    if (!description.super) throw DefinitionError("there is no class " + std::string(superName));
+    if (description.super == nullptr) throw DefinitionError("there is no class " + std::string(superName));
     description.name = name.empty() ? description.super->name + "Handler" + std::to_string(++count) : std::string(name);
     cls_ = DefineClass(description);
 }
@@ -265,7 +273,7 @@ HandlerClass::~HandlerClass() {
 
 HandlerClass& HandlerClass::On(std::string_view event, Handler handler) {
     const Event* found = cls_->FindEvent(event);
-    if (!found) throw DefinitionError(cls_->super->name + " has no event " + std::string(event));
+    if (found == nullptr) throw DefinitionError(cls_->super->name + " has no event " + std::string(event));
     bindings_.push_back(std::make_unique<Binding>(Binding{found, std::move(handler)}));
     SetEventHandler(cls_, found, Enter, bindings_.back().get());
     return *this;

@@ -84,7 +84,7 @@ const Encoding* SourceEncoding(const String& string) {
 bool Convert(const Encoding& from, const Encoding& to, std::string_view bytes, std::string& result) {
     UConverter* source = ConverterOf(from);
     UConverter* target = ConverterOf(to);
-    if (!source || !target) return false;
+    if ((source == nullptr) || (target == nullptr)) return false;
     std::array<UChar, 1024> pivot{};
     UChar* pivotRead = pivot.data();
     UChar* pivotWrite = pivot.data();
@@ -98,7 +98,7 @@ bool Convert(const Encoding& from, const Encoding& to, std::string_view bytes, s
                        &pivotWrite, pivot.data() + pivot.size(), first ? 1 : 0, 1, &error);
         result.append(piece.data(), static_cast<size_t>(write - piece.data()));
         if (error == U_BUFFER_OVERFLOW_ERROR) continue;
-        return U_SUCCESS(error);
+        return U_SUCCESS(error) != 0;
     }
 }
 
@@ -123,18 +123,18 @@ const Encoding* FindEncoding(std::string_view name) {
     std::string text(name);
     UErrorCode error = U_ZERO_ERROR;
     const char* canonical = ucnv_getAlias(text.c_str(), 0, &error);
-    if (!canonical || U_FAILURE(error)) return nullptr;
+    if ((canonical == nullptr) || U_FAILURE(error)) return nullptr;
     for (const Encoding& encoding : ENCODINGS) {
         UErrorCode rowError = U_ZERO_ERROR;
         const char* rowName = ucnv_getAlias(encoding.icuName, 0, &rowError);
-        if (rowName && std::string_view(rowName) == canonical) return &encoding;
+        if ((rowName != nullptr) && std::string_view(rowName) == canonical) return &encoding;
     }
     return nullptr;
 }
 
 StringRef ConvertString(String* string, uint32_t target) {
     const Encoding* to = FindEncoding(target);
-    if (!string || string->encoding == target || !to) return StringRef::Share(string);
+    if ((string == nullptr) || string->encoding == target || (to == nullptr)) return StringRef::Share(string);
     const Encoding* from = SourceEncoding(*string);
     if (from == to || (from->asciiBytes && to->asciiBytes && IsAscii(string->View()))) {
         return StringRef::Adopt(BuildString(string->View(), target));

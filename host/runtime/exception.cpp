@@ -26,7 +26,7 @@ void* reserve = std::malloc(RESERVE_SIZE);
 } // namespace
 
 void Raise(Object* exception) {
-    if (!exception) {
+    if (exception == nullptr) {
         if (!IsExceptionPending()) RaiseNew("NilObjectException", 0, {});
     } else if (IsExceptionPending()) {
         UnlockObject(exception);
@@ -37,8 +37,8 @@ void Raise(Object* exception) {
 
 void RaiseNew(std::string_view className, int32_t number, std::string_view message) {
     Class* cls = FindClass(className);
-    if (!cls) cls = FindClass("RuntimeException");
-    if (!cls) Die("an exception is raised, and there is no RuntimeException");
+    if (cls == nullptr) cls = FindClass("RuntimeException");
+    if (cls == nullptr) Die("an exception is raised, and there is no RuntimeException");
     ObjectRef exception = ObjectRef::Adopt(NewObject(cls));
     if (!exception) return; // without memory for it, OutOfMemoryException is pending instead
     SetIntegerProperty(exception.Get(), "ErrorNumber", number);

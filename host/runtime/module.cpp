@@ -41,7 +41,7 @@ std::vector<Module*> AllModules() {
 
 Method* FindGlobalFunction(const Signature& signature) {
     Module* globals = FindModule("");
-    if (!globals) return nullptr;
+    if (globals == nullptr) return nullptr;
     for (Method* function : globals->FindFunctions(signature.name)) {
         if (function->signature.Matches(signature)) return function;
     }

@@ -32,7 +32,7 @@ std::vector<Object*>& WaitingObjects() {
 using NativeHook = void (*)(Object*);
 
 void CallNativeHook(void* hook, Object* object) {
-    if (!hook) return;
+    if (hook == nullptr) return;
     const size_t mark = ConversionPoolMark();
     reinterpret_cast<NativeHook>(hook)(object);
     ReleaseConversionPool(mark);
@@ -53,8 +53,8 @@ void SetState(Object* object, uint32_t state, uint32_t count) {
 bool FinalizeAndCheckSaved(Object* object) {
     SuspendedException suspended; // the program's destructor must not meet an exception of before
     object->references |= FINALIZED;
-    for (Class* level = object->cls; level; level = level->super) {
-        if (level->finalizer) level->finalizer(object, level);
+    for (Class* level = object->cls; level != nullptr; level = level->super) {
+        if (level->finalizer != nullptr) level->finalizer(object, level);
     }
     uint32_t count = CountOf(object);
     if (count <= DYING_COUNT) return false;
@@ -66,8 +66,8 @@ void Destroy(Object* object) {
     Class* cls = object->cls;
     SetState(object, DYING, DYING_COUNT);
     if (cls->hasFinalizer && !(object->references & FINALIZED) && FinalizeAndCheckSaved(object)) return;
-    for (Class* level = cls; level; level = level->super) {
-        if (level->destructor) level->destructor(object, level);
+    for (Class* level = cls; level != nullptr; level = level->super) {
+        if (level->destructor != nullptr) level->destructor(object, level);
         CallNativeHook(level->nativeDestructor, object);
     }
     if (uint32_t count = CountOf(object); count > DYING_COUNT) {
@@ -82,7 +82,7 @@ void Destroy(Object* object) {
 Object* NewObject(Class* cls) {
     auto size = static_cast<size_t>(cls->objectSize);
     auto* object = static_cast<Object*>(SmallBlocks::Allocate(size));
-    if (!object) {
+    if (object == nullptr) {
         RaiseOutOfMemory();
         return nullptr;
     }
@@ -92,14 +92,14 @@ Object* NewObject(Class* cls) {
     ++cls->liveCount;
     for (Class* level : cls->ancestors) {
         CallNativeHook(level->nativeConstructor, object);
-        if (level->constructor) level->constructor(object, level);
+        if (level->constructor != nullptr) level->constructor(object, level);
     }
     return object;
 }
 
 Object* NewObject(std::string_view className) {
     Class* cls = FindClass(className);
-    return cls ? NewObject(cls) : nullptr;
+    return cls != nullptr ? NewObject(cls) : nullptr;
 }
 
 void ReleaseObject(Object* object) {

@@ -30,11 +30,11 @@ Object* NewObject(std::string_view className);
 void ReleaseObject(Object* object); // only for UnlockObject
 
 inline void LockObject(Object* object) {
-    if (object) ++object->references;
+    if (object != nullptr) ++object->references;
 }
 
 inline void UnlockObject(Object* object) {
-    if (object && (--object->references & Object::COUNT_MASK) == 0) ReleaseObject(object);
+    if ((object != nullptr) && (--object->references & Object::COUNT_MASK) == 0) ReleaseObject(object);
 }
 
 // The data at `offset` bytes from the object's address.

@@ -24,7 +24,7 @@ constexpr const char* ENTRY_POINT = "KOVAPluginMain";
 
 template <typename T>
 std::vector<T*> AddedSince(const std::vector<T*>& all, size_t before) {
-    return {all.begin() + static_cast<std::ptrdiff_t>(before), all.end()};
+    return {all.begin() + static_cast<ptrdiff_t>(before), all.end()};
 }
 
 } // namespace
@@ -38,9 +38,9 @@ const Plugin& LoadPlugin(const std::filesystem::path& path) {
         if (plugin.path == file) Fail(path, "the plug-in is loaded already");
     }
     void* bundle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (!bundle) Fail(path, std::string("cannot be loaded as a plug-in: ") + dlerror());
+    if (bundle == nullptr) Fail(path, std::string("cannot be loaded as a plug-in: ") + dlerror());
     auto pluginMain = reinterpret_cast<PluginMain>(dlsym(bundle, ENTRY_POINT));
-    if (!pluginMain) {
+    if (pluginMain == nullptr) {
         dlclose(bundle);
         Fail(path, std::string("this is no plug-in: it has no function ") + ENTRY_POINT);
     }

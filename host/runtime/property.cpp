@@ -11,7 +11,7 @@ namespace {
 bool IsObjectKind(Kind kind) { return kind == Kind::OBJECT || kind == Kind::VARIANT || kind == Kind::ARRAY; }
 
 Property* PropertyOf(Object* object, std::string_view name) {
-    return object ? object->cls->FindProperty(name) : nullptr;
+    return object != nullptr ? object->cls->FindProperty(name) : nullptr;
 }
 
 bool IsWord(const Property& property) {
@@ -62,28 +62,28 @@ void WriteProperty(Object* object, const Property& property, Slot value) {
 
 bool GetIntegerProperty(Object* object, std::string_view name, int32_t& value) {
     const Property* property = PropertyOf(object, name);
-    if (!property || property->read == Access::NONE || !IsWord(*property)) return false;
+    if ((property == nullptr) || property->read == Access::NONE || !IsWord(*property)) return false;
     value = ReadProperty(object, *property).integer;
     return true;
 }
 
 bool SetIntegerProperty(Object* object, std::string_view name, int32_t value) {
     const Property* property = PropertyOf(object, name);
-    if (!property || property->write == Access::NONE || !IsWord(*property)) return false;
+    if ((property == nullptr) || property->write == Access::NONE || !IsWord(*property)) return false;
     WriteProperty(object, *property, {.integer = value});
     return true;
 }
 
 bool GetStringProperty(Object* object, std::string_view name, StringRef& value) {
     const Property* property = PropertyOf(object, name);
-    if (!property || property->read == Access::NONE || property->type.kind != Kind::STRING) return false;
+    if ((property == nullptr) || property->read == Access::NONE || property->type.kind != Kind::STRING) return false;
     value = StringRef::Adopt(ReadProperty(object, *property).string);
     return true;
 }
 
 bool SetStringProperty(Object* object, std::string_view name, String* value) {
     const Property* property = PropertyOf(object, name);
-    if (!property || property->write == Access::NONE || property->type.kind != Kind::STRING) return false;
+    if ((property == nullptr) || property->write == Access::NONE || property->type.kind != Kind::STRING) return false;
     WriteProperty(object, *property, {.string = value});
     return true;
 }

@@ -39,7 +39,7 @@ void Register(Action action) {
 // Declarations that plug-ins ask for, parsed once; nothing for those that are malformed.
 const Signature* KnownSignature(const char* declaration) {
     static auto& signatures = *new std::unordered_map<std::string, std::optional<Signature>>;
-    if (!declaration) return nullptr;
+    if (declaration == nullptr) return nullptr;
     auto [entry, isNew] = signatures.try_emplace(declaration);
     if (isNew) {
         try {
@@ -55,21 +55,21 @@ void RegisterPluginVersion(int32_t version) { announcedVersion = version; }
 
 void PluginRegisterClass(ClassDefinition* record) {
     Register([record] {
-        if (!record) throw DefinitionError("class without record");
+        if (record == nullptr) throw DefinitionError("class without record");
         RegisterClass(*record);
     });
 }
 
 void PluginRegisterModule(const ModuleDefinition* record) {
     Register([record] {
-        if (!record) throw DefinitionError("module without record");
+        if (record == nullptr) throw DefinitionError("module without record");
         RegisterModule(*record);
     });
 }
 
 // The first byte tells a class from the name of one.
 Object* PluginNewInstance(void* reference) {
-    if (!reference) return nullptr;
+    if (reference == nullptr) return nullptr;
     const auto* name = static_cast<const char*>(reference);
     if (*name == static_cast<char>(Class::MARK & 0xFF)) return NewObject(static_cast<Class*>(reference));
     return NewObject(name);
@@ -79,17 +79,17 @@ String* KOVABuildString(const char* bytes, int32_t length) { return BuildString(
 void KOVALockString(String* string) { LockString(string); }
 void KOVAUnlockString(String* string) { UnlockString(string); }
 const char* StringGetCString(String* string) { return StringBytes(string); }
-uint32_t KOVAGetStringEncoding(String* string) { return string ? string->encoding : ENCODING_UNKNOWN; }
+uint32_t KOVAGetStringEncoding(String* string) { return string != nullptr ? string->encoding : ENCODING_UNKNOWN; }
 
 void KOVASetStringEncoding(String* string, uint32_t encoding) {
-    if (string) string->encoding = encoding;
+    if (string != nullptr) string->encoding = encoding;
 }
 
 void KOVALockObject(Object* object) { LockObject(object); }
 void KOVAUnlockObject(Object* object) { UnlockObject(object); }
 
 void* GetEventInstance(const Object* object, const Event* event) {
-    if (!object || !event || IsExceptionPending()) return nullptr;
+    if ((object == nullptr) || (event == nullptr) || IsExceptionPending()) return nullptr;
     return EventHandlerOf(object, event);
 }
 
@@ -97,7 +97,7 @@ int32_t RuntimeUBound(Object* array) { return UpperBound(AsArray(array)); }
 
 String* RuntimeDirectReadStringArray(Object* object, int32_t index) {
     Array* array = AsArray(object);
-    if (!array || array->element != Kind::STRING || index < 0 || index >= array->count) {
+    if ((array == nullptr) || array->element != Kind::STRING || index < 0 || index >= array->count) {
         RaiseNew("OutOfBoundsException", 0, "There is no element " + std::to_string(index) + " in the array.");
         return nullptr;
     }
@@ -106,27 +106,27 @@ String* RuntimeDirectReadStringArray(Object* object, int32_t index) {
 
 // Results of property access are C's int, so that callers find a whole word.
 int32_t KOVAGetPropValueInt(Object* object, const char* name, int32_t* value) {
-    return name && value && GetIntegerProperty(object, name, *value) ? 1 : 0;
+    return (name != nullptr) && (value != nullptr) && GetIntegerProperty(object, name, *value) ? 1 : 0;
 }
 
 int32_t KOVASetPropValueInt(Object* object, const char* name, int32_t value) {
-    return name && SetIntegerProperty(object, name, value) ? 1 : 0;
+    return (name != nullptr) && SetIntegerProperty(object, name, value) ? 1 : 0;
 }
 
 int32_t KOVASetPropValueString(Object* object, const char* name, String* value) {
-    return name && SetStringProperty(object, name, value) ? 1 : 0;
+    return (name != nullptr) && SetStringProperty(object, name, value) ? 1 : 0;
 }
 
 void* KOVALoadObjectMethod(Object* object, const char* declaration) {
     const Signature* signature = KnownSignature(declaration);
-    Method* method = object && signature ? object->cls->FindMethod(*signature) : nullptr;
-    return method ? method->NativeFunction() : nullptr;
+    Method* method = (object != nullptr) && (signature != nullptr) ? object->cls->FindMethod(*signature) : nullptr;
+    return method != nullptr ? method->NativeFunction() : nullptr;
 }
 
 void* KOVALoadGlobalMethod(Object*, const char* declaration) {
     const Signature* signature = KnownSignature(declaration);
-    Method* function = signature ? FindGlobalFunction(*signature) : nullptr;
-    return function ? function->NativeFunction() : nullptr;
+    Method* function = signature != nullptr ? FindGlobalFunction(*signature) : nullptr;
+    return function != nullptr ? function->NativeFunction() : nullptr;
 }
 
 double KOVAGetKVVersion() { return HOST_VERSION; }
@@ -178,7 +178,7 @@ std::optional<size_t> FindService(std::string_view name) {
 std::span<const Service> Services() { return SERVICES; }
 
 extern "C" void* ResolveService(const char* name) {
-    if (!name) return nullptr;
+    if (name == nullptr) return nullptr;
     std::optional<size_t> index = FindService(name);
     return index && !isDisabled[*index] ? SERVICES[*index].function : nullptr;
 }

@@ -14,7 +14,7 @@ public:
     static void* Allocate(size_t size) {
         if (size > MAX_SIZE || IS_CHECKED) return std::malloc(size);
         FreeBlock*& list = lists_[ListOf(size)];
-        if (!list) return AllocateChunk(ListOf(size));
+        if (list == nullptr) return AllocateChunk(ListOf(size));
         FreeBlock* block = list;
         list = block->next;
         return block;

@@ -28,7 +28,7 @@ size_t SizeOf(uint32_t length) { return offsetof(String, bytes) + length + 1; }
 String* AllocateString(uint32_t length, uint32_t encoding) {
     // The length leaves room for header and NUL within 32 bits.
     auto* string = length < 0xFFFFFF00 ? static_cast<String*>(SmallBlocks::Allocate(SizeOf(length))) : nullptr;
-    if (!string) {
+    if (string == nullptr) {
         RaiseOutOfMemory();
         return nullptr;
     }
@@ -42,12 +42,12 @@ String* AllocateString(uint32_t length, uint32_t encoding) {
 
 String* BuildString(std::string_view bytes, uint32_t encoding) {
     String* string = AllocateString(static_cast<uint32_t>(bytes.size()), encoding);
-    if (string && !bytes.empty()) std::memcpy(string->bytes, bytes.data(), bytes.size());
+    if ((string != nullptr) && !bytes.empty()) std::memcpy(string->bytes, bytes.data(), bytes.size());
     return string;
 }
 
 String* BuildString(const char* bytes, int32_t length, uint32_t encoding) {
-    if (!bytes || length < 0) length = 0;
+    if ((bytes == nullptr) || length < 0) length = 0;
     return BuildString(std::string_view(bytes, static_cast<size_t>(length)), encoding);
 }
 
@@ -63,7 +63,8 @@ StringRef::StringRef(std::string_view utf8) : string_(BuildString(utf8, ENCODING
 String* AddStrings(String* left, String* right) {
     std::string_view leftBytes = StringView(left);
     std::string_view rightBytes = StringView(right);
-    if (rightBytes.empty()) return BuildString(leftBytes, left ? left->encoding : right ? right->encoding : 0);
+    if (rightBytes.empty())
+        return BuildString(leftBytes, left != nullptr ? left->encoding : right != nullptr ? right->encoding : 0);
     if (leftBytes.empty()) return BuildString(rightBytes, right->encoding);
     StringRef convertedLeft = StringRef::Share(left);
     StringRef convertedRight = ConvertString(right, left->encoding);
@@ -77,14 +78,14 @@ String* AddStrings(String* left, String* right) {
 
     size_t length = leftBytes.size() + rightBytes.size();
     String* joined = AllocateString(static_cast<uint32_t>(length), left->encoding);
-    if (!joined) return nullptr;
+    if (joined == nullptr) return nullptr;
     std::memcpy(joined->bytes, leftBytes.data(), leftBytes.size());
     std::memcpy(joined->bytes + leftBytes.size(), rightBytes.data(), rightBytes.size());
     return joined;
 }
 
 String* AppendString(String* left, String* right) {
-    bool canGrow = left && right && left != right && left->references == 1 && left->length > 0
+    bool canGrow = (left != nullptr) && (right != nullptr) && left != right && left->references == 1 && left->length > 0
                    && (left->encoding == right->encoding || right->length == 0)
                    && right->length < 0xFFFFFF00 - left->length;
     size_t length = canGrow ? size_t{left->length} + right->length : 0;
@@ -94,8 +95,8 @@ String* AppendString(String* left, String* right) {
     } else if (canGrow && malloc_usable_size(left) < needed) {
         // Room for half as much again, unless that is too much to ask for.
         void* grown = needed < 0x7FFFFFFF ? std::realloc(left, needed + needed / 2) : nullptr;
-        if (!grown) grown = std::realloc(left, needed);
-        if (!grown) {
+        if (grown == nullptr) grown = std::realloc(left, needed);
+        if (grown == nullptr) {
             RaiseOutOfMemory();
             return left;
         }
@@ -103,7 +104,7 @@ String* AppendString(String* left, String* right) {
     }
     if (!canGrow) {
         String* joined = AddStrings(left, right);
-        if (!joined) return left;
+        if (joined == nullptr) return left;
         UnlockString(left);
         return joined;
     }
@@ -116,8 +117,8 @@ int32_t CompareStrings(String* left, String* right) {
     if (left == right) return 0;
     StringRef leftText = StringRef::Share(left);
     StringRef rightText = StringRef::Share(right);
-    if (left && right && left->encoding != right->encoding && FindEncoding(left->encoding)
-        && FindEncoding(right->encoding)) {
+    if ((left != nullptr) && (right != nullptr) && left->encoding != right->encoding
+        && (FindEncoding(left->encoding) != nullptr) && (FindEncoding(right->encoding) != nullptr)) {
         leftText = ConvertString(left, ENCODING_UTF8);
         rightText = ConvertString(right, ENCODING_UTF8);
     }

@@ -29,15 +29,17 @@ String* AllocateString(uint32_t length, uint32_t encoding);
 void FreeString(String* string); // only for UnlockString
 
 inline void LockString(String* string) {
-    if (string) ++string->references;
+    if (string != nullptr) ++string->references;
 }
 
 inline void UnlockString(String* string) {
-    if (string && --string->references == 0) FreeString(string);
+    if ((string != nullptr) && --string->references == 0) FreeString(string);
 }
 
-inline std::string_view StringView(const String* string) { return string ? string->View() : std::string_view(""); }
-inline const char* StringBytes(const String* string) { return string ? string->bytes : ""; }
+inline std::string_view StringView(const String* string) {
+    return string != nullptr ? string->View() : std::string_view("");
+}
+inline const char* StringBytes(const String* string) { return string != nullptr ? string->bytes : ""; }
 
 // A new string: the two joined, in the encoding they share. If they differ, the right one is converted to the left
 // one's (an empty side does not count), or both to UTF-8 when the left one's cannot express it.

@@ -15,7 +15,8 @@ void Lock(Kind kind, Slot slot) {
 
 Value::Value(const std::vector<std::string>& strings) : kind_(Kind::ARRAY) {
     Array* array = NewArray(TypeNamed("String"), static_cast<int32_t>(strings.size()));
-    for (size_t i = 0; array && i < strings.size(); ++i) array->Strings()[i] = StringRef(strings[i]).Detach();
+    for (size_t i = 0; (array != nullptr) && i < strings.size(); ++i)
+        array->Strings()[i] = StringRef(strings[i]).Detach();
     slot_.object = array;
 }
 

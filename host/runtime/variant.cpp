@@ -41,12 +41,12 @@ Object* BoxDouble(double value) { return MakeBox<DoubleBox, Kind::DOUBLE>("Doubl
 
 Object* BoxString(String* value) {
     Object* box = MakeBox<StringBox, Kind::STRING>("String in a Variant", value, FreeStringBox);
-    if (box) LockString(value);
+    if (box != nullptr) LockString(value);
     return box;
 }
 
 Kind VariantKind(const Object* variant) {
-    if (!variant) return Kind::NOTHING;
+    if (variant == nullptr) return Kind::NOTHING;
     Kind kind = variant->cls->boxKind;
     return kind == Kind::NOTHING ? Kind::OBJECT : kind;
 }

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "host/syntax/declaration.h"
 #include "host/syntax/diagnostic.h"
 #include "host/syntax/token.h"
+
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace host {
 

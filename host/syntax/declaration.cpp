@@ -1,17 +1,17 @@
 #include "host/syntax/declaration.h"
 
-#include <array>
-#include <charconv>
-
 #include "host/syntax/cursor.h"
 #include "host/syntax/lexer.h"
+
+#include <array>
+#include <charconv>
 
 namespace host {
 
 namespace {
 
 // Reads the whole of `text` with `read`, a function from a cursor to an optional result.
-template <class Result, class Read>
+template <typename Result, typename Read>
 std::optional<Result> ParseWhole(std::string_view text, DeclarationError* error, Read read) {
     SourceFiles files{std::make_shared<const SourceFile>("", std::string(text))};
     DiagnosticList diagnostics(files);

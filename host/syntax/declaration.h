@@ -1,13 +1,13 @@
 #pragma once
 
+#include "host/syntax/source.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
 #include <vector>
-
-#include "host/syntax/source.h"
 
 namespace host {
 

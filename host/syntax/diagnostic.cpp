@@ -46,7 +46,7 @@ void DiagnosticList::Add(Severity severity, const Span& span, std::string messag
     for (const Entry& entry : entries_) {
         if (entry.span.file == span.file && entry.span.offset == span.offset && entry.message == message) return;
     }
-    errorCount_ += severity == Severity::ERROR;
+    errorCount_ += static_cast<unsigned int>(severity == Severity::ERROR);
     if (entries_.size() >= MAX_ENTRIES && (severity == Severity::WARNING || errorCount_ > 1)) return;
     entries_.push_back({severity, span, std::move(message)});
 }

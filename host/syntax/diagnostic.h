@@ -1,12 +1,12 @@
 #pragma once
 
+#include "host/syntax/source.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "host/syntax/source.h"
 
 namespace host {
 

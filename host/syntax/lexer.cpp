@@ -304,7 +304,7 @@ std::string StringValue(const Token& token) {
         return value;
     }
     std::string_view inner = token.text.substr(1);
-    for (size_t i = 0; i < inner.size(); i++) {
+    for (size_t i = 0; i < inner.size(); ++i) {
         if (inner[i] == '"') {
             if (i + 1 >= inner.size() || inner[i + 1] != '"') break;
             i++;

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <vector>
-
 #include "host/syntax/diagnostic.h"
 #include "host/syntax/token.h"
+
+#include <vector>
 
 namespace host {
 

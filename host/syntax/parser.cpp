@@ -129,7 +129,7 @@ private:
         return result;
     }
 
-    template <class Result>
+    template <typename Result>
     void ReadDefinitionName(Result& result) {
         const Token* name = cursor_.ReadName("a name");
         if (name == nullptr) return;
@@ -150,7 +150,7 @@ private:
     }
 
     // A property, constant or function of a class or module.
-    template <class Owner>
+    template <typename Owner>
     void Member(Owner& owner) {
         cursor_.ClearFailure();
         const Token& next = cursor_.Peek(1);
@@ -314,7 +314,7 @@ private:
                 return;
             }
             if (value == nullptr && cursor_.Accept(TokenKind::EQUAL)) value = expressions_.Parse();
-            for (size_t i = first; i < variables.size(); i++) {
+            for (size_t i = first; i < variables.size(); ++i) {
                 variables[i].type.name = type.name;
                 variables[i].type.span = type.span;
                 variables[i].type.isArray |= type.isArray;

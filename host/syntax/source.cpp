@@ -11,7 +11,7 @@ Span Join(const Span& first, const Span& last) {
 
 SourceFile::SourceFile(std::string name, std::string text) : name_(std::move(name)), text_(std::move(text)) {
     lineStarts_.push_back(0);
-    for (size_t i = 0; i < text_.size(); i++) {
+    for (size_t i = 0; i < text_.size(); ++i) {
         bool endsLine = text_[i] == '\n' || (text_[i] == '\r' && (i + 1 == text_.size() || text_[i + 1] != '\n'));
         if (endsLine) lineStarts_.push_back(static_cast<uint32_t>(i + 1));
     }

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "host/syntax/source.h"
+
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "host/syntax/source.h"
 
 namespace host {
 

@@ -1,17 +1,17 @@
 // The framework as a plug-in reaches it: by declaration, through the named services.
-#include <cstdint>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-
-#include <gtest/gtest.h>
-
 #include "host/framework/files.h"
 #include "host/framework/framework.h"
 #include "host/runtime/dynamic.h"
 #include "host/runtime/encoding.h"
 #include "host/runtime/leaks.h"
 #include "host/runtime/services.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 
 namespace host {
 namespace {

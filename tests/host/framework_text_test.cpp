@@ -1,10 +1,10 @@
 #include "host/framework/text.h"
 
-#include <cmath>
-#include <limits>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
 
 namespace host {
 namespace {

@@ -1,6 +1,6 @@
-#include <gtest/gtest.h>
-
 #include "host/syntax/declaration.h"
+
+#include <gtest/gtest.h>
 
 using namespace host;
 

@@ -1,13 +1,13 @@
 // Programs broken at random: whatever the text, compiling ends with a program or with errors.
+#include "host/language/program.h"
+#include "tests/host/language_fixture.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <random>
-
-#include "host/language/program.h"
-#include "tests/host/language_fixture.h"
 
 using namespace host;
 
@@ -92,7 +92,7 @@ private:
 TEST_F(LanguageFuzz, BrokenProgramsEndWithDiagnostics) {
     Mutator mutator(Samples());
     size_t programs = 0;
-    for (int i = 0; i < 3000; i++) {
+    for (int i = 0; i < 3000; ++i) {
         std::string text = mutator.Next();
         Compilation compilation = Compile({{"fuzz.kova", text}});
         bool hasErrors =
@@ -113,7 +113,7 @@ TEST_F(LanguageFuzz, BrokenProgramsEndWithDiagnostics) {
 TEST_F(LanguageFuzz, DeepNestingIsAnError) {
     auto repeat = [](const std::string& text, int count) {
         std::string result;
-        for (int i = 0; i < count; i++) result += text;
+        for (int i = 0; i < count; ++i) result += text;
         return result;
     };
     constexpr int DEEP = 100000;

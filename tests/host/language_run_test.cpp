@@ -1,12 +1,12 @@
 // What programs cannot show of themselves: how errors are laid out, limits, interruption, sessions.
+#include "host/language/program.h"
+#include "host/runtime/leaks.h"
+#include "tests/host/language_fixture.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <thread>
-
-#include "host/language/program.h"
-#include "host/runtime/leaks.h"
-#include "tests/host/language_fixture.h"
 
 using namespace host;
 using ::testing::Contains;

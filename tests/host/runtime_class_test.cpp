@@ -185,7 +185,7 @@ TEST_F(RuntimeClass, ModulesHoldConstantsFunctionsAndProperties) {
         EXPECT_THAT(TakeRegistrationErrors(), testing::ElementsAre(HasSubstr(test.message)));
     }
 
-    static auto* answer = +[](Object* object, int32_t param) -> int32_t { return object ? -1 : param; };
+    static auto* answer = +[](Object* object, int32_t param) -> int32_t { return object != nullptr ? -1 : param; };
     static auto* twice = +[](int32_t value) -> int32_t { return 2 * value; };
     const PropertyDefinition properties[] = {{0, "Answer", "Integer", 0, Address(answer), nullptr, 42, {}}};
     const GlobalFunction functions[] = {{"Twice(value as Integer) as Integer", Address(twice)}};

@@ -22,11 +22,12 @@ const PropertyDefinition EXCEPTION_PROPERTIES[] = {
 
 void RegisterException(const char* name, const char* super) {
     static std::vector<std::unique_ptr<ClassDefinition>> records;
-    ClassDefinition& record = super ? *records.emplace_back(std::make_unique<ClassDefinition>()) : exceptionRecord;
+    ClassDefinition& record =
+        super != nullptr ? *records.emplace_back(std::make_unique<ClassDefinition>()) : exceptionRecord;
     record.version = RECORD_VERSION;
     record.name = name;
     record.superclass = super;
-    if (!super) {
+    if (super == nullptr) {
         record.dataSize = sizeof(ExceptionData);
         record.destructor = Address(ReleaseMessage);
         record.properties = EXCEPTION_PROPERTIES;
@@ -85,7 +86,7 @@ String* DescribeText(Object*, String* text) { return StringRef("text " + std::st
 int32_t KeepPeer(Object* sensor, Object* peer) {
     LockObject(peer);
     UnlockObject(std::exchange(Data(sensor).peer, peer));
-    return peer ? -1 : 0; // a Boolean that is not 1
+    return peer != nullptr ? -1 : 0; // a Boolean that is not 1
 }
 
 void RaiseFault(Object*, int32_t number) { RaiseNew("RuntimeException", number, "fault " + std::to_string(number)); }

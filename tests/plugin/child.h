@@ -1,12 +1,12 @@
 // A function run in a process of its own, for what happens once in a process or may end it.
 #pragma once
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <functional>
 #include <string>
-
-#include <sys/wait.h>
-#include <unistd.h>
 
 struct ChildResult {
     int status; // as of waitpid: 0 when the function returned

@@ -3,6 +3,7 @@
 #include "tests/plugin/plugin_in_process.h"
 
 #include <gtest/gtest.h>
+
 #include <random>
 #include <string>
 
@@ -120,7 +121,7 @@ private:
     static constexpr std::string_view TEXTS[] = {"x", " x", "x ", " \n x y \t", "&amp;", "]", "]]", "=", "\xC3\xA9"};
     static constexpr std::string_view BLANKS[] = {"", "", " ", "\n", "\t \r\n "};
 
-    template <std::size_t COUNT>
+    template <size_t COUNT>
     std::string Any(const std::string_view (&texts)[COUNT]) {
         return std::string(texts[random_() % COUNT]);
     }
@@ -155,8 +156,8 @@ TEST_F(ScannerRun, LeavesTheTreeWithoutBlankTextBetweenMarkup) {
 // The state machine byte by byte.
 std::string ScanByteByByte(const std::string& source) {
     std::string output;
-    std::size_t tokenStart = 0;
-    std::size_t position = 0;
+    size_t tokenStart = 0;
+    size_t position = 0;
     int state = 0;
     const auto take = [&] {
         output += source.substr(tokenStart, position - tokenStart);

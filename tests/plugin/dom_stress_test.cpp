@@ -21,7 +21,7 @@ constexpr unsigned DEFAULT_CALLS = 2'000'000;
 #endif
 constexpr unsigned CALLS_BETWEEN_CHECKS = 20'000;
 constexpr unsigned CALLS_BETWEEN_SIZE_CHECKS = 100;
-constexpr std::size_t LARGEST_DOCUMENT = 20'000; // bytes of markup; a larger one is loaded anew
+constexpr size_t LARGEST_DOCUMENT = 20'000; // bytes of markup; a larger one is loaded anew
 
 unsigned FromEnvironment(const char* name, unsigned otherwise) {
     const char* text = std::getenv(name);
@@ -160,7 +160,7 @@ public:
     }
 
 private:
-    std::size_t Below(std::size_t limit) { return random_() % limit; }
+    size_t Below(size_t limit) { return random_() % limit; }
 
     static bool IsRare(std::string_view name) {
         return name == "LoadXml" || name == "Constructor" || name == "Transform" || name == "ToString";
@@ -207,7 +207,7 @@ private:
     }
 
     Value Argument(const host::Type& type) {
-        constexpr std::int32_t NUMBERS[] = {0, 1, 2, 3, -1, -2, 17, 1000, 0x7FFFFFFF, -0x7FFFFFFF - 1};
+        constexpr int32_t NUMBERS[] = {0, 1, 2, 3, -1, -2, 17, 1000, 0x7FFFFFFF, -0x7FFFFFFF - 1};
         switch (type.kind) {
         case host::Kind::INTEGER:
         case host::Kind::BOOLEAN: return NUMBERS[Below(std::size(NUMBERS))];
@@ -299,7 +299,7 @@ private:
 
     void CheckLinks(const ObjectRef& node) {
         ObjectRef previous;
-        std::int32_t count = 0;
+        int32_t count = 0;
         for (ObjectRef child = NodeOf(node, "FirstChild"); child; child = NodeOf(child, "NextSibling")) {
             ASSERT_EQ(host::Call(NodeOf(child, "Parent"), "Compare", {node}).Integer(), 0);
             const ObjectRef back = NodeOf(child, "PreviousSibling");

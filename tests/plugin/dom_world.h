@@ -7,6 +7,7 @@
 #include "host/runtime/plugin.h"
 
 #include <gtest/gtest.h>
+
 #include <string>
 #include <utility>
 

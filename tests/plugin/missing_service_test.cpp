@@ -1,14 +1,14 @@
 // The bundle in a host that lacks one service: the wrapper's fallback flows on, and nothing falls over.
+#include "host/framework/files.h"
 #include "host/runtime/services.h"
 #include "tests/plugin/child.h"
 #include "tests/plugin/plugin_host.h"
 #include "tests/plugin/reader_trace.h"
 
-#include "host/framework/files.h"
+#include <gtest/gtest.h>
 
 #include <cstdio>
 #include <fstream>
-#include <gtest/gtest.h>
 
 namespace {
 

@@ -3,10 +3,11 @@
 #include "tests/plugin/plugin_host.h"
 #include "tests/plugin/reader_trace.h"
 
-#include <cstdio>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <malloc.h>
+
+#include <cstdio>
+#include <fstream>
 #include <sstream>
 
 namespace {
@@ -32,11 +33,10 @@ struct CommandResult {
 
 CommandResult RunCommand(const std::string& command) {
     FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-    if (!pipe) return {-1, ""};
+    if (pipe == nullptr) return {-1, ""};
     CommandResult result{};
     char buffer[4096];
-    for (std::size_t count; (count = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
-        result.output.append(buffer, count);
+    for (size_t count; (count = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) result.output.append(buffer, count);
     result.status = pclose(pipe);
     return result;
 }
@@ -93,7 +93,7 @@ TEST(RealFiles, ChunkSizeDoesNotMatter) {
     ReaderTrace trace;
     const std::vector<std::string> whole = Joined(trace.Events(text));
     EXPECT_EQ(whole.back(), "EndElement('xsl:stylesheet')");
-    for (const std::size_t size : {1U, 7U, 4096U})
+    for (const size_t size : {1U, 7U, 4096U})
         EXPECT_EQ(Joined(trace.ParseChunks(trace.NewReader(), text, size)), whole) << size;
 }
 
@@ -101,7 +101,7 @@ TEST(HardInput, TruncatedAnywhere) {
     StartHost();
     const std::string text = FileText(SHARE + std::string("xml/iso-codes/iso_15924.xml"));
     ASSERT_GT(text.size(), 10000U);
-    for (std::size_t length = 0; length < text.size() - 2; length += 97) {
+    for (size_t length = 0; length < text.size() - 2; length += 97) {
         const ObjectRef reader = Create("XmlReader", {});
         EXPECT_THROW(Call(reader, "Parse", {text.substr(0, length)}), host::ProgramException) << length;
     }

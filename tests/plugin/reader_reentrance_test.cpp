@@ -102,7 +102,7 @@ TEST(ReaderReentrance, LastReferenceDroppedInAnEvent) {
     ReaderTrace trace;
     host::Object* reader = trace.NewReader().Detach();
     trace.On("StartElement", [&](const ObjectRef&, Arguments) -> Value {
-        if (reader) host::UnlockObject(std::exchange(reader, nullptr));
+        if (reader != nullptr) host::UnlockObject(std::exchange(reader, nullptr));
         return {};
     });
     host::Method* parse = reader->cls->super->FindMethod(host::ParseSignature("Parse(s as String)"));

@@ -1,13 +1,13 @@
 // XmlReader through the reference host: which events a text raises, with which arguments.
-#include "tests/plugin/reader_trace.h"
-
 #include "host/framework/files.h"
 #include "host/runtime/leaks.h"
 #include "tests/plugin/plugin_host.h"
+#include "tests/plugin/reader_trace.h"
+
+#include <gmock/gmock.h>
 
 #include <cstdio>
 #include <fstream>
-#include <gmock/gmock.h>
 
 namespace {
 
@@ -319,7 +319,7 @@ TEST(Reader, ChunkSizeDoesNotMatter) {
     ReaderTrace trace;
     const Lines whole = Joined(trace.Events(text));
     EXPECT_EQ(whole.back(), "EndElement('a')");
-    for (const std::size_t size : {1U, 7U, 4096U})
+    for (const size_t size : {1U, 7U, 4096U})
         EXPECT_EQ(Joined(trace.ParseChunks(trace.NewReader(), text, size)), whole) << size;
 }
 

@@ -1,13 +1,14 @@
 // What the bundle hands to a host when it is loaded, seen by a host that only takes notes.
 #include "tests/plugin/child.h"
 
+#include <dlfcn.h>
+#include <gmock/gmock.h>
+
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <dlfcn.h>
 #include <fstream>
 #include <functional>
-#include <gmock/gmock.h>
 #include <map>
 #include <set>
 #include <sstream>
@@ -23,20 +24,20 @@ using Function = void (*)();
 using Record = const unsigned char*;
 
 // The records are read as a host does that knows nothing of the plug-in's sources: by byte offsets.
-std::uint32_t Word(Record record, int offset) {
-    std::uint32_t word;
+uint32_t Word(Record record, int offset) {
+    uint32_t word;
     std::memcpy(&word, record + offset, sizeof word);
     return word;
 }
 Record Table(Record record, int offset) { return reinterpret_cast<Record>(Word(record, offset)); }
 std::string Text(Record record, int offset) {
     const auto* text = reinterpret_cast<const char*>(Word(record, offset));
-    return text ? text : "-";
+    return text != nullptr ? text : "-";
 }
 
-constexpr std::uint32_t DIRECT = 0xFFFFFFFF;
+constexpr uint32_t DIRECT = 0xFFFFFFFF;
 
-std::string Access(std::uint32_t function) { return function == 0 ? "no" : function == DIRECT ? "direct" : "code"; }
+std::string Access(uint32_t function) { return function == 0 ? "no" : function == DIRECT ? "direct" : "code"; }
 
 // Names every word of the range that is not 0.
 std::string Reserved(Record record, int from, int to) {
@@ -46,12 +47,12 @@ std::string Reserved(Record record, int from, int to) {
     return faults;
 }
 
-template <class Row>
+template <typename Row>
 std::string Rows(Record record, int tableOffset, int size, Row row) {
     std::string text;
-    const auto count = static_cast<std::int32_t>(Word(record, tableOffset + 4));
+    const auto count = static_cast<int32_t>(Word(record, tableOffset + 4));
     if ((Word(record, tableOffset) == 0) != (count == 0)) text += "  TABLE-WITHOUT-COUNT\n";
-    for (std::int32_t i = 0; i < count; ++i) text += "  " + row(Table(record, tableOffset) + i * size) + "\n";
+    for (int32_t i = 0; i < count; ++i) text += "  " + row(Table(record, tableOffset) + i * size) + "\n";
     return text;
 }
 
@@ -87,11 +88,11 @@ std::string dump;
 std::multiset<std::string> asked;
 std::set<std::string> lacking;
 
-void RegisterPluginVersion(std::int32_t version) { calls += "RegisterPluginVersion " + std::to_string(version) + "\n"; }
+void RegisterPluginVersion(int32_t version) { calls += "RegisterPluginVersion " + std::to_string(version) + "\n"; }
 void PluginRegisterClass(unsigned char* record) {
     calls += "class " + Text(record, 4) + "\n";
     dump += ClassText(record);
-    static std::uint32_t reference = 0x51000000;
+    static uint32_t reference = 0x51000000;
     std::memcpy(record + 4, &++reference, sizeof reference);
 }
 void PluginRegisterModule(Record record) {
@@ -119,13 +120,13 @@ using PluginMain = void (*)(Function (*)(const char*));
 
 PluginMain LoadEntry() {
     void* bundle = dlopen(KOVA_PLUGIN, RTLD_NOW | RTLD_LOCAL);
-    return bundle ? reinterpret_cast<PluginMain>(dlsym(bundle, "KOVAPluginMain")) : nullptr;
+    return bundle != nullptr ? reinterpret_cast<PluginMain>(dlsym(bundle, "KOVAPluginMain")) : nullptr;
 }
 
 ChildResult StartUp(const std::function<std::string()>& result) {
     return RunInChild([&]() -> std::string {
         const PluginMain entry = LoadEntry();
-        if (!entry) return dlerror();
+        if (entry == nullptr) return dlerror();
         entry(Resolve);
         return result();
     });
@@ -192,7 +193,7 @@ TEST(Bundle, ExportsTheEntryAndNothingElse) {
     FILE* nm = popen("nm -D --defined-only '" KOVA_PLUGIN "'", "r");
     ASSERT_NE(nm, nullptr);
     std::vector<std::string> symbols;
-    for (char line[256]; std::fgets(line, sizeof line, nm);) symbols.emplace_back(line);
+    for (char line[256]; std::fgets(line, sizeof line, nm) != nullptr;) symbols.emplace_back(line);
     EXPECT_EQ(pclose(nm), 0);
     EXPECT_THAT(symbols, ElementsAre(ContainsRegex("^[0-9a-f]+ T KOVAPluginMain\n$")));
 }

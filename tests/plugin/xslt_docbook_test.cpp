@@ -1,13 +1,14 @@
 // A real article through real stylesheets: by a host program, and by xsltproc.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <map>
 #include <memory>
 #include <regex>
 #include <string>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
@@ -18,7 +19,7 @@ std::string OutputOf(const std::string& command) {
     std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), nullptr);
     std::string output;
     char buffer[65536];
-    while (const std::size_t count = std::fread(buffer, 1, sizeof buffer, pipe.get())) output.append(buffer, count);
+    while (const size_t count = std::fread(buffer, 1, sizeof buffer, pipe.get())) output.append(buffer, count);
     const int status = pclose(pipe.release());
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << command;
     return output;

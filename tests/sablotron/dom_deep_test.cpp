@@ -1,7 +1,6 @@
 // Depth and width: nothing recurses, and loops over what is long or deep stay fast.
-#include "tests/sablotron/dom_support.h"
-
 #include "sablotron/parse.h"
+#include "tests/sablotron/dom_support.h"
 
 #include <pthread.h>
 
@@ -104,7 +103,7 @@ TEST(Wide, IsWalkedAndComparedInAnyOrder) {
     Dom dom;
     SDOM_Node root = dom.Root(dom.Parse(source + "</r>"));
     ASSERT_EQ(dom.Count(root), WIDTH);
-    std::uint32_t random = 1;
+    uint32_t random = 1;
     auto next = [&] { return static_cast<int>((random = random * 1'664'525 + 1'013'904'223) >> 8) % WIDTH; };
     for (int i = 0; i < WIDTH; ++i) {
         int left = next();

@@ -1,8 +1,9 @@
 // Creating, moving, copying and renaming nodes; attributes and declarations.
 #include "tests/sablotron/dom_support.h"
 
-#include <functional>
 #include <gmock/gmock.h>
+
+#include <functional>
 #include <map>
 #include <sstream>
 
@@ -60,9 +61,9 @@ TEST(Create, ChecksNames) {
     for (const auto& row : CASES) {
         SDOM_Node node = nullptr;
         EXPECT_EQ(row.factory(dom.situation, document, &node, row.uri, row.name), row.code)
-            << (row.uri ? row.uri : "(null)") << " " << (row.name ? row.name : "(null)");
+            << (row.uri != nullptr ? row.uri : "(null)") << " " << (row.name != nullptr ? row.name : "(null)");
         EXPECT_EQ(node != nullptr, row.code == SDOM_OK);
-        if (node) {
+        if (node != nullptr) {
             EXPECT_EQ(dom.Name(node), row.name);
         }
     }
@@ -227,7 +228,7 @@ TEST(Edit, FollowsLongChildListsByIndex) {
     std::vector<SDOM_Node> expected;
     auto check = [&] {
         ASSERT_EQ(dom.Count(root), static_cast<int>(expected.size()));
-        for (std::size_t i = 0; i < expected.size(); ++i) ASSERT_EQ(dom.Child(root, static_cast<int>(i)), expected[i]);
+        for (size_t i = 0; i < expected.size(); ++i) ASSERT_EQ(dom.Child(root, static_cast<int>(i)), expected[i]);
     };
     for (int i = 0; i < 100; ++i) {
         expected.push_back(dom.Make(SDOM_createElement, document, "e"));
@@ -238,12 +239,12 @@ TEST(Edit, FollowsLongChildListsByIndex) {
         SDOM_Node moved = expected[50];
         expected.erase(expected.begin() + 50);
         expected.insert(expected.begin() + i, moved);
-        SDOM_insertBefore(dom.situation, root, moved, expected[static_cast<std::size_t>(i) + 1]);
+        SDOM_insertBefore(dom.situation, root, moved, expected[static_cast<size_t>(i) + 1]);
         check();
     }
     for (int i = 0; i < 90; i += 9) {
         SDOM_Node fresh = dom.Make(SDOM_createElement, document, "f");
-        SDOM_insertBefore(dom.situation, root, fresh, expected[static_cast<std::size_t>(i)]);
+        SDOM_insertBefore(dom.situation, root, fresh, expected[static_cast<size_t>(i)]);
         expected.insert(expected.begin() + i, fresh);
         check();
     }
@@ -357,9 +358,9 @@ TEST(Attributes, AreReadSetAndRemoved) {
         {"u", "xmlns:m", "m", SDOM_NAMESPACE_ERR},
     };
     for (const auto& row : CASES) {
-        SDOM_Exception code = row.uri ? SDOM_setAttributeNS(dom.situation, e, row.uri, row.name, row.value)
-                                      : SDOM_setAttribute(dom.situation, e, row.name, row.value);
-        EXPECT_EQ(code, row.code) << (row.uri ? row.uri : "") << " " << row.name;
+        SDOM_Exception code = row.uri != nullptr ? SDOM_setAttributeNS(dom.situation, e, row.uri, row.name, row.value)
+                                                 : SDOM_setAttribute(dom.situation, e, row.name, row.value);
+        EXPECT_EQ(code, row.code) << (row.uri != nullptr ? row.uri : "") << " " << row.name;
     }
     EXPECT_EQ(dom.Value(kept), "3") << "the node keeps its identity";
     EXPECT_EQ(dom.Markup(document),

@@ -1,10 +1,10 @@
 // Reading nodes: exception texts, names, values, navigation, attribute lists, order, handles.
+#include "sablotron/situation.h"
 #include "tests/sablotron/dom_support.h"
 
-#include "sablotron/situation.h"
+#include <gmock/gmock.h>
 
 #include <functional>
-#include <gmock/gmock.h>
 #include <type_traits>
 
 namespace sablot::test {
@@ -334,8 +334,8 @@ TEST(Compare, FollowsDocumentOrder) {
     ASSERT_EQ(nodes.size(), 17U);
     nodes.push_back(dom.Make(SDOM_createElement, document, "outside"));
     for (int round = 0; round < 2; ++round) {
-        for (std::size_t i = 0; i < nodes.size(); ++i)
-            for (std::size_t j = 0; j < nodes.size(); ++j)
+        for (size_t i = 0; i < nodes.size(); ++i)
+            for (size_t j = 0; j < nodes.size(); ++j)
                 EXPECT_EQ(dom.Compare(nodes[i], nodes[j]), i < j   ? -1
                                                            : i > j ? 1
                                                                    : 0)
@@ -376,7 +376,7 @@ TEST(Handles, OfReloadedDocumentsAreReused) {
     SDOM_Node stale = nullptr;
     for (int round = 0; round < 100; ++round) {
         SDOM_Document document = dom.Parse(source);
-        for (SDOM_Node node = dom.Child(dom.Root(document), 0); node;
+        for (SDOM_Node node = dom.Child(dom.Root(document), 0); node != nullptr;
              node = dom.Get<SDOM_Node>(SDOM_getNextSibling, node))
             stale = node;
         SablotDestroyDocument(dom.situation, document);

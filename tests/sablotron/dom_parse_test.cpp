@@ -1,10 +1,10 @@
 // Parsing: what reaches the tree, what is refused, and that nothing outside the buffer is read.
+#include "sablotron/parse.h"
 #include "tests/sablotron/dom_support.h"
 
-#include "sablotron/parse.h"
+#include <gmock/gmock.h>
 
 #include <fstream>
-#include <gmock/gmock.h>
 
 namespace sablot::test {
 namespace {
@@ -134,7 +134,7 @@ TEST(Parse, StopsEntityBombs) {
     dom.Parse(EntityBomb("UTF-8"), 2);
     // An escape sequence inside the keyword, which the decoder drops, hides it from a search in the bytes.
     std::string hidden = EntityBomb("ISO-2022-JP");
-    for (std::size_t at = 0; (at = hidden.find("<!ENTITY", at)) != std::string::npos; at += 8)
+    for (size_t at = 0; (at = hidden.find("<!ENTITY", at)) != std::string::npos; at += 8)
         hidden.insert(at + 4, "\x1B(B");
     dom.Parse(hidden, 2);
 }

@@ -64,7 +64,7 @@ private:
         case SDOM_DOCUMENT_NODE: break;
         default: Flush(); lines_ += dom_.Name(node) + " " + dom_.Value(node) + "\n";
         }
-        for (auto child = dom_.Get<SDOM_Node>(SDOM_getFirstChild, node); child;
+        for (auto child = dom_.Get<SDOM_Node>(SDOM_getFirstChild, node); child != nullptr;
              child = dom_.Get<SDOM_Node>(SDOM_getNextSibling, child))
             Add(child);
         Flush();
@@ -100,7 +100,7 @@ public:
     }
 
 private:
-    std::size_t Below(std::size_t bound) { return random_() % bound; }
+    size_t Below(size_t bound) { return random_() % bound; }
     template <typename List>
     std::ranges::range_value_t<const List> Pick(const List& list) {
         return list[Below(std::size(list))];
@@ -115,7 +115,7 @@ private:
     void Learn(SDOM_Node node) {
         nodes_.push_back(node);
         if (node != Dom::Node(document_)) names_[node] = ExpandedName(dom_, node);
-        for (auto child = dom_.Get<SDOM_Node>(SDOM_getFirstChild, node); child;
+        for (auto child = dom_.Get<SDOM_Node>(SDOM_getFirstChild, node); child != nullptr;
              child = dom_.Get<SDOM_Node>(SDOM_getNextSibling, child)) {
             children_[node].push_back(child);
             parents_[child] = node;
@@ -145,7 +145,7 @@ private:
         case 1: {
             // A prefix that the document element does not bind would become part of the name.
             SDOM_Node root = dom_.Root(document_);
-            if (name.find(':') == std::string::npos || (root && Binds(root, name)))
+            if (name.find(':') == std::string::npos || ((root != nullptr) && Binds(root, name)))
                 LearnNew(dom_.Make(SDOM_createElement, document_, name.c_str()));
             break;
         }
@@ -157,7 +157,7 @@ private:
     }
 
     void LearnNew(SDOM_Node node) {
-        if (node) Learn(node);
+        if (node != nullptr) Learn(node);
     }
 
     bool Binds(SDOM_Node element, const std::string& name) const {
@@ -174,7 +174,7 @@ private:
             SDOM_Node node = Pick(nodes_);
             copy = dom_.Get<SDOM_Node>(SDOM_cloneNode, node, deep);
             EXPECT_EQ(copy == nullptr, node == Dom::Node(document_));
-            if (copy && deep) {
+            if ((copy != nullptr) && deep) {
                 EXPECT_EQ(Outline(dom_, copy).Lines(), Outline(dom_, node).Lines());
             }
         } else {
@@ -188,7 +188,7 @@ private:
     }
 
     bool IsWithin(SDOM_Node node, SDOM_Node ancestor) {
-        while (node && node != ancestor) node = parents_[node];
+        while ((node != nullptr) && node != ancestor) node = parents_[node];
         return node != nullptr;
     }
 
@@ -200,12 +200,12 @@ private:
         if (!isDocument) return SDOM_OK;
         if (type == SDOM_TEXT_NODE || type == SDOM_CDATA_SECTION_NODE) return SDOM_HIERARCHY_REQUEST_ERR;
         SDOM_Node root = dom_.Root(document_);
-        bool isSecond = IsElement(dom_, child) && root && root != child && root != leaving;
+        bool isSecond = IsElement(dom_, child) && (root != nullptr) && root != child && root != leaving;
         return isSecond ? SDOM_HIERARCHY_REQUEST_ERR : SDOM_OK;
     }
 
     void Unlink(SDOM_Node child) {
-        if (!parents_[child]) return;
+        if (parents_[child] == nullptr) return;
         std::erase(children_[parents_[child]], child);
         parents_[child] = nullptr;
     }
@@ -222,7 +222,7 @@ private:
         if (!children_[parent].empty() && Below(2) == 0) next = Pick(children_[parent]);
         if (Below(10) == 0) next = Pick(nodes_);
         SDOM_Exception expected = MayTake(parent, child, nullptr);
-        if (!expected && next && parents_[next] != parent) expected = SDOM_NOT_FOUND_ERR;
+        if (!expected && (next != nullptr) && parents_[next] != parent) expected = SDOM_NOT_FOUND_ERR;
         EXPECT_EQ(SDOM_insertBefore(dom_.situation, parent, child, next), expected);
         if (expected || child == next) return;
         Unlink(child);
@@ -232,7 +232,7 @@ private:
     void RemoveChild() {
         SDOM_Node child = Pick(nodes_);
         SDOM_Node parent = parents_[child];
-        if (!parent) return;
+        if (parent == nullptr) return;
         EXPECT_EQ(SDOM_removeChild(dom_.situation, parent, child), SDOM_OK);
         Unlink(child);
     }
@@ -241,7 +241,7 @@ private:
         SDOM_Node old = Pick(nodes_);
         SDOM_Node child = Pick(nodes_);
         SDOM_Node parent = parents_[old];
-        if (!parent) return;
+        if (parent == nullptr) return;
         SDOM_Exception expected = MayTake(parent, child, old);
         EXPECT_EQ(SDOM_replaceChild(dom_.situation, parent, child, old), expected);
         if (expected || child == old) return;
@@ -262,12 +262,12 @@ private:
         int count = dom_.Get<int>(SDOM_getAttributeNodeCount, element);
         if (count == 0) return nullptr;
         return dom_.Get<SDOM_Node>(SDOM_getAttributeNodeIndex, element,
-                                   static_cast<int>(Below(static_cast<std::size_t>(count))));
+                                   static_cast<int>(Below(static_cast<size_t>(count))));
     }
 
     void SetAttribute() {
         SDOM_Node element = AnyElement();
-        if (!element) return;
+        if (element == nullptr) return;
         std::string name = QualifiedName();
         std::string value = Pick(TEXTS);
         std::string uri;
@@ -295,12 +295,12 @@ private:
 
     void RemoveAttribute() {
         SDOM_Node element = AnyElement();
-        SDOM_Node attribute = element ? AnyAttribute(element) : nullptr;
-        if (!attribute) return;
+        SDOM_Node attribute = element != nullptr ? AnyAttribute(element) : nullptr;
+        if (attribute == nullptr) return;
         std::string before = Outline(dom_, element).Lines();
         auto removed = dom_.Get<SDOM_Node>(SDOM_removeAttributeNode, element, attribute);
         bool isDeclaration = dom_.Text(SDOM_getNodeNSUri, attribute) == XMLNS_URI;
-        if (!removed || isDeclaration) {
+        if ((removed == nullptr) || isDeclaration) {
             EXPECT_EQ(Outline(dom_, element).Lines(), before);
         } else {
             EXPECT_NE(Outline(dom_, element).Lines(), before);
@@ -310,15 +310,15 @@ private:
     void MoveAttribute() {
         SDOM_Node from = AnyElement();
         SDOM_Node to = AnyElement();
-        SDOM_Node attribute = from && to ? AnyAttribute(from) : nullptr;
-        if (!attribute) return;
+        SDOM_Node attribute = (from != nullptr) && (to != nullptr) ? AnyAttribute(from) : nullptr;
+        if (attribute == nullptr) return;
         std::string name = ExpandedName(dom_, attribute);
         std::string value = dom_.Value(attribute);
         if (Below(2) == 0)
             attribute = dom_.Get<SDOM_Node>(SDOM_cloneNode, attribute, 0);
-        else if (!dom_.Get<SDOM_Node>(SDOM_removeAttributeNode, from, attribute))
+        else if (dom_.Get<SDOM_Node>(SDOM_removeAttributeNode, from, attribute) == nullptr)
             return;
-        if (!attribute) return; // xmlns:xml has no copy
+        if (attribute == nullptr) return; // xmlns:xml has no copy
         dom_.Get<SDOM_Node>(SDOM_setAttributeNodeNS, to, attribute);
         bool isPlaced = dom_.Recorded() == SDOM_OK;
         EXPECT_EQ(dom_.Get<SDOM_Node>(SDOM_getAttributeElement, attribute), isPlaced ? to : nullptr);
@@ -328,10 +328,10 @@ private:
 
     void Rename() {
         SDOM_Node element = AnyElement();
-        if (!element) return;
+        if (element == nullptr) return;
         std::string name = QualifiedName();
         SDOM_Node node = Below(2) == 0 ? element : AnyAttribute(element);
-        if (!node) return;
+        if (node == nullptr) return;
         if (dom_.Text(SDOM_getNodeNSUri, node) == XMLNS_URI) {
             name = "xmlns:" + name.substr(0, 1);
             if (Below(2) == 0) {
@@ -346,19 +346,19 @@ private:
     }
 
     void Check() {
-        std::size_t elementsOfDocument = 0;
+        size_t elementsOfDocument = 0;
         for (SDOM_Node node : nodes_) {
             const std::vector<SDOM_Node>& children = children_[node];
             ASSERT_EQ(dom_.Get<SDOM_Node>(SDOM_getParentNode, node), parents_[node]);
             ASSERT_EQ(dom_.Count(node), static_cast<int>(children.size()));
             SDOM_Node previous = nullptr;
-            for (std::size_t i = 0; i < children.size(); ++i) {
+            for (size_t i = 0; i < children.size(); ++i) {
                 ASSERT_EQ(dom_.Child(node, static_cast<int>(i)), children[i]);
                 ASSERT_EQ(dom_.Get<SDOM_Node>(SDOM_getPreviousSibling, children[i]), previous);
                 previous = children[i];
             }
             ASSERT_EQ(dom_.Get<SDOM_Node>(SDOM_getLastChild, node), previous);
-            if (!parents_[node]) {
+            if (parents_[node] == nullptr) {
                 ASSERT_EQ(dom_.Get<SDOM_Node>(SDOM_getNextSibling, node), nullptr);
             }
             if (node == Dom::Node(document_)) continue;
@@ -367,7 +367,7 @@ private:
         }
         ASSERT_LE(elementsOfDocument, 1U);
         CheckBindings(Dom::Node(document_));
-        if (dom_.Root(document_)) Reread(dom_.Markup(document_), Dom::Node(document_));
+        if (dom_.Root(document_) != nullptr) Reread(dom_.Markup(document_), Dom::Node(document_));
         if (SDOM_Node element = AnyElement()) Reread(dom_.Markup(element), element);
     }
 
@@ -376,7 +376,7 @@ private:
         if (IsElement(dom_, node)) {
             std::vector<std::string> list = dom_.Attributes(node);
             std::vector<SDOM_Node> named = {node};
-            for (std::size_t i = 0; i < list.size(); ++i)
+            for (size_t i = 0; i < list.size(); ++i)
                 named.push_back(dom_.Get<SDOM_Node>(SDOM_getAttributeNodeIndex, node, static_cast<int>(i)));
             for (SDOM_Node name : named) {
                 std::string prefix = *dom_.Text(SDOM_getNodePrefix, name);
@@ -416,7 +416,7 @@ private:
 
 unsigned Setting(const char* name, unsigned otherwise) {
     const char* value = std::getenv(name);
-    return value ? static_cast<unsigned>(std::strtoul(value, nullptr, 10)) : otherwise;
+    return value != nullptr ? static_cast<unsigned>(std::strtoul(value, nullptr, 10)) : otherwise;
 }
 
 TEST(Random, EditsKeepTreeAndNames) {

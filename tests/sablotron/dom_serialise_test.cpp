@@ -73,8 +73,8 @@ TEST(Serialise, IsStableForRealData) {
     // Equal node by node, not only when written.
     SDOM_Node left = Dom::Node(first);
     SDOM_Node right = Dom::Node(second);
-    std::size_t nodes = 0;
-    while (left && right) {
+    size_t nodes = 0;
+    while ((left != nullptr) && (right != nullptr)) {
         ++nodes;
         ASSERT_EQ(dom.Name(left), dom.Name(right));
         ASSERT_EQ(dom.Text(SDOM_getNodeNSUri, left), dom.Text(SDOM_getNodeNSUri, right));
@@ -84,7 +84,7 @@ TEST(Serialise, IsStableForRealData) {
         }
         auto step = [&](SDOM_Node node) {
             if (auto child = dom.Get<SDOM_Node>(SDOM_getFirstChild, node)) return child;
-            for (; node; node = dom.Get<SDOM_Node>(SDOM_getParentNode, node))
+            for (; node != nullptr; node = dom.Get<SDOM_Node>(SDOM_getParentNode, node))
                 if (auto next = dom.Get<SDOM_Node>(SDOM_getNextSibling, node)) return next;
             return SDOM_Node{};
         };

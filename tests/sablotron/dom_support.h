@@ -4,6 +4,7 @@
 #include "sablotron/sdom.h"
 
 #include <gtest/gtest.h>
+
 #include <new>
 #include <optional>
 #include <string>
@@ -91,7 +92,7 @@ public:
 
 private:
     static std::string Freeable(char* text) {
-        std::string copy = text ? text : "(null)";
+        std::string copy = text != nullptr ? text : "(null)";
         SablotFree(text);
         return copy;
     }

@@ -26,7 +26,8 @@ protected:
             char* value = nullptr;
             SDOM_getNodeName(situation, node, &name);
             SDOM_getNodeValue(situation, node, &value);
-            members.push_back(std::string(name ? name : "") + (value ? std::string("=") + value : ""));
+            members.push_back(std::string(name != nullptr ? name : "")
+                              + (value != nullptr ? std::string("=") + value : ""));
             operator delete(name);
             operator delete(value);
         }

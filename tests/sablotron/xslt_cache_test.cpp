@@ -3,12 +3,13 @@
 #include "sablotron/tree.h"
 #include "tests/sablotron/xslt_fixture.h"
 
-#include <fstream>
 #include <libxml/parser.h>
 #include <libxslt/documents.h>
 #include <libxslt/xsltutils.h>
-#include <tuple>
 #include <unistd.h>
+
+#include <fstream>
+#include <tuple>
 
 namespace {
 
@@ -117,14 +118,14 @@ TEST_F(Cache, ChangedModulesAreSeen) {
 std::vector<std::string> Traces(const xmlDoc* tree) {
     std::vector<std::string> traces;
     const auto add = [&traces](const void* node, const void* psvi, unsigned flags, const void* extra) {
-        traces.push_back(std::to_string(reinterpret_cast<std::uintptr_t>(node)) + ' '
-                         + std::to_string(reinterpret_cast<std::uintptr_t>(psvi)) + ' ' + std::to_string(flags) + ' '
-                         + std::to_string(reinterpret_cast<std::uintptr_t>(extra)));
+        traces.push_back(std::to_string(reinterpret_cast<uintptr_t>(node)) + ' '
+                         + std::to_string(reinterpret_cast<uintptr_t>(psvi)) + ' ' + std::to_string(flags) + ' '
+                         + std::to_string(reinterpret_cast<uintptr_t>(extra)));
     };
     add(tree, tree->psvi, static_cast<unsigned>(tree->properties), tree->_private);
-    traces.emplace_back(tree->URL ? sablot::Chars(tree->URL) : "no URL");
+    traces.emplace_back(tree->URL != nullptr ? sablot::Chars(tree->URL) : "no URL");
     auto* root = reinterpret_cast<xmlNode*>(const_cast<xmlDoc*>(tree));
-    for (xmlNode* node = root->children; node; node = sablot::NextInTree(node, root)) {
+    for (xmlNode* node = root->children; node != nullptr; node = sablot::NextInTree(node, root)) {
         add(node, node->psvi, node->extra, node->_private);
         traces.push_back(std::to_string(node->line));
         if (!sablot::IsElement(node)) {
@@ -132,7 +133,7 @@ std::vector<std::string> Traces(const xmlDoc* tree) {
             continue;
         }
         add(node, node->content, 0, node->ns);
-        for (xmlAttr* attribute = node->properties; attribute; attribute = attribute->next)
+        for (xmlAttr* attribute = node->properties; attribute != nullptr; attribute = attribute->next)
             add(attribute, attribute->psvi, static_cast<unsigned>(attribute->atype), attribute->_private);
     }
     return traces;

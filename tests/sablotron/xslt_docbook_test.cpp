@@ -1,11 +1,12 @@
 // Real work: DocBook XSL makes HTML of an article, and the database of media types is queried.
 #include "tests/sablotron/xslt_fixture.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <fstream>
 #include <memory>
 #include <sstream>
-#include <unistd.h>
 
 namespace {
 
@@ -44,7 +45,7 @@ std::string OutputOf(const std::string& command) {
     const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
     std::string output;
     char buffer[4096];
-    while (const std::size_t count = std::fread(buffer, 1, sizeof buffer, pipe.get())) output.append(buffer, count);
+    while (const size_t count = std::fread(buffer, 1, sizeof buffer, pipe.get())) output.append(buffer, count);
     return output;
 }
 

@@ -4,9 +4,10 @@
 #include "sablotron/sablot.h"
 #include "sablotron/sdom.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <functional>
-#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
@@ -41,7 +42,7 @@ protected:
         SablotRegHandler(processor, SABLOT_HANDLER_MESSAGE, &handler, this);
     }
     ~XsltFixture() override {
-        if (processor) SablotDestroyProcessor(processor);
+        if (processor != nullptr) SablotDestroyProcessor(processor);
         for (SDOM_Document document : documents) SablotDestroyDocument(situation, document);
         SablotDestroySituation(situation);
     }
@@ -55,7 +56,7 @@ protected:
     std::string Text(SDOM_Document document) {
         char* text = nullptr;
         SDOM_docToString(situation, document, &text);
-        const std::string result = text ? text : "";
+        const std::string result = text != nullptr ? text : "";
         SablotFree(text);
         return result;
     }
@@ -88,7 +89,7 @@ protected:
     std::string Out() {
         char* text = nullptr;
         EXPECT_EQ(SablotGetResultArg(processor, "arg:/out", &text), 0);
-        const std::string result = text ? text : "(none)";
+        const std::string result = text != nullptr ? text : "(none)";
         std::free(text);
         return result;
     }
@@ -106,7 +107,7 @@ protected:
 
     static int Keep(void* self, SablotHandle, int code, int level, char** fields) {
         Message message{code, level, {}};
-        for (; *fields; ++fields) message.fields.emplace_back(*fields);
+        for (; *fields != nullptr; ++fields) message.fields.emplace_back(*fields);
         static_cast<XsltFixture*>(self)->messages.push_back(message);
         if (static_cast<XsltFixture*>(self)->onMessage) static_cast<XsltFixture*>(self)->onMessage();
         return 0;

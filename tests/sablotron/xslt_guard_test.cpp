@@ -2,11 +2,12 @@
 #include "sablotron/processor.h"
 #include "tests/sablotron/xslt_fixture.h"
 
+#include <gmock/gmock.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <gmock/gmock.h>
-#include <unistd.h>
 
 namespace {
 

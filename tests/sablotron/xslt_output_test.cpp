@@ -1,8 +1,9 @@
 // Results as text and as events.
 #include "tests/sablotron/xslt_fixture.h"
 
-#include <algorithm>
 #include <gmock/gmock.h>
+
+#include <algorithm>
 
 namespace {
 
@@ -136,7 +137,8 @@ protected:
         [](void* self, SablotHandle) { return Add(self, "start document"); },
         [](void* self, SablotHandle, const char* name, const char** attributes) {
             std::string event = std::string("<") + name;
-            for (; *attributes; attributes += 2) event += std::string(" ") + attributes[0] + "='" + attributes[1] + "'";
+            for (; *attributes != nullptr; attributes += 2)
+                event += std::string(" ") + attributes[0] + "='" + attributes[1] + "'";
             return Add(self, event);
         },
         [](void* self, SablotHandle, const char* name) { return Add(self, std::string("</") + name); },
@@ -149,7 +151,7 @@ protected:
             return Add(self, std::string("?") + target + " " + data);
         },
         [](void* self, SablotHandle, const char* text, int length) {
-            return Add(self, "\"" + std::string(text, static_cast<std::size_t>(length)) + "\"");
+            return Add(self, "\"" + std::string(text, static_cast<size_t>(length)) + "\"");
         },
         [](void* self, SablotHandle) { return Add(self, "end document"); }};
     std::vector<std::string> seen;
