@@ -1,5 +1,5 @@
 // Depth and width: nothing recurses, and loops over what is long or deep stay fast.
-#include "sablotron/parse.h"
+#include "sablotron/tree/parse.h"
 #include "tests/sablotron/dom_support.h"
 
 #include <pthread.h>

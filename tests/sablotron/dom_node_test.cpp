@@ -1,5 +1,5 @@
 // Reading nodes: exception texts, names, values, navigation, attribute lists, order, handles.
-#include "sablotron/situation.h"
+#include "sablotron/tree/situation.h"
 #include "tests/sablotron/dom_support.h"
 
 #include <gmock/gmock.h>

@@ -1,5 +1,5 @@
 // Parsing: what reaches the tree, what is refused, and that nothing outside the buffer is read.
-#include "sablotron/parse.h"
+#include "sablotron/tree/parse.h"
 #include "tests/sablotron/dom_support.h"
 
 #include <gmock/gmock.h>

@@ -1,4 +1,4 @@
-#include "sablotron/xpath_rewrite.h"
+#include "sablotron/tree/xpath_rewrite.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Which compiled stylesheets are kept and for how long, and that a run leaves no trace on trees.
-#include "sablotron/stylesheet.h"
-#include "sablotron/tree.h"
+#include "sablotron/transform/stylesheet.h"
+#include "sablotron/tree/tree.h"
 #include "tests/sablotron/xslt_fixture.h"
 
 #include <libxml/parser.h>

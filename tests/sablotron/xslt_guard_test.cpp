@@ -1,5 +1,5 @@
 // What a hostile stylesheet, source or query can do: each case would succeed, crash or never end without its guard.
-#include "sablotron/processor.h"
+#include "sablotron/transform/processor.h"
 #include "tests/sablotron/xslt_fixture.h"
 
 #include <gmock/gmock.h>

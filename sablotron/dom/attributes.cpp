@@ -1,0 +1,174 @@
+#include "sablotron/dom/attributes.h"
+
+#include "sablotron/dom/call.h"
+#include "sablotron/tree/bindings.h"
+#include "sablotron/tree/names.h"
+
+#include <libxml/valid.h>
+
+#include <string>
+
+namespace sablot {
+
+void AddIdIfAny(xmlAttr* attribute) {
+    bool isXmlId = (attribute->ns != nullptr) && View(attribute->ns->prefix) == "xml" && View(attribute->name) == "id";
+    if (!isXmlId || (attribute->parent == nullptr)) return;
+    xmlAddID(nullptr, attribute->doc, Chars(ValueOf(reinterpret_cast<xmlNode*>(attribute)).c_str()), attribute);
+}
+
+void RemoveIdIfAny(xmlAttr* attribute) {
+    if (attribute->atype == XML_ATTRIBUTE_ID) xmlRemoveID(attribute->doc, attribute);
+}
+
+xmlAttr* NewAttribute(Document& document, xmlNs* ns, const char* name, std::string_view value) {
+    xmlAttr* attribute = xmlNewDocProp(document.Tree(), Chars(name), nullptr);
+    if (attribute == nullptr) throw std::bad_alloc();
+    attribute->ns = ns;
+    try {
+        SetAttributeValue(attribute, value);
+    } catch (...) {
+        xmlFreeProp(attribute);
+        throw;
+    }
+    return attribute;
+}
+
+xmlNs* NewDeclaration(const xmlChar* prefix, std::string_view uri) {
+    xmlNs* declaration = xmlNewNs(nullptr, Chars(std::string(uri).c_str()), prefix);
+    if (declaration == nullptr) throw std::bad_alloc();
+    return declaration;
+}
+
+void SetDeclaredUri(xmlNs* declaration, std::string_view uri) {
+    xmlChar* copy = xmlStrndup(Chars(uri.data()), static_cast<int>(uri.size()));
+    if (copy == nullptr) throw std::bad_alloc();
+    xmlFree(const_cast<xmlChar*>(declaration->href));
+    declaration->href = copy;
+}
+
+NodeHandle* AdoptDetached(Document& document, xmlNode* node) {
+    NodeHandle* handle = document.HandleOf(node);
+    document.AddDetached(handle);
+    return handle;
+}
+
+NodeHandle* AdoptDetached(Document& document, xmlAttr* attribute) {
+    return AdoptDetached(document, reinterpret_cast<xmlNode*>(attribute));
+}
+
+NodeHandle* AdoptDetached(Document& document, xmlNs* declaration) {
+    NodeHandle* handle = document.HandleOf(declaration, nullptr);
+    document.AddDetached(handle);
+    return handle;
+}
+
+void SetAttributeValue(xmlAttr* attribute, std::string_view value) {
+    xmlNode* text =
+        Checked(xmlNewDocTextLen(attribute->doc, Chars(value.data()), static_cast<int>(value.size())), value);
+    bool wasId = attribute->atype == XML_ATTRIBUTE_ID;
+    RemoveIdIfAny(attribute);
+    xmlFreeNodeList(attribute->children);
+    attribute->children = attribute->last = text;
+    text->parent = reinterpret_cast<xmlNode*>(attribute);
+    if (wasId) xmlAddID(nullptr, attribute->doc, Chars(std::string(value).c_str()), attribute);
+}
+
+xmlAttr* FindAttribute(const xmlNode* element, std::string_view qualifiedName) {
+    for (xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next) {
+        std::string_view prefix = attribute->ns != nullptr ? View(attribute->ns->prefix) : std::string_view();
+        std::string_view name = View(attribute->name);
+        if (prefix.empty()
+                ? name == qualifiedName
+                : qualifiedName.size() == prefix.size() + 1 + name.size() && qualifiedName.starts_with(prefix)
+                      && qualifiedName[prefix.size()] == ':' && qualifiedName.ends_with(name))
+            return attribute;
+    }
+    return nullptr;
+}
+
+xmlAttr* FindAttribute(const xmlNode* element, std::string_view uri, std::string_view localName) {
+    for (xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next)
+        if (View(attribute->name) == localName && (attribute->ns != nullptr ? View(attribute->ns->href) : "") == uri)
+            return attribute;
+    return nullptr;
+}
+
+xmlNs* OwnDeclaration(const xmlNode* element, std::string_view prefix) {
+    xmlNs* declaration = element->nsDef;
+    while ((declaration != nullptr) && View(declaration->prefix) != prefix) declaration = declaration->next;
+    return declaration;
+}
+
+bool IsDeclarationName(std::string_view qualifiedName, std::string_view& prefix) {
+    if (qualifiedName == "xmlns") {
+        prefix = {};
+        return true;
+    }
+    if (!qualifiedName.starts_with("xmlns:")) return false;
+    prefix = qualifiedName.substr(6);
+    return true;
+}
+
+xmlNode* FindNamed(const xmlNode* element, std::string_view qualifiedName) {
+    std::string_view prefix;
+    if (IsDeclarationName(qualifiedName, prefix)) return reinterpret_cast<xmlNode*>(OwnDeclaration(element, prefix));
+    return reinterpret_cast<xmlNode*>(FindAttribute(element, qualifiedName));
+}
+
+xmlNode* FindNamed(const xmlNode* element, std::string_view uri, std::string_view localName) {
+    if (uri == XMLNS_URI)
+        return reinterpret_cast<xmlNode*>(OwnDeclaration(element, localName == "xmlns" ? "" : localName));
+    return reinterpret_cast<xmlNode*>(FindAttribute(element, uri, localName));
+}
+
+NodeHandle* HandleOn(Document& document, xmlNode* element, xmlNode* found) {
+    if ((found == nullptr) || !IsDeclaration(found)) return document.HandleOf(found);
+    return document.HandleOf(AsDeclaration(found), element);
+}
+
+void Attach(Document& document, xmlNode* element, xmlAttr* attribute) {
+    document.RemoveDetached(document.HandleOf(attribute));
+    xmlAttr* last = element->properties;
+    while ((last != nullptr) && (last->next != nullptr)) last = last->next;
+    (last != nullptr ? last->next : element->properties) = attribute;
+    attribute->prev = last;
+    attribute->parent = element;
+    AddIdIfAny(attribute);
+    document.Touch();
+}
+
+NodeHandle* Detach(Document& document, xmlAttr* attribute) {
+    RemoveIdIfAny(attribute);
+    (attribute->prev != nullptr ? attribute->prev->next : attribute->parent->properties) = attribute->next;
+    if (attribute->next != nullptr) attribute->next->prev = attribute->prev;
+    attribute->parent = nullptr;
+    attribute->prev = attribute->next = nullptr;
+    if (attribute->ns != nullptr) attribute->ns = document.LooseBinding(attribute->ns->prefix, attribute->ns->href);
+    document.Touch();
+    return AdoptDetached(document, attribute);
+}
+
+void Attach(Document& document, xmlNode* element, xmlNs* declaration) {
+    NodeHandle* handle = document.HandleOf(declaration, nullptr);
+    if (handle->IsDetached()) document.RemoveDetached(handle);
+    handle->SetOwner(element);
+    xmlNs** end = &element->nsDef;
+    while (*end != nullptr) end = &(*end)->next;
+    *end = declaration;
+    Reconcile(document, element);
+    document.Touch();
+}
+
+// Of a declaration that nothing uses.
+NodeHandle* Detach(Document& document, xmlNode* element, xmlNs* declaration) {
+    NodeHandle* handle = document.HandleOf(declaration, element);
+    xmlNs** place = &element->nsDef;
+    while (*place != declaration) place = &(*place)->next;
+    *place = declaration->next;
+    declaration->next = nullptr;
+    document.AddDetached(handle);
+    document.Touch();
+    return handle;
+}
+
+} // namespace sablot

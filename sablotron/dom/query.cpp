@@ -1,0 +1,353 @@
+// Queries: XPath 1.0 over live trees.
+#include "sablotron/dom/caches.h"
+#include "sablotron/dom/call.h"
+#include "sablotron/transform/stack_guard.h"
+#include "sablotron/tree/bindings.h"
+#include "sablotron/tree/xpath_rewrite.h"
+
+#include <libxml/globals.h>
+#include <libxml/xpathInternals.h>
+
+#include <algorithm>
+#include <deque>
+#include <list>
+#include <unordered_map>
+
+// The nodes of a result. Handles are made when an item is asked for: nodes live as long as their document.
+struct SDOM_NodeListRecord {
+    struct Item {
+        xmlNode* node;
+        SDOM_Node handle; // of a namespace declaration, which no node pointer finds again
+    };
+    std::shared_ptr<sablot::Document*> document;
+    std::vector<Item> items;
+};
+
+namespace sablot {
+namespace {
+
+constexpr size_t MAX_COMPILED = 128;
+constexpr int MAX_DEPTH = 5000;     // libxml2's limit on the depth of an expression
+constexpr size_t DEPTH_BYTES = 256; // of the stack for one level of it
+
+struct ExpressionDeleter {
+    void operator()(xmlXPathCompExpr* expression) const { xmlXPathFreeCompExpr(expression); }
+};
+struct ContextDeleter {
+    void operator()(xmlXPathContext* context) const { xmlXPathFreeContext(context); }
+};
+struct ObjectDeleter {
+    void operator()(xmlXPathObject* object) const { xmlXPathFreeObject(object); }
+};
+using ObjectPointer = std::unique_ptr<xmlXPathObject, ObjectDeleter>;
+
+bool Contains(std::string_view text, std::initializer_list<std::string_view> parts) {
+    return std::any_of(parts.begin(), parts.end(),
+                       [text](std::string_view part) { return text.find(part) != std::string_view::npos; });
+}
+
+// What the numbers of elements, by which libxml2 compares nodes, do for a query.
+enum class Numbers {
+    USELESS,    // steps go down only: what they find needs no sorting, or hardly any
+    USEFUL,     // sorting looks for the way from node to node unless elements are numbered
+    MISLEADING, // elements come together with text: libxml2 puts text that follows an element before what is in it
+};
+
+Numbers NumbersFor(std::string_view text) {
+    if (Contains(text, {"node("}) || (Contains(text, {"|"}) && Contains(text, {"text", "comment", "processing"})))
+        return Numbers::MISLEADING;
+    const size_t first = text.find("//");
+    const bool again = first != std::string_view::npos && text.find("//", first + 2) != std::string_view::npos;
+    return again || Contains(text, {"|", "..", "::"}) ? Numbers::USEFUL : Numbers::USELESS;
+}
+
+struct Query {
+    std::unique_ptr<xmlXPathCompExpr, ExpressionDeleter> expression;
+    std::vector<std::string> prefixes; // that the text uses
+    Numbers numbers = Numbers::USELESS;
+};
+
+// The bindings of one evaluation. An empty `defaultPrefix`: unprefixed names are in no namespace.
+struct Bindings {
+    std::vector<xmlNs*> declarations;
+    std::string defaultPrefix;
+
+    const xmlNs* Find(std::string_view prefix) const {
+        for (const xmlNs* declaration : declarations)
+            if (View(declaration->prefix) == prefix) return declaration;
+        return nullptr;
+    }
+};
+
+// The compiled queries of a thread, the latest used first, and the context that they are evaluated in.
+class QueryEngine {
+public:
+    QueryEngine() : context_(xmlXPathNewContext(nullptr)) {
+        if (!context_) throw std::bad_alloc();
+        context_->error = [](void*, xmlErrorPtr) {};
+        xmlXPathContextSetCache(context_.get(), 1, -1, 0);
+    }
+
+    // Null when the text does not parse. It lives until the next call.
+    const Query* Find(std::string_view text, const std::string& defaultPrefix) {
+        std::string key = defaultPrefix + '\0';
+        key.append(text);
+        if (const auto found = index_.find(key); found != index_.end()) {
+            queries_.splice(queries_.begin(), queries_, found->second);
+            return &queries_.front().second;
+        }
+        const std::string rewritten =
+            defaultPrefix.empty() ? std::string(text) : QualifyElementNames(text, defaultPrefix);
+        Query query;
+        const GenericErrors silence;
+        Reset(0);
+        query.expression.reset(xmlXPathCtxtCompile(context_.get(), Chars(rewritten.c_str())));
+        if (!query.expression) return nullptr;
+        for (const std::string_view prefix : PrefixesOf(text)) query.prefixes.emplace_back(prefix);
+        query.numbers = NumbersFor(text);
+        if (queries_.size() == MAX_COMPILED) {
+            index_.erase(queries_.back().first);
+            queries_.pop_back();
+        }
+        queries_.emplace_front(key, std::move(query));
+        index_.emplace(std::move(key), queries_.begin());
+        return &queries_.front().second;
+    }
+
+    // Null when it fails.
+    ObjectPointer Evaluate(const Query& query, xmlDoc* tree, xmlNode* node, const Bindings& bindings) {
+        const GenericErrors silence;
+        // An expression nested deeper than what is left of the stack fails, as one beyond libxml2's limit does.
+        const size_t remaining = RemainingStack() / DEPTH_BYTES;
+        Reset(MAX_DEPTH - static_cast<int>(std::min(remaining, static_cast<size_t>(MAX_DEPTH))));
+        context_->doc = tree;
+        context_->node = node;
+        std::vector<xmlNs*> declarations = bindings.declarations;
+        context_->namespaces = declarations.data();
+        context_->nsNr = static_cast<int>(declarations.size());
+        ObjectPointer value(xmlXPathCompiledEval(query.expression.get(), context_.get()));
+        Reset(0);
+        return value;
+    }
+
+private:
+    // What libxml2 says beside its structured errors.
+    class GenericErrors {
+    public:
+        GenericErrors() : handler_(xmlGenericError), data_(xmlGenericErrorContext) {
+            xmlSetGenericErrorFunc(nullptr, Drop);
+        }
+        GenericErrors(const GenericErrors&) = delete;
+        GenericErrors& operator=(const GenericErrors&) = delete;
+        ~GenericErrors() { xmlSetGenericErrorFunc(data_, handler_); }
+
+    private:
+        static void Drop(void*, const char*, ...) {}
+
+        xmlGenericErrorFunc handler_;
+        void* data_;
+    };
+
+    void Reset(int depth) {
+        context_->doc = nullptr;
+        context_->node = nullptr;
+        context_->namespaces = nullptr;
+        context_->nsNr = 0;
+        context_->opLimit = MAX_XPATH_OPERATIONS;
+        context_->opCount = 0;
+        context_->depth = depth;
+        xmlResetError(&context_->lastError);
+    }
+
+    using Entry = std::pair<std::string, Query>;
+    std::unique_ptr<xmlXPathContext, ContextDeleter> context_;
+    std::list<Entry> queries_;
+    std::unordered_map<std::string, std::list<Entry>::iterator> index_;
+};
+
+// Numbers the elements of the tree as libxml2 does, or takes the numbers away, for a query that starts at the node.
+// They stay until they are wrong. The elements of a detached tree, which is small as a rule, never keep theirs.
+void NumberElements(Document& document, xmlNode* node, Numbers numbers) {
+    xmlNode* root = node;
+    while (root->parent != nullptr) root = root->parent;
+    bool wanted = false;
+    if (root->type == XML_DOCUMENT_NODE) {
+        const unsigned now = document.EditCount() + 1;
+        wanted = numbers == Numbers::USEFUL && node->type != XML_TEXT_NODE && node->type != XML_COMMENT_NODE
+                 && node->type != XML_PI_NODE && node->type != XML_CDATA_SECTION_NODE;
+        if (document.numberedAt == now && numbers != Numbers::MISLEADING) return;
+        if (document.numberedAt == 0 && !wanted) return;
+        document.numberedAt = wanted ? now : 0;
+    }
+    ptrdiff_t number = 0;
+    for (xmlNode* element = root; element != nullptr; element = NextInTree(element, root))
+        if (IsElement(element)) element->content = wanted ? reinterpret_cast<xmlChar*>(--number) : nullptr;
+}
+
+struct NodeSetDeleter {
+    void operator()(xmlNodeSet* nodes) const { xmlXPathFreeNodeSet(nodes); }
+};
+
+// The parent that libxml2's axes take for granted, given to an attribute that stands on no element for one evaluation.
+class ScratchParent {
+public:
+    explicit ScratchParent(xmlNode* node) {
+        if (node->type != XML_ATTRIBUTE_NODE || (node->parent != nullptr)) return;
+        attribute_ = node;
+        element_.type = XML_ELEMENT_NODE;
+        element_.name = Chars("");
+        element_.doc = node->doc;
+        element_.properties = reinterpret_cast<xmlAttr*>(node);
+        node->parent = &element_;
+    }
+    ScratchParent(const ScratchParent&) = delete;
+    ScratchParent& operator=(const ScratchParent&) = delete;
+    ~ScratchParent() {
+        if (attribute_ != nullptr) attribute_->parent = nullptr;
+    }
+
+    bool Is(const xmlNode* node) const { return node == &element_; }
+
+private:
+    xmlNode* attribute_ = nullptr;
+    xmlNode element_{};
+};
+
+SDOM_NodeListRecord::Item ItemOf(Document& document, xmlNode* node) {
+    if (node->type != XML_NAMESPACE_DECL) return {node, nullptr};
+    const auto* copy = reinterpret_cast<const xmlNs*>(node);
+    auto* element = reinterpret_cast<xmlNode*>(copy->next);
+    const Binding binding = FindBinding(document, element, copy->prefix);
+    return {nullptr, binding.declaration != nullptr ? document.HandleOf(binding.declaration, binding.owner) : nullptr};
+}
+
+// To XPath each element has namespace nodes of its own, of which libxml2 does not know the order; here the declaration
+// is the node.
+void SortDeclarations(Document& document, std::vector<SDOM_NodeListRecord::Item>& items) {
+    if (std::none_of(items.begin(), items.end(), [](const auto& item) { return !item.node; })) return;
+    for (SDOM_NodeListRecord::Item& item : items)
+        if (item.node != nullptr) item.handle = document.HandleOf(item.node);
+    OrderIndex& order = document.GetCaches().order;
+    std::erase_if(items, [](const auto& item) { return !item.handle; });
+    std::stable_sort(items.begin(), items.end(), [&order](const auto& left, const auto& right) {
+        return order.Compare(left.handle, right.handle) < 0;
+    });
+    items.erase(std::unique(items.begin(), items.end(),
+                            [](const auto& left, const auto& right) { return left.handle == right.handle; }),
+                items.end());
+}
+
+// `named` are the bindings that the text may use, `bindings` also holds that of the default prefix.
+SDOM_Exception Run(std::string_view text, SDOM_Node handle, const Bindings& named, const Bindings& bindings,
+                   SDOM_NodeList* list) {
+    thread_local QueryEngine engine;
+    Document& document = *handle->document;
+    const Query* query = engine.Find(text, bindings.defaultPrefix);
+    if (query == nullptr) return SDOM_QUERY_PARSE_ERR;
+    for (const std::string& prefix : query->prefixes)
+        if (prefix != "xml" && (named.Find(prefix) == nullptr)) return SDOM_QUERY_PARSE_ERR;
+
+    xmlNode* node = handle->node;
+    xmlNode* anchor = node;
+    // A namespace declaration as XPath sees it, a node of one element.
+    const std::unique_ptr<xmlNodeSet, NodeSetDeleter> namespaceNode(xmlXPathNodeSetCreate(nullptr));
+    if (node->type == XML_NAMESPACE_DECL) {
+        anchor = handle->Owner();
+        if ((anchor == nullptr)
+            || xmlXPathNodeSetAddNs(namespaceNode.get(), anchor, reinterpret_cast<xmlNs*>(node)) < 0)
+            return SDOM_QUERY_EXECUTION_ERR;
+        node = namespaceNode->nodeTab[0];
+    }
+    NumberElements(document, anchor, query->numbers);
+    const ScratchParent parent(node);
+    const ObjectPointer value = engine.Evaluate(*query, document.Tree(), node, bindings);
+    if (!value || value->type != XPATH_NODESET) return SDOM_QUERY_EXECUTION_ERR;
+
+    auto result = std::make_unique<SDOM_NodeListRecord>();
+    result->document = document.Anchor();
+    if (const xmlNodeSet* nodes = value->nodesetval) {
+        result->items.reserve(static_cast<size_t>(nodes->nodeNr));
+        for (int i = 0; i < nodes->nodeNr; ++i)
+            if (!parent.Is(nodes->nodeTab[i])) result->items.push_back(ItemOf(document, nodes->nodeTab[i]));
+        SortDeclarations(document, result->items);
+    }
+    *list = result.release();
+    return SDOM_OK;
+}
+
+} // namespace
+} // namespace sablot
+
+using namespace sablot;
+
+SDOM_Exception SDOM_xql(SablotSituation situation, const char* query, SDOM_Node node, SDOM_NodeList* list) {
+    if (list == nullptr) return Record(situation, SDOM_NOT_FOUND_ERR);
+    *list = nullptr;
+    return CallOnNode(situation, node, [&](xmlNode*) {
+        Bindings bindings;
+        xmlNs defaultBinding{};
+        if (const xmlNode* root = node->document->Root()) {
+            for (xmlNs* declaration = root->nsDef; declaration != nullptr; declaration = declaration->next)
+                if (declaration->prefix != nullptr)
+                    bindings.declarations.push_back(declaration);
+                else
+                    defaultBinding = *declaration;
+        }
+        if ((defaultBinding.href != nullptr) && *defaultBinding.href) {
+            bindings.defaultPrefix = "default";
+            while (bindings.Find(bindings.defaultPrefix) != nullptr) bindings.defaultPrefix += '-';
+        }
+        const Bindings named = bindings;
+        if (!bindings.defaultPrefix.empty()) {
+            defaultBinding.next = nullptr;
+            defaultBinding.prefix = Chars(bindings.defaultPrefix.c_str());
+            bindings.declarations.push_back(&defaultBinding);
+        }
+        return Run(Argument(query), node, named, bindings, list);
+    });
+}
+
+SDOM_Exception SDOM_xql_ns(SablotSituation situation, const char* query, SDOM_Node node, const char* const* namespaces,
+                           SDOM_NodeList* list) {
+    if (list == nullptr) return Record(situation, SDOM_NOT_FOUND_ERR);
+    *list = nullptr;
+    return CallOnNode(situation, node, [&](xmlNode*) {
+        std::deque<xmlNs> declarations;
+        Bindings bindings;
+        for (; (namespaces != nullptr) && (namespaces[0] != nullptr) && (namespaces[1] != nullptr); namespaces += 2) {
+            if (!*namespaces[0]) continue;
+            xmlNs& declaration = declarations.emplace_back();
+            declaration = {};
+            declaration.type = XML_LOCAL_NAMESPACE;
+            declaration.prefix = Chars(namespaces[0]);
+            declaration.href = Chars(namespaces[1]);
+            bindings.declarations.push_back(&declaration);
+        }
+        return Run(Argument(query), node, bindings, bindings, list);
+    });
+}
+
+SDOM_Exception SDOM_getNodeListLength(SablotSituation situation, SDOM_NodeList list, int* length) {
+    if (length != nullptr) *length = 0;
+    if ((list == nullptr) || (length == nullptr)) return Record(situation, SDOM_NOT_FOUND_ERR);
+    *length = static_cast<int>(list->items.size());
+    return Record(situation, SDOM_OK);
+}
+
+SDOM_Exception SDOM_getNodeListItem(SablotSituation situation, SDOM_NodeList list, int index, SDOM_Node* node) {
+    if (node != nullptr) *node = nullptr;
+    if ((list == nullptr) || (node == nullptr)) return Record(situation, SDOM_NOT_FOUND_ERR);
+    return Call(situation, [&] {
+        if (index < 0 || static_cast<size_t>(index) >= list->items.size()) return SDOM_INDEX_SIZE_ERR;
+        Document* document = *list->document;
+        if (document == nullptr) return SDOM_NOT_FOUND_ERR;
+        const SDOM_NodeListRecord::Item& item = list->items[static_cast<size_t>(index)];
+        *node = item.handle != nullptr ? item.handle : document->HandleOf(item.node);
+        return SDOM_OK;
+    });
+}
+
+SDOM_Exception SDOM_disposeNodeList(SablotSituation situation, SDOM_NodeList list) {
+    delete list;
+    return Record(situation, SDOM_OK);
+}

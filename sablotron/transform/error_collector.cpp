@@ -1,0 +1,350 @@
+#include "sablotron/transform/error_collector.h"
+
+#include "sablotron/tree/tree.h"
+#include "sablotron/tree/xpath_rewrite.h"
+
+#include <libxml/globals.h>
+#include <libxml/xpath.h>
+#include <libxslt/xslt.h>
+#include <libxslt/xsltutils.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+#include <utility>
+
+namespace sablot {
+namespace {
+
+// What libxslt writes before the text of a report: the kind of report, then where it belongs.
+struct PlaceFormat {
+    std::string_view format;
+    bool hasUri, hasLine, hasName;
+};
+constexpr PlaceFormat PLACE_FORMATS[] = {
+    {"%s: file %s line %d element %s\n", true, true, true},
+    {"%s: file %s element %s\n", true, false, true},
+    {"%s: file %s line %d\n", true, true, false},
+    {"%s: file %s\n", true, false, false},
+    {"%s: element %s\n", false, false, true},
+    {"%s\n", false, false, false},
+};
+
+// What the text of a report says about its code. Without an entry it is 1.
+struct TextCode {
+    std::string_view part;
+    int code;
+};
+constexpr TextCode TEXT_CODES[] = {
+    {"unknown xsl:", CODE_UNKNOWN_INSTRUCTION},         {"xsltParseStylesheetTop: unknown", CODE_UNKNOWN_INSTRUCTION},
+    {"was not compiled", CODE_UNKNOWN_INSTRUCTION},     {"failed to compile", CODE_XPATH_SYNTAX},
+    {"could not compile", CODE_XPATH_SYNTAX},           {"no namespace bound to prefix", CODE_UNBOUND_PREFIX},
+    {"bound to undefined prefix", CODE_UNBOUND_PREFIX}, {"has not been declared", CODE_UNDECLARED_VARIABLE},
+    {"The called template", CODE_UNKNOWN_TEMPLATE},
+};
+
+// Reports about a stylesheet that do not keep it from being compiled.
+constexpr std::string_view WARNINGS[] = {
+    "xsl:version: only 1.1 features are supported",
+    "xsl:version is missing",
+    "Namespaces prefix ",
+    "xsl:extension-element-prefix : undefined namespace",
+    "xsl:exclude-result-prefixes : undefined namespace",
+    "xsltSortComp: ",
+    "xsl:number : ",
+    "XSLT-with-param: The content should be empty",
+    "XSLT-param: The content should be empty",
+    "invalid value for method",
+    "disable-output-escaping allows only",
+};
+
+// What an XPath error is when an instruction runs. Without an entry it is 1.
+struct XPathCode {
+    int libxml2;
+    int code;
+};
+constexpr XPathCode RUN_CODES[] = {
+    {XML_XPATH_UNDEF_VARIABLE_ERROR, CODE_UNDECLARED_VARIABLE},
+    {XML_XPATH_UNKNOWN_FUNC_ERROR, CODE_UNKNOWN_FUNCTION},
+    {XML_XPATH_UNDEF_PREFIX_ERROR, CODE_UNBOUND_PREFIX},
+};
+
+int CodeOf(const std::string& text) {
+    for (const TextCode& known : TEXT_CODES)
+        if (text.find(known.part) != std::string::npos) return known.code;
+    return CODE_OTHER;
+}
+
+std::string Format(const char* format, std::va_list arguments) {
+    std::va_list again;
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, arguments);
+    std::string text(length < 0 ? 0 : static_cast<size_t>(length), '\0');
+    if (length > 0) std::vsnprintf(text.data(), text.size() + 1, format, again);
+    va_end(again);
+    return text;
+}
+
+// The first line, without blanks around it.
+std::string FirstLine(std::string_view text) {
+    text = text.substr(0, text.find('\n'));
+    const size_t first = text.find_first_not_of(" \t\r");
+    if (first == std::string_view::npos) return {};
+    return std::string(text.substr(first, text.find_last_not_of(" \t\r") - first + 1));
+}
+
+bool IsXslt(const xmlNode* node) { return (node->ns != nullptr) && View(node->ns->href) == Chars(XSLT_NAMESPACE); }
+
+// The first prefix in an expression of the instruction that nothing binds there; "" when there is none.
+std::string UnboundPrefix(const xmlNode* instruction) {
+    constexpr std::string_view EXPRESSIONS[] = {"select", "test", "match", "use", "count", "from", "value"};
+    if ((instruction == nullptr) || !IsElement(instruction)) return {};
+    auto* element = const_cast<xmlNode*>(instruction);
+    for (const xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next) {
+        const std::string_view value =
+            attribute->children != nullptr ? View(attribute->children->content) : std::string_view();
+        const bool whole = IsXslt(element)
+                           && std::find(std::begin(EXPRESSIONS), std::end(EXPRESSIONS), View(attribute->name))
+                                  != std::end(EXPRESSIONS);
+        // Anywhere else expressions stand in braces.
+        for (size_t at = 0; at < value.size();) {
+            const size_t begin = whole ? 0 : value.find('{', at);
+            if (begin == std::string_view::npos) break;
+            const size_t end = whole ? value.size() : std::min(value.find('}', begin), value.size());
+            for (const std::string_view name : PrefixesOf(value.substr(begin, end - begin))) {
+                const std::string prefix(name);
+                if (xmlSearchNs(element->doc, element, Chars(prefix.c_str())) == nullptr) return prefix;
+            }
+            at = end + 1;
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+ErrorCollector::ErrorCollector()
+    : oldStructured_(xmlStructuredError),
+      oldStructuredContext_(xmlStructuredErrorContext),
+      oldLibxml2_(xmlGenericError),
+      oldLibxml2Context_(xmlGenericErrorContext),
+      oldLibxslt_(xsltGenericError),
+      oldLibxsltContext_(xsltGenericErrorContext) {
+    xmlSetStructuredErrorFunc(this, OnStructured);
+    xmlSetGenericErrorFunc(this, OnLibxml2);
+    xsltSetGenericErrorFunc(this, OnLibxslt);
+}
+
+ErrorCollector::~ErrorCollector() {
+    xsltSetGenericErrorFunc(oldLibxsltContext_, oldLibxslt_);
+    xmlSetGenericErrorFunc(oldLibxml2Context_, oldLibxml2_);
+    xmlSetStructuredErrorFunc(oldStructuredContext_, oldStructured_);
+    xmlResetLastError();
+}
+
+void ErrorCollector::TakeLines(xmlDoc* module) {
+    auto* root = reinterpret_cast<xmlNode*>(module);
+    for (xmlNode* node = root; node != nullptr; node = NextInTree(node, root)) {
+        if (!IsElement(node) || node->line != MAX_NODE_LINE) continue;
+        lines_->emplace(node, LineOf(node));
+        node->psvi = nullptr;
+    }
+}
+
+Message ErrorCollector::At(const xmlNode* instruction) const {
+    Message message;
+    if ((instruction == nullptr) || !IsElement(instruction)) return message;
+    if ((instruction->doc != nullptr) && (instruction->doc->URL != nullptr)) message.uri = Chars(instruction->doc->URL);
+    const auto line = lines_->find(instruction);
+    message.line = static_cast<int>(line == lines_->end() ? xmlGetLineNo(instruction) : line->second);
+    message.node = "element '<";
+    if ((instruction->ns != nullptr) && (instruction->ns->prefix != nullptr))
+        message.node.append(Chars(instruction->ns->prefix)).append(":");
+    message.node.append(Chars(instruction->name)).append(">'");
+    return message;
+}
+
+void ErrorCollector::Fail(Message message) {
+    Place place{message.uri, message.line, {}, nullptr};
+    if (place.line == 0 && (run_ != nullptr)) place.instruction = CurrentInstruction();
+    Keep(message.code, std::move(message.text), place);
+}
+
+void ErrorCollector::Settle() {
+    if (!failure_ && xpathError_) OnReport({}, {{}, 0, {}, xpathError_->instruction});
+    if (!failure_ && unplaced_) Keep(unplaced_->code, unplaced_->text, {});
+    if (!failure_) Keep(CODE_OTHER, lastText_.empty() ? "failed for an unknown reason" : lastText_, {});
+}
+
+Message ErrorCollector::Take() {
+    Settle();
+    return std::move(*std::exchange(failure_, std::nullopt));
+}
+
+std::optional<ErrorCollector::ParserError> ErrorCollector::TakeParserError() {
+    return std::exchange(parserError_, std::nullopt);
+}
+
+void ErrorCollector::OnStructured(void* self, xmlErrorPtr error) {
+    auto& collector = *static_cast<ErrorCollector*>(self);
+    if (error == nullptr) return;
+    if (error->domain == XML_FROM_XPATH) {
+        collector.OnXPath(*error);
+    } else if (!collector.parserError_ && (error->level == XML_ERR_FATAL || error->domain == XML_FROM_NAMESPACE)) {
+        collector.parserError_ = {"XML parser error " + std::to_string(error->code) + ": "
+                                      + FirstLine(error->message != nullptr ? error->message : ""),
+                                  error->line};
+    }
+}
+
+// Explains the XPath error that follows, as in "xmlXPathCompOpEval: function f not found".
+void ErrorCollector::OnLibxml2(void* self, const char* format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    const std::string text = FirstLine(Format(format, arguments));
+    va_end(arguments);
+    const size_t colon = text.find(": ");
+    auto& collector = *static_cast<ErrorCollector*>(self);
+    collector.explanation_ = {0, colon == std::string::npos ? text : text.substr(colon + 2),
+                              collector.CurrentInstruction()};
+}
+
+void ErrorCollector::OnLibxslt(void* self, const char* format, ...) {
+    auto& collector = *static_cast<ErrorCollector*>(self);
+    std::va_list arguments;
+    va_start(arguments, format);
+    if (!collector.ReadPlace(format, arguments)) {
+        std::string text = FirstLine(Format(format, arguments));
+        if (const std::optional<Place> place = std::exchange(collector.place_, std::nullopt)) {
+            collector.OnReport(std::move(text), *place);
+        } else if (text.find("was not compiled") != std::string::npos) {
+            collector.OnReport(std::move(text), {{}, 0, {}, collector.CurrentInstruction()});
+        } else if (!text.empty()) {
+            collector.lastText_ = std::move(text);
+        }
+    }
+    va_end(arguments);
+}
+
+bool ErrorCollector::ReadPlace(const char* format, std::va_list arguments) {
+    for (const PlaceFormat& known : PLACE_FORMATS) {
+        if (known.format != format) continue;
+        std::va_list values;
+        va_copy(values, arguments);
+        va_arg(values, const char*); // the kind
+        const char* uri = known.hasUri ? va_arg(values, const char*) : nullptr;
+        const int line = known.hasLine ? va_arg(values, int) : 0;
+        const char* name = known.hasName ? va_arg(values, const char*) : nullptr;
+        va_end(values);
+        place_ = Place{uri != nullptr ? uri : "", line, name != nullptr ? name : "", nullptr};
+        return true;
+    }
+    return false;
+}
+
+void ErrorCollector::OnXPath(const xmlError& error) {
+    // What libxml2 hands to handlers of its own has no text.
+    static constexpr const char* UNKNOWN = "XPath error";
+    xpathError_ = {error.code, error.message != nullptr ? FirstLine(error.message) : UNKNOWN, CurrentInstruction()};
+}
+
+void ErrorCollector::OnReport(std::string text, Place place) {
+    if (place.instruction == nullptr) place.instruction = FindInstruction(place, text);
+    if ((run_ != nullptr) && (place.instruction == nullptr)) place.instruction = CurrentInstruction();
+    if (failure_) {
+        // What asked for a module that could not be loaded is known only now.
+        if ((run_ == nullptr) && failure_->uri.empty()) SetPlace(place);
+        return;
+    }
+    if ((run_ == nullptr) && std::any_of(std::begin(WARNINGS), std::end(WARNINGS), [&text](std::string_view warning) {
+            return text.find(warning) != std::string::npos;
+        }))
+        return;
+
+    const auto belongsHere = [this, &text](const std::optional<Detail>& detail) {
+        return detail && (text.empty() || (run_ == nullptr) || detail->instruction == CurrentInstruction());
+    };
+    const std::optional<Detail> xpath = std::exchange(xpathError_, std::nullopt);
+    const std::optional<Detail> explanation = std::exchange(explanation_, std::nullopt);
+    int code = CodeOf(text);
+    if (belongsHere(explanation) && code == CODE_OTHER) {
+        code = CodeOf(explanation->text);
+        if (code != CODE_OTHER) text = explanation->text;
+    }
+    if (belongsHere(xpath) && (code == CODE_OTHER || code == CODE_XPATH_SYNTAX)) {
+        if (run_ == nullptr) code = CODE_XPATH_SYNTAX;
+        for (const XPathCode& known : RUN_CODES)
+            if ((run_ != nullptr) && xpath->code == known.libxml2) code = known.code;
+        if (code == CODE_OTHER || code == CODE_XPATH_SYNTAX)
+            text = text.empty() ? xpath->text : text + " (" + xpath->text + ")";
+        else
+            text = belongsHere(explanation) ? explanation->text : xpath->text;
+        if (code == CODE_UNBOUND_PREFIX) text += ": " + UnboundPrefix(place.instruction);
+    }
+    if (unplaced_) {
+        if (unplaced_->code != CODE_OTHER) code = unplaced_->code;
+        text += " (" + unplaced_->text + ")";
+        unplaced_.reset();
+    }
+    if (place.IsKnown()) {
+        Keep(code, std::move(text), place);
+    } else {
+        unplaced_.emplace();
+        unplaced_->code = code;
+        unplaced_->text = std::move(text);
+    }
+}
+
+// Only the line as libxml2 finds it, which stays at 65535 beyond that, and a name say which instruction is meant: of
+// several the one is taken whose expression the text quotes.
+const xmlNode* ErrorCollector::FindInstruction(const Place& place, const std::string& text) const {
+    const auto isMeant = [&place](const xmlNode* node) {
+        return View(node->name) == place.name && xmlGetLineNo(node) == place.line;
+    };
+    const auto isQuoted = [&text](const xmlNode* node) {
+        for (const xmlAttr* attribute = node->properties; attribute != nullptr; attribute = attribute->next)
+            if ((attribute->children != nullptr)
+                && text.find("'" + std::string(View(attribute->children->content)) + "'") != std::string::npos)
+                return true;
+        return false;
+    };
+    if (place.name.empty()) return nullptr;
+    if (const xmlNode* current = CurrentInstruction(); (current != nullptr) && isMeant(current)) return current;
+    // Of modules with the same URI the last one is the one at work.
+    const auto module = std::find_if(modules_.rbegin(), modules_.rend(),
+                                     [&place](const xmlDoc* tree) { return View(tree->URL) == place.uri; });
+    if (module == modules_.rend()) return nullptr;
+    auto* root = reinterpret_cast<xmlNode*>(const_cast<xmlDoc*>(*module));
+    const xmlNode* first = nullptr;
+    for (xmlNode* node = root; node != nullptr; node = NextInTree(node, root)) {
+        if (!IsElement(node) || !isMeant(node)) continue;
+        if (isQuoted(node)) return node;
+        if (first == nullptr) first = node;
+    }
+    return first;
+}
+
+const xmlNode* ErrorCollector::CurrentInstruction() const {
+    const xmlNode* node = run_ != nullptr ? run_->inst : nullptr;
+    while ((node != nullptr) && !IsElement(node)) node = node->parent;
+    return node;
+}
+
+void ErrorCollector::Keep(int code, std::string text, const Place& place) {
+    if (run_ != nullptr) run_->state = XSLT_STATE_STOPPED;
+    if (failure_) return;
+    failure_.emplace();
+    failure_->code = code;
+    failure_->text = std::move(text);
+    SetPlace(place);
+}
+
+void ErrorCollector::SetPlace(const Place& place) {
+    Message message = At(place.instruction);
+    failure_->uri = message.uri.empty() ? place.uri : message.uri;
+    failure_->line = message.line ? message.line : static_cast<int>(place.line);
+    failure_->node = std::move(message.node);
+}
+
+} // namespace sablot

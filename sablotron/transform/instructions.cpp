@@ -1,0 +1,128 @@
+#include "sablotron/transform/instructions.h"
+
+#include <libxml/xpathInternals.h>
+#include <libxslt/extensions.h>
+#include <libxslt/functions.h>
+#include <libxslt/templates.h>
+#include <libxslt/transform.h>
+
+#include <cstring>
+
+namespace sablot {
+namespace {
+
+struct XPathObjectDeleter {
+    void operator()(xmlXPathObject* object) const { xmlXPathFreeObject(object); }
+};
+
+void Fail(Run& run, int code, std::string text) {
+    Message message;
+    message.code = code;
+    message.text = std::move(text);
+    run.errors.Fail(std::move(message));
+}
+
+// xsl:copy-of copies with one call per level, and copies of copies can be deeper than any tree before them: the
+// fragment that it is about to copy is measured first. Only variables and functions hand out fragments.
+void KnowFragment(xsltTransformContext* context, xmlNode* node, const xsltStylePreComp& compiled) {
+    const std::string_view select = View(compiled.select);
+    if ((compiled.comp == nullptr)
+        || (select.find('$') == std::string_view::npos && select.find(':') == std::string_view::npos))
+        return;
+    xmlXPathContext* const xpath = context->xpathCtxt;
+    const xmlXPathContext before = *xpath;
+    xpath->node = node;
+    xpath->namespaces = compiled.nsList;
+    xpath->nsNr = compiled.nsNr;
+    const std::unique_ptr<xmlXPathObject, XPathObjectDeleter> value(xmlXPathCompiledEval(compiled.comp, xpath));
+    xpath->node = before.node;
+    xpath->namespaces = before.namespaces;
+    xpath->nsNr = before.nsNr;
+    xpath->proximityPosition = before.proximityPosition;
+    xpath->contextSize = before.contextSize;
+    if (value && value->type == XPATH_XSLT_TREE && (value->nodesetval != nullptr) && value->nodesetval->nodeNr > 0)
+        KnowTree(context, value->nodesetval->nodeTab[0]->doc);
+}
+
+void RunMessage(xsltTransformContext* context, xmlNode* node, xmlNode* instruction, xsltElemPreComp*) {
+    Run& run = RunOf(context);
+    xmlChar* terminate = xmlGetNoNsProp(instruction, Chars("terminate"));
+    const bool isLast = View(terminate) == "yes";
+    xmlFree(terminate);
+    if (!CheckStack(context, false)) return;
+    xmlChar* content = xsltEvalTemplateString(context, node, instruction);
+    const std::string text = "xsl:message (" + std::string(View(content)) + ")";
+    xmlFree(content);
+    if (context->state == XSLT_STATE_STOPPED) return;
+    if (isLast) {
+        Fail(run, CODE_TERMINATED, text + " - terminating");
+        return;
+    }
+    Message message = run.errors.At(instruction);
+    message.code = CODE_XSL_MESSAGE;
+    message.level = SABLOT_LEVEL_WARNING;
+    message.text = text;
+    run.messages.push_back(std::move(message));
+}
+
+// Runs an extension function. One that returns a whole tree (node-set) makes that tree one to walk.
+void CallFunction(xmlXPathParserContext* parser, int argumentCount) {
+    xsltTransformContext* const context = xsltXPathGetTransformContext(parser);
+    const xmlXPathFunction function =
+        xsltXPathFunctionLookup(parser->context, parser->context->function, parser->context->functionURI);
+    if ((context == nullptr) || (function == nullptr) || !CheckStack(context, false)) {
+        parser->error = XPATH_STACK_ERROR;
+        return;
+    }
+    function(parser, argumentCount);
+    const xmlXPathObject* value = parser->value;
+    if (parser->error == 0 && (value != nullptr) && value->type == XPATH_NODESET && (value->nodesetval != nullptr)
+        && value->nodesetval->nodeNr > 0 && value->nodesetval->nodeTab[0]->type == XML_DOCUMENT_NODE)
+        KnowTree(context, value->nodesetval->nodeTab[0]->doc);
+}
+
+xmlXPathFunction LookUpFunction(void* xpathContext, const xmlChar* name, const xmlChar* uri) {
+    return xsltXPathFunctionLookup(xpathContext, name, uri) != nullptr ? CallFunction : nullptr;
+}
+
+} // namespace
+
+bool CheckStack(xsltTransformContext* context, bool walks) {
+    Run& run = RunOf(context);
+    if (run.guard.HasRoom(walks)) return true;
+    Fail(run, CODE_OTHER, "the recursion is too deep");
+    return false;
+}
+
+bool KnowTree(xsltTransformContext* context, const xmlDoc* tree) {
+    RunOf(context).guard.Know(tree);
+    return CheckStack(context, true);
+}
+
+void RunInstruction(xsltTransformContext* context, xmlNode* node, xmlNode* instruction, xsltElemPreComp* compiled) {
+    Run& run = RunOf(context);
+    if (compiled->type == XSLT_FUNC_COPYOF)
+        KnowFragment(context, node, *reinterpret_cast<const xsltStylePreComp*>(compiled));
+    const bool walks = compiled->type == XSLT_FUNC_COPYOF || compiled->type == XSLT_FUNC_APPLYTEMPLATES
+                       || compiled->type == XSLT_FUNC_APPLYIMPORTS;
+    if (context->state == XSLT_STATE_STOPPED || !CheckStack(context, walks)) return;
+    context->xpathCtxt->opCount = 0; // the limit is one for each instruction
+    run.stylesheet.FunctionOf(compiled)(context, node, instruction, compiled);
+}
+
+xsltElemPreComp* MessageInstruction() {
+    static xsltStylePreComp instruction = [] {
+        xsltStylePreComp compiled;
+        std::memset(&compiled, 0, sizeof compiled);
+        compiled.type = XSLT_FUNC_EXTENSION;
+        compiled.func = RunMessage;
+        return compiled;
+    }();
+    return reinterpret_cast<xsltElemPreComp*>(&instruction);
+}
+
+void GuardFunctions(xsltTransformContext* context) {
+    xmlXPathRegisterFuncLookup(context->xpathCtxt, LookUpFunction, context->xpathCtxt);
+}
+
+} // namespace sablot

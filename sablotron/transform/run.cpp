@@ -1,0 +1,193 @@
+#include "sablotron/transform/encoding.h"
+#include "sablotron/transform/instructions.h"
+#include "sablotron/transform/output.h"
+#include "sablotron/transform/sandbox.h"
+#include "sablotron/tree/document.h"
+
+#include <libxslt/pattern.h>
+#include <libxslt/transform.h>
+#include <libxslt/xsltutils.h>
+
+#include <utility>
+
+namespace sablot {
+namespace {
+
+constexpr unsigned FLAG_BITS = 15; // libxslt's flags of source nodes, at the shifts below
+constexpr unsigned NODE_FLAGS = FLAG_BITS << 12;
+constexpr unsigned HIGH_FLAGS = FLAG_BITS << 27; // of documents and attributes
+
+struct ContextDeleter {
+    void operator()(xsltTransformContext* context) const { xsltFreeTransformContext(context); }
+};
+
+template <typename Visit>
+void ForEachNode(xmlDoc* tree, Visit visit) {
+    auto* root = reinterpret_cast<xmlNode*>(tree);
+    for (xmlNode* node = root->children; node; node = NextInTree(node, root)) visit(node);
+}
+
+// Lends the tree of a document to a run and puts back what the run leaves on it: the URI, order indexes in the content
+// of elements, flags, and line numbers beyond 65534, whose place (`psvi`) libxslt takes for itself.
+class LentTree {
+public:
+    LentTree(xmlDoc* tree, const std::string& uri)
+        : tree_(tree), url_(std::exchange(tree->URL, xmlStrdup(Chars(uri.c_str())))) {
+        ForEachNode(tree, [this](xmlNode* node) {
+            if (node->psvi == nullptr) return;
+            lines_.push_back({node, node->line, node->psvi});
+            node->psvi = nullptr;
+        });
+    }
+    LentTree(const LentTree&) = delete;
+    LentTree& operator=(const LentTree&) = delete;
+    ~LentTree() {
+        ForEachNode(tree_, [](xmlNode* node) {
+            node->psvi = nullptr;
+            node->extra = static_cast<unsigned short>(node->extra & ~NODE_FLAGS);
+            if (!IsElement(node)) return;
+            node->content = nullptr;
+            for (xmlAttr* attribute = node->properties; attribute != nullptr; attribute = attribute->next) {
+                attribute->psvi = nullptr;
+                attribute->atype = static_cast<xmlAttributeType>(static_cast<unsigned>(attribute->atype) & ~HIGH_FLAGS);
+            }
+        });
+        for (const Line& line : lines_) {
+            line.node->line = line.number;
+            line.node->psvi = line.whole;
+        }
+        tree_->psvi = nullptr;
+        tree_->properties = static_cast<int>(static_cast<unsigned>(tree_->properties) & ~HIGH_FLAGS);
+        xmlFree(const_cast<xmlChar*>(std::exchange(tree_->URL, url_)));
+    }
+
+private:
+    xmlDoc* tree_;
+    const xmlChar* url_;
+    struct Line {
+        xmlNode* node;
+        unsigned short number;
+        void* whole;
+    };
+    std::vector<Line> lines_; // that do not fit into the node's own field
+};
+
+// What a run came to. Nothing of it is sent to the caller before libxslt and libxml2 are done and have their own
+// handlers back: what the caller's handlers do then can no longer meet the run.
+struct Outcome {
+    int code = 0;
+    std::vector<Message> messages;
+    std::string text;
+    bool isText = false;
+    TreePointer result;
+};
+
+class Transformation {
+public:
+    explicit Transformation(SablotHandle processor) : processor_(processor) {}
+
+    Outcome Run(const std::string& stylesheetUri, const std::string& inputUri) {
+        if (!Transform(stylesheetUri, inputUri)) {
+            Message failure = errors_.Take();
+            outcome_.code = failure.code;
+            outcome_.messages.push_back(std::move(failure));
+            outcome_.result.reset();
+        }
+        return std::move(outcome_);
+    }
+
+private:
+    bool Transform(const std::string& stylesheetUri, const std::string& inputUri) {
+        const Argument* style = Find(stylesheetUri);
+        const Argument* input = style != nullptr ? Find(inputUri) : nullptr;
+        if (input == nullptr) return false;
+        const std::shared_ptr<Stylesheet> stylesheet = CompiledArgument(processor_, *style, errors_);
+        if (!stylesheet) return false;
+        stylesheet->AddModules(errors_);
+
+        const std::string encoding = OutputEncoding(*processor_, stylesheet->Get());
+        if (!IsWritableEncoding(encoding)) {
+            Fail(CODE_UNKNOWN_ENCODING, "unknown encoding '" + encoding + "'");
+            return false;
+        }
+        Sandbox sandbox(processor_, errors_);
+        sandbox.SetStylesheet(*style);
+        if (input->isTree && !stylesheet->StripsSpace()) {
+            Document& document = **input->document;
+            document.numberedAt = 0; // the run takes the numbers away
+            const LentTree lent(document.Tree(), inputUri);
+            if (!Apply(*stylesheet, document.Tree())) return false;
+        } else {
+            const TreePointer own = sandbox.Load(*input, inputUri, nullptr);
+            if (!own) return false;
+            ForEachNode(own.get(), [](xmlNode* node) { node->psvi = nullptr; });
+            if (!Apply(*stylesheet, own.get())) return false;
+        }
+        std::optional<std::string> text = ResultText(outcome_.result.get(), stylesheet->Get(), encoding);
+        if (text) outcome_.text = std::move(*text);
+        return text.has_value();
+    }
+
+    bool Apply(const Stylesheet& stylesheet, xmlDoc* source) {
+        const std::unique_ptr<xsltTransformContext, ContextDeleter> context(
+            xsltNewTransformContext(stylesheet.Get(), source));
+        if (!context) return false;
+        sablot::Run run{stylesheet, errors_, {}, {}};
+        run.guard.Know(source);
+        context->_private = &run;
+        context->opLimit = processor_->maxInstructions;
+        context->xpathCtxt->opLimit = MAX_XPATH_OPERATIONS;
+        xsltSetCtxtSecurityPrefs(ReadOnlyPreferences(), context.get());
+        GuardFunctions(context.get());
+        errors_.SetRun(context.get());
+        // Without a template for the root the built-in rules walk the tree from there.
+        const bool walks = xsltGetTemplate(context.get(), reinterpret_cast<xmlNode*>(source), nullptr) == nullptr;
+        if (CheckStack(context.get(), walks))
+            outcome_.result.reset(
+                xsltApplyStylesheetUser(stylesheet.Get(), source, nullptr, nullptr, nullptr, context.get()));
+        if (!outcome_.result) errors_.Settle();
+        errors_.SetRun(nullptr);
+        outcome_.isText = context->type == XSLT_OUTPUT_TEXT;
+        outcome_.messages = std::move(run.messages);
+        return outcome_.result && !errors_.HasFailed();
+    }
+
+    const Argument* Find(const std::string& uri) {
+        const Argument* argument = processor_->FindArgument(ArgumentName(uri));
+        if (argument == nullptr) Fail(CODE_NOT_FOUND, "'" + uri + "' not found");
+        return argument;
+    }
+
+    void Fail(int code, std::string text) {
+        Message message;
+        message.code = code;
+        message.text = std::move(text);
+        errors_.Fail(std::move(message));
+    }
+
+    SablotHandle processor_;
+    ErrorCollector errors_;
+    Outcome outcome_;
+};
+
+} // namespace
+} // namespace sablot
+
+using namespace sablot;
+
+int SablotRunProcessorGen(SablotSituation, SablotHandle processor, const char* stylesheet, const char* input,
+                          const char* result) {
+    if ((processor == nullptr) || (stylesheet == nullptr) || (input == nullptr) || (result == nullptr))
+        return CODE_OTHER;
+    return Guarded([&] {
+        const ProcessorUse use(processor);
+        const std::string name(ArgumentName(result));
+        processor->results.erase(name);
+        Outcome outcome = Transformation(processor).Run(stylesheet, input);
+        for (const Message& message : outcome.messages) SendMessage(processor, message);
+        if (outcome.code != 0) return outcome.code;
+        if (processor->outputHandler != nullptr) SendEvents(outcome.result.get(), outcome.isText, processor);
+        processor->results[name] = std::move(outcome.text); // whatever runs the events have started
+        return 0;
+    });
+}

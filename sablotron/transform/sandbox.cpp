@@ -1,0 +1,270 @@
+#include "sablotron/transform/sandbox.h"
+
+#include "sablotron/transform/instructions.h"
+#include "sablotron/tree/document.h"
+#include "sablotron/tree/parse.h"
+
+#include <fcntl.h>
+#include <libxml/parserInternals.h>
+#include <libxml/uri.h>
+#include <libxslt/xslt.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <optional>
+#include <utility>
+
+namespace sablot {
+namespace {
+
+constexpr size_t MAX_INSTRUCTION_DEPTH = 3000;    // libxslt looks at what is around each instruction
+constexpr unsigned MAX_MODULE_LOADS = 32;         // of one module by one stylesheet
+constexpr size_t MAX_FILE_SIZE = size_t{1} << 29; // bytes; the whole text is held in memory
+
+class File {
+public:
+    // Only regular files: reading a device or a pipe may never end.
+    explicit File(const std::string& path)
+        : descriptor_(path.empty() ? -1 : open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {
+        if (descriptor_ >= 0 && (fstat(descriptor_, &status_) != 0 || !S_ISREG(status_.st_mode))) Close();
+    }
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+    ~File() { Close(); }
+
+    // Changes whenever the file does; empty for no file.
+    std::string State() const {
+        if (descriptor_ < 0) return {};
+        return std::to_string(status_.st_ino) + ' ' + std::to_string(status_.st_size) + ' '
+               + std::to_string(status_.st_mtim.tv_sec) + '.' + std::to_string(status_.st_mtim.tv_nsec);
+    }
+
+    std::optional<std::string> Read() {
+        std::string text;
+        char buffer[1 << 16];
+        while (descriptor_ >= 0 && text.size() <= MAX_FILE_SIZE) {
+            const ssize_t count = read(descriptor_, buffer, sizeof buffer);
+            if (count == 0) return text;
+            if (count < 0) break;
+            text.append(buffer, static_cast<size_t>(count));
+        }
+        return std::nullopt;
+    }
+
+private:
+    void Close() {
+        if (descriptor_ >= 0) close(descriptor_);
+        descriptor_ = -1;
+    }
+
+    int descriptor_;
+    struct stat status_ {};
+};
+
+struct ParserDeleter {
+    void operator()(xmlParserCtxt* parser) const { xmlFreeParserCtxt(parser); }
+};
+
+// Gives the tree, which is empty yet, other names to share.
+void ShareNames(xmlDoc* tree, xmlDict* names) {
+    xmlDictReference(names);
+    xmlDictFree(tree->dict);
+    tree->dict = names;
+}
+
+} // namespace
+
+Sandbox* Sandbox::current_ = nullptr;
+
+std::string LocalPath(std::string_view uri) {
+    // Against the URI of the stylesheet an absolute path becomes arg:/path.
+    if (uri.starts_with("arg:/")) uri.remove_prefix(4);
+    if (uri.starts_with("file:")) {
+        uri.remove_prefix(5);
+        if (uri.starts_with("//localhost/"))
+            uri.remove_prefix(11);
+        else if (uri.starts_with("///"))
+            uri.remove_prefix(2);
+    }
+    if (!uri.starts_with('/') || uri.starts_with("//")) return {};
+    const std::string path(uri);
+    char* unescaped = xmlURIUnescapeString(path.c_str(), 0, nullptr);
+    std::string result = unescaped != nullptr ? unescaped : "";
+    xmlFree(unescaped);
+    return result;
+}
+
+xsltSecurityPrefs* ReadOnlyPreferences() {
+    struct Deleter {
+        void operator()(xsltSecurityPrefs* preferences) const { xsltFreeSecurityPrefs(preferences); }
+    };
+    static const std::unique_ptr<xsltSecurityPrefs, Deleter> PREFERENCES = [] {
+        std::unique_ptr<xsltSecurityPrefs, Deleter> preferences(xsltNewSecurityPrefs());
+        for (const xsltSecurityOption option :
+             {XSLT_SECPREF_WRITE_FILE, XSLT_SECPREF_CREATE_DIRECTORY, XSLT_SECPREF_WRITE_NETWORK})
+            xsltSetSecurityPrefs(preferences.get(), option, xsltSecurityForbid);
+        return preferences;
+    }();
+    return PREFERENCES.get();
+}
+
+Sandbox::Sandbox(SablotHandle processor, ErrorCollector& errors)
+    : processor_(processor),
+      errors_(errors),
+      oldDocumentLoader_(xsltDocDefaultLoader),
+      oldEntityLoader_(xmlGetExternalEntityLoader()) {
+    current_ = this;
+    xsltSetLoaderFunc(OnDocument);
+    xmlSetExternalEntityLoader(OnEntity);
+}
+
+Sandbox::~Sandbox() {
+    xmlSetExternalEntityLoader(oldEntityLoader_);
+    xsltSetLoaderFunc(oldDocumentLoader_);
+    current_ = nullptr;
+}
+
+std::string Sandbox::StateOf(SablotHandle processor, const std::string& uri) {
+    if (const Argument* argument = processor != nullptr ? processor->FindArgument(ArgumentName(uri)) : nullptr) {
+        if (!argument->isTree) return "text " + argument->text;
+        const Document* document = *argument->document;
+        return "tree " + std::to_string(document->Serial()) + ' ' + std::to_string(document->EditCount());
+    }
+    return File(LocalPath(uri)).State();
+}
+
+TreePointer Sandbox::Load(const std::string& uri, xmlDict* names) {
+    if ((stylesheet_ != nullptr) && uri == STYLESHEET_URI) return Load(*stylesheet_, uri, names);
+    std::string state = StateOf(processor_, uri);
+    if (state.empty()) return NotFound(uri);
+    loaded_.push_back({uri, std::move(state)});
+    if (const Argument* argument = processor_ != nullptr ? processor_->FindArgument(ArgumentName(uri)) : nullptr)
+        return Load(*argument, uri, names);
+    const std::optional<std::string> text = File(LocalPath(uri)).Read();
+    return text ? ParseFile(uri, *text, names) : NotFound(uri);
+}
+
+TreePointer Sandbox::Load(const Argument& argument, const std::string& uri, xmlDict* names) {
+    TreePointer parsed;
+    const xmlDoc* original = argument.isTree ? (*argument.document)->Tree() : nullptr;
+    if (!argument.isTree) {
+        ParseFailure failure;
+        parsed = ParseTree(argument.text.c_str(), failure);
+        if (!parsed) return NotWellFormed(uri, failure.text, failure.line);
+        original = parsed.get();
+    }
+    TreePointer tree;
+    if (names != nullptr) {
+        tree = NewTree();
+        if (!tree) return nullptr;
+        ShareNames(tree.get(), names);
+        for (const xmlNode* child = original->children; child != nullptr; child = child->next)
+            if (xmlNode* copy = CopySubtree(child, true, tree.get()))
+                LinkBefore(reinterpret_cast<xmlNode*>(tree.get()), copy, nullptr);
+    } else {
+        tree = parsed ? std::move(parsed) : CopyTree(original);
+        if (!tree) return nullptr;
+        if (tree->URL != nullptr) xmlFree(const_cast<xmlChar*>(tree->URL));
+    }
+    tree->URL = xmlStrdup(Chars(uri.c_str()));
+    return tree;
+}
+
+TreePointer Sandbox::ParseFile(const std::string& uri, std::string_view text, xmlDict* names) {
+    std::unique_ptr<xmlParserCtxt, ParserDeleter> parser(xmlNewParserCtxt());
+    if (!parser) return nullptr;
+    if (names != nullptr) {
+        xmlDictReference(names);
+        xmlDictFree(parser->dict);
+        parser->dict = names;
+    }
+    TreePointer tree(xmlCtxtReadMemory(parser.get(), text.data(), static_cast<int>(text.size()), uri.c_str(), nullptr,
+                                       XML_PARSE_NOENT | XML_PARSE_DTDLOAD | XML_PARSE_DTDATTR | XML_PARSE_NOCDATA
+                                           | XML_PARSE_NONET | XML_PARSE_BIG_LINES));
+    const auto error = errors_.TakeParserError();
+    if (errors_.HasFailed()) return nullptr;
+    if (tree && parser->nsWellFormed) return tree;
+    return NotWellFormed(uri, error ? error->text : "XML parser error", error ? error->line : 0);
+}
+
+TreePointer Sandbox::NotWellFormed(const std::string& uri, const std::string& text, int line) {
+    Message message;
+    message.code = CODE_NOT_WELL_FORMED;
+    message.text = text;
+    message.uri = uri;
+    message.line = line;
+    errors_.Fail(std::move(message));
+    return nullptr;
+}
+
+TreePointer Sandbox::NotFound(const std::string& uri) {
+    Message message;
+    message.code = CODE_NOT_FOUND;
+    message.text = "'" + uri + "' not found";
+    errors_.Fail(std::move(message));
+    return nullptr;
+}
+
+xmlDoc* Sandbox::OnDocument(const xmlChar* uri, xmlDict* names, int, void* context, xsltLoadType type) {
+    if (type != XSLT_LOAD_STYLESHEET) {
+        TreePointer tree = current_->Load(Chars(uri), nullptr);
+        auto* run = static_cast<xsltTransformContext*>(context);
+        if (!tree || !KnowTree(run, tree.get())) return nullptr;
+        return tree.release();
+    }
+    // Modules that import and include each other in a circle, which libxslt does not always see.
+    if (++current_->moduleLoads_[Chars(uri)] > MAX_MODULE_LOADS) {
+        Message message;
+        message.code = CODE_OTHER;
+        message.text = "'" + std::string(Chars(uri)) + "' is imported in a circle";
+        current_->errors_.Fail(std::move(message));
+        return nullptr;
+    }
+    TreePointer tree = current_->Load(Chars(uri), names);
+    return tree && current_->AdmitModule(tree.get()) ? tree.release() : nullptr;
+}
+
+bool Sandbox::AdmitModule(xmlDoc* module) {
+    errors_.AddModule(module);
+    errors_.TakeLines(module);
+    auto* root = reinterpret_cast<xmlNode*>(module);
+    size_t depth = 0;
+    bool tooDeep = false;
+    WalkTree(
+        root,
+        [&](const xmlNode* node) {
+            ++depth;
+            if (depth > MAX_INSTRUCTION_DEPTH && IsElement(node) && (node->ns != nullptr)
+                && View(node->ns->href) == Chars(XSLT_NAMESPACE))
+                tooDeep = true;
+        },
+        [&](const xmlNode*) { --depth; });
+    if (!tooDeep) return true;
+    Message message;
+    message.code = CODE_OTHER;
+    message.uri = module->URL != nullptr ? Chars(module->URL) : "";
+    message.text = "the instructions are nested too deeply";
+    errors_.Fail(std::move(message));
+    return false;
+}
+
+// An external subset that is out of reach is skipped; an entity that is referenced must be there.
+xmlParserInput* Sandbox::OnEntity(const char* uri, const char*, xmlParserCtxt* parser) {
+    constexpr int EXTERNAL_SUBSET = 2;
+    Sandbox& sandbox = *current_;
+    const std::string name = uri != nullptr ? uri : "";
+    File file(LocalPath(name));
+    const std::optional<std::string> text = file.Read();
+    if (!text) {
+        if (parser->inSubset != EXTERNAL_SUBSET) sandbox.NotFound(name);
+        return nullptr;
+    }
+    sandbox.loaded_.push_back({name, file.State()});
+    xmlParserInputBuffer* buffer =
+        xmlParserInputBufferCreateMem(text->data(), static_cast<int>(text->size()), XML_CHAR_ENCODING_NONE);
+    xmlParserInput* input = buffer != nullptr ? xmlNewIOInputStream(parser, buffer, XML_CHAR_ENCODING_NONE) : nullptr;
+    if (input != nullptr) input->filename = Chars(xmlStrdup(Chars(name.c_str())));
+    return input;
+}
+
+} // namespace sablot

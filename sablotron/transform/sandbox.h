@@ -1,0 +1,70 @@
+// What a stylesheet can reach: named arguments and local files, for reading.
+#pragma once
+
+#include "sablotron/transform/error_collector.h"
+#include "sablotron/transform/processor.h"
+#include "sablotron/tree/tree.h"
+
+#include <libxml/parser.h>
+#include <libxslt/documents.h>
+#include <libxslt/security.h>
+
+namespace sablot {
+
+// The local path that an absolute path, an absolute local file: URI (RFC 8089) or an arg: URI (see the code) names;
+// empty for anything else.
+std::string LocalPath(std::string_view uri);
+
+// Security preferences that forbid every way of writing. What is read goes through the sandbox, whatever its scheme.
+xsltSecurityPrefs* ReadOnlyPreferences();
+
+// A resource and the state that it was read in.
+struct Dependency {
+    std::string uri;
+    std::string state;
+};
+
+// While it lives, libxml2 and libxslt load documents and entities through it; then the loaders that were there before
+// are back. Sandboxes do not nest: no code of the caller runs while there is one.
+class Sandbox {
+public:
+    // The processor's arguments are reachable; it may be null.
+    Sandbox(SablotHandle processor, ErrorCollector& errors);
+    // What STYLESHEET_URI means; without it the argument of that name.
+    void SetStylesheet(const Argument& stylesheet) { stylesheet_ = &stylesheet; }
+    Sandbox(const Sandbox&) = delete;
+    Sandbox& operator=(const Sandbox&) = delete;
+    ~Sandbox();
+
+    // A fresh copy of the tree at the URI, with its names in `names` when given; null after a reported failure.
+    TreePointer Load(const std::string& uri, xmlDict* names);
+    // The same for an argument, under that URI.
+    TreePointer Load(const Argument& argument, const std::string& uri, xmlDict* names);
+    // Makes a module known for messages, as it was parsed; false after a failure when it is nested too deeply to
+    // compile.
+    bool AdmitModule(xmlDoc* module);
+    // What was loaded so far.
+    const std::vector<Dependency>& Loaded() const { return loaded_; }
+
+    // The state of a resource now: what a Dependency of it would have. Empty when it cannot be read.
+    static std::string StateOf(SablotHandle processor, const std::string& uri);
+
+private:
+    static xmlDoc* OnDocument(const xmlChar* uri, xmlDict* names, int options, void* context, xsltLoadType type);
+    static xmlParserInput* OnEntity(const char* uri, const char* id, xmlParserCtxt* parser);
+    TreePointer ParseFile(const std::string& uri, std::string_view text, xmlDict* names);
+    TreePointer NotWellFormed(const std::string& uri, const std::string& text, int line);
+    TreePointer NotFound(const std::string& uri);
+
+    static Sandbox* current_;
+
+    SablotHandle processor_;
+    ErrorCollector& errors_;
+    const Argument* stylesheet_ = nullptr;
+    std::vector<Dependency> loaded_;
+    std::map<std::string, unsigned> moduleLoads_;
+    xsltDocLoaderFunc oldDocumentLoader_;
+    xmlExternalEntityLoader oldEntityLoader_;
+};
+
+} // namespace sablot

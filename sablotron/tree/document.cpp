@@ -1,0 +1,145 @@
+#include "sablotron/tree/document.h"
+
+#include "sablotron/dom/caches.h"
+#include "sablotron/tree/tree.h"
+
+#include <atomic>
+
+namespace sablot {
+
+namespace {
+
+std::atomic<unsigned long> lastSerial = 0;
+
+// libxml2 keeps this field at another place in declarations than in all other nodes.
+void*& HandleSlot(xmlNode* node) {
+    return node->type == XML_NAMESPACE_DECL ? reinterpret_cast<xmlNs*>(node)->_private : node->_private;
+}
+
+void FreeDetached(xmlNode* node) {
+    switch (node->type) {
+    case XML_ATTRIBUTE_NODE: xmlFreeProp(reinterpret_cast<xmlAttr*>(node)); break;
+    case XML_NAMESPACE_DECL: xmlFreeNs(reinterpret_cast<xmlNs*>(node)); break;
+    default: xmlFreeNode(node);
+    }
+}
+
+} // namespace
+
+Document::Document(SablotSituation situation, xmlDoc* tree, Origin origin)
+    : situation_(situation),
+      tree_(tree),
+      origin_(origin),
+      serial_(++lastSerial),
+      nextInSituation_(situation->documents) {
+    if (nextInSituation_ != nullptr) nextInSituation_->previousInSituation_ = this;
+    situation->documents = this;
+}
+
+Document::~Document() {
+    for (xmlNode* node : detachedNodes_) FreeDetached(node);
+    xmlFreeDoc(tree_);
+    for (auto& [names, binding] : looseBindings_) xmlFreeNs(binding);
+    if (emptyBinding_ != nullptr) xmlFreeNs(emptyBinding_);
+}
+
+NodeHandle* Document::NewHandle(xmlNode* node, void*& slot) {
+    NodeHandle* handle = situation_->nodes.Take(node, this);
+    slot = handle;
+    ++handleCount_;
+    return handle;
+}
+
+NodeHandle* Document::HandleOf(xmlNs* declaration, xmlNode* owner) {
+    if (declaration->_private != nullptr) return static_cast<NodeHandle*>(declaration->_private);
+    NodeHandle* handle = NewHandle(reinterpret_cast<xmlNode*>(declaration), declaration->_private);
+    handle->SetOwner(owner);
+    return handle;
+}
+
+void Document::AddDetached(NodeHandle* handle) {
+    detachedNodes_.push_back(handle->node);
+    handle->SetSlot(detachedNodes_.size() - 1);
+}
+
+void Document::RemoveDetached(NodeHandle* handle) {
+    size_t slot = handle->Slot();
+    detachedNodes_[slot] = detachedNodes_.back();
+    static_cast<NodeHandle*>(HandleSlot(detachedNodes_[slot]))->SetSlot(slot);
+    detachedNodes_.pop_back();
+    handle->SetOwner(nullptr);
+}
+
+xmlNs* Document::LooseBinding(const xmlChar* prefix, const xmlChar* uri) {
+    if (xmlStrEqual(prefix, Chars("xml"))) return XmlBinding();
+    xmlNs*& binding = looseBindings_[{std::string(View(prefix)), std::string(View(uri))}];
+    if ((binding == nullptr)
+        && ((binding = xmlNewNs(nullptr, uri, View(prefix).empty() ? nullptr : prefix)) == nullptr))
+        throw std::bad_alloc();
+    binding->_private = this; // it never has a handle
+    return binding;
+}
+
+xmlNs* Document::XmlBinding() {
+    xmlNs* binding = xmlSearchNs(tree_, reinterpret_cast<xmlNode*>(tree_), Chars("xml"));
+    if (binding == nullptr) throw std::bad_alloc();
+    return binding;
+}
+
+xmlNs* Document::EmptyBinding() {
+    if ((emptyBinding_ == nullptr) && ((emptyBinding_ = xmlNewNs(nullptr, Chars(""), nullptr)) == nullptr))
+        throw std::bad_alloc();
+    return emptyBinding_;
+}
+
+Document::Caches& Document::GetCaches() {
+    if (!caches_) caches_ = std::make_unique<Caches>();
+    return *caches_;
+}
+
+void Document::ReleaseHandle(void*& slot) {
+    if (slot == nullptr) return;
+    situation_->nodes.Release(static_cast<NodeHandle*>(slot));
+    slot = nullptr;
+    --handleCount_;
+}
+
+void Document::ReleaseHandlesBelow(xmlNode* root) {
+    for (xmlNode* node = root; (node != nullptr) && handleCount_ != 0; node = NextInTree(node, root)) {
+        ReleaseHandle(node->_private);
+        if (!IsElement(node)) continue;
+        for (xmlNs* declaration = node->nsDef; declaration != nullptr; declaration = declaration->next)
+            ReleaseHandle(declaration->_private);
+        for (xmlAttr* attribute = node->properties; attribute != nullptr; attribute = attribute->next)
+            ReleaseHandle(attribute->_private);
+    }
+}
+
+void Document::ReleaseHandles() {
+    if (emptyBinding_ != nullptr) ReleaseHandle(emptyBinding_->_private);
+    if (tree_->oldNs != nullptr) ReleaseHandle(tree_->oldNs->_private);
+    for (xmlNode* node : detachedNodes_) {
+        if (IsElement(node))
+            ReleaseHandlesBelow(node);
+        else
+            ReleaseHandle(HandleSlot(node));
+    }
+    ReleaseHandlesBelow(reinterpret_cast<xmlNode*>(tree_));
+}
+
+Document* FindDocument(SDOM_Document handle) {
+    auto* record = reinterpret_cast<SDOM_Node>(handle);
+    return (FindNode(record) != nullptr) && record->node->type == XML_DOCUMENT_NODE ? record->document : nullptr;
+}
+
+void DestroyDocument(Document* document) {
+    *document->anchor_ = nullptr;
+    document->ReleaseHandles();
+    Document* previous = document->previousInSituation_;
+    Document* next = document->nextInSituation_;
+    (previous != nullptr ? previous->nextInSituation_ : document->situation_->documents) = next;
+    if (next != nullptr) next->previousInSituation_ = previous;
+    delete document;
+}
+
+} // namespace sablot

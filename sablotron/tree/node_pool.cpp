@@ -1,0 +1,32 @@
+#include "sablotron/tree/node_pool.h"
+
+namespace sablot {
+
+NodeHandle* NodePool::Take(xmlNode* node, Document* document) {
+    NodeHandle* handle;
+    if (released_ > QUARANTINE) {
+        handle = oldest_;
+        oldest_ = reinterpret_cast<NodeHandle*>(handle->place);
+        --released_;
+    } else {
+        if (used_ == CHUNK_SIZE) {
+            chunks_.push_back(std::make_unique<NodeHandle[]>(CHUNK_SIZE));
+            used_ = 0;
+        }
+        handle = &chunks_.back()[used_++];
+    }
+    *handle = {node, document, 0};
+    return handle;
+}
+
+void NodePool::Release(NodeHandle* handle) {
+    *handle = {nullptr, nullptr, 0};
+    if (released_ == 0)
+        oldest_ = handle;
+    else
+        newest_->place = reinterpret_cast<uintptr_t>(handle);
+    newest_ = handle;
+    ++released_;
+}
+
+} // namespace sablot

@@ -1,0 +1,131 @@
+#include "sablotron/tree/order.h"
+
+#include "sablotron/tree/document.h"
+#include "sablotron/tree/tree.h"
+
+#include <algorithm>
+#include <functional>
+
+namespace sablot {
+
+namespace {
+
+constexpr size_t CHEAP_STEPS = 1 << 16;
+
+// Where a node stands: at an element or, for attributes and declarations, on one.
+struct Position {
+    const xmlNode* anchor;
+    enum Group { NODE, IMPLICIT_DEFAULT, DECLARATION, XML, ATTRIBUTE } group = NODE;
+};
+
+Position PositionOf(const NodeHandle* handle) {
+    Document& document = *handle->document;
+    const xmlNode* node = handle->node;
+    if (handle->IsDetached()) return {node};
+    if (node->type == XML_ATTRIBUTE_NODE) return {node->parent, Position::ATTRIBUTE};
+    if (node->type != XML_NAMESPACE_DECL) return {node};
+    if (handle->Owner() != nullptr) return {handle->Owner(), Position::DECLARATION};
+    // The implicit bindings stand on the document element, or on the document while there is none.
+    const xmlNode* root = document.Root() != nullptr ? document.Root() : reinterpret_cast<xmlNode*>(document.Tree());
+    bool isDefault = reinterpret_cast<const xmlNs*>(node)->prefix == nullptr;
+    return {root, isDefault ? Position::IMPLICIT_DEFAULT : Position::XML};
+}
+
+template <typename T>
+int Sign(T left, T right) {
+    return left < right ? -1 : left > right ? 1 : 0;
+}
+
+// Whether `node` comes before `other` in the list that starts at `first`.
+template <typename Node>
+bool IsBefore(const Node* first, const Node* node, const Node* other) {
+    for (; first != node; first = first->next)
+        if (first == other) return false;
+    return true;
+}
+
+} // namespace
+
+int OrderIndex::Compare(const NodeHandle* left, const NodeHandle* right) {
+    if (left == right) return 0;
+    Document& document = *left->document;
+    if (editCount_ != document.EditCount()) {
+        editCount_ = document.EditCount();
+        numbers_.clear();
+        steps_ = 0;
+    }
+    Position from = PositionOf(left);
+    Position to = PositionOf(right);
+    if (from.anchor != to.anchor) return CompareNodes(document, from.anchor, to.anchor);
+    if (from.group != to.group) return Sign(from.group, to.group);
+    bool before = from.group == Position::ATTRIBUTE
+                      ? IsBefore(from.anchor->properties, reinterpret_cast<const xmlAttr*>(left->node),
+                                 reinterpret_cast<const xmlAttr*>(right->node))
+                      : IsBefore(from.anchor->nsDef, reinterpret_cast<const xmlNs*>(left->node),
+                                 reinterpret_cast<const xmlNs*>(right->node));
+    return before ? -1 : 1;
+}
+
+int OrderIndex::CompareNodes(const Document& document, const xmlNode* left, const xmlNode* right) {
+    if (numbers_.empty() && steps_ > std::max(CHEAP_STEPS, 4 * lastSize_)) Build(document);
+    if (!numbers_.empty()) {
+        const Number* from = Find(left);
+        const Number* to = Find(right);
+        if ((from != nullptr) && (to != nullptr)) return Sign(from->number, to->number);
+        if ((from != nullptr) || (to != nullptr)) return from != nullptr ? -1 : 1; // nodes outside the tree come last
+    }
+
+    // Declarations have no parent field; one that is compared here stands alone.
+    auto parentOf = [](const xmlNode* node) {
+        return node->type == XML_NAMESPACE_DECL || node->type == XML_DOCUMENT_NODE ? nullptr : node->parent;
+    };
+    auto depthOf = [&](const xmlNode* node) {
+        size_t depth = 0;
+        while ((node = parentOf(node)) != nullptr) ++depth;
+        return depth;
+    };
+    size_t leftDepth = depthOf(left);
+    size_t rightDepth = depthOf(right);
+    steps_ += leftDepth + rightDepth;
+    const xmlNode* from = left;
+    const xmlNode* to = right;
+    for (size_t depth = leftDepth; depth > rightDepth; --depth) from = from->parent;
+    for (size_t depth = rightDepth; depth > leftDepth; --depth) to = to->parent;
+    if (from == to) return Sign(leftDepth, rightDepth); // one contains the other
+    while (parentOf(from) != parentOf(to)) {
+        from = from->parent;
+        to = to->parent;
+    }
+    if (parentOf(from) == nullptr) {
+        const auto* tree = reinterpret_cast<const xmlNode*>(document.Tree());
+        if (from == tree || to == tree) return from == tree ? -1 : 1;
+        return std::less<>()(from, to) ? -1 : 1;
+    }
+    for (const xmlNode *next = from->next, *previous = from->prev; (next != nullptr) || (previous != nullptr);) {
+        ++steps_;
+        if (next == to) return -1;
+        if (previous == to) return 1;
+        if (next != nullptr) next = next->next;
+        if (previous != nullptr) previous = previous->prev;
+    }
+    return 0;
+}
+
+void OrderIndex::Build(const Document& document) {
+    auto* tree = reinterpret_cast<xmlNode*>(document.Tree());
+    uint32_t number = 0;
+    for (xmlNode* node = tree; node != nullptr; node = NextInTree(node, tree)) numbers_.push_back({node, number++});
+    lastSize_ = numbers_.size();
+    std::sort(numbers_.begin(), numbers_.end(),
+              [](const Number& left, const Number& right) { return std::less<>()(left.node, right.node); });
+}
+
+const OrderIndex::Number* OrderIndex::Find(const xmlNode* node) const {
+    auto found =
+        std::lower_bound(numbers_.begin(), numbers_.end(), node, [](const Number& number, const xmlNode* wanted) {
+            return std::less<>()(number.node, wanted);
+        });
+    return found != numbers_.end() && found->node == node ? &*found : nullptr;
+}
+
+} // namespace sablot

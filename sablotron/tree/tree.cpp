@@ -1,0 +1,176 @@
+#include "sablotron/tree/tree.h"
+
+#include <libxml/dict.h>
+#include <libxml/valid.h>
+
+#include <unordered_map>
+
+namespace sablot {
+
+namespace {
+
+struct NodeDeleter {
+    void operator()(xmlNode* node) const { xmlFreeNode(node); }
+};
+
+// Copies nodes of one tree to another, giving each name the copy of its own declaration.
+class Copier {
+public:
+    explicit Copier(xmlDoc* target) : target_(target) {}
+
+    // The copy of `node` and, when deep, of what is below it; null when memory is short.
+    xmlNode* Copy(const xmlNode* node, bool deep) {
+        std::unique_ptr<xmlNode, NodeDeleter> root(CopyNode(node));
+        root_ = root.get();
+        if (!root || !CopyNames(node, root_)) return nullptr;
+        if (!deep || !IsElement(node)) return root.release();
+
+        const xmlNode* from = node;
+        xmlNode* to = root_;
+        while (true) {
+            if ((from->children != nullptr) && IsElement(from)) {
+                from = from->children;
+            } else {
+                while (from != node && (from->next == nullptr)) {
+                    from = from->parent;
+                    to = to->parent;
+                }
+                if (from == node) return root.release();
+                from = from->next;
+                to = to->parent;
+            }
+            xmlNode* copy = CopyNode(from);
+            if (copy == nullptr) return nullptr;
+            LinkBefore(to, copy, nullptr);
+            if (!CopyNames(from, copy)) return nullptr;
+            to = copy;
+        }
+    }
+
+private:
+    // The node without attributes and declarations.
+    xmlNode* CopyNode(const xmlNode* node) {
+        xmlNode* copy = nullptr;
+        switch (node->type) {
+        case XML_ELEMENT_NODE: copy = xmlNewDocNode(target_, nullptr, node->name, nullptr); break;
+        case XML_TEXT_NODE: copy = xmlNewDocText(target_, node->content); break;
+        case XML_CDATA_SECTION_NODE:
+            copy = xmlNewCDataBlock(target_, node->content, node->content != nullptr ? xmlStrlen(node->content) : 0);
+            break;
+        case XML_COMMENT_NODE: copy = xmlNewDocComment(target_, node->content); break;
+        case XML_PI_NODE: copy = xmlNewDocPI(target_, node->name, node->content); break;
+        default: return nullptr;
+        }
+        if (copy == nullptr) return nullptr;
+        if (!IsElement(node) && !View(node->content).empty()
+            && (copy->content == nullptr)) { // libxml2 leaves it out when memory is short
+            xmlFreeNode(copy);
+            return nullptr;
+        }
+        copy->line = node->line;
+        copy->psvi = node->psvi; // see LineOf
+        return copy;
+    }
+
+    bool CopyNames(const xmlNode* from, xmlNode* to) {
+        if (!IsElement(from)) return true;
+        for (const xmlNs* declaration = from->nsDef; declaration != nullptr; declaration = declaration->next) {
+            xmlNs* copy = xmlNewNs(to, declaration->href, declaration->prefix);
+            if (copy == nullptr) return false;
+            copies_[declaration] = copy;
+        }
+        if ((from->ns != nullptr) && ((to->ns = CopyOf(from->ns, to)) == nullptr)) return false;
+        for (const xmlAttr* attribute = from->properties; attribute != nullptr; attribute = attribute->next) {
+            xmlNs* ns = nullptr;
+            if ((attribute->ns != nullptr) && ((ns = CopyOf(attribute->ns, to)) == nullptr)) return false;
+            xmlChar* value = xmlNodeListGetString(from->doc, attribute->children, 1);
+            bool hasText = (attribute->children != nullptr) && !View(attribute->children->content).empty();
+            xmlAttr* copy = (value != nullptr) || !hasText
+                                ? xmlNewNsProp(to, ns, attribute->name, value != nullptr ? value : Chars(""))
+                                : nullptr;
+            if ((value != nullptr) && (copy != nullptr) && attribute->atype == XML_ATTRIBUTE_ID)
+                xmlAddID(nullptr, target_, value, copy);
+            xmlFree(value);
+            if ((copy != nullptr) && hasText && !((copy->children != nullptr) && (copy->children->content != nullptr)))
+                return false;
+            if (copy == nullptr) return false;
+        }
+        return true;
+    }
+
+    // What `ns` is on `element` of the copy. A declaration that was not copied is made on the root of the copy, or on
+    // the element where the root has another one of that prefix.
+    xmlNs* CopyOf(const xmlNs* ns, xmlNode* element) {
+        if (ns == lastFrom_) return lastTo_;
+        xmlNs* copy = nullptr;
+        if ((ns->prefix != nullptr) && xmlStrEqual(ns->prefix, Chars("xml"))) {
+            copy = xmlSearchNs(target_, element, Chars("xml"));
+        } else if (auto found = copies_.find(ns); found != copies_.end()) {
+            copy = found->second;
+        } else {
+            // An unprefixed root in no namespace cannot carry a default one.
+            if ((ns->prefix != nullptr) || (root_->ns != nullptr) || root_ == element)
+                copy = Declare(root_, ns->prefix, ns->href);
+            // What only this element can say is not remembered: others cannot see it.
+            if (copy == nullptr) return Declare(element, ns->prefix, ns->href);
+            copies_[ns] = copy;
+        }
+        lastFrom_ = ns;
+        lastTo_ = copy;
+        return copy;
+    }
+
+    xmlDoc* target_;
+    xmlNode* root_ = nullptr;
+    std::unordered_map<const xmlNs*, xmlNs*> copies_;
+    const xmlNs* lastFrom_ = nullptr;
+    xmlNs* lastTo_ = nullptr;
+};
+
+} // namespace
+
+TreePointer NewTree() {
+    TreePointer tree(xmlNewDoc(Chars("1.0")));
+    if (!tree) return nullptr;
+    tree->dict = xmlDictCreate();
+    return tree->dict != nullptr ? std::move(tree) : nullptr;
+}
+
+TreePointer CopyTree(const xmlDoc* tree) {
+    TreePointer copy = NewTree();
+    if (!copy) return nullptr;
+    if ((tree->URL != nullptr) && ((copy->URL = xmlStrdup(tree->URL)) == nullptr)) return nullptr;
+    for (const xmlNode* child = tree->children; child != nullptr; child = child->next) {
+        xmlNode* node = CopySubtree(child, true, copy.get());
+        if (node == nullptr) return nullptr;
+        LinkBefore(reinterpret_cast<xmlNode*>(copy.get()), node, nullptr);
+    }
+    return copy;
+}
+
+xmlNs* Declare(xmlNode* element, const xmlChar* prefix, const xmlChar* uri) {
+    for (xmlNs* declaration = element->nsDef; declaration != nullptr; declaration = declaration->next)
+        if (xmlStrEqual(declaration->prefix, prefix))
+            return xmlStrEqual(declaration->href, uri) ? declaration : nullptr;
+    return xmlNewNs(element, uri, prefix);
+}
+
+xmlNode* CopySubtree(const xmlNode* node, bool deep, xmlDoc* target) { return Copier(target).Copy(node, deep); }
+
+void LinkBefore(xmlNode* parent, xmlNode* node, xmlNode* next) {
+    xmlNode* previous = next != nullptr ? next->prev : parent->last;
+    node->parent = parent;
+    node->prev = previous;
+    node->next = next;
+    (previous != nullptr ? previous->next : parent->children) = node;
+    (next != nullptr ? next->prev : parent->last) = node;
+}
+
+void Unlink(xmlNode* node) {
+    xmlNode* parent = node->parent;
+    (node->prev != nullptr ? node->prev->next : parent->children) = node->next;
+    (node->next != nullptr ? node->next->prev : parent->last) = node->prev;
+    node->parent = node->prev = node->next = nullptr;
+}
+
+} // namespace sablot

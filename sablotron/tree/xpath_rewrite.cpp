@@ -1,0 +1,144 @@
+#include "sablotron/tree/xpath_rewrite.h"
+
+#include <cstddef>
+#include <utility>
+
+namespace sablot {
+namespace {
+
+constexpr std::string_view BLANKS = " \t\r\n";
+
+bool IsNameStart(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || (static_cast<unsigned char>(c) & 0x80U) != 0;
+}
+
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
+bool IsNameChar(char c) { return IsNameStart(c) || IsDigit(c) || c == '-' || c == '.'; }
+
+class Rewriter {
+public:
+    Rewriter(std::string_view expression, std::string_view prefix) : expression_(expression), prefix_(prefix) {}
+
+    std::string Run() {
+        while (position_ < expression_.size()) {
+            const char c = expression_[position_];
+            if (BLANKS.find(c) != std::string_view::npos) {
+                Copy(1);
+            } else if (c == '"' || c == '\'') {
+                const size_t end = expression_.find(c, position_ + 1);
+                CopyOperand(end == std::string_view::npos ? Rest() : end + 1 - position_);
+            } else if (IsDigit(c) || (c == '.' && IsDigit(At(1)))) {
+                CopyOperand(Length([](char n) { return IsDigit(n) || n == '.'; }));
+            } else if (c == '$') {
+                CopyVariable();
+            } else if (IsNameStart(c)) {
+                CopyName();
+            } else {
+                CopySymbol(c);
+            }
+        }
+        return std::move(result_);
+    }
+
+    const std::vector<std::string_view>& Prefixes() const { return prefixes_; }
+
+private:
+    char At(size_t offset) const {
+        return position_ + offset < expression_.size() ? expression_[position_ + offset] : '\0';
+    }
+    size_t Rest() const { return expression_.size() - position_; }
+
+    template <typename Predicate>
+    size_t Length(Predicate belongs, size_t offset = 0) const {
+        size_t length = 0;
+        while (offset + length < Rest() && belongs(At(offset + length))) ++length;
+        return length;
+    }
+
+    void Copy(size_t length) {
+        result_.append(expression_, position_, length);
+        position_ += length;
+    }
+    void CopyOperand(size_t length) {
+        Copy(length);
+        operandBefore_ = true;
+        otherPrincipal_ = false;
+    }
+
+    size_t BlanksAt(size_t offset) const {
+        return Length([](char c) { return BLANKS.find(c) != std::string_view::npos; }, offset);
+    }
+    // The length of the name at `offset`, with the part after a colon when there is one.
+    size_t QNameAt(size_t offset) {
+        const size_t length = Length(IsNameChar, offset);
+        const char local = At(offset + length + 1);
+        if (At(offset + length) != ':' || !(IsNameStart(local) || local == '*')) return length;
+        prefixes_.push_back(expression_.substr(position_ + offset, length));
+        return length + 1 + (local == '*' ? 1 : Length(IsNameChar, offset + length + 1));
+    }
+
+    void CopyVariable() {
+        const size_t name = 1 + BlanksAt(1);
+        CopyOperand(name + QNameAt(name));
+    }
+
+    void CopyName() {
+        const size_t length = Length(IsNameChar);
+        if (operandBefore_) { // an operator name: and, or, div, mod
+            Copy(length);
+            operandBefore_ = false;
+            return;
+        }
+        const size_t next = length + BlanksAt(length);
+        if (At(next) == ':' && At(next + 1) == ':') {
+            const std::string_view axis = expression_.substr(position_, length);
+            otherPrincipal_ = axis == "attribute" || axis == "namespace";
+            Copy(next + 2);
+            return;
+        }
+        if (At(length) == ':') { // a prefixed name, or prefix:*
+            CopyOperand(QNameAt(0));
+            return;
+        }
+        if (At(next) != '(' && !otherPrincipal_) {
+            result_.append(prefix_);
+            result_.push_back(':');
+        }
+        CopyOperand(length);
+    }
+
+    void CopySymbol(char c) {
+        if (c == '*' && !operandBefore_) {
+            CopyOperand(1);
+        } else if (c == '.') {
+            CopyOperand(At(1) == '.' ? 2 : 1);
+        } else {
+            Copy(1);
+            operandBefore_ = c == ')' || c == ']';
+            otherPrincipal_ = c == '@';
+        }
+    }
+
+    std::string_view expression_;
+    std::string_view prefix_;
+    size_t position_ = 0;
+    std::string result_;
+    std::vector<std::string_view> prefixes_;
+    bool operandBefore_ = false;  // what stands before makes `*` and a name an operator
+    bool otherPrincipal_ = false; // the next name test is of an attribute or a namespace
+};
+
+} // namespace
+
+std::string QualifyElementNames(std::string_view expression, std::string_view prefix) {
+    return Rewriter(expression, prefix).Run();
+}
+
+std::vector<std::string_view> PrefixesOf(std::string_view expression) {
+    Rewriter rewriter(expression, "");
+    rewriter.Run();
+    return rewriter.Prefixes();
+}
+
+} // namespace sablot
