@@ -131,6 +131,8 @@ private:
     // In the child. What it prints to standard error, a sanitizer's report too, is shown when it fails.
     int RunChild(size_t index) const {
         fs::path folder = Folder(index);
+        fs::create_directory(folder / "temporary");
+        setenv("TMPDIR", (folder / "temporary").c_str(), 1);
         alarm(static_cast<unsigned>(std::max(1.0, options_.timeLimit)));
         if (std::freopen((folder / "errors").c_str(), "w", stderr) == nullptr) return CHILD_FAILED;
         ProgramTestResult result;

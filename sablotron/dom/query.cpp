@@ -153,7 +153,7 @@ private:
         context_->node = nullptr;
         context_->namespaces = nullptr;
         context_->nsNr = 0;
-        context_->opLimit = MAX_XPATH_OPERATIONS;
+        context_->opLimit = maxXPathOperations;
         context_->opCount = 0;
         context_->depth = depth;
         xmlResetError(&context_->lastError);

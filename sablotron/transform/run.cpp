@@ -136,7 +136,7 @@ private:
         run.guard.Know(source);
         context->_private = &run;
         context->opLimit = processor_->maxInstructions;
-        context->xpathCtxt->opLimit = MAX_XPATH_OPERATIONS;
+        context->xpathCtxt->opLimit = maxXPathOperations;
         xsltSetCtxtSecurityPrefs(ReadOnlyPreferences(), context.get());
         GuardFunctions(context.get());
         errors_.SetRun(context.get());

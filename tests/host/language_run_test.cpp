@@ -6,8 +6,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <thread>
-
 using namespace host;
 using ::testing::Contains;
 using ::testing::ElementsAre;
@@ -101,16 +99,14 @@ TEST_F(LanguageRun, LimitsStopAProgramWithoutItsHandlers) {
 }
 
 TEST_F(LanguageRun, AnInterruptEndsALoopAndSaysWhere) {
-    std::thread other([] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        RequestInterrupt();
-    });
-    RunResult result = RunText("Sub Wait()\n  Do\n  Loop\nEnd Sub\nWait", {});
-    other.join();
+    Compilation compilation = Compile({{"a.kova", "Sub Wait()\n  Print 1\n  Do\n  Loop\nEnd Sub\nWait"}});
+    RunOptions options;
+    options.print = [](std::string_view) { RequestInterrupt(); };
+    RunResult result = host::Run(*compilation.program, options);
     EXPECT_EQ(result.outcome, RunOutcome::INTERRUPTED);
     ASSERT_EQ(result.stack.size(), 2U);
     EXPECT_EQ(result.stack[0].function, "Wait");
-    EXPECT_EQ(result.stack[1].line, 5U);
+    EXPECT_EQ(result.stack[1].line, 6U);
 }
 
 TEST_F(LanguageRun, CallsDeeperThanTheLimitRaiseAnException) {
@@ -130,8 +126,6 @@ TEST_F(LanguageRun, CallsDeeperThanTheLimitRaiseAnException) {
 }
 
 TEST_F(LanguageRun, StringsGrowInLinearTime) {
-    RunOptions options;
-    options.timeLimit = std::chrono::seconds(20);
     RunResult result = RunText("Class Buffer\n"
                                "  Text As String\n"
                                "  Sub Add(s As String)\n"
@@ -144,8 +138,7 @@ TEST_F(LanguageRun, StringsGrowInLinearTime) {
                                "  s = s + \"0123456789\"\n"
                                "  b.Add(\"012345678\")\n"
                                "Next\n"
-                               "Print LenB(s) + LenB(b.Text)\n",
-                               options);
+                               "Print LenB(s) + LenB(b.Text)\n");
     EXPECT_EQ(result.outcome, RunOutcome::FINISHED);
     EXPECT_EQ(output_, "6000000\n");
 }

@@ -565,7 +565,6 @@ const Case CASES[] = {
 class Member : public testing::TestWithParam<Case> {
 protected:
     static void SetUpTestSuite() { LoadHost(); }
-    void TearDown() override { std::filesystem::remove("dom_members_test.xml"); }
 };
 
 TEST_P(Member, DoesItsWorkAndKeepsNoReference) {

@@ -1,7 +1,6 @@
 // A real article through real stylesheets: by a host program, and by xsltproc.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <fstream>
@@ -42,13 +41,12 @@ std::string WithNumberedIds(const std::string& page) {
 
 TEST(DocBook, PageIsTheOneOfXsltproc) {
     if (std::system("command -v xsltproc >/dev/null") != 0) GTEST_SKIP() << "xsltproc is not installed";
-    const std::string wrapper = testing::TempDir() + "docbook-" + std::to_string(getpid()) + ".xsl";
+    const std::string wrapper = "wrapper.xsl";
     std::ofstream(wrapper) << "<xsl:stylesheet version='1.0' xmlns:xsl='http://www.w3.org/1999/XSL/Transform'>"
                               "<xsl:import href='"
                            << DATA << "/xml/docbook/stylesheet/docbook-xsl/html/docbook.xsl'/></xsl:stylesheet>";
     const std::string expected =
         OutputOf("xsltproc --nonet --novalid " + wrapper + " " + PROGRAMS + "article.xml 2>/dev/null");
-    std::remove(wrapper.c_str());
     EXPECT_GT(expected.size(), 5000u);
     EXPECT_EQ(
         WithNumberedIds(OutputOf("KOVA_DATA=" + DATA + " " KOVA_COMMAND " run " + PROGRAMS + "docbook.kova page")),

@@ -6,8 +6,8 @@
 #include <libxml/parser.h>
 #include <libxslt/documents.h>
 #include <libxslt/xsltutils.h>
-#include <unistd.h>
 
+#include <filesystem>
 #include <fstream>
 #include <tuple>
 
@@ -87,7 +87,7 @@ TEST_F(Cache, ChangedModulesAreSeen) {
     const auto module = [](const char* value) {
         return Sheet(std::string("<xsl:variable name='v' select=\"'") + value + "'\"/>");
     };
-    const std::string file = "/tmp/sablotron-cache-" + std::to_string(getpid());
+    const std::string file = std::filesystem::current_path() / "module.xsl";
     const auto write = [&file](const std::string& text) { std::ofstream(file) << text; };
     const std::string main = "<xsl:template match='/'><o><xsl:value-of select='$v'/></o></xsl:template>";
 
@@ -111,7 +111,6 @@ TEST_F(Cache, ChangedModulesAreSeen) {
         SablotAddArgBuffer(situation, processor, "text", module("1").c_str());
         write(module("1"));
     }
-    unlink(file.c_str());
 }
 
 // Everything that libxslt and libxml2 can leave on a tree.

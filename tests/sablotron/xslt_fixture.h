@@ -3,6 +3,7 @@
 
 #include "sablotron/sablot.h"
 #include "sablotron/sdom.h"
+#include "sablotron/stack_guard.h"
 
 #include <gtest/gtest.h>
 
@@ -45,6 +46,7 @@ protected:
         if (processor != nullptr) SablotDestroyProcessor(processor);
         for (SDOM_Document document : documents) SablotDestroyDocument(situation, document);
         SablotDestroySituation(situation);
+        sablot::maxXPathOperations = operationLimit;
     }
 
     SDOM_Document Parse(const std::string& text) {
@@ -113,6 +115,7 @@ protected:
         return 0;
     }
 
+    const unsigned long operationLimit = sablot::maxXPathOperations; // which a test may change
     SablotSituation situation = nullptr;
     SablotHandle processor = nullptr;
     SablotMessageHandler handler{

@@ -3,7 +3,6 @@
 #include "tests/sablotron/xslt_fixture.h"
 
 #include <gmock/gmock.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
@@ -15,11 +14,7 @@ namespace fs = std::filesystem;
 
 class Guards : public XsltFixture {
 protected:
-    Guards() : directory(fs::temp_directory_path() / ("sablotron-" + std::to_string(getpid()))) {
-        fs::create_directories(directory);
-        Write("data.xml", "<secret>42</secret>");
-    }
-    ~Guards() override { fs::remove_all(directory); }
+    Guards() { Write("data.xml", "<secret>42</secret>"); }
 
     std::string Write(const std::string& name, const std::string& text) {
         std::ofstream(directory / name) << text;
@@ -31,7 +26,7 @@ protected:
         return Result(Template("<o><xsl:value-of select=\"document('" + uri + "')\"/></o>"), "<a/>");
     }
 
-    fs::path directory;
+    fs::path directory = fs::current_path();
 };
 
 TEST_F(Guards, OnlyArgumentsAndLocalFilesAreRead) {
@@ -260,8 +255,9 @@ TEST_F(Guards, RunsThatMultiplyEnd) {
 
 TEST_F(Guards, ExpressionsThatMultiplyEnd) {
     std::string source = "<a>";
-    for (int i = 0; i < 3000; ++i) source += "<b/>";
+    for (int i = 0; i < 100; ++i) source += "<b/>";
     source += "</a>";
+    sablot::maxXPathOperations = 100'000;
     EXPECT_EQ(Transform(Template("<xsl:value-of select='count(//b[count(//b[count(//b) > 0]) > 0])'/>"), source), 1);
 }
 
