@@ -42,6 +42,9 @@ String* GetName(Object* self, int32_t) { return BuildPath(Path(self).filename())
 
 String* GetPath(Object* self, int32_t) { return BuildPath(Path(self)); }
 
+// A method, so that plug-ins can look it up by its declaration.
+String* NativePath(Object* self) { return BuildPath(Path(self)); }
+
 int32_t GetExists(Object* self, int32_t) {
     std::error_code error;
     return static_cast<int32_t>(fs::exists(Path(self), error));
@@ -141,17 +144,14 @@ void MoveFileTo(Object* self, Object* destination) {
 }
 
 const PropertyDefinition PROPERTIES[] = {
-    ReadOnly("Name", "String", Native(GetName)),
-    ReadOnly("AbsolutePath", "String", Native(GetPath)),
-    ReadOnly("NativePath", "String", Native(GetPath)),
-    ReadOnly("Exists", "Boolean", Native(GetExists)),
-    ReadOnly("Directory", "Boolean", Native(GetDirectory)),
-    ReadOnly("Length", "Integer", Native(GetLength)),
-    ReadOnly("Parent", "FolderItem", Native(GetParent)),
+    ReadOnly("Name", "String", Native(GetName)),      ReadOnly("AbsolutePath", "String", Native(GetPath)),
+    ReadOnly("Exists", "Boolean", Native(GetExists)), ReadOnly("Directory", "Boolean", Native(GetDirectory)),
+    ReadOnly("Length", "Integer", Native(GetLength)), ReadOnly("Parent", "FolderItem", Native(GetParent)),
     ReadOnly("Count", "Integer", Native(GetCount)),
 };
 
 const MethodDefinition METHODS[] = {
+    Member("NativePath() As String", Native(NativePath)),
     Member("Item(index as Integer) as FolderItem", Native(Item)),
     Member("Child(name as String) as FolderItem", Native(Child)),
     Member("OpenAsBinaryFile(write as Boolean = False) as BinaryStream", Native(OpenAsBinaryFile)),

@@ -4,6 +4,7 @@
 #include "host/runtime/array.h"
 #include "host/runtime/encoding.h"
 #include "host/runtime/exception.h"
+#include "host/runtime/log.h"
 #include "host/runtime/string.h"
 #include "host/runtime/value.h"
 
@@ -52,6 +53,11 @@ Object* GetTemporaryFolder(Object*, int32_t) {
 String* EnvironmentVariable(String* name) {
     const char* value = std::getenv(StringBytes(name));
     return value != nullptr ? BuildUtf8(value) : nullptr;
+}
+
+Array* LogMessages() {
+    Slot array = Value(TakeLogMessages()).Detach();
+    return array.array;
 }
 
 void Quit(int32_t code) { RaiseNew(END_EXCEPTION, code, {}); }
@@ -112,6 +118,7 @@ const PropertyDefinition SYSTEM_PROPERTIES[] = {
 const GlobalFunction SYSTEM_FUNCTIONS[] = {
     {"Arguments() as String()", Native(Arguments)},
     {"EnvironmentVariable(name as String) as String", Native(EnvironmentVariable)},
+    {"LogMessages() as String()", Native(LogMessages)},
     {"Quit(code as Integer = 0)", Native(Quit)},
 };
 

@@ -4,6 +4,7 @@
 #include "host/runtime/class.h"
 #include "host/runtime/encoding.h"
 #include "host/runtime/exception.h"
+#include "host/runtime/log.h"
 #include "host/runtime/object.h"
 #include "host/runtime/property.h"
 #include "host/runtime/string.h"
@@ -162,6 +163,7 @@ const std::array SERVICES = {
     Entry("KOVALoadObjectMethod", KOVALoadObjectMethod),
     Entry("KOVALoadGlobalMethod", KOVALoadGlobalMethod),
     Entry("KOVAGetKVVersion", KOVAGetKVVersion),
+    Entry("RuntimeLogMessage", LogMessage),
 };
 
 std::array<bool, SERVICES.size()> isDisabled{};

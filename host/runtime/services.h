@@ -31,6 +31,7 @@ struct Service {
 // KOVASetPropValueString(object, name, string): whether it succeeded
 // KOVALoadObjectMethod(object, declaration), KOVALoadGlobalMethod(0, declaration): the function, or 0
 // KOVAGetKVVersion(): double
+// RuntimeLogMessage(string): a line for whoever runs the program
 std::span<const Service> Services();
 
 // The resolver handed to a plug-in: the service's function, or nullptr if there is none or it is switched off.

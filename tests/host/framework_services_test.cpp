@@ -4,6 +4,7 @@
 #include "host/runtime/dynamic.h"
 #include "host/runtime/encoding.h"
 #include "host/runtime/leaks.h"
+#include "host/runtime/log.h"
 #include "host/runtime/services.h"
 
 #include <gtest/gtest.h>
@@ -42,6 +43,9 @@ TEST_F(FrameworkServices, ReadsAFileByTheDeclarationsOfPlugins) {
     ObjectRef file = NewFolderItem(folder_ / "file");
     auto open = ObjectMethod<Object* (*)(Object*, int32_t)>(file, "OpenAsBinaryFile(write as Boolean) as BinaryStream");
     ASSERT_NE(open, nullptr);
+    auto nativePath = ObjectMethod<String* (*)(Object*)>(file, "NativePath() As String");
+    ASSERT_NE(nativePath, nullptr);
+    EXPECT_EQ(StringRef::Adopt(nativePath(file.Get())).View(), (folder_ / "file").native());
     ObjectRef stream = ObjectRef::Adopt(open(file.Get(), 0));
     ASSERT_TRUE(stream);
 
@@ -87,6 +91,17 @@ TEST_F(FrameworkServices, AnUnreadableFileRaisesAndGivesNil) {
     EXPECT_EQ(exception.Get()->cls->name, "IOException");
     EXPECT_EQ(GetProperty(exception, "ErrorNumber").Integer(), ENOENT);
     EXPECT_EQ(GetProperty(exception, "Message").Text(), (folder_ / "missing").native() + ": No such file or directory");
+}
+
+TEST_F(FrameworkServices, LogsMessagesOfPluginsAndKeepsThem) {
+    auto log = Service<void (*)(String*)>("RuntimeLogMessage");
+    ASSERT_NE(log, nullptr);
+    testing::internal::CaptureStderr();
+    log(StringRef::Adopt(BuildString(std::string_view("\xE4"), ENCODING_ISO_LATIN1)).Get());
+    log(nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "\xC3\xA4\n\n");
+    EXPECT_EQ(TakeLogMessages(), (std::vector<std::string>{"\xC3\xA4", ""}));
+    EXPECT_TRUE(TakeLogMessages().empty());
 }
 
 TEST_F(FrameworkServices, CountsBytesByTheDeclarationOfPlugins) {
