@@ -116,13 +116,13 @@ KOVAObject XmlDocument_GetDocumentElement(KOVAObject self, uint32_t) {
 
 // The properties below also answer when the library document is gone, as long as there is an `Xml` object.
 
-int32_t XmlDocument_GetPreserveWhitespace(KOVAObject self, uint32_t) {
+KOVAInteger XmlDocument_GetPreserveWhitespace(KOVAObject self, uint32_t) {
     const XmlData* xml = XmlOf(NodeOf(self)->xml);
     if (xml == nullptr) CheckDocument(*NodeOf(self));
     return xml != nullptr && xml->preserveWhitespace ? 1 : 0;
 }
 
-void XmlDocument_SetPreserveWhitespace(KOVAObject self, uint32_t, int32_t value) {
+void XmlDocument_SetPreserveWhitespace(KOVAObject self, uint32_t, KOVABoolean value) {
     NodeData& wrapper = *NodeOf(self);
     if (XmlData* xml = XmlOf(wrapper.xml))
         xml->preserveWhitespace = value != 0;
@@ -137,8 +137,7 @@ KOVAString XmlDocument_GetEncoding(KOVAObject self, uint32_t) {
         CheckDocument(wrapper);
         return nullptr;
     }
-    KOVALockString(xml->encoding);
-    return xml->encoding;
+    return LockedString(xml->encoding);
 }
 
 void XmlDocument_SetEncoding(KOVAObject self, uint32_t, KOVAString value) {
@@ -148,9 +147,7 @@ void XmlDocument_SetEncoding(KOVAObject self, uint32_t, KOVAString value) {
         CheckDocument(wrapper);
         return;
     }
-    KOVALockString(value);
-    KOVAUnlockString(xml->encoding);
-    xml->encoding = value;
+    ReplaceString(xml->encoding, LockedString(value));
 }
 
 } // namespace kova

@@ -1,3 +1,4 @@
+// Raising, and what the library's messages become.
 #include "dom/exceptions.h"
 
 #include "dom/classes.h"

@@ -1,3 +1,4 @@
+// The state machine.
 #include "dom/markup_scanner.h"
 
 #include "glue/strings.h"

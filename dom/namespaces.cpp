@@ -1,3 +1,4 @@
+// The members of `XmlNamespaces`.
 #include "dom/namespaces.h"
 
 #include "dom/classes.h"
@@ -5,6 +6,7 @@
 #include "dom/members.h"
 #include "glue/objects.h"
 #include "glue/strings.h"
+#include "sablotron/sdom.h"
 
 #include <algorithm>
 #include <cstring>
@@ -15,7 +17,6 @@ namespace kova {
 namespace {
 
 constexpr int32_t ABSENT = -1;
-constexpr int32_t INDEX_SIZE_ERR = 1;
 
 int32_t IndexOf(const NamespacesData& map, KOVAString prefix) {
     const auto entries = map.InUse();
@@ -26,17 +27,11 @@ int32_t IndexOf(const NamespacesData& map, KOVAString prefix) {
     return ABSENT;
 }
 
-void Store(KOVAString& field, KOVAString value) {
-    KOVALockString(value);
-    KOVAUnlockString(field);
-    field = value;
-}
-
 void RaiseFull() {
     constexpr char MESSAGE[] = "XmlNamespaces holds at most 16 prefixes";
     char* message = static_cast<char*>(::operator new(sizeof MESSAGE));
     std::memcpy(message, MESSAGE, sizeof MESSAGE);
-    RaiseDomException(INDEX_SIZE_ERR, message);
+    RaiseDomException(SDOM_INDEX_SIZE_ERR, message);
 }
 
 } // namespace
@@ -57,8 +52,7 @@ KOVAString XmlNamespaces_Uri(KOVAObject self, KOVAString prefix) {
     const NamespacesData& map = *NamespacesOf(self);
     const int32_t index = IndexOf(map, prefix);
     if (index == ABSENT) return nullptr;
-    KOVALockString(map.entries[index].uri);
-    return map.entries[index].uri;
+    return LockedString(map.entries[index].uri);
 }
 
 void XmlNamespaces_SetUri(KOVAObject self, KOVAString prefix, KOVAString value) {
@@ -75,13 +69,13 @@ void XmlNamespaces_SetUri(KOVAObject self, KOVAString prefix, KOVAString value) 
         map.count = index + 1;
     }
     // An entry beyond a count that the program lowered still holds its strings.
-    Store(map.entries[index].prefix, prefixUtf8);
-    Store(map.entries[index].uri, valueUtf8);
+    ReplaceString(map.entries[index].prefix, LockedString(prefixUtf8));
+    ReplaceString(map.entries[index].uri, LockedString(valueUtf8));
 }
 
 // Deliberate: answers the entry's index, or -1, and the host takes any word but 0 for True. So a prefix is "absent"
 // only when it stands first.
-int32_t XmlNamespaces_HasPrefix(KOVAObject self, KOVAString prefix) { return IndexOf(*NamespacesOf(self), prefix); }
+KOVABoolean XmlNamespaces_HasPrefix(KOVAObject self, KOVAString prefix) { return IndexOf(*NamespacesOf(self), prefix); }
 
 // Releases every entry, also one beyond a count that the program lowered.
 void XmlNamespaces_Clear(KOVAObject self) {

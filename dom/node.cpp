@@ -1,3 +1,4 @@
+// Wrapping, checking and serialising nodes.
 #include "dom/node.h"
 
 #include "dom/classes.h"
@@ -11,15 +12,15 @@ namespace kova {
 
 namespace {
 
-ClassReference ClassOf(int32_t type) {
+ClassReference ClassOf(SDOM_NodeType type) {
     switch (type) {
-    case ELEMENT_NODE: return gXmlElementClass;
-    case ATTRIBUTE_NODE: return gXmlAttributeClass;
-    case TEXT_NODE: return gXmlTextNodeClass;
-    case CDATA_SECTION_NODE: return gXmlCDATASectionClass;
-    case PROCESSING_INSTRUCTION_NODE: return gXmlProcessingInstructionClass;
-    case COMMENT_NODE: return gXmlCommentClass;
-    case DOCUMENT_NODE: return gXmlDocumentClass;
+    case SDOM_ELEMENT_NODE: return gXmlElementClass;
+    case SDOM_ATTRIBUTE_NODE: return gXmlAttributeClass;
+    case SDOM_TEXT_NODE: return gXmlTextNodeClass;
+    case SDOM_CDATA_SECTION_NODE: return gXmlCDATASectionClass;
+    case SDOM_PROCESSING_INSTRUCTION_NODE: return gXmlProcessingInstructionClass;
+    case SDOM_COMMENT_NODE: return gXmlCommentClass;
+    case SDOM_DOCUMENT_NODE: return gXmlDocumentClass;
     default: return gXmlNodeClass;
     }
 }
@@ -48,22 +49,21 @@ NodeData* NodeOf(KOVAObject wrapper) {
 
 SDOM_Node LibraryNodeOf(KOVAObject wrapper) { return NodeOf(wrapper)->node; }
 
-int32_t TypeOf(const XmlData& xml, SDOM_Node node) {
+SDOM_NodeType TypeOf(const XmlData& xml, SDOM_Node node) {
     SDOM_NodeType type{};
     SDOM_getNodeType(xml.situation, node, &type);
-    return static_cast<int32_t>(type);
+    return type;
 }
 
 KOVAObject WrapNode(KOVAObject xml, SDOM_Node node) {
     if (node == nullptr) return nullptr;
     XmlData& document = *XmlOf(xml);
-    const int32_t type = TypeOf(document, node);
+    const SDOM_NodeType type = TypeOf(document, node);
     const KOVAObject object = PluginNewInstance(ClassOf(type));
     if (object == nullptr) return nullptr;
-    if (type == DOCUMENT_NODE) ++document.documentWrapperCount;
+    if (type == SDOM_DOCUMENT_NODE) ++document.documentWrapperCount;
     NodeData& wrapper = *NodeOf(object);
-    KOVALockObject(xml);
-    wrapper.xml = xml;
+    wrapper.xml = LockedObject(xml);
     wrapper.node = node;
     return object;
 }
@@ -71,7 +71,7 @@ KOVAObject WrapNode(KOVAObject xml, SDOM_Node node) {
 bool CheckDocument(NodeData& wrapper) {
     const XmlData* xml = XmlOf(wrapper.xml);
     if (xml != nullptr && xml->document != nullptr) return false;
-    wrapper.lastError = NOT_FOUND_ERR;
+    wrapper.lastError = SDOM_NOT_FOUND_ERR;
     return true;
 }
 
@@ -101,7 +101,7 @@ KOVAString SerialiseNode(const XmlData& xml, SDOM_Node node, int32_t& lastError)
 AttributeRange AttributesOf(const NodeData& wrapper) {
     const XmlData& xml = *XmlOf(wrapper.xml);
     AttributeRange range;
-    if (TypeOf(xml, wrapper.node) != ELEMENT_NODE) return range;
+    if (TypeOf(xml, wrapper.node) != SDOM_ELEMENT_NODE) return range;
     SDOM_getAttributeNodeCount(xml.situation, wrapper.node, &range.count);
     range.hidden = HiddenAttributes(xml, wrapper.node, range.count);
     return range;

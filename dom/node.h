@@ -9,21 +9,8 @@
 
 namespace kova {
 
-// DOM node types, as the library and `XmlNode.Type` number them.
-enum NodeType : int32_t {
-    ELEMENT_NODE = 1,
-    ATTRIBUTE_NODE = 2,
-    TEXT_NODE = 3,
-    CDATA_SECTION_NODE = 4,
-    PROCESSING_INSTRUCTION_NODE = 7,
-    COMMENT_NODE = 8,
-    DOCUMENT_NODE = 9
-};
-
-constexpr int32_t NOT_FOUND_ERR = 8;
-
 // Instance data of `XmlNode` and of all its subclasses. A wrapper never owns its node. When LoadXml replaces the tree,
-// the nodes of the old one answer NOT_FOUND_ERR from then on.
+// the nodes of the old one answer SDOM_NOT_FOUND_ERR from then on.
 struct NodeData {
     KOVAObject self;
     KOVAObject xml; // one reference; nil in a wrapper that a program made itself
@@ -58,6 +45,6 @@ struct AttributeRange {
 };
 AttributeRange AttributesOf(const NodeData& wrapper);
 
-int32_t TypeOf(const XmlData& xml, SDOM_Node node);
+SDOM_NodeType TypeOf(const XmlData& xml, SDOM_Node node);
 
 } // namespace kova

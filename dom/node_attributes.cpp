@@ -80,11 +80,11 @@ KOVAObject XmlNode_GetAttributeNodeNS(KOVAObject self, KOVAString uri, KOVAStrin
     return WrapOrRaise(wrapper, attribute);
 }
 
-KOVAObject XmlNode_GetAttributeNodeIndex(KOVAObject self, int32_t index) {
+KOVAObject XmlNode_GetAttributeNodeIndex(KOVAObject self, KOVAInteger index) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     const XmlData& xml = *XmlOf(wrapper.xml);
-    if (TypeOf(xml, wrapper.node) != ELEMENT_NODE) return nullptr;
+    if (TypeOf(xml, wrapper.node) != SDOM_ELEMENT_NODE) return nullptr;
     const AttributeRange range = AttributesOf(wrapper);
     SDOM_Node attribute = nullptr;
     // Deliberate: negative indexes reach the hidden entries, and one past the end is asked for and not found.

@@ -22,13 +22,12 @@ KOVAObject PlaceChild(KOVAObject self, KOVAObject newChild, bool argumentsGiven,
     }
     edit(XmlOf(wrapper.xml)->situation, wrapper.node);
     if (!CheckLibrary(wrapper)) return nullptr;
-    KOVALockObject(newChild);
-    return newChild;
+    return LockedObject(newChild);
 }
 
 } // namespace
 
-int32_t XmlNode_Compare(KOVAObject self, KOVAObject other) {
+KOVAInteger XmlNode_Compare(KOVAObject self, KOVAObject other) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper) || other == nullptr) return NOT_COMPARABLE;
     int result = NOT_COMPARABLE;
@@ -36,7 +35,7 @@ int32_t XmlNode_Compare(KOVAObject self, KOVAObject other) {
     return result;
 }
 
-KOVAObject XmlNode_Child(KOVAObject self, int32_t index) {
+KOVAObject XmlNode_Child(KOVAObject self, KOVAInteger index) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     SDOM_Node child = nullptr;
@@ -83,7 +82,7 @@ void XmlNode_RemoveChild(KOVAObject self, KOVAObject oldChild) {
     CheckLibrary(wrapper);
 }
 
-KOVAObject XmlNode_Clone(KOVAObject self, int32_t deep) {
+KOVAObject XmlNode_Clone(KOVAObject self, KOVABoolean deep) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     SDOM_Node clone = nullptr;

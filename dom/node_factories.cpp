@@ -31,7 +31,7 @@ KOVAObject CreateFromText(KOVAObject self, KOVAString text, Call call) {
 
 } // namespace
 
-KOVAObject XmlDocument_ImportNode(KOVAObject self, KOVAObject foreignNode, int32_t deep) {
+KOVAObject XmlDocument_ImportNode(KOVAObject self, KOVAObject foreignNode, KOVABoolean deep) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     if (foreignNode == nullptr) {

@@ -1,3 +1,4 @@
+// The members of `XmlNodeList`.
 #include "dom/node_list.h"
 
 #include "dom/classes.h"
@@ -21,9 +22,8 @@ KOVAObject WrapNodeList(KOVAObject xml, SDOM_NodeList list) {
         SDOM_disposeNodeList(XmlOf(xml)->situation, list);
         return nullptr;
     }
-    KOVALockObject(xml);
     NodeListData& data = ListOf(object);
-    data.xml = xml;
+    data.xml = LockedObject(xml);
     data.list = list;
     return object;
 }
@@ -36,7 +36,7 @@ void XmlNodeList_Finalize(KOVAObject self) {
     data.xml = nullptr;
 }
 
-int32_t XmlNodeList_GetLength(KOVAObject self, uint32_t) {
+KOVAInteger XmlNodeList_GetLength(KOVAObject self, uint32_t) {
     NodeListData& data = ListOf(self);
     if (data.xml == nullptr) return 0;
     int length = 0;
@@ -44,7 +44,7 @@ int32_t XmlNodeList_GetLength(KOVAObject self, uint32_t) {
     return length;
 }
 
-KOVAObject XmlNodeList_Item(KOVAObject self, int32_t index) {
+KOVAObject XmlNodeList_Item(KOVAObject self, KOVAInteger index) {
     NodeListData& data = ListOf(self);
     if (data.xml == nullptr) return nullptr;
     SDOM_Node node = nullptr;

@@ -43,7 +43,7 @@ KOVAObject XmlNode_GetOwnerDocument(KOVAObject self, uint32_t) {
     return WrapNode(wrapper.xml, reinterpret_cast<SDOM_Node>(document));
 }
 
-int32_t XmlNode_GetType(KOVAObject self, uint32_t) {
+KOVAInteger XmlNode_GetType(KOVAObject self, uint32_t) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return 0;
     SDOM_NodeType type{};
@@ -59,7 +59,7 @@ KOVAString XmlNode_GetLocalName(KOVAObject self, uint32_t) { return GetText(self
 KOVAString XmlNode_GetValue(KOVAObject self, uint32_t) { return GetText(self, SDOM_getNodeValue); }
 void XmlNode_SetValue(KOVAObject self, uint32_t, KOVAString value) { SetText(self, value, SDOM_setNodeValue); }
 
-int32_t XmlNode_GetChildCount(KOVAObject self, uint32_t) {
+KOVAInteger XmlNode_GetChildCount(KOVAObject self, uint32_t) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return 0;
     int count = 0;
@@ -78,13 +78,14 @@ KOVAString XmlNode_GetToString(KOVAObject self, uint32_t) {
     if (CheckDocument(wrapper)) return nullptr;
     const XmlData& xml = *XmlOf(wrapper.xml);
     switch (TypeOf(xml, wrapper.node)) {
-    case DOCUMENT_NODE: return SerialiseDocument(xml, reinterpret_cast<SDOM_Document>(wrapper.node), wrapper.lastError);
-    case ELEMENT_NODE: return SerialiseNode(xml, wrapper.node, wrapper.lastError);
+    case SDOM_DOCUMENT_NODE:
+        return SerialiseDocument(xml, reinterpret_cast<SDOM_Document>(wrapper.node), wrapper.lastError);
+    case SDOM_ELEMENT_NODE: return SerialiseNode(xml, wrapper.node, wrapper.lastError);
     default: return nullptr; // deliberately nothing for text, comments, attributes and the rest
     }
 }
 
-int32_t XmlNode_GetAttributeCount(KOVAObject self, uint32_t) {
+KOVAInteger XmlNode_GetAttributeCount(KOVAObject self, uint32_t) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return 0;
     const AttributeRange range = AttributesOf(wrapper);

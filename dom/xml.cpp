@@ -1,3 +1,4 @@
+// The library objects of a document, made and released with its `Xml` object.
 #include "dom/xml.h"
 
 #include "dom/classes.h"

@@ -11,7 +11,7 @@ template <typename Result = void, HostWord... Args>
 Result RaiseEvent(KOVAObject object, const EventDefinition& event, Args... args) {
     using Handler = Result (*)(KOVAObject, Args...);
     auto handler = reinterpret_cast<Handler>(GetEventInstance(object, event));
-    return handler ? handler(object, args...) : Result();
+    return handler != nullptr ? handler(object, args...) : Result();
 }
 
 } // namespace kova

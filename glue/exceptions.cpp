@@ -1,3 +1,4 @@
+// Making exceptions of the plug-in's and of the host's classes.
 #include "glue/exceptions.h"
 
 #include "glue/strings.h"

@@ -1,10 +1,11 @@
+// The calls of the host's file and stream objects.
 #include "glue/files.h"
 
 namespace kova {
 
 KOVAObject OpenAsBinaryFile(KOVAObject file, bool write) {
     return CallMethod<KOVAObject>(file, "OpenAsBinaryFile(write as Boolean) as BinaryStream",
-                                  KOVABoolean{static_cast<kova::KOVABoolean>(write)});
+                                  KOVABoolean{write ? 1 : 0});
 }
 
 int32_t StreamLength(KOVAObject stream) {

@@ -18,7 +18,7 @@ class HostService;
 
 // The first call resolves the service and keeps it. While the host has no such service every call asks again and
 // answers the fallback: nil, 0, false or nothing. A bool result is the low byte of the host's word.
-template <typename Result, class... Args>
+template <typename Result, typename... Args>
 class HostService<Result(Args...)> {
 public:
     constexpr explicit HostService(const char* name) : name_(name) {}
@@ -29,8 +29,8 @@ public:
     bool IsResolved() const { return function_ != nullptr; }
 
     Result operator()(Args... args) {
-        if (!function_) function_ = reinterpret_cast<Function>(ResolveHostService(name_));
-        if (!function_) return Result();
+        if (function_ == nullptr) function_ = reinterpret_cast<Function>(ResolveHostService(name_));
+        if (function_ == nullptr) return Result();
         if constexpr (std::is_same_v<Result, bool>)
             return (function_(args...) & 0xFF) != 0;
         else

@@ -14,10 +14,11 @@ Data* InstanceData(KOVAObject object, const ClassDefinition& record) {
     return reinterpret_cast<Data*>(reinterpret_cast<uintptr_t>(object) + record.dataOffset);
 }
 
-// Adds a reference for the caller, as an object that was received or is kept needs before it is returned.
+// Adds a reference, as an object that was received or is kept needs before it is stored or returned; nil in a host that
+// cannot add one, so that nobody drops a reference that was never there.
 inline KOVAObject LockedObject(KOVAObject object) {
     KOVALockObject(object);
-    return object;
+    return KOVALockObject.IsResolved() ? object : nullptr;
 }
 
 // One reference to an object, dropped at the end of the scope.
@@ -25,11 +26,8 @@ class OwnedObject {
 public:
     OwnedObject() = default;
     explicit OwnedObject(KOVAObject object) : object_(object) {}
-    // Adds a reference; none in a host that cannot, so that none is dropped either.
-    static OwnedObject Share(KOVAObject object) {
-        KOVALockObject(object);
-        return OwnedObject(KOVALockObject.IsResolved() ? object : nullptr);
-    }
+    // Adds a reference.
+    static OwnedObject Share(KOVAObject object) { return OwnedObject(LockedObject(object)); }
     OwnedObject(OwnedObject&& other) noexcept : object_(other.Release()) {}
     OwnedObject& operator=(OwnedObject&& other) noexcept {
         std::swap(object_, other.object_);
@@ -48,11 +46,11 @@ private:
 };
 
 // Calls a method of a host object by its declaration; Result() if the object has no such method.
-template <typename Result, class... Args>
+template <typename Result, typename... Args>
 Result CallMethod(KOVAObject object, const char* declaration, Args... args) {
     using Function = Result (*)(KOVAObject, Args...);
     auto function = reinterpret_cast<Function>(KOVALoadObjectMethod(object, declaration));
-    return function ? function(object, args...) : Result();
+    return function != nullptr ? function(object, args...) : Result();
 }
 
 } // namespace kova

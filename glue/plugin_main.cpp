@@ -1,3 +1,4 @@
+// The entry: keeps the resolver, announces the interface version, registers.
 #include "glue/plugin_main.h"
 
 #include "glue/host_service.h"

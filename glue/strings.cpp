@@ -1,3 +1,4 @@
+// Reading and making host strings.
 #include "glue/strings.h"
 
 #include <cstring>
@@ -41,7 +42,7 @@ KOVAString EnsureUTF8(KOVAString string) {
 
 KOVAString LockedString(KOVAString string) {
     KOVALockString(string);
-    return string;
+    return KOVALockString.IsResolved() ? string : nullptr;
 }
 
 void ReplaceString(KOVAString& field, KOVAString owned) {

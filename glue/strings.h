@@ -26,7 +26,8 @@ KOVAString BuildUTF8String(const char* bytes, int32_t length);
 // The string itself if it is marked UTF-8, else converted. Borrowed either way: never unlock it.
 KOVAString EnsureUTF8(KOVAString string);
 
-// Adds a reference for the caller, as a string that is kept in instance data needs before it is returned.
+// Adds a reference, as a string that was received or is kept needs before it is stored or returned; nil in a host that
+// cannot add one, so that nobody drops a reference that was never there.
 KOVAString LockedString(KOVAString string);
 
 // Stores a string whose reference passes to the field and drops the field's old one.
@@ -37,11 +38,6 @@ class OwnedString {
 public:
     OwnedString() = default;
     explicit OwnedString(KOVAString string) : string_(string) {}
-    // Adds a reference; none in a host that cannot, so that none is dropped either.
-    static OwnedString Share(KOVAString string) {
-        KOVALockString(string);
-        return OwnedString(KOVALockString.IsResolved() ? string : nullptr);
-    }
     OwnedString(OwnedString&& other) noexcept : string_(other.Release()) {}
     OwnedString& operator=(OwnedString&& other) noexcept {
         if (this != &other) ReplaceString(string_, other.Release());

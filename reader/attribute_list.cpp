@@ -1,3 +1,4 @@
+// Making and reading attribute lists.
 #include "reader/attribute_list.h"
 
 #include "glue/strings.h"

@@ -1,3 +1,4 @@
+// The callbacks, in the order in which a document meets them.
 #include "reader/callbacks.h"
 
 #include "glue/events.h"
@@ -10,6 +11,8 @@
 namespace kova {
 
 namespace {
+
+static_assert(sizeof(XML_Char) == 1, "Expat hands out UTF-8");
 
 // A text with a length of its own.
 struct CountedText {
@@ -26,10 +29,10 @@ KOVAInteger Argument(int flag) { return flag; }
 KOVAString Word(const OwnedString& string) { return string.Get(); }
 KOVAInteger Word(KOVAInteger flag) { return flag; }
 
-template <typename Result = void, class... Reported>
+template <typename Result = void, typename... Reported>
 Result Raise(void* userData, ReaderEvent event, Reported... reported) {
     auto* reader = static_cast<KOVAObject>(userData);
-    if (!reader) return Result(); // Reset has cleared the user data
+    if (reader == nullptr) return Result(); // Reset has cleared the user data
     const std::tuple arguments{Argument(reported)...};
     return std::apply(
         [&](const auto&... argument) { return RaiseEvent<Result>(reader, EventRecord(event), Word(argument)...); },

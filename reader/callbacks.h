@@ -3,6 +3,8 @@
 
 #include "reader/xml_reader.h"
 
+#include <expat.h>
+
 namespace kova {
 
 // Installs the callbacks on the reader's main parser, or clears them while `handlersOff` is set. The reader object

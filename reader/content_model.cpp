@@ -1,14 +1,19 @@
+// Making, releasing and reading content models.
 #include "reader/content_model.h"
 
 #include "glue/objects.h"
 #include "glue/strings.h"
 #include "reader/members.h"
 
+#include <expat.h>
+
 #include <cstdlib>
 
 namespace kova {
 
 namespace {
+
+static_assert(sizeof(XML_Content) == 20);
 
 constexpr KOVAInteger NO_MODEL = -50;
 
@@ -95,8 +100,8 @@ KOVAInteger XmlContentModel_GetNumChildren(KOVAObject self, uint32_t) {
 
 KOVAObject XmlContentModel_Child(KOVAObject self, KOVAInteger index) {
     const XML_Content* model = Data(self).model;
-    if ((model == nullptr) || index < 0 || static_cast<unsigned>(index) >= model->numchildren
-        || (model->children == nullptr))
+    if (model == nullptr || index < 0 || static_cast<unsigned>(index) >= model->numchildren
+        || model->children == nullptr)
         return nullptr;
     return NewModel(&model->children[index], 0);
 }

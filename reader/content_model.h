@@ -4,13 +4,13 @@
 #include "glue/host_types.h"
 #include "reader/classes.h"
 
-#include <expat.h>
+struct XML_cp; // a node of Expat's content models, XML_Content
 
 namespace kova {
 
 struct XmlContentModelData {
     KOVAObject owner;
-    XML_Content* model;         // none for a view whose tree is gone, and for an object that the program made itself
+    XML_cp* model;              // none for a view whose tree is gone, and for an object that the program made itself
     XmlContentModelData* newer; // links of the list of live content models
     XmlContentModelData* older;
     uint32_t reserved;
@@ -19,10 +19,9 @@ struct XmlContentModelData {
 static_assert(sizeof(XmlContentModelData) == 24 && offsetof(XmlContentModelData, model) == 4
               && offsetof(XmlContentModelData, newer) == 8 && offsetof(XmlContentModelData, older) == 12
               && offsetof(XmlContentModelData, reserved) == 16 && offsetof(XmlContentModelData, ownsModel) == 20);
-static_assert(sizeof(XML_Content) == 20);
 
 // A new object that owns the parser's tree and frees it when its last reference goes. Nil for no tree, and when the
 // host makes no instance; the tree is freed then.
-KOVAObject NewContentModel(XML_Content* tree);
+KOVAObject NewContentModel(XML_cp* tree);
 
 } // namespace kova

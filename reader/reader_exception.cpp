@@ -1,7 +1,10 @@
+// What the exception carries, and its properties.
 #include "reader/reader_exception.h"
 
 #include "glue/strings.h"
 #include "reader/members.h"
+
+#include <expat.h>
 
 namespace kova {
 
@@ -9,6 +12,15 @@ namespace {
 
 const XmlReaderExceptionData& Data(KOVAObject self) {
     return *InstanceData<XmlReaderExceptionData>(self, xmlReaderExceptionClass);
+}
+
+// The text for an error code; null for XML_ERROR_NONE and for codes above 27.
+const char* ErrorText(XML_Error code) {
+    // Programs know the texts of codes up to this one; what Expat has added since goes by its number alone.
+    if (code > XML_ERROR_UNBOUND_PREFIX) return nullptr;
+    // Expat has reworded this one; programs know the older text.
+    if (code == XML_ERROR_MISPLACED_XML_PI) return "xml declaration not at start of external entity";
+    return XML_ErrorString(code);
 }
 
 void Raise(XML_Parser main, XML_Error code, const char* message) {
@@ -27,18 +39,10 @@ void Raise(XML_Parser main, XML_Error code, const char* message) {
 
 void RaiseReaderException(XML_Parser main) {
     const XML_Error code = XML_GetErrorCode(main);
-    Raise(main, code, ReaderErrorText(code));
+    Raise(main, code, ErrorText(code));
 }
 
 void RaiseReaderBusy(XML_Parser main, const char* message) { Raise(main, XML_ERROR_UNEXPECTED_STATE, message); }
-
-const char* ReaderErrorText(XML_Error code) {
-    // Programs know the texts of codes up to this one; what Expat has added since goes by its number alone.
-    if (code > XML_ERROR_UNBOUND_PREFIX) return nullptr;
-    // Expat has reworded this one; programs know the older text.
-    if (code == XML_ERROR_MISPLACED_XML_PI) return "xml declaration not at start of external entity";
-    return XML_ErrorString(code);
-}
 
 KOVAInteger XmlReaderException_GetCurrentLineNumber(KOVAObject self, uint32_t) { return Data(self).lineNumber; }
 

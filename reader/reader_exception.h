@@ -4,7 +4,7 @@
 #include "glue/exceptions.h"
 #include "reader/classes.h"
 
-#include <expat.h>
+struct XML_ParserStruct; // Expat's parser
 
 namespace kova {
 
@@ -25,12 +25,9 @@ static_assert(sizeof(XmlReaderExceptionData) == 24
               && offsetof(XmlReaderExceptionData, byteCount) == 20);
 
 // Raises with code, message and position of `main`, also when it was an external entity's parser that failed.
-void RaiseReaderException(XML_Parser main);
+void RaiseReaderException(XML_ParserStruct* main);
 
 // Raises for a call that may not be made while the reader parses, with the position that it has reached.
-void RaiseReaderBusy(XML_Parser main, const char* message);
-
-// The text for an error code; null for XML_ERROR_NONE and for codes above 27.
-const char* ReaderErrorText(XML_Error code);
+void RaiseReaderBusy(XML_ParserStruct* main, const char* message);
 
 } // namespace kova

@@ -1,3 +1,4 @@
+// The chain of calls of XML_Parse that stand on the stack.
 #include "reader/running_parse.h"
 
 namespace kova {

@@ -1,3 +1,4 @@
+// The constructors, properties and methods of XmlReader.
 #include "reader/xml_reader.h"
 
 #include "glue/events.h"
@@ -143,9 +144,7 @@ void XmlReader_Parse(KOVAObject self, KOVAString s) { XmlReader_ParseChunk(self,
 
 // StartDocument and EndDocument come with every chunk, not once per document.
 void XmlReader_ParseChunk(KOVAObject self, KOVAString s, KOVABoolean isFinal) {
-    // A handler may drop the program's last reference to either.
-    const OwnedObject keepReader = OwnedObject::Share(self);
-    const OwnedString keepText = OwnedString::Share(s);
+    const OwnedObject keepReader = OwnedObject::Share(self); // a handler may drop the program's last reference
 
     RaiseEvent(self, EventRecord(ReaderEvent::START_DOCUMENT));
     const XmlReaderData& reader = Data(self);

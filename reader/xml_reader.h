@@ -4,22 +4,21 @@
 #include "glue/objects.h"
 #include "reader/classes.h"
 
-#include <expat.h>
+struct XML_ParserStruct; // Expat's parser
 
 namespace kova {
 
 struct XmlReaderData {
     KOVAObject owner;
-    XML_Parser parser;       // the main parser; none until a Constructor has run
-    XML_Parser entityParser; // takes what Parse is given while there is one
-    KOVAString encoding;     // one reference held
-    bool handlersOff;        // nothing sets it
-    bool unused[3];          // set by the class constructor and not read
+    XML_ParserStruct* parser;       // the main parser; none until a Constructor has run
+    XML_ParserStruct* entityParser; // takes what Parse is given while there is one
+    KOVAString encoding;            // one reference held
+    bool handlersOff;               // nothing sets it
+    bool unused[3];                 // set by the class constructor and not read
     uint32_t reserved;
 };
 static_assert(sizeof(XmlReaderData) == 24 && offsetof(XmlReaderData, parser) == 4
               && offsetof(XmlReaderData, entityParser) == 8 && offsetof(XmlReaderData, encoding) == 12
               && offsetof(XmlReaderData, handlersOff) == 16 && offsetof(XmlReaderData, unused) == 17);
-static_assert(sizeof(XML_Char) == 1, "Expat hands out UTF-8");
 
 } // namespace kova

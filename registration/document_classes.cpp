@@ -2,6 +2,7 @@
 // spelling "XmlStylesheet" of two of them included.
 #include "dom/classes.h"
 #include "dom/members.h"
+#include "dom/xml.h"
 #include "registration/tables.h"
 #include "xslt/members.h"
 
@@ -10,10 +11,10 @@ namespace kova {
 namespace {
 
 PropertyDefinition documentProperties[] = {
-    ReadOnly("DocumentElement", "XmlElement", NODE_PROPERTY, XmlDocument_GetDocumentElement),
-    ReadWrite("PreserveWhitespace", "Boolean", NODE_PROPERTY, XmlDocument_GetPreserveWhitespace,
+    ReadOnly("DocumentElement", "XmlElement", PROPERTY_FLAGS_6, XmlDocument_GetDocumentElement),
+    ReadWrite("PreserveWhitespace", "Boolean", PROPERTY_FLAGS_6, XmlDocument_GetPreserveWhitespace,
               XmlDocument_SetPreserveWhitespace),
-    ReadWrite("Encoding", "String", NODE_PROPERTY, XmlDocument_GetEncoding, XmlDocument_SetEncoding),
+    ReadWrite("Encoding", "String", PROPERTY_FLAGS_6, XmlDocument_GetEncoding, XmlDocument_SetEncoding),
 };
 
 MethodDefinition documentMethods[] = {
@@ -52,7 +53,7 @@ MethodDefinition styleSheetMethods[] = {
 
 ClassDefinition xmlClass = {
     .name = "Xml",
-    .dataSize = 60,
+    .dataSize = sizeof(XmlData),
     .constructor = Xml_Initialize,
     .destructor = Xml_Finalize,
 };

@@ -1,5 +1,6 @@
 // XmlException and XmlDomException. Declarations are part of the interface and stand here letter by letter.
 #include "dom/classes.h"
+#include "dom/exceptions.h"
 #include "dom/members.h"
 #include "registration/tables.h"
 
@@ -8,9 +9,9 @@ namespace kova {
 namespace {
 
 PropertyDefinition exceptionProperties[] = {
-    ReadOnly("Line", "String", PLAIN_PROPERTY, XmlException_GetLine),
-    ReadOnly("Node", "String", PLAIN_PROPERTY, XmlException_GetNode),
-    ReadOnly("Token", "String", PLAIN_PROPERTY, XmlException_GetToken),
+    ReadOnly("Line", "String", PROPERTY_FLAGS_4, XmlException_GetLine),
+    ReadOnly("Node", "String", PROPERTY_FLAGS_4, XmlException_GetNode),
+    ReadOnly("Token", "String", PROPERTY_FLAGS_4, XmlException_GetToken),
 };
 
 ConstantDefinition domExceptionConstants[] = {
@@ -41,7 +42,7 @@ ConstantDefinition domExceptionConstants[] = {
 ClassDefinition xmlExceptionClass = {
     .name = "XmlException",
     .superclass = "RuntimeException",
-    .dataSize = 20,
+    .dataSize = sizeof(XmlExceptionData),
     .properties = exceptionProperties,
     .propertyCount = Count(exceptionProperties),
 };
@@ -49,7 +50,7 @@ ClassDefinition xmlExceptionClass = {
 ClassDefinition xmlDomExceptionClass = {
     .name = "XmlDomException",
     .superclass = "RuntimeException",
-    .dataSize = 8,
+    .dataSize = sizeof(XmlDomExceptionData),
     .constants = domExceptionConstants,
     .constantCount = Count(domExceptionConstants),
 };

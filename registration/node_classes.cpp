@@ -2,6 +2,7 @@
 // interface and stand here letter by letter.
 #include "dom/classes.h"
 #include "dom/members.h"
+#include "dom/node.h"
 #include "registration/tables.h"
 
 namespace kova {
@@ -9,22 +10,22 @@ namespace kova {
 namespace {
 
 PropertyDefinition nodeProperties[] = {
-    ReadOnly("OwnerDocument", "XmlDocument", NODE_PROPERTY, XmlNode_GetOwnerDocument),
-    DirectReadOnly("LastError", "Integer", NODE_PROPERTY, 12),
-    ReadOnly("Type", "Integer", NODE_PROPERTY, XmlNode_GetType),
-    ReadWrite("Name", "String", NODE_PROPERTY, XmlNode_GetName, XmlNode_SetName),
-    ReadOnly("NamespaceUri", "String", NODE_PROPERTY, XmlNode_GetNamespaceUri),
-    ReadOnly("Prefix", "String", NODE_PROPERTY, XmlNode_GetPrefix),
-    ReadOnly("LocalName", "String", NODE_PROPERTY, XmlNode_GetLocalName),
-    ReadWrite("Value", "String", NODE_PROPERTY, XmlNode_GetValue, XmlNode_SetValue),
-    ReadOnly("ChildCount", "Integer", NODE_PROPERTY, XmlNode_GetChildCount),
-    ReadOnly("Parent", "XmlNode", NODE_PROPERTY, XmlNode_GetParent),
-    ReadOnly("FirstChild", "XmlNode", NODE_PROPERTY, XmlNode_GetFirstChild),
-    ReadOnly("LastChild", "XmlNode", NODE_PROPERTY, XmlNode_GetLastChild),
-    ReadOnly("PreviousSibling", "XmlNode", NODE_PROPERTY, XmlNode_GetPreviousSibling),
-    ReadOnly("NextSibling", "XmlNode", NODE_PROPERTY, XmlNode_GetNextSibling),
-    ReadOnly("ToString", "String", NODE_PROPERTY, XmlNode_GetToString),
-    ReadOnly("AttributeCount", "Integer", NODE_PROPERTY, XmlNode_GetAttributeCount),
+    ReadOnly("OwnerDocument", "XmlDocument", PROPERTY_FLAGS_6, XmlNode_GetOwnerDocument),
+    DirectReadOnly("LastError", "Integer", PROPERTY_FLAGS_6, offsetof(NodeData, lastError)),
+    ReadOnly("Type", "Integer", PROPERTY_FLAGS_6, XmlNode_GetType),
+    ReadWrite("Name", "String", PROPERTY_FLAGS_6, XmlNode_GetName, XmlNode_SetName),
+    ReadOnly("NamespaceUri", "String", PROPERTY_FLAGS_6, XmlNode_GetNamespaceUri),
+    ReadOnly("Prefix", "String", PROPERTY_FLAGS_6, XmlNode_GetPrefix),
+    ReadOnly("LocalName", "String", PROPERTY_FLAGS_6, XmlNode_GetLocalName),
+    ReadWrite("Value", "String", PROPERTY_FLAGS_6, XmlNode_GetValue, XmlNode_SetValue),
+    ReadOnly("ChildCount", "Integer", PROPERTY_FLAGS_6, XmlNode_GetChildCount),
+    ReadOnly("Parent", "XmlNode", PROPERTY_FLAGS_6, XmlNode_GetParent),
+    ReadOnly("FirstChild", "XmlNode", PROPERTY_FLAGS_6, XmlNode_GetFirstChild),
+    ReadOnly("LastChild", "XmlNode", PROPERTY_FLAGS_6, XmlNode_GetLastChild),
+    ReadOnly("PreviousSibling", "XmlNode", PROPERTY_FLAGS_6, XmlNode_GetPreviousSibling),
+    ReadOnly("NextSibling", "XmlNode", PROPERTY_FLAGS_6, XmlNode_GetNextSibling),
+    ReadOnly("ToString", "String", PROPERTY_FLAGS_6, XmlNode_GetToString),
+    ReadOnly("AttributeCount", "Integer", PROPERTY_FLAGS_6, XmlNode_GetAttributeCount),
 };
 
 MethodDefinition nodeMethods[] = {
@@ -56,7 +57,7 @@ MethodDefinition nodeMethods[] = {
 };
 
 PropertyDefinition attributeProperties[] = {
-    ReadOnly("OwnerElement", "XmlElement", NODE_PROPERTY, XmlAttribute_GetOwnerElement),
+    ReadOnly("OwnerElement", "XmlElement", PROPERTY_FLAGS_6, XmlAttribute_GetOwnerElement),
 };
 
 ConstantDefinition nodeTypeConstants[] = {
@@ -79,7 +80,7 @@ ConstantDefinition nodeTypeConstants[] = {
 
 ClassDefinition xmlNodeClass = {
     .name = "XmlNode",
-    .dataSize = 16,
+    .dataSize = sizeof(NodeData),
     .constructor = XmlNode_Initialize,
     .destructor = XmlNode_Finalize,
     .properties = nodeProperties,

@@ -1,5 +1,7 @@
 // XmlAttributeList and XmlContentModel. Declarations are part of the interface and stand here letter by letter.
+#include "reader/attribute_list.h"
 #include "reader/classes.h"
+#include "reader/content_model.h"
 #include "reader/members.h"
 #include "registration/tables.h"
 
@@ -8,7 +10,7 @@ namespace kova {
 namespace {
 
 PropertyDefinition attributeListProperties[] = {
-    DirectReadWrite("Count", "Integer", PLAIN_PROPERTY, 4),
+    DirectReadWrite("Count", "Integer", PROPERTY_FLAGS_4, offsetof(XmlAttributeListData, count)),
 };
 
 MethodDefinition attributeListMethods[] = {
@@ -18,10 +20,10 @@ MethodDefinition attributeListMethods[] = {
 };
 
 PropertyDefinition contentModelProperties[] = {
-    ReadOnly("Type", "Integer", NODE_PROPERTY, XmlContentModel_GetType),
-    ReadOnly("Quant", "Integer", NODE_PROPERTY, XmlContentModel_GetQuant),
-    ReadOnly("Name", "String", NODE_PROPERTY, XmlContentModel_GetName),
-    ReadOnly("NumChildren", "Integer", NODE_PROPERTY, XmlContentModel_GetNumChildren),
+    ReadOnly("Type", "Integer", PROPERTY_FLAGS_6, XmlContentModel_GetType),
+    ReadOnly("Quant", "Integer", PROPERTY_FLAGS_6, XmlContentModel_GetQuant),
+    ReadOnly("Name", "String", PROPERTY_FLAGS_6, XmlContentModel_GetName),
+    ReadOnly("NumChildren", "Integer", PROPERTY_FLAGS_6, XmlContentModel_GetNumChildren),
 };
 
 MethodDefinition contentModelMethods[] = {
@@ -38,7 +40,7 @@ ConstantDefinition contentModelConstants[] = {
 
 ClassDefinition xmlAttributeListClass = {
     .name = "XmlAttributeList",
-    .dataSize = 8,
+    .dataSize = sizeof(XmlAttributeListData),
     .properties = attributeListProperties,
     .propertyCount = Count(attributeListProperties),
     .methods = attributeListMethods,
@@ -48,7 +50,7 @@ ClassDefinition xmlAttributeListClass = {
 
 ClassDefinition xmlContentModelClass = {
     .name = "XmlContentModel",
-    .dataSize = 24,
+    .dataSize = sizeof(XmlContentModelData),
     .constructor = XmlContentModel_Initialize,
     .destructor = XmlContentModel_Finalize,
     .properties = contentModelProperties,

@@ -2,6 +2,8 @@
 // spacing of one of them included.
 #include "dom/classes.h"
 #include "dom/members.h"
+#include "dom/namespaces.h"
+#include "dom/node_list.h"
 #include "registration/tables.h"
 
 namespace kova {
@@ -9,8 +11,8 @@ namespace kova {
 namespace {
 
 PropertyDefinition nodeListProperties[] = {
-    DirectReadOnly("LastError", "Integer", NODE_PROPERTY, 12),
-    ReadOnly("Length", "Integer", NODE_PROPERTY, XmlNodeList_GetLength),
+    DirectReadOnly("LastError", "Integer", PROPERTY_FLAGS_6, offsetof(NodeListData, lastError)),
+    ReadOnly("Length", "Integer", PROPERTY_FLAGS_6, XmlNodeList_GetLength),
 };
 
 MethodDefinition nodeListMethods[] = {
@@ -20,7 +22,7 @@ MethodDefinition nodeListMethods[] = {
 };
 
 PropertyDefinition namespacesProperties[] = {
-    DirectReadWrite("Count", "Integer", PLAIN_PROPERTY, 132),
+    DirectReadWrite("Count", "Integer", PROPERTY_FLAGS_4, offsetof(NamespacesData, count)),
 };
 
 MethodDefinition namespacesMethods[] = {
@@ -33,7 +35,7 @@ MethodDefinition namespacesMethods[] = {
 
 ClassDefinition xmlNodeListClass = {
     .name = "XmlNodeList",
-    .dataSize = 16,
+    .dataSize = sizeof(NodeListData),
     .destructor = XmlNodeList_Finalize,
     .properties = nodeListProperties,
     .propertyCount = Count(nodeListProperties),
@@ -43,7 +45,7 @@ ClassDefinition xmlNodeListClass = {
 
 ClassDefinition xmlNamespacesClass = {
     .name = "XmlNamespaces",
-    .dataSize = 136,
+    .dataSize = sizeof(NamespacesData),
     .constructor = XmlNamespaces_Initialize,
     .destructor = XmlNamespaces_Finalize,
     .properties = namespacesProperties,

@@ -1,6 +1,8 @@
 // XmlReader and its exception. Declarations are part of the interface and stand here letter by letter.
 #include "reader/classes.h"
 #include "reader/members.h"
+#include "reader/reader_exception.h"
+#include "reader/xml_reader.h"
 #include "registration/tables.h"
 
 namespace kova {
@@ -8,14 +10,14 @@ namespace kova {
 namespace {
 
 PropertyDefinition readerProperties[] = {
-    ReadWrite("Base", "String", NODE_PROPERTY, XmlReader_GetBase, XmlReader_SetBase),
-    ReadOnly("CurrentLineNumber", "Integer", NODE_PROPERTY, XmlReader_GetCurrentLineNumber),
-    ReadOnly("CurrentColumnNumber", "Integer", NODE_PROPERTY, XmlReader_GetCurrentColumnNumber),
-    ReadOnly("CurrentByteIndex", "Integer", NODE_PROPERTY, XmlReader_GetCurrentByteIndex),
-    ReadOnly("CurrentByteCount", "Integer", NODE_PROPERTY, XmlReader_GetCurrentByteCount),
-    ReadOnly("ErrorCode", "Integer", NODE_PROPERTY, XmlReader_GetErrorCode),
-    WriteOnly("SetDefaultHandler", "Boolean", NODE_PROPERTY, XmlReader_SetDefaultHandler),
-    WriteOnly("SetDefaultHandlerExpand", "Boolean", NODE_PROPERTY, XmlReader_SetDefaultHandlerExpand),
+    ReadWrite("Base", "String", PROPERTY_FLAGS_6, XmlReader_GetBase, XmlReader_SetBase),
+    ReadOnly("CurrentLineNumber", "Integer", PROPERTY_FLAGS_6, XmlReader_GetCurrentLineNumber),
+    ReadOnly("CurrentColumnNumber", "Integer", PROPERTY_FLAGS_6, XmlReader_GetCurrentColumnNumber),
+    ReadOnly("CurrentByteIndex", "Integer", PROPERTY_FLAGS_6, XmlReader_GetCurrentByteIndex),
+    ReadOnly("CurrentByteCount", "Integer", PROPERTY_FLAGS_6, XmlReader_GetCurrentByteCount),
+    ReadOnly("ErrorCode", "Integer", PROPERTY_FLAGS_6, XmlReader_GetErrorCode),
+    WriteOnly("SetDefaultHandler", "Boolean", PROPERTY_FLAGS_6, XmlReader_SetDefaultHandler),
+    WriteOnly("SetDefaultHandlerExpand", "Boolean", PROPERTY_FLAGS_6, XmlReader_SetDefaultHandlerExpand),
 };
 
 MethodDefinition readerMethods[] = {
@@ -64,10 +66,10 @@ ConstantDefinition readerConstants[] = {
 };
 
 PropertyDefinition exceptionProperties[] = {
-    ReadOnly("CurrentLineNumber", "Integer", PLAIN_PROPERTY, XmlReaderException_GetCurrentLineNumber),
-    ReadOnly("CurrentColumnNumber", "Integer", PLAIN_PROPERTY, XmlReaderException_GetCurrentColumnNumber),
-    ReadOnly("CurrentByteIndex", "Integer", PLAIN_PROPERTY, XmlReaderException_GetCurrentByteIndex),
-    ReadOnly("CurrentByteCount", "Integer", PLAIN_PROPERTY, XmlReaderException_GetCurrentByteCount),
+    ReadOnly("CurrentLineNumber", "Integer", PROPERTY_FLAGS_4, XmlReaderException_GetCurrentLineNumber),
+    ReadOnly("CurrentColumnNumber", "Integer", PROPERTY_FLAGS_4, XmlReaderException_GetCurrentColumnNumber),
+    ReadOnly("CurrentByteIndex", "Integer", PROPERTY_FLAGS_4, XmlReaderException_GetCurrentByteIndex),
+    ReadOnly("CurrentByteCount", "Integer", PROPERTY_FLAGS_4, XmlReaderException_GetCurrentByteCount),
 };
 
 } // namespace
@@ -101,7 +103,7 @@ EventDefinition xmlReaderEvents[] = {
 
 ClassDefinition xmlReaderClass = {
     .name = "XmlReader",
-    .dataSize = 24,
+    .dataSize = sizeof(XmlReaderData),
     .constructor = XmlReader_Initialize,
     .destructor = XmlReader_Finalize,
     .properties = readerProperties,
@@ -118,7 +120,7 @@ ClassDefinition xmlReaderClass = {
 ClassDefinition xmlReaderExceptionClass = {
     .name = "XmlReaderException",
     .superclass = "RuntimeException",
-    .dataSize = 24,
+    .dataSize = sizeof(XmlReaderExceptionData),
     .properties = exceptionProperties,
     .propertyCount = Count(exceptionProperties),
 };

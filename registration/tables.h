@@ -11,8 +11,8 @@ namespace kova {
 // The flags words as the host expects them; their meaning is the host's.
 constexpr uint32_t CLASS_FLAG = 4;
 constexpr uint32_t METHOD_FLAG = 4;
-constexpr uint32_t PLAIN_PROPERTY = 4;
-constexpr uint32_t NODE_PROPERTY = 6;
+constexpr uint32_t PROPERTY_FLAGS_4 = 4;
+constexpr uint32_t PROPERTY_FLAGS_6 = 6;
 
 template <typename Record, size_t COUNT>
 constexpr int32_t Count(const Record (&)[COUNT]) {

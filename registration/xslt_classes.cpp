@@ -2,6 +2,7 @@
 #include "registration/tables.h"
 #include "xslt/classes.h"
 #include "xslt/members.h"
+#include "xslt/xslt_handler.h"
 
 namespace kova {
 
@@ -19,7 +20,7 @@ EventDefinition xmlXsltHandlerEvents[] = {
 
 ClassDefinition xmlXsltHandlerClass = {
     .name = "XmlXsltHandler",
-    .dataSize = 48,
+    .dataSize = sizeof(XsltHandlerData),
     .constructor = XmlXsltHandler_Initialize,
     .events = xmlXsltHandlerEvents,
     .eventCount = Count(xmlXsltHandlerEvents),

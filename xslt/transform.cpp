@@ -14,18 +14,6 @@ namespace kova {
 
 namespace {
 
-// Keeps an object alive during a run, whose events may let the program's last reference to it go.
-class Kept {
-public:
-    explicit Kept(KOVAObject self) : object_(self) { KOVALockObject(object_); }
-    ~Kept() { KOVAUnlockObject(object_); }
-    Kept(const Kept&) = delete;
-    Kept& operator=(const Kept&) = delete;
-
-private:
-    KOVAObject object_;
-};
-
 enum class ResultEncoding { UNMARKED, UTF8 };
 
 // Runs the document's processor; `addStyle` binds the stylesheet.
@@ -33,8 +21,6 @@ template <typename AddStyle>
 KOVAString Run(KOVAObject self, ResultEncoding encoding, AddStyle addStyle) {
     NodeData& wrapper = *NodeOf(self);
     const XmlData& xml = *XmlOf(wrapper.xml);
-    const Kept keptDocument(self);
-    const Kept keptXml(wrapper.xml);
     const SablotSituation situation = xml.situation;
     const SablotHandle processor = xml.processor;
     // An encoding stays with the processor, also when the property is nil again.
@@ -69,17 +55,14 @@ KOVAString RunWithHandler(KOVAObject self, KOVAObject handler, Transform transfo
         RaiseNilObjectException();
         return nullptr;
     }
-    const Kept keptDocument(self);
-    const Kept keptXml(wrapper.xml);
+    // An event may let the program's last reference to any of them go.
+    const OwnedObject ownedDocument = OwnedObject::Share(self);
+    const OwnedObject ownedXml = OwnedObject::Share(wrapper.xml);
+    const OwnedObject ownedHandler = OwnedObject::Share(handler);
     XmlData& xml = *XmlOf(wrapper.xml);
-    KOVALockObject(handler);
     xml.xsltHandler = handler;
-    KOVAString result;
-    {
-        const HandlerRegistration registration(handler, xml.processor);
-        result = transform();
-    }
-    KOVAUnlockObject(handler);
+    const HandlerRegistration registration(handler, xml.processor);
+    const KOVAString result = transform();
     xml.xsltHandler = nullptr;
     return result;
 }
@@ -102,7 +85,6 @@ KOVAString XmlDocument_TransformStyleSheet(KOVAObject self, KOVAObject xsl) {
     }
     NodeData& style = *NodeOf(xsl);
     if (CheckDocument(style)) return nullptr;
-    const Kept keptStyle(style.xml);
     return Run(self, ResultEncoding::UNMARKED, [&](SablotSituation situation, SablotHandle processor) {
         return SablotAddArgTree(situation, processor, "style", XmlOf(style.xml)->document);
     });

@@ -1,3 +1,4 @@
+// Registering the handler, and the events that the library's callbacks become.
 #include "xslt/xslt_handler.h"
 
 #include "dom/xml.h"
