@@ -1,3 +1,4 @@
+// The commands of `kova`, one function each. All return the exit code of the process.
 #pragma once
 
 #include <filesystem>
@@ -6,7 +7,6 @@
 #include <utility>
 #include <vector>
 
-// The commands of `kova`, one function each. All return the exit code of the process.
 namespace host {
 
 // Exit codes, as users of the command line expect them.
@@ -58,7 +58,7 @@ struct TransformCommandOptions {
 };
 
 int RunProgram(const HostOptions& host, const RunCommandOptions& options);
-int CheckProgram(const HostOptions& host, const std::vector<std::filesystem::path>& programs);
+int CheckPrograms(const HostOptions& host, const std::vector<std::filesystem::path>& programs);
 int RunRepl(const HostOptions& host);
 int Describe(const HostOptions& host, const std::string& name);
 int RunTests(const HostOptions& host, const TestCommandOptions& options);

@@ -1,10 +1,11 @@
+// `kova describe`: the classes, modules and functions that programs find, from the records of their registration.
 #include "host/cli/session.h"
+#include "host/language/suggestion.h"
 #include "host/runtime/class.h"
-#include "host/runtime/names.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 namespace host {
 
@@ -47,8 +48,7 @@ std::vector<std::string> Describe(const Members& members) {
 
 void PrintClass(const Class& cls) {
     std::printf("%s\n", Heading("Class " + cls.name).c_str());
-    for (const Class* super = cls.super; super != nullptr; super = super->super)
-        std::printf("  Inherits %s\n", super->name.c_str());
+    if (cls.super != nullptr) std::printf("  Inherits %s\n", cls.super->name.c_str());
     std::vector<std::string> constructors;
     std::vector<std::string> methods;
     for (const auto& method : cls.methods)
@@ -73,10 +73,17 @@ void PrintModule(const Module& module) {
     PrintSection("Constants", Describe(module.constants));
 }
 
+// A class without super and members serves the plug-in alone: programs can do nothing with it.
+bool IsForPrograms(const Class& cls) {
+    return cls.super != nullptr || !cls.properties.empty() || !cls.methods.empty() || !cls.events.empty()
+           || !cls.constants.empty();
+}
+
 void PrintCatalogue() {
     std::vector<std::string> classes;
     for (const Class* cls : AllClasses())
-        classes.push_back(cls->name + (cls->super != nullptr ? "  (" + cls->super->name + ")" : ""));
+        if (IsForPrograms(*cls))
+            classes.push_back(cls->name + (cls->super != nullptr ? "  (" + cls->super->name + ")" : ""));
     std::vector<std::string> modules;
     for (const Module* module : AllModules())
         if (!module->name.empty()) modules.push_back(module->name);
@@ -86,35 +93,14 @@ void PrintCatalogue() {
     if (const Module* globals = FindModule("")) PrintSection("Functions", Describe(globals->functions));
 }
 
-size_t EditDistance(std::string_view left, std::string_view right) {
-    std::vector<size_t> row(right.size() + 1);
-    for (size_t j = 0; j <= right.size(); ++j) row[j] = j;
-    for (size_t i = 1; i <= left.size(); ++i) {
-        size_t diagonal = row[0];
-        row[0] = i;
-        for (size_t j = 1; j <= right.size(); ++j) {
-            size_t above = row[j];
-            row[j] = std::min(
-                {row[j] + 1, row[j - 1] + 1, diagonal + static_cast<unsigned int>(left[i - 1] != right[j - 1])});
-            diagonal = above;
-        }
-    }
-    return row.back();
-}
-
 int ReportUnknown(const std::string& name) {
     std::vector<std::string> names;
     for (const Class* cls : AllClasses()) names.push_back(cls->name);
     for (const Module* module : AllModules()) names.push_back(module->name);
-    std::string wanted = FoldName(name);
-    auto distance = [&](const std::string& other) { return EditDistance(wanted, FoldName(other)); };
-    auto nearest = std::min_element(names.begin(), names.end(), [&](const std::string& left, const std::string& right) {
-        return distance(left) < distance(right);
-    });
-    std::fprintf(stderr, "kova: there is no class, module or function %s", name.c_str());
-    if (nearest != names.end() && distance(*nearest) <= std::max<size_t>(2, name.size() / 3))
-        std::fprintf(stderr, " (did you mean %s?)", nearest->c_str());
-    std::fputc('\n', stderr);
+    if (const Module* globals = FindModule(""))
+        for (const auto& function : globals->functions) names.push_back(function->signature.name);
+    std::fprintf(stderr, "kova: there is no class, module or function \"%s\"%s\n", name.c_str(),
+                 language::Suggestion(name, names).c_str());
     return EXIT_FAILED;
 }
 

@@ -1,6 +1,6 @@
+// The options of the commands for documents and classes.
 #include "host/cli/command_line.h"
 
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -9,41 +9,45 @@ namespace host {
 
 namespace {
 
-CLI::Option* AddFile(CLI::App& command, const std::string& name, std::filesystem::path& path,
-                     const std::string& description) {
-    return command.add_option(name, path, description)->required();
+void AddDescribe(CLI::App& app, CommandLine& line) {
+    CLI::App& command =
+        AddCommand(app, {"describe", "[OPTIONS] [NAME]", "Show a class, module or function, or list them all",
+                         "  kova describe\n"
+                         "  kova describe XmlNode\n"
+                         "  kova describe InStr\n"});
+    auto name = std::make_shared<std::string>();
+    command.add_option("NAME", *name, "A class, module or function");
+    AddHostOptions(command, line.host);
+    SetAction(command, line, name, Describe);
 }
 
-} // namespace
-
-void AddDocumentCommands(CLI::App& app, CommandLine& line) {
-    auto described = std::make_shared<std::string>();
-    CLI::App* describeCommand = app.add_subcommand("describe", "Show the members of a class, or list all classes");
-    describeCommand->add_option("CLASS", *described, "A class or module");
-    AddHostOptions(*describeCommand, line.host);
-    describeCommand->callback([=, &line] { line.action = [=, &line] { return Describe(line.host, *described); }; });
-
+void AddEvents(CLI::App& app, CommandLine& line) {
+    CLI::App& command = AddCommand(app, {"events", "[OPTIONS] FILE", "Print the reader's events for a file, one a line",
+                                         "  kova events books.xml\n"
+                                         "  kova events --namespaces '|' books.xml\n"
+                                         "  kova events --quiet books.xml\n"});
     auto events = std::make_shared<EventsCommandOptions>();
-    CLI::App* eventsCommand = app.add_subcommand("events", "Print the reader's events for a file, one a line");
-    AddFile(*eventsCommand, "FILE", events->file, "An XML file");
-    eventsCommand->add_option("--encoding", events->encoding, "The file's encoding (default UTF-8)");
-    eventsCommand->add_option("--namespaces", events->separator, "Resolve namespaces; names are URI SEP local name")
+    command.add_option("FILE", events->file, "An XML file")->required();
+    command.add_option("--encoding", events->encoding, "The file's encoding (default UTF-8)")->type_name("NAME");
+    command.add_option("--namespaces", events->separator, "Resolve namespaces; names are URI SEP local name")
         ->type_name("SEP");
-    eventsCommand->add_flag("--quiet", events->quiet, "Only the counts and the time");
-    AddHostOptions(*eventsCommand, line.host);
-    eventsCommand->callback([=, &line] { line.action = [=, &line] { return ShowEvents(line.host, *events); }; });
+    command.add_flag("--quiet", events->quiet, "Only the counts and the time");
+    AddHostOptions(command, line.host);
+    SetAction(command, line, events, ShowEvents);
+}
 
+void AddXql(CLI::App& app, CommandLine& line) {
+    CLI::App& command = AddCommand(app, {"xql", "[OPTIONS] FILE QUERY", "Query a document and print the nodes found",
+                                         "  kova xql books.xml '//title'\n"
+                                         "  kova xql books.xml '//b:title' --namespace b=urn:books\n"});
     auto xql = std::make_shared<XqlCommandOptions>();
     auto bindings = std::make_shared<std::vector<std::string>>();
-    CLI::App* xqlCommand = app.add_subcommand("xql", "Query a document and print the nodes found");
-    AddFile(*xqlCommand, "FILE", xql->file, "An XML file");
-    xqlCommand->add_option("QUERY", xql->query, "A path expression")->required();
-    xqlCommand->add_option("--namespace", *bindings, "Bind a prefix for the query (may be repeated)")
-        ->type_name("PREFIX=URI")
-        ->take_all()
-        ->allow_extra_args(false);
-    AddHostOptions(*xqlCommand, line.host);
-    xqlCommand->callback([=, &line] {
+    command.add_option("FILE", xql->file, "An XML file")->required();
+    command.add_option("QUERY", xql->query, "A path expression")->required();
+    AddRepeatable(command, "--namespace", *bindings, "Bind a prefix for the query (may be repeated)")
+        ->type_name("PREFIX=URI");
+    AddHostOptions(command, line.host);
+    command.callback([=, &line] {
         for (const std::string& binding : *bindings) {
             size_t equals = binding.find('=');
             if (equals == std::string::npos || equals == 0)
@@ -52,14 +56,28 @@ void AddDocumentCommands(CLI::App& app, CommandLine& line) {
         }
         line.action = [=, &line] { return Query(line.host, *xql); };
     });
+}
 
+void AddTransform(CLI::App& app, CommandLine& line) {
+    CLI::App& command =
+        AddCommand(app, {"transform", "[OPTIONS] FILE STYLESHEET", "Transform a document by an XSLT stylesheet",
+                         "  kova transform books.xml books.xsl\n"
+                         "  kova transform books.xml books.xsl --output books.html\n"});
     auto transform = std::make_shared<TransformCommandOptions>();
-    CLI::App* transformCommand = app.add_subcommand("transform", "Transform a document by an XSLT stylesheet");
-    AddFile(*transformCommand, "FILE", transform->file, "An XML file");
-    AddFile(*transformCommand, "STYLESHEET", transform->stylesheet, "An XSLT stylesheet");
-    transformCommand->add_option("--output,-o", transform->output, "Write the result to this file")->type_name("FILE");
-    AddHostOptions(*transformCommand, line.host);
-    transformCommand->callback([=, &line] { line.action = [=, &line] { return Transform(line.host, *transform); }; });
+    command.add_option("FILE", transform->file, "An XML file")->required();
+    command.add_option("STYLESHEET", transform->stylesheet, "An XSLT stylesheet")->required();
+    command.add_option("-o,--output", transform->output, "Write the result to this file")->type_name("FILE");
+    AddHostOptions(command, line.host);
+    SetAction(command, line, transform, Transform);
+}
+
+} // namespace
+
+void AddDocumentCommands(CLI::App& app, CommandLine& line) {
+    AddDescribe(app, line);
+    AddEvents(app, line);
+    AddXql(app, line);
+    AddTransform(app, line);
 }
 
 } // namespace host

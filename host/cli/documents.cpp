@@ -1,3 +1,4 @@
+// `kova xql` and `kova transform`: the document classes, used through the runtime as a program uses them.
 #include "host/cli/session.h"
 #include "host/framework/files.h"
 #include "host/runtime/dynamic.h"
@@ -7,7 +8,6 @@
 #include <string>
 #include <string_view>
 
-// `kova xql` and `kova transform`: the document classes, used through the runtime as a program uses them.
 namespace host {
 
 namespace {

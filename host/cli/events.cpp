@@ -1,3 +1,5 @@
+// `kova events`: native handlers on the events of XmlReader. No interpreter is involved, so that --quiet measures the
+// reader and the boundary alone.
 #include "host/cli/session.h"
 #include "host/runtime/dynamic.h"
 #include "host/runtime/encoding.h"
@@ -18,8 +20,6 @@
 #include <string>
 #include <string_view>
 
-// `kova events`: native handlers on the events of XmlReader. No interpreter is involved, so that --quiet measures the
-// reader and the boundary alone.
 namespace host {
 
 namespace {

@@ -1,3 +1,4 @@
+// Reads the expectations in a program's comments; compares lines.
 #include "host/cli/expectations.h"
 
 #include <algorithm>

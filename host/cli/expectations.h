@@ -1,12 +1,3 @@
-#pragma once
-
-#include <filesystem>
-#include <map>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <vector>
-
 // What a test program says about itself, in comments:
 //
 //   Print node.Name            ' expect: chapter          one line of output; expected lines are compared with
@@ -24,6 +15,15 @@
 //
 // A message that ends in "..." matches any message that begins so. Longer output stands in NAME.expected
 // beside NAME.kova, instead of comments.
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
 namespace host {
 
 struct ExpectedLine {

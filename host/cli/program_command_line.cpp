@@ -1,3 +1,4 @@
+// The options of the commands for programs.
 #include "host/cli/command_line.h"
 
 #include <filesystem>
@@ -9,31 +10,23 @@ namespace host {
 
 namespace {
 
-// The arguments of a program are not options of the command, so the parser knows neither them nor the program.
-class RunFormatter : public CLI::Formatter {
-public:
-    std::string make_usage(const CLI::App*, std::string) const override {
-        return "Usage: kova run [OPTIONS] PROGRAM [ARGS...]\n";
-    }
-};
-
-} // namespace
-
-void AddProgramCommands(CLI::App& app, CommandLine& line) {
+void AddRun(CLI::App& app, CommandLine& line) {
+    CLI::App& command = AddCommand(app, {"run", "[OPTIONS] PROGRAM [ARGUMENTS...]",
+                                         "Run a program; what follows its name is the program's own",
+                                         "  kova run convert.kova books.xml books.csv\n"
+                                         "  kova run --leaks --time-limit 10 convert.kova books.xml\n"});
     auto run = std::make_shared<RunCommandOptions>();
-    CLI::App* runCommand = app.add_subcommand("run", "Run a program");
-    runCommand->prefix_command();
-    runCommand->formatter(std::make_shared<RunFormatter>());
-    runCommand->add_flag("--leaks", run->reportLeaks, "List what is still alive when the program has ended");
-    runCommand->add_option("--time-limit", run->timeLimit, "End the program after this time")
+    command.prefix_command();
+    command.add_flag("--leaks", run->reportLeaks, "List what is still alive when the program has ended");
+    command.add_option("--time-limit", run->timeLimit, "End the program after this time (exit code 124)")
         ->type_name("SECONDS")
-        ->check(CLI::PositiveNumber);
-    runCommand->add_option("--memory-limit", run->memoryLimit, "End the program when it needs more")
+        ->check(AboveZero());
+    command.add_option("--memory-limit", run->memoryLimit, "End the program when it needs more")
         ->type_name("MEGABYTES")
-        ->check(CLI::PositiveNumber);
-    AddHostOptions(*runCommand, line.host);
-    runCommand->callback([=, &line] {
-        std::vector<std::string> rest = runCommand->remaining();
+        ->check(AboveZero());
+    AddHostOptions(command, line.host);
+    command.callback([=, &command, &line] {
+        std::vector<std::string> rest = command.remaining();
         if (!rest.empty() && rest.front() == "--") rest.erase(rest.begin());
         if (rest.empty()) throw CLI::RequiredError("PROGRAM");
         if (rest.front().size() > 1 && rest.front()[0] == '-') throw CLI::ExtrasError({rest.front()});
@@ -41,37 +34,60 @@ void AddProgramCommands(CLI::App& app, CommandLine& line) {
         run->arguments.assign(rest.begin() + 1, rest.end());
         line.action = [=, &line] { return RunProgram(line.host, *run); };
     });
+}
 
-    auto checked = std::make_shared<std::vector<std::filesystem::path>>();
-    CLI::App* checkCommand = app.add_subcommand("check", "Compile programs and report what is wrong with them");
-    checkCommand->add_option("PROGRAM", *checked, "The programs' files")->required();
-    AddHostOptions(*checkCommand, line.host);
-    checkCommand->callback([=, &line] { line.action = [=, &line] { return CheckProgram(line.host, *checked); }; });
+void AddCheck(CLI::App& app, CommandLine& line) {
+    CLI::App& command = AddCommand(app, {"check", "[OPTIONS] PROGRAM...", "Compile programs and report what is wrong",
+                                         "  kova check convert.kova\n"});
+    auto programs = std::make_shared<std::vector<std::filesystem::path>>();
+    command.add_option("PROGRAM", *programs, "The programs' files")->required();
+    AddHostOptions(command, line.host);
+    SetAction(command, line, programs, CheckPrograms);
+}
 
-    CLI::App* replCommand = app.add_subcommand("repl", "Read statements, run each at once, print expressions");
-    AddHostOptions(*replCommand, line.host);
-    replCommand->callback([&line] { line.action = [&line] { return RunRepl(line.host); }; });
+void AddRepl(CLI::App& app, CommandLine& line) {
+    CLI::App& command = AddCommand(app, {"repl", "[OPTIONS]", "Read statements, run each at once, print expressions",
+                                         "  kova repl\n"
+                                         "  echo 'Len(\"word\")' | kova repl\n"});
+    AddHostOptions(command, line.host);
+    command.callback([&line] { line.action = [&line] { return RunRepl(line.host); }; });
+}
 
+void AddTest(CLI::App& app, CommandLine& line) {
+    CLI::App& command =
+        AddCommand(app, {"test", "[OPTIONS] FOLDER", "Run the programs of a folder that state what they expect",
+                         "  kova test tests\n"
+                         "  kova test tests --filter convert --update\n"});
     auto test = std::make_shared<TestCommandOptions>();
-    CLI::App* testCommand = app.add_subcommand("test", "Run the programs of a folder that state what they expect");
-    testCommand->add_option("FOLDER", test->folder, "A folder, with those inside it, or one program")
+    command.add_option("FOLDER", test->folder, "A folder, with those inside it, or one program")
         ->required()
         ->check(CLI::ExistingPath);
-    testCommand->add_option("--filter", test->filter, "Only programs with this text in their path")->type_name("TEXT");
-    testCommand->add_flag("--update", test->update, "Rewrite the files NAME.expected that differ");
-    testCommand->add_option("--deliberate-leaks", test->leakList, "The list of what may be left alive, by name")
+    command.add_option("--filter", test->filter, "Only programs with this text in their path")->type_name("TEXT");
+    command.add_flag("--update", test->update, "Rewrite the files NAME.expected that differ");
+    command.add_option("--deliberate-leaks", test->leakList, "The list of what may be left alive, by name")
         ->type_name("FILE")
         ->check(CLI::ExistingFile);
-    testCommand->add_option("--data", test->data, "Folder that programs find as the variable KOVA_DATA")
+    command.add_option("--data", test->data, "Folder that programs find as the variable KOVA_DATA")
         ->type_name("FOLDER")
         ->check(CLI::ExistingDirectory);
-    testCommand->add_option("--jobs", test->jobs, "Programs to run at once")->check(CLI::PositiveNumber);
-    testCommand->add_option("--time-limit", test->timeLimit, "Limit for each program")
+    command.add_option("-j,--jobs", test->jobs, "Programs to run at once (one for each processor)")
+        ->type_name("N")
+        ->check(AboveZero());
+    command.add_option("--time-limit", test->timeLimit, "Limit for each program")
         ->type_name("SECONDS")
         ->capture_default_str()
-        ->check(CLI::PositiveNumber);
-    AddHostOptions(*testCommand, line.host);
-    testCommand->callback([=, &line] { line.action = [=, &line] { return RunTests(line.host, *test); }; });
+        ->check(AboveZero());
+    AddHostOptions(command, line.host);
+    SetAction(command, line, test, RunTests);
+}
+
+} // namespace
+
+void AddProgramCommands(CLI::App& app, CommandLine& line) {
+    AddRun(app, line);
+    AddCheck(app, line);
+    AddRepl(app, line);
+    AddTest(app, line);
 }
 
 } // namespace host

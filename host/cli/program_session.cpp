@@ -1,3 +1,4 @@
+// Compiles a program for a command, and tells how its run ended.
 #include "host/cli/program_session.h"
 
 #include "host/cli/session.h"

@@ -1,10 +1,10 @@
+// What the commands share that compile and run programs.
 #pragma once
 
 #include "host/language/program.h"
 
 #include <filesystem>
 
-// What the commands share that compile and run programs.
 namespace host {
 
 // Compiles one file; the diagnostics that `showWarnings` lets through go to standard error.

@@ -1,3 +1,4 @@
+// Runs one program that states what it expects, and lists where it differs.
 #include "host/cli/program_test.h"
 
 #include "host/cli/expectations.h"

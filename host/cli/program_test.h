@@ -1,3 +1,4 @@
+// `kova test`, one program of it: runs a program and compares what it does with what its comments say.
 #pragma once
 
 #include <filesystem>

@@ -1,3 +1,4 @@
+// `kova repl`: a dialogue in the language, with editing, history and completion on a terminal.
 #include "host/cli/program_session.h"
 #include "host/cli/session.h"
 #include "host/framework/framework.h"

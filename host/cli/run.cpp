@@ -1,3 +1,4 @@
+// `kova run` and `kova check`: one program, from its text to its exit code.
 #include "host/cli/program_session.h"
 #include "host/cli/session.h"
 #include "host/framework/framework.h"
@@ -32,7 +33,7 @@ int RunProgram(const HostOptions& host, const RunCommandOptions& options) {
     return result;
 }
 
-int CheckProgram(const HostOptions& host, const std::vector<std::filesystem::path>& programs) {
+int CheckPrograms(const HostOptions& host, const std::vector<std::filesystem::path>& programs) {
     StartHost(host);
     int result = EXIT_OK;
     for (const std::filesystem::path& program : programs)

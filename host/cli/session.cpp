@@ -1,6 +1,8 @@
+// Starts the host; reads and writes whole files.
 #include "host/cli/session.h"
 
 #include "host/framework/framework.h"
+#include "host/language/suggestion.h"
 #include "host/runtime/plugin.h"
 #include "host/runtime/services.h"
 
@@ -10,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <vector>
 
 namespace host {
 
@@ -28,12 +31,21 @@ File OpenFile(const fs::path& path, const char* mode) {
     return file;
 }
 
+void Withhold(const std::string& service) {
+    // A bundle calls this one without asking whether it is there: it says whom it speaks to.
+    if (service == "RegisterPluginVersion")
+        throw UsageError("--without: RegisterPluginVersion cannot be withheld; no bundle can be loaded without it");
+    if (SetServiceEnabled(service, false)) return;
+    std::vector<std::string> names;
+    for (const Service& known : Services()) names.emplace_back(known.name);
+    throw UsageError("--without: there is no service \"" + service + "\"" + language::Suggestion(service, names));
+}
+
 } // namespace
 
 void StartHost(const HostOptions& options) {
     RegisterFramework();
-    for (const std::string& service : options.without)
-        if (!SetServiceEnabled(service, false)) throw UsageError("--without: there is no service " + service);
+    for (const std::string& service : options.without) Withhold(service);
     if (options.plugins.empty()) LoadPlugin(FindPlugin());
     for (const std::string& plugin : options.plugins) LoadPlugin(plugin);
 }

@@ -1,3 +1,4 @@
+// What the commands share: starting the host, files and terminals.
 #pragma once
 
 #include "host/cli/commands.h"
@@ -8,7 +9,6 @@
 #include <string>
 #include <string_view>
 
-// What the commands share: starting the host, files and terminals.
 namespace host {
 
 // A fault of the command line found after parsing it: reported with EXIT_USAGE.

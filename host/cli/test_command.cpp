@@ -1,3 +1,4 @@
+// `kova test`: each program runs in a process of its own, forked when the plug-in is loaded.
 #include "host/cli/program_test.h"
 #include "host/cli/session.h"
 
@@ -18,7 +19,6 @@
 #include <thread>
 #include <vector>
 
-// `kova test`: each program runs in a process of its own, forked when the plug-in is loaded.
 namespace host {
 
 namespace fs = std::filesystem;

@@ -3,6 +3,7 @@
 
 #include "host/language/environment.h"
 #include "host/language/node.h"
+#include "host/language/suggestion.h"
 
 #include <functional>
 #include <string>
@@ -105,8 +106,5 @@ private:
     DiagnosticList& diagnostics_;
     FunctionContext& context_;
 };
-
-// " (did you mean …?)" with the nearest of the names, or nothing.
-std::string Suggestion(std::string_view name, const std::vector<std::string>& candidates);
 
 } // namespace host::language

@@ -1,7 +1,10 @@
-#include "host/language/expression_checker.h"
+#include "host/language/suggestion.h"
+
+#include "host/syntax/token.h"
 
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
 namespace host::language {
 

@@ -48,56 +48,6 @@ protected:
     }
 };
 
-TEST_F(CliCommand, TellsUsageFromFailure) {
-    struct Case {
-        std::vector<std::string> arguments;
-        int code;
-        const char* output; // begins with
-        const char* errors; // contains
-    };
-    const Case cases[] = {
-        {{"--version"}, 0, "kova 1", ""},
-        {{"--help"}, 0, "Runs programs", ""},
-        {{"events", "--help"}, 0, "Print the reader's events", ""},
-        {{}, 2, "", "kova: A subcommand is required\nTry 'kova --help'.\n"},
-        {{"nonsense"}, 2, "", "Try 'kova --help'.\n"},
-        {{"events"}, 2, "", "Try 'kova events --help'.\n"},
-        {{"events", "--nonsense", "x"}, 2, "", "--nonsense"},
-        {{"events", "missing.xml"}, 1, "", "kova: missing.xml: No such file or directory\n"},
-        {{"events", "."}, 1, "", "kova: .: Is a directory\n"},
-        {{"xql", "missing.xml", "/"}, 1, "", "kova: missing.xml: No such file or directory\n"},
-        {{"xql", "a", "/", "--namespace", "nothing"}, 2, "", "PREFIX=URI"},
-        {{"transform", "missing.xml", "missing.xsl"}, 1, "", "kova: missing.xml: No such file or directory\n"},
-        {{"describe", "XmlReder"}, 1, "", "no class, module or function XmlReder (did you mean XmlReader?)\n"},
-        {{"describe", "--without", "Nonsense"}, 2, "", "there is no service Nonsense\n"},
-        {{"describe", "--plugin", "/dev/null"}, 1, "", "/dev/null"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::PrintToString(c.arguments));
-        Outcome got = Kova(c.arguments);
-        EXPECT_EQ(got.code, c.code);
-        EXPECT_THAT(got.output, StartsWith(c.output));
-        EXPECT_THAT(got.errors, HasSubstr(c.errors));
-        // One stream or the other: what went wrong is no output, and what was asked for is no error.
-        EXPECT_TRUE(got.output.empty() || got.errors.empty());
-    }
-}
-
-TEST_F(CliCommand, DescribesFromTheRecords) {
-    std::string catalogue = Kova({"describe"}).output;
-    for (const char* line : {"\n  XmlReader\n", "\n  XmlStyleSheet  (XmlDocument)\n", "\n  XmlNodeType\n",
-                             "\n  Mid(s As String, start As Integer) As String\n"})
-        EXPECT_THAT(catalogue, HasSubstr(line));
-    std::string node = Kova({"describe", "xmlnamespaces"}).output;
-    EXPECT_THAT(node, StartsWith("Class XmlNamespaces\n"));
-    EXPECT_THAT(node, HasSubstr("\nProperties\n  Count As Integer\n"));
-    EXPECT_THAT(node, HasSubstr("\n  Uri(Prefix As String) As String  (can be assigned to)\n"));
-    EXPECT_EQ(node.find('\033'), std::string::npos) << "colours belong on a terminal";
-    EXPECT_EQ(Kova({"describe", "instr"}).output,
-              "InStr(source As String, find As String) As Integer\n"
-              "InStr(start As Integer, source As String, find As String) As Integer\n");
-}
-
 TEST_F(CliCommand, PrintsEveryEventOfAFile) {
     Write("a.xml", "<?xml version='1.0'?>\n"
                    "<!DOCTYPE a SYSTEM 'a.dtd' [<!ELEMENT a (#PCDATA|b)*><!ELEMENT b (c?,(d|e)+)>]>\n"
