@@ -20,4 +20,6 @@ void SetExceptionMessage(KOVAObject exception, const ClassDefinition& record, KO
 
 void RaiseNilObjectException() { RuntimeRaiseException(PluginNewInstance("NilObjectException")); }
 
+void RaiseOutOfMemoryException() { RuntimeRaiseException(PluginNewInstance("OutOfMemoryException")); }
+
 } // namespace kova

@@ -31,8 +31,7 @@ KOVAInteger Word(KOVAInteger flag) { return flag; }
 
 template <typename Result = void, typename... Reported>
 Result Raise(void* userData, ReaderEvent event, Reported... reported) {
-    auto* reader = static_cast<KOVAObject>(userData);
-    if (reader == nullptr) return Result(); // Reset has cleared the user data
+    auto* reader = static_cast<KOVAObject>(userData); // nil after a reset: then the host has no handler
     const std::tuple arguments{Argument(reported)...};
     return std::apply(
         [&](const auto&... argument) { return RaiseEvent<Result>(reader, EventRecord(event), Word(argument)...); },

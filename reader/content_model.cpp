@@ -1,6 +1,7 @@
 // Making, releasing and reading content models.
 #include "reader/content_model.h"
 
+#include "glue/exceptions.h"
 #include "glue/objects.h"
 #include "glue/strings.h"
 #include "reader/members.h"
@@ -8,6 +9,9 @@
 #include <expat.h>
 
 #include <cstdlib>
+#include <new>
+#include <set>
+#include <utility>
 
 namespace kova {
 
@@ -22,12 +26,11 @@ XmlContentModelData* newestModel = nullptr;
 
 XmlContentModelData& Data(KOVAObject self) { return *InstanceData<XmlContentModelData>(self, xmlContentModelClass); }
 
-KOVAObject NewModel(XML_Content* model, uint32_t ownsModel) {
-    KOVAObject object = PluginNewInstance(xmlContentModelClass.name);
-    if (object == nullptr) return nullptr;
-    Data(object).model = model;
-    Data(object).ownsModel = ownsModel;
-    return object;
+// The live objects that Child made, ordered by the node that they show, so that those of a tree stand together.
+using View = std::pair<const XML_Content*, XmlContentModelData*>;
+std::set<View>& Views() {
+    static std::set<View> views;
+    return views;
 }
 
 // How many nodes the tree has. Expat lays all nodes of a tree side by side in one block, a parent before its
@@ -40,11 +43,12 @@ size_t NodeCount(const XML_Content* tree) {
 
 // Objects that Child made do not keep the tree alive; those that outlive it go empty.
 void DetachViews(const XML_Content* tree) {
-    const XML_Content* end = nullptr;
-    for (XmlContentModelData* view = newestModel; view != nullptr; view = view->older) {
-        if (view->ownsModel || view->model < tree) continue;
-        if (end == nullptr) end = tree + NodeCount(tree);
-        if (view->model < end) view->model = nullptr;
+    std::set<View>& views = Views();
+    auto view = views.lower_bound({tree, nullptr});
+    if (view == views.end()) return;
+    for (const XML_Content* end = tree + NodeCount(tree); view != views.end() && view->first < end;) {
+        view->second->model = nullptr;
+        view = views.erase(view);
     }
 }
 
@@ -52,8 +56,13 @@ void DetachViews(const XML_Content* tree) {
 
 KOVAObject NewContentModel(XML_Content* tree) {
     if (tree == nullptr) return nullptr;
-    KOVAObject object = NewModel(tree, 1);
-    if (object == nullptr) std::free(tree);
+    KOVAObject object = PluginNewInstance(xmlContentModelClass.name);
+    if (object == nullptr) {
+        std::free(tree);
+        return nullptr;
+    }
+    Data(object).model = tree;
+    Data(object).ownsModel = 1;
     return object;
 }
 
@@ -70,10 +79,13 @@ void XmlContentModel_Initialize(KOVAObject self) {
 }
 
 void XmlContentModel_Finalize(KOVAObject self) {
-    const XmlContentModelData& data = Data(self);
+    XmlContentModelData& data = Data(self);
     if (data.older != nullptr) data.older->newer = data.newer;
     (data.newer != nullptr ? data.newer->older : newestModel) = data.older;
-    if (!data.ownsModel) return;
+    if (data.ownsModel == 0) {
+        Views().erase({data.model, &data});
+        return;
+    }
     DetachViews(data.model);
     std::free(data.model);
 }
@@ -103,7 +115,17 @@ KOVAObject XmlContentModel_Child(KOVAObject self, KOVAInteger index) {
     if (model == nullptr || index < 0 || static_cast<unsigned>(index) >= model->numchildren
         || model->children == nullptr)
         return nullptr;
-    return NewModel(&model->children[index], 0);
+    OwnedObject child(PluginNewInstance(xmlContentModelClass.name));
+    if (child.Get() == nullptr) return nullptr;
+    XmlContentModelData& view = Data(child.Get());
+    try {
+        Views().emplace(&model->children[index], &view);
+    } catch (const std::bad_alloc&) {
+        RaiseOutOfMemoryException();
+        return nullptr;
+    }
+    view.model = &model->children[index];
+    return child.Release();
 }
 
 } // namespace kova

@@ -42,7 +42,9 @@ void RaiseReaderException(XML_Parser main) {
     Raise(main, code, ErrorText(code));
 }
 
-void RaiseReaderBusy(XML_Parser main, const char* message) { Raise(main, XML_ERROR_UNEXPECTED_STATE, message); }
+void RaiseReaderBusy(XML_Parser main) {
+    Raise(main, XML_ERROR_UNEXPECTED_STATE, "a reader cannot parse inside one of its own events");
+}
 
 KOVAInteger XmlReaderException_GetCurrentLineNumber(KOVAObject self, uint32_t) { return Data(self).lineNumber; }
 

@@ -27,7 +27,7 @@ static_assert(sizeof(XmlReaderExceptionData) == 24
 // Raises with code, message and position of `main`, also when it was an external entity's parser that failed.
 void RaiseReaderException(XML_ParserStruct* main);
 
-// Raises for a call that may not be made while the reader parses, with the position that it has reached.
-void RaiseReaderBusy(XML_ParserStruct* main, const char* message);
+// Raises for a Parse inside one of the reader's own events, with the position that it has reached.
+void RaiseReaderBusy(XML_ParserStruct* main);
 
 } // namespace kova

@@ -2,6 +2,7 @@
 #include "reader/xml_reader.h"
 
 #include "glue/events.h"
+#include "glue/exceptions.h"
 #include "glue/files.h"
 #include "glue/strings.h"
 #include "reader/callbacks.h"
@@ -20,26 +21,41 @@ void SetEncoding(XmlReaderData& reader, KOVAString encoding) { ReplaceString(rea
 // A parser that may exist is not freed.
 void StartParser(XmlReaderData& reader, XML_Parser parser) {
     reader.parser = parser;
+    if (parser == nullptr) {
+        RaiseOutOfMemoryException();
+        return;
+    }
     InstallReaderCallbacks(reader);
     XML_SetUserData(parser, reader.owner);
 }
 
+// Inside one of the reader's own events nothing is reset: Expat would go on in what it has emptied.
 KOVABoolean ResetParser(XmlReaderData& reader) {
+    if (IsInUse(reader.parser)) return 0;
     // The external entity's parser shares the DTD that the reset empties, perhaps in the middle of a declaration.
     FreeParser(std::exchange(reader.entityParser, nullptr));
     return XML_ParserReset(reader.parser, CStringOrEmpty(reader.encoding));
 }
 
-bool RefuseReset(const XmlReaderData& reader) {
-    if (!IsInUse(reader.parser)) return false;
-    RaiseReaderBusy(reader.parser, "a reader cannot be reset inside one of its own events");
-    return true;
+// How many bytes a parser holds of a construct whose end it has not seen.
+int BytesHeld(XML_Parser parser) {
+    int offset = 0;
+    int size = 0;
+    return XML_GetInputContext(parser, &offset, &size) != nullptr ? size - offset : 0;
+}
+
+// Expat puts off looking again at a construct that a piece has not completed until twice as much has come, so that a
+// huge one costs no quadratic time in small pieces; but then the end of a small one is told late. A few bytes may be
+// looked at with every piece.
+void BePromptAboutSmallConstructs(XML_Parser parser) {
+    constexpr int SMALL = 1024;
+    XML_SetReparseDeferralEnabled(parser, BytesHeld(parser) > SMALL ? XML_TRUE : XML_FALSE);
 }
 
 // Whether the parser took the text; if not, the exception is raised.
 bool ParseText(XML_Parser target, XML_Parser main, KOVAString text, KOVABoolean isFinal) {
     if (target == main ? IsInUse(main) : IsParsing(target)) {
-        RaiseReaderBusy(main, "a reader cannot parse inside one of its own events");
+        RaiseReaderBusy(main);
         return false;
     }
     // A parser that has failed answers the same error for ever, but would measure its position across two texts.
@@ -47,6 +63,7 @@ bool ParseText(XML_Parser target, XML_Parser main, KOVAString text, KOVABoolean 
     bool parsed = false;
     if (!failedBefore) {
         const RunningParse running(target, main);
+        BePromptAboutSmallConstructs(target);
         const std::string_view bytes = StringBytes(text);
         parsed = XML_Parse(target, bytes.data(), static_cast<int>(bytes.size()), isFinal) != XML_STATUS_ERROR;
         // Expat counts lines on demand, in the text itself, which may be gone when the program asks.
@@ -71,7 +88,8 @@ void XmlReader_Finalize(KOVAObject self) { XML_ParserFree(Data(self).parser); }
 KOVAString XmlReader_GetBase(KOVAObject self, uint32_t) { return BuildUTF8String(XML_GetBase(Data(self).parser)); }
 
 void XmlReader_SetBase(KOVAObject self, uint32_t, KOVAString value) {
-    XML_SetBase(Data(self).parser, CStringOrEmpty(value));
+    // A host that cannot show a text sets no base.
+    XML_SetBase(Data(self).parser, value != nullptr ? StringGetCString(value) : "");
 }
 
 KOVAInteger XmlReader_GetCurrentLineNumber(KOVAObject self, uint32_t) {
@@ -122,14 +140,10 @@ void XmlReader_ConstructorNamespaces(KOVAObject self, KOVAString xmlEncoding, KO
 
 // Expat's reset clears the callbacks and nothing installs them again: from then on the reader raises only
 // StartDocument, EndDocument, XmlReaderException and, if asked for, Default without a reader to raise it on.
-KOVABoolean XmlReader_Reset(KOVAObject self) {
-    XmlReaderData& reader = Data(self);
-    return RefuseReset(reader) ? 0 : ResetParser(reader);
-}
+KOVABoolean XmlReader_Reset(KOVAObject self) { return ResetParser(Data(self)); }
 
 KOVABoolean XmlReader_ResetEncoding(KOVAObject self, KOVAString xmlEncoding) {
     XmlReaderData& reader = Data(self);
-    if (RefuseReset(reader)) return 0;
     SetEncoding(reader, xmlEncoding);
     return ResetParser(reader);
 }
