@@ -5,6 +5,8 @@
 // goes to the message handler of the processor.
 #pragma once
 
+#include <stddef.h>
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -27,6 +29,16 @@ int SablotDestroySituation(SablotSituation situation);
 
 // Makes an empty document, whose root binds the prefix xml only. Released by SablotDestroyDocument.
 int SablotCreateDocument(SablotSituation situation, SDOM_Document* document);
+// A text to parse.
+typedef struct SablotSource {
+    const char* text;
+    size_t length;        // in bytes
+    const char* baseUri;  // the URI of the file it came from, or null
+    const char* encoding; // wins over what the text declares; null: as the text says
+} SablotSource;
+
+int SablotParseSource(SablotSituation situation, const SablotSource* source, SDOM_Document* document);
+int SablotParseStylesheetSource(SablotSituation situation, const SablotSource* source, SDOM_Document* document);
 // Parses a NUL-terminated buffer. Its encoding is found from its XML declaration or byte order mark. A text that is not
 // well-formed, or not namespace-well-formed, gives 2 after one message; *document then is a valid empty document.
 // Nothing outside the buffer is read. *document is released by SablotDestroyDocument.

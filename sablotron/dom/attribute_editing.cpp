@@ -4,6 +4,7 @@
 #include "sablotron/tree/bindings.h"
 #include "sablotron/tree/characters.h"
 #include "sablotron/tree/names.h"
+#include "sablotron/tree/strings.h"
 
 #include <string>
 
@@ -39,7 +40,7 @@ bool FindReplaced(const xmlNode* element, const NodeName& name, xmlAttr*& replac
     replaced = nullptr;
     std::string qualifiedName = name.QualifiedName();
     for (xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next) {
-        NodeName other = NameOf(reinterpret_cast<xmlNode*>(attribute));
+        NodeName other = NameOf(AsNode(attribute));
         bool isSame =
             (other.uri == name.uri && other.localName == name.localName) || other.QualifiedName() == qualifiedName;
         if (!isSame) continue;

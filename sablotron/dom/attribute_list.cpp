@@ -1,6 +1,5 @@
+// Filling the list, with what the last one had in scope where that still holds.
 #include "sablotron/dom/attribute_list.h"
-
-#include "sablotron/tree/tree.h"
 
 namespace sablot {
 

@@ -1,6 +1,6 @@
+// Attributes and declarations: made, found, put on elements and taken from them.
 #include "sablotron/dom/attributes.h"
 
-#include "sablotron/dom/call.h"
 #include "sablotron/tree/bindings.h"
 #include "sablotron/tree/names.h"
 
@@ -13,7 +13,7 @@ namespace sablot {
 void AddIdIfAny(xmlAttr* attribute) {
     bool isXmlId = (attribute->ns != nullptr) && View(attribute->ns->prefix) == "xml" && View(attribute->name) == "id";
     if (!isXmlId || (attribute->parent == nullptr)) return;
-    xmlAddID(nullptr, attribute->doc, Chars(ValueOf(reinterpret_cast<xmlNode*>(attribute)).c_str()), attribute);
+    xmlAddID(nullptr, attribute->doc, Chars(ValueOf(AsNode(attribute)).c_str()), attribute);
 }
 
 void RemoveIdIfAny(xmlAttr* attribute) {
@@ -52,9 +52,7 @@ NodeHandle* AdoptDetached(Document& document, xmlNode* node) {
     return handle;
 }
 
-NodeHandle* AdoptDetached(Document& document, xmlAttr* attribute) {
-    return AdoptDetached(document, reinterpret_cast<xmlNode*>(attribute));
-}
+NodeHandle* AdoptDetached(Document& document, xmlAttr* attribute) { return AdoptDetached(document, AsNode(attribute)); }
 
 NodeHandle* AdoptDetached(Document& document, xmlNs* declaration) {
     NodeHandle* handle = document.HandleOf(declaration, nullptr);
@@ -69,7 +67,7 @@ void SetAttributeValue(xmlAttr* attribute, std::string_view value) {
     RemoveIdIfAny(attribute);
     xmlFreeNodeList(attribute->children);
     attribute->children = attribute->last = text;
-    text->parent = reinterpret_cast<xmlNode*>(attribute);
+    text->parent = AsNode(attribute);
     if (wasId) xmlAddID(nullptr, attribute->doc, Chars(std::string(value).c_str()), attribute);
 }
 
@@ -111,14 +109,13 @@ bool IsDeclarationName(std::string_view qualifiedName, std::string_view& prefix)
 
 xmlNode* FindNamed(const xmlNode* element, std::string_view qualifiedName) {
     std::string_view prefix;
-    if (IsDeclarationName(qualifiedName, prefix)) return reinterpret_cast<xmlNode*>(OwnDeclaration(element, prefix));
-    return reinterpret_cast<xmlNode*>(FindAttribute(element, qualifiedName));
+    if (IsDeclarationName(qualifiedName, prefix)) return AsNode(OwnDeclaration(element, prefix));
+    return AsNode(FindAttribute(element, qualifiedName));
 }
 
 xmlNode* FindNamed(const xmlNode* element, std::string_view uri, std::string_view localName) {
-    if (uri == XMLNS_URI)
-        return reinterpret_cast<xmlNode*>(OwnDeclaration(element, localName == "xmlns" ? "" : localName));
-    return reinterpret_cast<xmlNode*>(FindAttribute(element, uri, localName));
+    if (uri == XMLNS_URI) return AsNode(OwnDeclaration(element, localName == "xmlns" ? "" : localName));
+    return AsNode(FindAttribute(element, uri, localName));
 }
 
 NodeHandle* HandleOn(Document& document, xmlNode* element, xmlNode* found) {
@@ -143,7 +140,8 @@ NodeHandle* Detach(Document& document, xmlAttr* attribute) {
     if (attribute->next != nullptr) attribute->next->prev = attribute->prev;
     attribute->parent = nullptr;
     attribute->prev = attribute->next = nullptr;
-    if (attribute->ns != nullptr) attribute->ns = document.LooseBinding(attribute->ns->prefix, attribute->ns->href);
+    if (attribute->ns != nullptr)
+        attribute->ns = document.UnattachedNamespace(attribute->ns->prefix, attribute->ns->href);
     document.Touch();
     return AdoptDetached(document, attribute);
 }
@@ -155,7 +153,7 @@ void Attach(Document& document, xmlNode* element, xmlNs* declaration) {
     xmlNs** end = &element->nsDef;
     while (*end != nullptr) end = &(*end)->next;
     *end = declaration;
-    Reconcile(document, element);
+    FixUpNamespaces(document, element);
     document.Touch();
 }
 

@@ -7,7 +7,7 @@
 
 namespace sablot {
 
-// A new attribute that stands on no element. `ns` is loose or null. Not yet listed as detached.
+// A new attribute that stands on no element. `ns` is unattached or null. Not yet listed as detached.
 xmlAttr* NewAttribute(Document& document, xmlNs* ns, const char* name, std::string_view value);
 // A new namespace declaration that stands on no element; prefix null for the default. Not yet listed as detached.
 xmlNs* NewDeclaration(const xmlChar* prefix, std::string_view uri);

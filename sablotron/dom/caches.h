@@ -8,10 +8,16 @@
 
 namespace sablot {
 
-struct Document::Caches {
+struct Caches : DocumentExtra {
     ChildIndex children;
     OrderIndex order;
     AttributeList attributes;
 };
+
+// Those of the document, made at the first call.
+inline Caches& CachesOf(Document& document) {
+    if (!document.caches) document.caches = std::make_unique<Caches>();
+    return static_cast<Caches&>(*document.caches);
+}
 
 } // namespace sablot

@@ -3,12 +3,16 @@
 
 #include "sablotron/tree/document.h"
 #include "sablotron/tree/library_scope.h"
-#include "sablotron/tree/tree.h"
 
-#include <new>
 #include <string_view>
 
 namespace sablot {
+
+// Ends an SDOM_ call: keeps its code in the situation (which may be null) and returns it.
+inline SDOM_Exception Record(SablotSituation situation, SDOM_Exception code) {
+    if (situation != nullptr) situation->exception = code;
+    return code;
+}
 
 // Runs the body of an SDOM_ function, which returns its code, and records it. Nothing is thrown across the C boundary.
 template <typename Body>
@@ -35,13 +39,6 @@ SDOM_Exception CallOnElement(SablotSituation situation, SDOM_Node node, Body bod
                       [&](xmlNode* element) { return IsElement(element) ? body(element) : SDOM_INVALID_NODE_TYPE; });
 }
 
-// What libxml2 made of a text; it leaves the text out when memory is short.
-inline xmlNode* Checked(xmlNode* made, std::string_view text) {
-    if ((made != nullptr) && (text.empty() || (made->content != nullptr))) return made;
-    if (made != nullptr) xmlFreeNode(made);
-    throw std::bad_alloc();
-}
-
 // Runs body(node) for a live node, for an edit.
 template <typename Body>
 SDOM_Exception CallOnEditable(SablotSituation situation, SDOM_Node node, Body body) noexcept {
@@ -55,7 +52,7 @@ SDOM_Exception CallOnEditable(SablotSituation situation, SDOM_Node node, Body bo
 template <typename Body>
 SDOM_Exception CallOnDocument(SablotSituation situation, SDOM_Document handle, Body body) noexcept {
     return CallOnNode(situation, reinterpret_cast<SDOM_Node>(handle), [&](xmlNode* node) {
-        if (node->type != XML_DOCUMENT_NODE) return SDOM_INVALID_NODE_TYPE;
+        if (!IsDocument(node)) return SDOM_INVALID_NODE_TYPE;
         ErrorScope silence;
         return body(*reinterpret_cast<SDOM_Node>(handle)->document);
     });
@@ -65,10 +62,5 @@ SDOM_Exception CallOnDocument(SablotSituation situation, SDOM_Document handle, B
 inline std::string_view Argument(const char* text) {
     return text != nullptr ? std::string_view(text) : std::string_view();
 }
-
-inline bool IsAttribute(const xmlNode* node) { return node->type == XML_ATTRIBUTE_NODE; }
-inline bool IsDeclaration(const xmlNode* node) { return node->type == XML_NAMESPACE_DECL; }
-inline xmlAttr* AsAttribute(xmlNode* node) { return reinterpret_cast<xmlAttr*>(node); }
-inline xmlNs* AsDeclaration(xmlNode* node) { return reinterpret_cast<xmlNs*>(node); }
 
 } // namespace sablot

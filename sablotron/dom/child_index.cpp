@@ -1,3 +1,4 @@
+// Making and keeping the indexes.
 #include "sablotron/dom/child_index.h"
 
 namespace sablot {

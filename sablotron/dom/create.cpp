@@ -23,12 +23,13 @@ xmlNode* NewElement(Document& document, const char* name) {
     return element;
 }
 
-// What the prefix means for new nodes: the binding of the document element, made loose; null when there is none.
+// What the prefix means for new nodes: the binding of the document element as an unattached namespace; null when there
+// is none.
 xmlNs* BindingForNewNode(Document& document, std::string_view prefix) {
     std::string text(prefix);
     xmlNs* binding = FindBinding(document, document.Root(), Chars(text.c_str())).declaration;
     if ((binding == nullptr) || View(binding->href).empty()) return nullptr;
-    return document.LooseBinding(binding->prefix, binding->href);
+    return document.UnattachedNamespace(binding->prefix, binding->href);
 }
 
 // Text, comments and the like: `isAllowed` is the check of their content.
@@ -114,7 +115,7 @@ SDOM_Exception SDOM_createAttributeNS(SablotSituation situation, SDOM_Document d
         }
         if (!IsAllowedBinding(name.prefix, Argument(uri))) return SDOM_NAMESPACE_ERR;
         xmlNs* ns = nullptr;
-        if (!Argument(uri).empty()) ns = found.LooseBinding(Chars(std::string(name.prefix).c_str()), Chars(uri));
+        if (!Argument(uri).empty()) ns = found.UnattachedNamespace(Chars(std::string(name.prefix).c_str()), Chars(uri));
         *attribute = AdoptDetached(found, NewAttribute(found, ns, name.localName.data(), ""));
         return SDOM_OK;
     });

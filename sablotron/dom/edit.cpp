@@ -10,7 +10,7 @@ namespace sablot {
 namespace {
 
 bool IsChildOf(const xmlNode* node, const xmlNode* parent) {
-    return !IsAttribute(node) && !IsDeclaration(node) && node->type != XML_DOCUMENT_NODE && node->parent == parent;
+    return !IsAttribute(node) && !IsDeclaration(node) && !IsDocument(node) && node->parent == parent;
 }
 
 bool IsWithin(const xmlNode* node, const xmlNode* ancestor) {
@@ -32,17 +32,17 @@ bool DocumentTakes(const xmlNode* document, const xmlNode* child, const xmlNode*
 SDOM_Exception CheckChild(const SDOM_Node parent, const SDOM_Node child, const xmlNode* leaving) {
     const xmlNode* to = parent->node;
     const xmlNode* node = child->node;
-    if (!IsElement(to) && to->type != XML_DOCUMENT_NODE) return SDOM_HIERARCHY_REQUEST_ERR;
-    if (node->type == XML_DOCUMENT_NODE || IsAttribute(node) || IsDeclaration(node)) return SDOM_HIERARCHY_REQUEST_ERR;
+    if (!IsParent(to)) return SDOM_HIERARCHY_REQUEST_ERR;
+    if (IsDocument(node) || IsAttribute(node) || IsDeclaration(node)) return SDOM_HIERARCHY_REQUEST_ERR;
     if (parent->document != child->document) return SDOM_WRONG_DOCUMENT_ERR;
     if (IsWithin(to, node)) return SDOM_HIERARCHY_REQUEST_ERR;
-    if (to->type == XML_DOCUMENT_NODE && !DocumentTakes(to, node, leaving)) return SDOM_HIERARCHY_REQUEST_ERR;
+    if (IsDocument(to) && !DocumentTakes(to, node, leaving)) return SDOM_HIERARCHY_REQUEST_ERR;
     return SDOM_OK;
 }
 
 // Takes a node out of its parent for good or for a moment.
 void TakeOut(Document& document, xmlNode* node) {
-    document.GetCaches().children.Forget(node->parent);
+    CachesOf(document).children.Forget(node->parent);
     Unlink(node);
     document.Touch();
 }
@@ -50,7 +50,7 @@ void TakeOut(Document& document, xmlNode* node) {
 void Detach(Document& document, xmlNode* node) {
     TakeOut(document, node);
     AdoptDetached(document, node);
-    Reconcile(document, node);
+    FixUpNamespaces(document, node);
 }
 
 // Puts a node that may stand here before `next`, out of where it was.
@@ -63,10 +63,10 @@ void Place(SDOM_Node child, xmlNode* parent, xmlNode* next) {
     else
         TakeOut(document, node);
     LinkBefore(parent, node, next);
-    ChildIndex& children = document.GetCaches().children;
+    ChildIndex& children = CachesOf(document).children;
     next != nullptr ? children.Forget(parent) : children.Appended(parent, node);
     // A tree of its own declares all it needs, unless names of it were made before they had a place.
-    if (!wasDetached || document.HasLooseBindings()) Reconcile(document, node);
+    if (!wasDetached || document.HasUnattachedNamespaces()) FixUpNamespaces(document, node);
     document.Touch();
 }
 
@@ -84,13 +84,13 @@ SDOM_Exception Insert(SablotSituation situation, SDOM_Node node, SDOM_Node newCh
 
 SDOM_Exception Clone(Document& document, const xmlNode* node, bool deep, SDOM_Node* clone) {
     ErrorScope silence;
-    if (node->type == XML_DOCUMENT_NODE) return SDOM_INVALID_NODE_TYPE;
-    if (node->type == XML_NAMESPACE_DECL) {
-        const auto* declaration = reinterpret_cast<const xmlNs*>(node);
+    if (IsDocument(node)) return SDOM_INVALID_NODE_TYPE;
+    if (IsDeclaration(node)) {
+        const auto* declaration = AsDeclaration(node);
         if (View(declaration->prefix) == "xml") return SDOM_NAMESPACE_ERR; // there is no other one
         *clone = AdoptDetached(document, NewDeclaration(declaration->prefix, View(declaration->href)));
     } else if (IsAttribute(node)) {
-        xmlNs* ns = node->ns != nullptr ? document.LooseBinding(node->ns->prefix, node->ns->href) : nullptr;
+        xmlNs* ns = node->ns != nullptr ? document.UnattachedNamespace(node->ns->prefix, node->ns->href) : nullptr;
         *clone = AdoptDetached(document, NewAttribute(document, ns, Chars(node->name), ValueOf(node)));
     } else {
         xmlNode* copy = CopySubtree(node, deep, document.Tree());
@@ -120,9 +120,8 @@ SDOM_Exception SDOM_removeChild(SablotSituation situation, SDOM_Node node, SDOM_
     return CallOnEditable(situation, node, [&](xmlNode* parent) {
         if (FindNode(oldChild) == nullptr) return SDOM_NOT_FOUND_ERR;
         xmlNode* child = oldChild->node;
-        if (!IsElement(parent) && parent->type != XML_DOCUMENT_NODE) return SDOM_INVALID_NODE_TYPE;
-        if (child->type == XML_DOCUMENT_NODE || IsAttribute(child) || IsDeclaration(child))
-            return SDOM_INVALID_NODE_TYPE;
+        if (!IsParent(parent)) return SDOM_INVALID_NODE_TYPE;
+        if (IsDocument(child) || IsAttribute(child) || IsDeclaration(child)) return SDOM_INVALID_NODE_TYPE;
         if (!IsChildOf(child, parent)) return SDOM_NOT_FOUND_ERR;
         Detach(*oldChild->document, child);
         return SDOM_OK;

@@ -1,8 +1,8 @@
 // Reading nodes: types, names, values, and moving about.
 #include "sablotron/dom/caches.h"
 #include "sablotron/dom/call.h"
-#include "sablotron/tree/bindings.h"
 #include "sablotron/tree/names.h"
+#include "sablotron/tree/strings.h"
 
 #include <optional>
 #include <string>
@@ -32,8 +32,6 @@ SDOM_Exception GetRelative(SablotSituation situation, SDOM_Node node, SDOM_Node*
         return SDOM_OK;
     });
 }
-
-bool HasChildren(const xmlNode* node) { return IsElement(node) || node->type == XML_DOCUMENT_NODE; }
 
 } // namespace
 
@@ -73,7 +71,7 @@ SDOM_Exception SDOM_getNodeLocalName(SablotSituation situation, SDOM_Node node, 
 
 SDOM_Exception SDOM_getNodeValue(SablotSituation situation, SDOM_Node node, char** value) {
     return GetText(situation, node, value,
-                   [](xmlNode* found) { return HasChildren(found) ? Text() : Text(ValueOf(found)); });
+                   [](xmlNode* found) { return IsParent(found) ? Text() : Text(ValueOf(found)); });
 }
 
 SDOM_Exception SDOM_getParentNode(SablotSituation situation, SDOM_Node node, SDOM_Node* parent) {
@@ -82,12 +80,11 @@ SDOM_Exception SDOM_getParentNode(SablotSituation situation, SDOM_Node node, SDO
 
 SDOM_Exception SDOM_getFirstChild(SablotSituation situation, SDOM_Node node, SDOM_Node* child) {
     return GetRelative(situation, node, child,
-                       [](xmlNode* found) { return HasChildren(found) ? found->children : nullptr; });
+                       [](xmlNode* found) { return IsParent(found) ? found->children : nullptr; });
 }
 
 SDOM_Exception SDOM_getLastChild(SablotSituation situation, SDOM_Node node, SDOM_Node* child) {
-    return GetRelative(situation, node, child,
-                       [](xmlNode* found) { return HasChildren(found) ? found->last : nullptr; });
+    return GetRelative(situation, node, child, [](xmlNode* found) { return IsParent(found) ? found->last : nullptr; });
 }
 
 SDOM_Exception SDOM_getPreviousSibling(SablotSituation situation, SDOM_Node node, SDOM_Node* sibling) {
@@ -100,15 +97,15 @@ SDOM_Exception SDOM_getNextSibling(SablotSituation situation, SDOM_Node node, SD
 
 SDOM_Exception SDOM_getChildNodeIndex(SablotSituation situation, SDOM_Node node, int index, SDOM_Node* child) {
     return GetRelative(situation, node, child, [&](xmlNode* found) -> xmlNode* {
-        if (!HasChildren(found) || index < 0) return nullptr;
-        return node->document->GetCaches().children.At(found, static_cast<size_t>(index));
+        if (!IsParent(found) || index < 0) return nullptr;
+        return CachesOf(*node->document).children.At(found, static_cast<size_t>(index));
     });
 }
 
 SDOM_Exception SDOM_getChildNodeCount(SablotSituation situation, SDOM_Node node, int* count) {
     *count = 0;
     return CallOnNode(situation, node, [&](xmlNode* found) {
-        if (HasChildren(found)) *count = static_cast<int>(node->document->GetCaches().children.Count(found));
+        if (IsParent(found)) *count = static_cast<int>(CachesOf(*node->document).children.Count(found));
         return SDOM_OK;
     });
 }
@@ -116,7 +113,7 @@ SDOM_Exception SDOM_getChildNodeCount(SablotSituation situation, SDOM_Node node,
 SDOM_Exception SDOM_getOwnerDocument(SablotSituation situation, SDOM_Node node, SDOM_Document* document) {
     *document = nullptr;
     return CallOnNode(situation, node, [&](const xmlNode* found) {
-        if (found->type != XML_DOCUMENT_NODE) *document = node->document->Handle();
+        if (!IsDocument(found)) *document = node->document->Handle();
         return SDOM_OK;
     });
 }
@@ -134,7 +131,7 @@ SDOM_Exception SDOM_compareNodes(SablotSituation situation, SDOM_Node node, SDOM
     return CallOnNode(situation, node, [&](const xmlNode*) {
         if (FindNode(other) == nullptr) return SDOM_NOT_FOUND_ERR;
         if (node->document == other->document)
-            *result = node->document->GetCaches().order.Compare(node, other);
+            *result = CachesOf(*node->document).order.Compare(node, other);
         else
             *result = node->document->Serial() < other->document->Serial() ? -1 : 1;
         return SDOM_OK;
@@ -146,7 +143,7 @@ SDOM_Exception SDOM_getAttributeNodeIndex(SablotSituation situation, SDOM_Node e
     *attribute = nullptr;
     return CallOnElement(situation, element, [&](xmlNode* found) {
         Document& document = *element->document;
-        if (index >= 0) *attribute = document.GetCaches().attributes.At(document, found, static_cast<size_t>(index));
+        if (index >= 0) *attribute = CachesOf(document).attributes.At(document, found, static_cast<size_t>(index));
         return SDOM_OK;
     });
 }
@@ -155,7 +152,7 @@ SDOM_Exception SDOM_getAttributeNodeCount(SablotSituation situation, SDOM_Node e
     *count = 0;
     return CallOnElement(situation, element, [&](xmlNode* found) {
         Document& document = *element->document;
-        *count = static_cast<int>(document.GetCaches().attributes.Count(document, found));
+        *count = static_cast<int>(CachesOf(document).attributes.Count(document, found));
         return SDOM_OK;
     });
 }

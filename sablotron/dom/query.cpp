@@ -1,11 +1,12 @@
 // Queries: XPath 1.0 over live trees.
 #include "sablotron/dom/caches.h"
 #include "sablotron/dom/call.h"
-#include "sablotron/transform/stack_guard.h"
 #include "sablotron/tree/bindings.h"
+#include "sablotron/tree/library_scope.h"
+#include "sablotron/tree/stack.h"
+#include "sablotron/tree/xpath.h"
 #include "sablotron/tree/xpath_rewrite.h"
 
-#include <libxml/globals.h>
 #include <libxml/xpathInternals.h>
 
 #include <algorithm>
@@ -30,41 +31,32 @@ constexpr size_t MAX_COMPILED = 128;
 constexpr int MAX_DEPTH = 5000;     // libxml2's limit on the depth of an expression
 constexpr size_t DEPTH_BYTES = 256; // of the stack for one level of it
 
-struct ExpressionDeleter {
-    void operator()(xmlXPathCompExpr* expression) const { xmlXPathFreeCompExpr(expression); }
-};
-struct ContextDeleter {
-    void operator()(xmlXPathContext* context) const { xmlXPathFreeContext(context); }
-};
-struct ObjectDeleter {
-    void operator()(xmlXPathObject* object) const { xmlXPathFreeObject(object); }
-};
-using ObjectPointer = std::unique_ptr<xmlXPathObject, ObjectDeleter>;
+using ObjectPointer = XPathPointer<xmlXPathObject>;
 
 bool Contains(std::string_view text, std::initializer_list<std::string_view> parts) {
     return std::any_of(parts.begin(), parts.end(),
                        [text](std::string_view part) { return text.find(part) != std::string_view::npos; });
 }
 
-// What the numbers of elements, by which libxml2 compares nodes, do for a query.
-enum class Numbers {
+// What an index of the elements' document order, by which libxml2 compares nodes, does for a query.
+enum class OrderIndexing {
     USELESS,    // steps go down only: what they find needs no sorting, or hardly any
-    USEFUL,     // sorting looks for the way from node to node unless elements are numbered
+    USEFUL,     // sorting looks for the way from node to node unless elements are indexed
     MISLEADING, // elements come together with text: libxml2 puts text that follows an element before what is in it
 };
 
-Numbers NumbersFor(std::string_view text) {
+OrderIndexing IndexingFor(std::string_view text) {
     if (Contains(text, {"node("}) || (Contains(text, {"|"}) && Contains(text, {"text", "comment", "processing"})))
-        return Numbers::MISLEADING;
+        return OrderIndexing::MISLEADING;
     const size_t first = text.find("//");
     const bool again = first != std::string_view::npos && text.find("//", first + 2) != std::string_view::npos;
-    return again || Contains(text, {"|", "..", "::"}) ? Numbers::USEFUL : Numbers::USELESS;
+    return again || Contains(text, {"|", "..", "::"}) ? OrderIndexing::USEFUL : OrderIndexing::USELESS;
 }
 
 struct Query {
-    std::unique_ptr<xmlXPathCompExpr, ExpressionDeleter> expression;
+    XPathPointer<xmlXPathCompExpr> expression;
     std::vector<std::string> prefixes; // that the text uses
-    Numbers numbers = Numbers::USELESS;
+    OrderIndexing indexing = OrderIndexing::USELESS;
 };
 
 // The bindings of one evaluation. An empty `defaultPrefix`: unprefixed names are in no namespace.
@@ -79,7 +71,7 @@ struct Bindings {
     }
 };
 
-// The compiled queries of a thread, the latest used first, and the context that they are evaluated in.
+// The compiled queries, the latest used first, and the context that they are evaluated in.
 class QueryEngine {
 public:
     QueryEngine() : context_(xmlXPathNewContext(nullptr)) {
@@ -99,12 +91,12 @@ public:
         const std::string rewritten =
             defaultPrefix.empty() ? std::string(text) : QualifyElementNames(text, defaultPrefix);
         Query query;
-        const GenericErrors silence;
+        const ErrorScope silence;
         Reset(0);
         query.expression.reset(xmlXPathCtxtCompile(context_.get(), Chars(rewritten.c_str())));
         if (!query.expression) return nullptr;
         for (const std::string_view prefix : PrefixesOf(text)) query.prefixes.emplace_back(prefix);
-        query.numbers = NumbersFor(text);
+        query.indexing = IndexingFor(text);
         if (queries_.size() == MAX_COMPILED) {
             index_.erase(queries_.back().first);
             queries_.pop_back();
@@ -116,7 +108,7 @@ public:
 
     // Null when it fails.
     ObjectPointer Evaluate(const Query& query, xmlDoc* tree, xmlNode* node, const Bindings& bindings) {
-        const GenericErrors silence;
+        const ErrorScope silence;
         // An expression nested deeper than what is left of the stack fails, as one beyond libxml2's limit does.
         const size_t remaining = RemainingStack() / DEPTH_BYTES;
         Reset(MAX_DEPTH - static_cast<int>(std::min(remaining, static_cast<size_t>(MAX_DEPTH))));
@@ -131,23 +123,6 @@ public:
     }
 
 private:
-    // What libxml2 says beside its structured errors.
-    class GenericErrors {
-    public:
-        GenericErrors() : handler_(xmlGenericError), data_(xmlGenericErrorContext) {
-            xmlSetGenericErrorFunc(nullptr, Drop);
-        }
-        GenericErrors(const GenericErrors&) = delete;
-        GenericErrors& operator=(const GenericErrors&) = delete;
-        ~GenericErrors() { xmlSetGenericErrorFunc(data_, handler_); }
-
-    private:
-        static void Drop(void*, const char*, ...) {}
-
-        xmlGenericErrorFunc handler_;
-        void* data_;
-    };
-
     void Reset(int depth) {
         context_->doc = nullptr;
         context_->node = nullptr;
@@ -160,44 +135,41 @@ private:
     }
 
     using Entry = std::pair<std::string, Query>;
-    std::unique_ptr<xmlXPathContext, ContextDeleter> context_;
+    XPathPointer<xmlXPathContext> context_;
     std::list<Entry> queries_;
     std::unordered_map<std::string, std::list<Entry>::iterator> index_;
 };
 
-// Numbers the elements of the tree as libxml2 does, or takes the numbers away, for a query that starts at the node.
-// They stay until they are wrong. The elements of a detached tree, which is small as a rule, never keep theirs.
-void NumberElements(Document& document, xmlNode* node, Numbers numbers) {
+// Indexes the document order of the tree's elements as libxml2 does, or takes the index away, for a query that starts
+// at the node. It stays until it is wrong. The elements of a detached tree, which is small as a rule, never keep
+// theirs.
+void IndexElements(Document& document, xmlNode* node, OrderIndexing indexing) {
     xmlNode* root = node;
     while (root->parent != nullptr) root = root->parent;
     bool wanted = false;
-    if (root->type == XML_DOCUMENT_NODE) {
+    if (IsDocument(root)) {
         const unsigned now = document.EditCount() + 1;
-        wanted = numbers == Numbers::USEFUL && node->type != XML_TEXT_NODE && node->type != XML_COMMENT_NODE
+        wanted = indexing == OrderIndexing::USEFUL && node->type != XML_TEXT_NODE && node->type != XML_COMMENT_NODE
                  && node->type != XML_PI_NODE && node->type != XML_CDATA_SECTION_NODE;
-        if (document.numberedAt == now && numbers != Numbers::MISLEADING) return;
-        if (document.numberedAt == 0 && !wanted) return;
-        document.numberedAt = wanted ? now : 0;
+        if (document.orderIndexedAt == now && indexing != OrderIndexing::MISLEADING) return;
+        if (document.orderIndexedAt == 0 && !wanted) return;
+        document.orderIndexedAt = wanted ? now : 0;
     }
-    ptrdiff_t number = 0;
-    for (xmlNode* element = root; element != nullptr; element = NextInTree(element, root))
-        if (IsElement(element)) element->content = wanted ? reinterpret_cast<xmlChar*>(--number) : nullptr;
+    ptrdiff_t position = 0; // libxml2 counts down
+    for (xmlNode* element : Walk(root))
+        if (IsElement(element)) element->content = wanted ? reinterpret_cast<xmlChar*>(--position) : nullptr;
 }
-
-struct NodeSetDeleter {
-    void operator()(xmlNodeSet* nodes) const { xmlXPathFreeNodeSet(nodes); }
-};
 
 // The parent that libxml2's axes take for granted, given to an attribute that stands on no element for one evaluation.
 class ScratchParent {
 public:
     explicit ScratchParent(xmlNode* node) {
-        if (node->type != XML_ATTRIBUTE_NODE || (node->parent != nullptr)) return;
+        if (!IsAttribute(node) || (node->parent != nullptr)) return;
         attribute_ = node;
         element_.type = XML_ELEMENT_NODE;
         element_.name = Chars("");
         element_.doc = node->doc;
-        element_.properties = reinterpret_cast<xmlAttr*>(node);
+        element_.properties = AsAttribute(node);
         node->parent = &element_;
     }
     ScratchParent(const ScratchParent&) = delete;
@@ -214,9 +186,9 @@ private:
 };
 
 SDOM_NodeListRecord::Item ItemOf(Document& document, xmlNode* node) {
-    if (node->type != XML_NAMESPACE_DECL) return {node, nullptr};
-    const auto* copy = reinterpret_cast<const xmlNs*>(node);
-    auto* element = reinterpret_cast<xmlNode*>(copy->next);
+    if (!IsDeclaration(node)) return {node, nullptr};
+    const xmlNs* copy = AsDeclaration(node);
+    xmlNode* element = AsNode(copy->next); // as libxml2 keeps it
     const Binding binding = FindBinding(document, element, copy->prefix);
     return {nullptr, binding.declaration != nullptr ? document.HandleOf(binding.declaration, binding.owner) : nullptr};
 }
@@ -227,7 +199,7 @@ void SortDeclarations(Document& document, std::vector<SDOM_NodeListRecord::Item>
     if (std::none_of(items.begin(), items.end(), [](const auto& item) { return !item.node; })) return;
     for (SDOM_NodeListRecord::Item& item : items)
         if (item.node != nullptr) item.handle = document.HandleOf(item.node);
-    OrderIndex& order = document.GetCaches().order;
+    OrderIndex& order = CachesOf(document).order;
     std::erase_if(items, [](const auto& item) { return !item.handle; });
     std::stable_sort(items.begin(), items.end(), [&order](const auto& left, const auto& right) {
         return order.Compare(left.handle, right.handle) < 0;
@@ -240,7 +212,7 @@ void SortDeclarations(Document& document, std::vector<SDOM_NodeListRecord::Item>
 // `named` are the bindings that the text may use, `bindings` also holds that of the default prefix.
 SDOM_Exception Run(std::string_view text, SDOM_Node handle, const Bindings& named, const Bindings& bindings,
                    SDOM_NodeList* list) {
-    thread_local QueryEngine engine;
+    static QueryEngine engine;
     Document& document = *handle->document;
     const Query* query = engine.Find(text, bindings.defaultPrefix);
     if (query == nullptr) return SDOM_QUERY_PARSE_ERR;
@@ -250,15 +222,14 @@ SDOM_Exception Run(std::string_view text, SDOM_Node handle, const Bindings& name
     xmlNode* node = handle->node;
     xmlNode* anchor = node;
     // A namespace declaration as XPath sees it, a node of one element.
-    const std::unique_ptr<xmlNodeSet, NodeSetDeleter> namespaceNode(xmlXPathNodeSetCreate(nullptr));
-    if (node->type == XML_NAMESPACE_DECL) {
+    const XPathPointer<xmlNodeSet> namespaceNode(xmlXPathNodeSetCreate(nullptr));
+    if (IsDeclaration(node)) {
         anchor = handle->Owner();
-        if ((anchor == nullptr)
-            || xmlXPathNodeSetAddNs(namespaceNode.get(), anchor, reinterpret_cast<xmlNs*>(node)) < 0)
+        if ((anchor == nullptr) || xmlXPathNodeSetAddNs(namespaceNode.get(), anchor, AsDeclaration(node)) < 0)
             return SDOM_QUERY_EXECUTION_ERR;
         node = namespaceNode->nodeTab[0];
     }
-    NumberElements(document, anchor, query->numbers);
+    IndexElements(document, anchor, query->indexing);
     const ScratchParent parent(node);
     const ObjectPointer value = engine.Evaluate(*query, document.Tree(), node, bindings);
     if (!value || value->type != XPATH_NODESET) return SDOM_QUERY_EXECUTION_ERR;

@@ -18,9 +18,9 @@ xmlNs* BindingAt(Document& document, xmlNode* element, std::string_view prefix) 
         if (xmlNs* found = BindingForName(document, element, prefix)) return found;
     const xmlNode* top = element;
     while ((top != nullptr) && (top->parent != nullptr)) top = top->parent;
-    if ((top != nullptr) && top->type == XML_DOCUMENT_NODE) return nullptr;
+    if ((top != nullptr) && IsDocument(top)) return nullptr;
     xmlNs* outer = FindBinding(document, document.Root(), Chars(std::string(prefix).c_str())).declaration;
-    return outer != nullptr ? document.LooseBinding(outer->prefix, outer->href) : nullptr;
+    return outer != nullptr ? document.UnattachedNamespace(outer->prefix, outer->href) : nullptr;
 }
 
 SDOM_Exception RenameElement(Document& document, xmlNode* element, std::string_view newName) {
@@ -41,12 +41,12 @@ SDOM_Exception RenameAttribute(Document& document, xmlAttr* attribute, std::stri
     if (!name.isValid) return SDOM_INVALID_CHARACTER_ERR;
     std::string_view declared;
     if (IsDeclarationName(newName, declared)) return SDOM_NAMESPACE_ERR;
-    auto* node = reinterpret_cast<xmlNode*>(attribute);
+    auto* node = AsNode(attribute);
     xmlNs* ns = attribute->ns;
     if (NameOf(node).prefix != name.prefix) {
         ns = name.prefix.empty() ? nullptr : BindingAt(document, attribute->parent, name.prefix);
         if (!name.prefix.empty() && (ns == nullptr)) return SDOM_NAMESPACE_ERR;
-        if ((ns != nullptr) && (attribute->parent == nullptr)) ns = document.LooseBinding(ns->prefix, ns->href);
+        if ((ns != nullptr) && (attribute->parent == nullptr)) ns = document.UnattachedNamespace(ns->prefix, ns->href);
     }
     if (attribute->parent != nullptr) {
         const xmlAttr* other = FindAttribute(attribute->parent, ns != nullptr ? View(ns->href) : "", name.localName);
@@ -78,7 +78,7 @@ SDOM_Exception RenameDeclaration(Document& document, SDOM_Node handle, std::stri
     if (!prefix.empty() && ((copy = xmlStrdup(Chars(prefix.data()))) == nullptr)) throw std::bad_alloc();
     xmlFree(const_cast<xmlChar*>(declaration->prefix));
     declaration->prefix = copy;
-    if (owner != nullptr) Reconcile(document, owner);
+    if (owner != nullptr) FixUpNamespaces(document, owner);
     return SDOM_OK;
 }
 

@@ -1,3 +1,4 @@
+// Conversion by ICU, with character references for what an encoding lacks.
 #include "sablotron/transform/encoding.h"
 
 #include <strings.h>

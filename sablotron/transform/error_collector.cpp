@@ -1,11 +1,10 @@
+// Reading the reports of libxml2 and libxslt, which come in pieces and mostly without a code.
 #include "sablotron/transform/error_collector.h"
 
-#include "sablotron/tree/tree.h"
+#include "sablotron/transform/modules.h"
 #include "sablotron/tree/xpath_rewrite.h"
 
-#include <libxml/globals.h>
 #include <libxml/xpath.h>
-#include <libxslt/xslt.h>
 #include <libxslt/xsltutils.h>
 
 #include <algorithm>
@@ -94,8 +93,6 @@ std::string FirstLine(std::string_view text) {
     return std::string(text.substr(first, text.find_last_not_of(" \t\r") - first + 1));
 }
 
-bool IsXslt(const xmlNode* node) { return (node->ns != nullptr) && View(node->ns->href) == Chars(XSLT_NAMESPACE); }
-
 // The first prefix in an expression of the instruction that nothing binds there; "" when there is none.
 std::string UnboundPrefix(const xmlNode* instruction) {
     constexpr std::string_view EXPRESSIONS[] = {"select", "test", "match", "use", "count", "from", "value"};
@@ -125,27 +122,19 @@ std::string UnboundPrefix(const xmlNode* instruction) {
 } // namespace
 
 ErrorCollector::ErrorCollector()
-    : oldStructured_(xmlStructuredError),
-      oldStructuredContext_(xmlStructuredErrorContext),
-      oldLibxml2_(xmlGenericError),
-      oldLibxml2Context_(xmlGenericErrorContext),
+    : libxml2_({.data = this, .structured = OnStructured, .generic = OnLibxml2}),
       oldLibxslt_(xsltGenericError),
       oldLibxsltContext_(xsltGenericErrorContext) {
-    xmlSetStructuredErrorFunc(this, OnStructured);
-    xmlSetGenericErrorFunc(this, OnLibxml2);
     xsltSetGenericErrorFunc(this, OnLibxslt);
 }
 
 ErrorCollector::~ErrorCollector() {
     xsltSetGenericErrorFunc(oldLibxsltContext_, oldLibxslt_);
-    xmlSetGenericErrorFunc(oldLibxml2Context_, oldLibxml2_);
-    xmlSetStructuredErrorFunc(oldStructuredContext_, oldStructured_);
     xmlResetLastError();
 }
 
 void ErrorCollector::TakeLines(xmlDoc* module) {
-    auto* root = reinterpret_cast<xmlNode*>(module);
-    for (xmlNode* node = root; node != nullptr; node = NextInTree(node, root)) {
+    for (xmlNode* node : Walk(AsNode(module))) {
         if (!IsElement(node) || node->line != MAX_NODE_LINE) continue;
         lines_->emplace(node, LineOf(node));
         node->psvi = nullptr;
@@ -171,14 +160,14 @@ void ErrorCollector::Fail(Message message) {
     Keep(message.code, std::move(message.text), place);
 }
 
-void ErrorCollector::Settle() {
+void ErrorCollector::EnsureFailure() {
     if (!failure_ && xpathError_) OnReport({}, {{}, 0, {}, xpathError_->instruction});
     if (!failure_ && unplaced_) Keep(unplaced_->code, unplaced_->text, {});
     if (!failure_) Keep(CODE_OTHER, lastText_.empty() ? "failed for an unknown reason" : lastText_, {});
 }
 
 Message ErrorCollector::Take() {
-    Settle();
+    EnsureFailure();
     return std::move(*std::exchange(failure_, std::nullopt));
 }
 
@@ -290,9 +279,7 @@ void ErrorCollector::OnReport(std::string text, Place place) {
     if (place.IsKnown()) {
         Keep(code, std::move(text), place);
     } else {
-        unplaced_.emplace();
-        unplaced_->code = code;
-        unplaced_->text = std::move(text);
+        unplaced_ = Message{.code = code, .text = std::move(text)};
     }
 }
 
@@ -315,9 +302,8 @@ const xmlNode* ErrorCollector::FindInstruction(const Place& place, const std::st
     const auto module = std::find_if(modules_.rbegin(), modules_.rend(),
                                      [&place](const xmlDoc* tree) { return View(tree->URL) == place.uri; });
     if (module == modules_.rend()) return nullptr;
-    auto* root = reinterpret_cast<xmlNode*>(const_cast<xmlDoc*>(*module));
     const xmlNode* first = nullptr;
-    for (xmlNode* node = root; node != nullptr; node = NextInTree(node, root)) {
+    for (const xmlNode* node : Walk(AsNode(*module))) {
         if (!IsElement(node) || !isMeant(node)) continue;
         if (isQuoted(node)) return node;
         if (first == nullptr) first = node;
@@ -334,9 +320,7 @@ const xmlNode* ErrorCollector::CurrentInstruction() const {
 void ErrorCollector::Keep(int code, std::string text, const Place& place) {
     if (run_ != nullptr) run_->state = XSLT_STATE_STOPPED;
     if (failure_) return;
-    failure_.emplace();
-    failure_->code = code;
-    failure_->text = std::move(text);
+    failure_ = Message{.code = code, .text = std::move(text)};
     SetPlace(place);
 }
 

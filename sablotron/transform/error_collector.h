@@ -2,8 +2,8 @@
 #pragma once
 
 #include "sablotron/transform/message.h"
+#include "sablotron/tree/library_scope.h"
 
-#include <libxml/xmlerror.h>
 #include <libxslt/xsltInternals.h>
 
 #include <cstdarg>
@@ -42,8 +42,8 @@ public:
     void Fail(Message message);
     bool HasFailed() const { return failure_.has_value(); }
     // Makes what the libraries said last a failure, as code 1, when none was recognised.
-    void Settle();
-    // The failure, settled.
+    void EnsureFailure();
+    // The failure, of which there is one after this in any case.
     Message Take();
 
     // The first fatal error of a parser since the last call, as "XML parser error N: text", and its line.
@@ -92,10 +92,7 @@ private:
     std::string lastText_;
     std::optional<ParserError> parserError_;
 
-    xmlStructuredErrorFunc oldStructured_;
-    void* oldStructuredContext_;
-    xmlGenericErrorFunc oldLibxml2_;
-    void* oldLibxml2Context_;
+    ErrorScope libxml2_;
     xmlGenericErrorFunc oldLibxslt_;
     void* oldLibxsltContext_;
 };

@@ -1,4 +1,8 @@
+// The check of the stack and xsl:message, put in the place of libxslt's functions.
 #include "sablotron/transform/instructions.h"
+
+#include "sablotron/transform/modules.h"
+#include "sablotron/tree/xpath.h"
 
 #include <libxml/xpathInternals.h>
 #include <libxslt/extensions.h>
@@ -11,20 +15,11 @@
 namespace sablot {
 namespace {
 
-struct XPathObjectDeleter {
-    void operator()(xmlXPathObject* object) const { xmlXPathFreeObject(object); }
-};
-
-void Fail(Run& run, int code, std::string text) {
-    Message message;
-    message.code = code;
-    message.text = std::move(text);
-    run.errors.Fail(std::move(message));
-}
+Run& RunOf(const xsltTransformContext* context) { return *static_cast<Run*>(context->_private); }
 
 // xsl:copy-of copies with one call per level, and copies of copies can be deeper than any tree before them: the
 // fragment that it is about to copy is measured first. Only variables and functions hand out fragments.
-void KnowFragment(xsltTransformContext* context, xmlNode* node, const xsltStylePreComp& compiled) {
+void RegisterFragment(xsltTransformContext* context, xmlNode* node, const xsltStylePreComp& compiled) {
     const std::string_view select = View(compiled.select);
     if ((compiled.comp == nullptr)
         || (select.find('$') == std::string_view::npos && select.find(':') == std::string_view::npos))
@@ -34,14 +29,14 @@ void KnowFragment(xsltTransformContext* context, xmlNode* node, const xsltStyleP
     xpath->node = node;
     xpath->namespaces = compiled.nsList;
     xpath->nsNr = compiled.nsNr;
-    const std::unique_ptr<xmlXPathObject, XPathObjectDeleter> value(xmlXPathCompiledEval(compiled.comp, xpath));
+    const XPathPointer<xmlXPathObject> value(xmlXPathCompiledEval(compiled.comp, xpath));
     xpath->node = before.node;
     xpath->namespaces = before.namespaces;
     xpath->nsNr = before.nsNr;
     xpath->proximityPosition = before.proximityPosition;
     xpath->contextSize = before.contextSize;
     if (value && value->type == XPATH_XSLT_TREE && (value->nodesetval != nullptr) && value->nodesetval->nodeNr > 0)
-        KnowTree(context, value->nodesetval->nodeTab[0]->doc);
+        RegisterTree(context, value->nodesetval->nodeTab[0]->doc);
 }
 
 void RunMessage(xsltTransformContext* context, xmlNode* node, xmlNode* instruction, xsltElemPreComp*) {
@@ -55,7 +50,7 @@ void RunMessage(xsltTransformContext* context, xmlNode* node, xmlNode* instructi
     xmlFree(content);
     if (context->state == XSLT_STATE_STOPPED) return;
     if (isLast) {
-        Fail(run, CODE_TERMINATED, text + " - terminating");
+        run.errors.Fail({.code = CODE_TERMINATED, .text = text + " - terminating"});
         return;
     }
     Message message = run.errors.At(instruction);
@@ -65,7 +60,7 @@ void RunMessage(xsltTransformContext* context, xmlNode* node, xmlNode* instructi
     run.messages.push_back(std::move(message));
 }
 
-// Runs an extension function. One that returns a whole tree (node-set) makes that tree one to walk.
+// Runs an extension function. One that returns a whole tree (node-set) registers it.
 void CallFunction(xmlXPathParserContext* parser, int argumentCount) {
     xsltTransformContext* const context = xsltXPathGetTransformContext(parser);
     const xmlXPathFunction function =
@@ -78,38 +73,26 @@ void CallFunction(xmlXPathParserContext* parser, int argumentCount) {
     const xmlXPathObject* value = parser->value;
     if (parser->error == 0 && (value != nullptr) && value->type == XPATH_NODESET && (value->nodesetval != nullptr)
         && value->nodesetval->nodeNr > 0 && value->nodesetval->nodeTab[0]->type == XML_DOCUMENT_NODE)
-        KnowTree(context, value->nodesetval->nodeTab[0]->doc);
+        RegisterTree(context, value->nodesetval->nodeTab[0]->doc);
 }
 
 xmlXPathFunction LookUpFunction(void* xpathContext, const xmlChar* name, const xmlChar* uri) {
     return xsltXPathFunctionLookup(xpathContext, name, uri) != nullptr ? CallFunction : nullptr;
 }
 
-} // namespace
-
-bool CheckStack(xsltTransformContext* context, bool walks) {
-    Run& run = RunOf(context);
-    if (run.guard.HasRoom(walks)) return true;
-    Fail(run, CODE_OTHER, "the recursion is too deep");
-    return false;
-}
-
-bool KnowTree(xsltTransformContext* context, const xmlDoc* tree) {
-    RunOf(context).guard.Know(tree);
-    return CheckStack(context, true);
-}
-
+// Stands for the function of every compiled instruction.
 void RunInstruction(xsltTransformContext* context, xmlNode* node, xmlNode* instruction, xsltElemPreComp* compiled) {
     Run& run = RunOf(context);
     if (compiled->type == XSLT_FUNC_COPYOF)
-        KnowFragment(context, node, *reinterpret_cast<const xsltStylePreComp*>(compiled));
+        RegisterFragment(context, node, *reinterpret_cast<const xsltStylePreComp*>(compiled));
     const bool walks = compiled->type == XSLT_FUNC_COPYOF || compiled->type == XSLT_FUNC_APPLYTEMPLATES
                        || compiled->type == XSLT_FUNC_APPLYIMPORTS;
     if (context->state == XSLT_STATE_STOPPED || !CheckStack(context, walks)) return;
     context->xpathCtxt->opCount = 0; // the limit is one for each instruction
-    run.stylesheet.FunctionOf(compiled)(context, node, instruction, compiled);
+    run.instructions.FunctionOf(compiled)(context, node, instruction, compiled);
 }
 
+// The compiled form of every xsl:message.
 xsltElemPreComp* MessageInstruction() {
     static xsltStylePreComp instruction = [] {
         xsltStylePreComp compiled;
@@ -119,6 +102,43 @@ xsltElemPreComp* MessageInstruction() {
         return compiled;
     }();
     return reinterpret_cast<xsltElemPreComp*>(&instruction);
+}
+
+} // namespace
+
+Instructions::Instructions(xsltStylesheet* stylesheet) {
+    for (xsltStylesheet* level = stylesheet; level != nullptr; level = xsltNextImport(level)) {
+        for (xsltElemPreComp* compiled = level->preComps; compiled != nullptr; compiled = compiled->next) {
+            if (compiled->func == nullptr) continue;
+            if (compiled->type < XSLT_FUNC_EXTENSION)
+                functions_[compiled->type] = compiled->func;
+            else
+                extensions_.emplace(compiled, compiled->func);
+            compiled->func = RunInstruction;
+        }
+    }
+    // xsl:message is not compiled by libxslt.
+    ForEachModule(stylesheet, [](xmlDoc* module) {
+        for (xmlNode* node : Walk(AsNode(module)))
+            if (IsElement(node) && IsXslt(node) && View(node->name) == "message") node->psvi = MessageInstruction();
+    });
+}
+
+xsltTransformFunction Instructions::FunctionOf(const xsltElemPreComp* instruction) const {
+    if (instruction->type < XSLT_FUNC_EXTENSION) return functions_[instruction->type];
+    return extensions_.find(instruction)->second;
+}
+
+bool CheckStack(xsltTransformContext* context, bool walks) {
+    Run& run = RunOf(context);
+    if (run.guard.HasRoom(walks)) return true;
+    run.errors.Fail({.code = CODE_OTHER, .text = "the recursion is too deep"});
+    return false;
+}
+
+bool RegisterTree(xsltTransformContext* context, const xmlDoc* tree) {
+    RunOf(context).guard.Register(tree);
+    return CheckStack(context, true);
 }
 
 void GuardFunctions(xsltTransformContext* context) {

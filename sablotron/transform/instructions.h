@@ -3,32 +3,39 @@
 
 #include "sablotron/transform/error_collector.h"
 #include "sablotron/transform/stack_guard.h"
-#include "sablotron/transform/stylesheet.h"
+
+#include <array>
 
 namespace sablot {
 
+// The instructions of a compiled stylesheet, whose functions are replaced by one that checks first.
+class Instructions {
+public:
+    explicit Instructions(xsltStylesheet* stylesheet);
+
+    // What libxslt does for an instruction.
+    xsltTransformFunction FunctionOf(const xsltElemPreComp* instruction) const;
+
+private:
+    // libxslt has one function for each of its own instructions; extensions have theirs.
+    std::array<xsltTransformFunction, XSLT_FUNC_EXTENSION> functions_{};
+    std::unordered_map<const xsltElemPreComp*, xsltTransformFunction> extensions_;
+};
+
 // What instructions share during a run. Its address is the _private field of the transformation context.
 struct Run {
-    const Stylesheet& stylesheet;
+    const Instructions& instructions;
     ErrorCollector& errors;
     StackGuard guard;
     std::vector<Message> messages; // of xsl:message, to be sent when the run is over
 };
 
-inline Run& RunOf(const xsltTransformContext* context) { return *static_cast<Run*>(context->_private); }
-
 // Ends the run with a failure when the stack could be too small for what comes next; with `walks`, for a walk of a
 // tree.
 bool CheckStack(xsltTransformContext* context, bool walks);
 
-// Makes a tree one that the run may walk; false after a failure when it is too deep for that.
-bool KnowTree(xsltTransformContext* context, const xmlDoc* tree);
-
-// Stands for the function of every compiled instruction, which Stylesheet::FunctionOf knows.
-void RunInstruction(xsltTransformContext* context, xmlNode* node, xmlNode* instruction, xsltElemPreComp* compiled);
-
-// The compiled form of every xsl:message.
-xsltElemPreComp* MessageInstruction();
+// Registers a tree that the run may walk; false after a failure when it is too deep for that.
+bool RegisterTree(xsltTransformContext* context, const xmlDoc* tree);
 
 // Makes the extension functions of a run go through the check.
 void GuardFunctions(xsltTransformContext* context);

@@ -1,3 +1,4 @@
+// Messages as the arrays of fields that handlers get.
 #include "sablotron/transform/message.h"
 
 #include "sablotron/transform/processor.h"

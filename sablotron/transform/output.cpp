@@ -1,3 +1,4 @@
+// The text of a result, by the settings of xsl:output and of the processor.
 #include "sablotron/transform/output.h"
 
 #include "sablotron/transform/encoding.h"

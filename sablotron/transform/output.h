@@ -1,7 +1,6 @@
 // A finished result tree as text and as events.
 #pragma once
 
-#include "sablotron/transform/message.h"
 #include "sablotron/transform/processor.h"
 
 #include <libxslt/xsltInternals.h>

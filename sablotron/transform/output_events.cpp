@@ -1,3 +1,4 @@
+// The events of a result, by a walk of its tree.
 #include "sablotron/transform/output.h"
 #include "sablotron/tree/tree.h"
 
@@ -13,20 +14,9 @@ public:
 
     void Send(const xmlDoc* result, bool isText) {
         Call(&SablotOutputHandler::startDocument);
-        const auto* root = reinterpret_cast<const xmlNode*>(result);
-        for (const xmlNode* node = root->children; (node != nullptr) && IsWanted();) {
-            Enter(*node, isText);
-            if ((node->children != nullptr) && IsElement(node)) {
-                node = node->children;
-                continue;
-            }
-            Leave(*node, isText);
-            while ((node->next == nullptr) && node->parent != root) {
-                node = node->parent;
-                Leave(*node, isText);
-            }
-            node = node->next;
-        }
+        WalkTree(
+            AsNode(result), [&](const xmlNode* node) { Enter(*node, isText); },
+            [&](const xmlNode* node) { Leave(*node, isText); });
         FlushText();
         Call(&SablotOutputHandler::endDocument);
     }

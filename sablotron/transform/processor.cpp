@@ -1,8 +1,9 @@
+// The calls on processors that need no transformation.
 #include "sablotron/transform/processor.h"
 
-#include "sablotron/transform/message.h"
-#include "sablotron/transform/stylesheet.h"
 #include "sablotron/tree/document.h"
+#include "sablotron/tree/guarded.h"
+#include "sablotron/tree/strings.h"
 
 namespace sablot {
 namespace {

@@ -60,16 +60,6 @@ struct SablotProcessorRecord {
 
 namespace sablot {
 
-// Runs the body of a Sablot function, which returns its code. Nothing is thrown across the C boundary.
-template <typename Body>
-int Guarded(Body body) noexcept {
-    try {
-        return body();
-    } catch (...) {
-        return 1; // memory is short
-    }
-}
-
 // Keeps a processor while handlers of the caller run: destroyed in one of them, it goes when the last user has gone.
 class ProcessorUse {
 public:

@@ -1,8 +1,9 @@
+// One transformation: from the arguments of a processor to its result.
 #include "sablotron/transform/encoding.h"
-#include "sablotron/transform/instructions.h"
 #include "sablotron/transform/output.h"
-#include "sablotron/transform/sandbox.h"
-#include "sablotron/tree/document.h"
+#include "sablotron/transform/stylesheet.h"
+#include "sablotron/tree/guarded.h"
+#include "sablotron/tree/xpath.h"
 
 #include <libxslt/pattern.h>
 #include <libxslt/transform.h>
@@ -21,17 +22,18 @@ struct ContextDeleter {
     void operator()(xsltTransformContext* context) const { xsltFreeTransformContext(context); }
 };
 
+// Visits all nodes but the document, which has other fields than they.
 template <typename Visit>
 void ForEachNode(xmlDoc* tree, Visit visit) {
-    auto* root = reinterpret_cast<xmlNode*>(tree);
-    for (xmlNode* node = root->children; node; node = NextInTree(node, root)) visit(node);
+    for (xmlNode* node : Walk(AsNode(tree)))
+        if (!IsDocument(node)) visit(node);
 }
 
-// Lends the tree of a document to a run and puts back what the run leaves on it: the URI, order indexes in the content
-// of elements, flags, and line numbers beyond 65534, whose place (`psvi`) libxslt takes for itself.
-class LentTree {
+// The tree of a document, borrowed for a run: puts back what the run leaves on it: the URI, order indexes in the
+// content of elements, flags, and line numbers beyond 65534, whose place (`psvi`) libxslt takes for itself.
+class BorrowedTree {
 public:
-    LentTree(xmlDoc* tree, const std::string& uri)
+    BorrowedTree(xmlDoc* tree, const std::string& uri)
         : tree_(tree), url_(std::exchange(tree->URL, xmlStrdup(Chars(uri.c_str())))) {
         ForEachNode(tree, [this](xmlNode* node) {
             if (node->psvi == nullptr) return;
@@ -39,9 +41,9 @@ public:
             node->psvi = nullptr;
         });
     }
-    LentTree(const LentTree&) = delete;
-    LentTree& operator=(const LentTree&) = delete;
-    ~LentTree() {
+    BorrowedTree(const BorrowedTree&) = delete;
+    BorrowedTree& operator=(const BorrowedTree&) = delete;
+    ~BorrowedTree() {
         ForEachNode(tree_, [](xmlNode* node) {
             node->psvi = nullptr;
             node->extra = static_cast<unsigned short>(node->extra & ~NODE_FLAGS);
@@ -112,10 +114,11 @@ private:
         }
         Sandbox sandbox(processor_, errors_);
         sandbox.SetStylesheet(*style);
+        sandbox.SetDocumentCheck(RegisterTree);
         if (input->isTree && !stylesheet->StripsSpace()) {
             Document& document = **input->document;
-            document.numberedAt = 0; // the run takes the numbers away
-            const LentTree lent(document.Tree(), inputUri);
+            document.orderIndexedAt = 0; // the run takes the index away
+            const BorrowedTree borrowed(document.Tree(), inputUri);
             if (!Apply(*stylesheet, document.Tree())) return false;
         } else {
             const TreePointer own = sandbox.Load(*input, inputUri, nullptr);
@@ -132,8 +135,8 @@ private:
         const std::unique_ptr<xsltTransformContext, ContextDeleter> context(
             xsltNewTransformContext(stylesheet.Get(), source));
         if (!context) return false;
-        sablot::Run run{stylesheet, errors_, {}, {}};
-        run.guard.Know(source);
+        sablot::Run run{stylesheet.GetInstructions(), errors_, {}, {}};
+        run.guard.Register(source);
         context->_private = &run;
         context->opLimit = processor_->maxInstructions;
         context->xpathCtxt->opLimit = maxXPathOperations;
@@ -141,11 +144,11 @@ private:
         GuardFunctions(context.get());
         errors_.SetRun(context.get());
         // Without a template for the root the built-in rules walk the tree from there.
-        const bool walks = xsltGetTemplate(context.get(), reinterpret_cast<xmlNode*>(source), nullptr) == nullptr;
+        const bool walks = xsltGetTemplate(context.get(), AsNode(source), nullptr) == nullptr;
         if (CheckStack(context.get(), walks))
             outcome_.result.reset(
                 xsltApplyStylesheetUser(stylesheet.Get(), source, nullptr, nullptr, nullptr, context.get()));
-        if (!outcome_.result) errors_.Settle();
+        if (!outcome_.result) errors_.EnsureFailure();
         errors_.SetRun(nullptr);
         outcome_.isText = context->type == XSLT_OUTPUT_TEXT;
         outcome_.messages = std::move(run.messages);
@@ -158,12 +161,7 @@ private:
         return argument;
     }
 
-    void Fail(int code, std::string text) {
-        Message message;
-        message.code = code;
-        message.text = std::move(text);
-        errors_.Fail(std::move(message));
-    }
+    void Fail(int code, std::string text) { errors_.Fail({.code = code, .text = std::move(text)}); }
 
     SablotHandle processor_;
     ErrorCollector errors_;

@@ -1,13 +1,13 @@
+// Loading of arguments and files, and nothing else.
 #include "sablotron/transform/sandbox.h"
 
-#include "sablotron/transform/instructions.h"
+#include "sablotron/transform/modules.h"
 #include "sablotron/tree/document.h"
 #include "sablotron/tree/parse.h"
 
 #include <fcntl.h>
 #include <libxml/parserInternals.h>
 #include <libxml/uri.h>
-#include <libxslt/xslt.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -109,17 +109,12 @@ xsltSecurityPrefs* ReadOnlyPreferences() {
 }
 
 Sandbox::Sandbox(SablotHandle processor, ErrorCollector& errors)
-    : processor_(processor),
-      errors_(errors),
-      oldDocumentLoader_(xsltDocDefaultLoader),
-      oldEntityLoader_(xmlGetExternalEntityLoader()) {
+    : processor_(processor), errors_(errors), oldDocumentLoader_(xsltDocDefaultLoader), entityLoader_(OnEntity) {
     current_ = this;
     xsltSetLoaderFunc(OnDocument);
-    xmlSetExternalEntityLoader(OnEntity);
 }
 
 Sandbox::~Sandbox() {
-    xmlSetExternalEntityLoader(oldEntityLoader_);
     xsltSetLoaderFunc(oldDocumentLoader_);
     current_ = nullptr;
 }
@@ -149,8 +144,12 @@ TreePointer Sandbox::Load(const Argument& argument, const std::string& uri, xmlD
     const xmlDoc* original = argument.isTree ? (*argument.document)->Tree() : nullptr;
     if (!argument.isTree) {
         ParseFailure failure;
-        parsed = ParseTree(argument.text.c_str(), failure);
-        if (!parsed) return NotWellFormed(uri, failure.text, failure.line);
+        parsed = ParseTree(SourceOf(argument.text), failure);
+        if (!parsed) {
+            errors_.Fail(
+                {.code = CODE_NOT_WELL_FORMED, .uri = uri, .line = failure.line, .text = std::move(failure.text)});
+            return nullptr;
+        }
         original = parsed.get();
     }
     TreePointer tree;
@@ -159,8 +158,7 @@ TreePointer Sandbox::Load(const Argument& argument, const std::string& uri, xmlD
         if (!tree) return nullptr;
         ShareNames(tree.get(), names);
         for (const xmlNode* child = original->children; child != nullptr; child = child->next)
-            if (xmlNode* copy = CopySubtree(child, true, tree.get()))
-                LinkBefore(reinterpret_cast<xmlNode*>(tree.get()), copy, nullptr);
+            if (xmlNode* copy = CopySubtree(child, true, tree.get())) LinkBefore(AsNode(tree.get()), copy, nullptr);
     } else {
         tree = parsed ? std::move(parsed) : CopyTree(original);
         if (!tree) return nullptr;
@@ -184,24 +182,15 @@ TreePointer Sandbox::ParseFile(const std::string& uri, std::string_view text, xm
     const auto error = errors_.TakeParserError();
     if (errors_.HasFailed()) return nullptr;
     if (tree && parser->nsWellFormed) return tree;
-    return NotWellFormed(uri, error ? error->text : "XML parser error", error ? error->line : 0);
-}
-
-TreePointer Sandbox::NotWellFormed(const std::string& uri, const std::string& text, int line) {
-    Message message;
-    message.code = CODE_NOT_WELL_FORMED;
-    message.text = text;
-    message.uri = uri;
-    message.line = line;
-    errors_.Fail(std::move(message));
+    errors_.Fail({.code = CODE_NOT_WELL_FORMED,
+                  .uri = uri,
+                  .line = error ? error->line : 0,
+                  .text = error ? error->text : "XML parser error"});
     return nullptr;
 }
 
 TreePointer Sandbox::NotFound(const std::string& uri) {
-    Message message;
-    message.code = CODE_NOT_FOUND;
-    message.text = "'" + uri + "' not found";
-    errors_.Fail(std::move(message));
+    errors_.Fail({.code = CODE_NOT_FOUND, .text = "'" + uri + "' not found"});
     return nullptr;
 }
 
@@ -209,15 +198,12 @@ xmlDoc* Sandbox::OnDocument(const xmlChar* uri, xmlDict* names, int, void* conte
     if (type != XSLT_LOAD_STYLESHEET) {
         TreePointer tree = current_->Load(Chars(uri), nullptr);
         auto* run = static_cast<xsltTransformContext*>(context);
-        if (!tree || !KnowTree(run, tree.get())) return nullptr;
-        return tree.release();
+        return tree && current_->isAllowed_(run, tree.get()) ? tree.release() : nullptr;
     }
     // Modules that import and include each other in a circle, which libxslt does not always see.
     if (++current_->moduleLoads_[Chars(uri)] > MAX_MODULE_LOADS) {
-        Message message;
-        message.code = CODE_OTHER;
-        message.text = "'" + std::string(Chars(uri)) + "' is imported in a circle";
-        current_->errors_.Fail(std::move(message));
+        current_->errors_.Fail(
+            {.code = CODE_OTHER, .text = "'" + std::string(Chars(uri)) + "' is imported in a circle"});
         return nullptr;
     }
     TreePointer tree = current_->Load(Chars(uri), names);
@@ -227,24 +213,15 @@ xmlDoc* Sandbox::OnDocument(const xmlChar* uri, xmlDict* names, int, void* conte
 bool Sandbox::AdmitModule(xmlDoc* module) {
     errors_.AddModule(module);
     errors_.TakeLines(module);
-    auto* root = reinterpret_cast<xmlNode*>(module);
     size_t depth = 0;
     bool tooDeep = false;
-    WalkTree(
-        root,
-        [&](const xmlNode* node) {
-            ++depth;
-            if (depth > MAX_INSTRUCTION_DEPTH && IsElement(node) && (node->ns != nullptr)
-                && View(node->ns->href) == Chars(XSLT_NAMESPACE))
-                tooDeep = true;
-        },
-        [&](const xmlNode*) { --depth; });
+    const auto enter = [&](const xmlNode* node) {
+        if (++depth > MAX_INSTRUCTION_DEPTH && IsElement(node) && IsXslt(node)) tooDeep = true;
+    };
+    WalkTree(AsNode(module), enter, [&](const xmlNode*) { --depth; });
     if (!tooDeep) return true;
-    Message message;
-    message.code = CODE_OTHER;
-    message.uri = module->URL != nullptr ? Chars(module->URL) : "";
-    message.text = "the instructions are nested too deeply";
-    errors_.Fail(std::move(message));
+    errors_.Fail(
+        {.code = CODE_OTHER, .uri = std::string(View(module->URL)), .text = "the instructions are nested too deeply"});
     return false;
 }
 

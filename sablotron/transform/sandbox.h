@@ -5,7 +5,6 @@
 #include "sablotron/transform/processor.h"
 #include "sablotron/tree/tree.h"
 
-#include <libxml/parser.h>
 #include <libxslt/documents.h>
 #include <libxslt/security.h>
 
@@ -30,6 +29,9 @@ class Sandbox {
 public:
     // The processor's arguments are reachable; it may be null.
     Sandbox(SablotHandle processor, ErrorCollector& errors);
+    // Asked about every document that a run reads, which may refuse it with a failure.
+    using DocumentCheck = bool (*)(xsltTransformContext* run, const xmlDoc* tree);
+    void SetDocumentCheck(DocumentCheck check) { isAllowed_ = check; }
     // What STYLESHEET_URI means; without it the argument of that name.
     void SetStylesheet(const Argument& stylesheet) { stylesheet_ = &stylesheet; }
     Sandbox(const Sandbox&) = delete;
@@ -53,7 +55,6 @@ private:
     static xmlDoc* OnDocument(const xmlChar* uri, xmlDict* names, int options, void* context, xsltLoadType type);
     static xmlParserInput* OnEntity(const char* uri, const char* id, xmlParserCtxt* parser);
     TreePointer ParseFile(const std::string& uri, std::string_view text, xmlDict* names);
-    TreePointer NotWellFormed(const std::string& uri, const std::string& text, int line);
     TreePointer NotFound(const std::string& uri);
 
     static Sandbox* current_;
@@ -61,10 +62,11 @@ private:
     SablotHandle processor_;
     ErrorCollector& errors_;
     const Argument* stylesheet_ = nullptr;
+    DocumentCheck isAllowed_ = nullptr;
     std::vector<Dependency> loaded_;
     std::map<std::string, unsigned> moduleLoads_;
     xsltDocLoaderFunc oldDocumentLoader_;
-    xmlExternalEntityLoader oldEntityLoader_;
+    LoaderScope entityLoader_;
 };
 
 } // namespace sablot

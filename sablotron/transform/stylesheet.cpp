@@ -1,11 +1,10 @@
+// Compiling stylesheets, and finding the compiled form of one again.
 #include "sablotron/transform/stylesheet.h"
 
-#include "sablotron/transform/instructions.h"
+#include "sablotron/transform/modules.h"
 #include "sablotron/tree/parse.h"
 
 #include <libexslt/exslt.h>
-#include <libxslt/imports.h>
-#include <libxslt/xslt.h>
 
 #include <algorithm>
 
@@ -14,18 +13,9 @@ namespace {
 
 constexpr size_t MAX_COMPILED_TEXTS = 4;
 
-// Every module: the stylesheet, what it imports and what they include.
-template <typename Visit>
-void ForEachModule(xsltStylesheet* stylesheet, Visit visit) {
-    for (xsltStylesheet* level = stylesheet; level; level = xsltNextImport(level)) {
-        if (level->doc) visit(level->doc);
-        for (const xsltDocument* included = level->docList; included; included = included->next) visit(included->doc);
-    }
-}
-
 } // namespace
 
-Stylesheet::Stylesheet(xsltStylesheet* stylesheet) : stylesheet_(stylesheet) { Instrument(); }
+Stylesheet::Stylesheet(xsltStylesheet* stylesheet) : stylesheet_(stylesheet), instructions_(stylesheet) {}
 
 Stylesheet::~Stylesheet() { xsltFreeStylesheet(stylesheet_); }
 
@@ -46,27 +36,6 @@ std::shared_ptr<Stylesheet> Stylesheet::Compile(TreePointer tree, Sandbox& sandb
     return stylesheet;
 }
 
-// Puts RunInstruction in the place of every function, and gives xsl:message, which libxslt does not compile, a form.
-void Stylesheet::Instrument() {
-    for (xsltStylesheet* level = stylesheet_; level != nullptr; level = xsltNextImport(level)) {
-        for (xsltElemPreComp* compiled = level->preComps; compiled != nullptr; compiled = compiled->next) {
-            if (compiled->func == nullptr) continue;
-            if (compiled->type < XSLT_FUNC_EXTENSION)
-                functions_[compiled->type] = compiled->func;
-            else
-                extensions_.emplace(compiled, compiled->func);
-            compiled->func = RunInstruction;
-        }
-    }
-    ForEachModule(stylesheet_, [](xmlDoc* module) {
-        auto* root = reinterpret_cast<xmlNode*>(module);
-        for (xmlNode* node = root; node != nullptr; node = NextInTree(node, root))
-            if (IsElement(node) && (node->ns != nullptr) && View(node->ns->href) == Chars(XSLT_NAMESPACE)
-                && View(node->name) == "message")
-                node->psvi = MessageInstruction();
-    });
-}
-
 bool Stylesheet::StripsSpace() const {
     for (xsltStylesheet* level = stylesheet_; level != nullptr; level = xsltNextImport(level))
         if ((level->stripSpaces != nullptr) || level->stripAll > 0) return true;
@@ -77,11 +46,6 @@ bool Stylesheet::IsCurrent(SablotHandle processor) const {
     return std::all_of(dependencies_.begin(), dependencies_.end(), [processor](const Dependency& dependency) {
         return Sandbox::StateOf(processor, dependency.uri) == dependency.state;
     });
-}
-
-xsltTransformFunction Stylesheet::FunctionOf(const xsltElemPreComp* instruction) const {
-    if (instruction->type < XSLT_FUNC_EXTENSION) return functions_[instruction->type];
-    return extensions_.find(instruction)->second;
 }
 
 void Stylesheet::AddModules(ErrorCollector& errors) const {
@@ -117,14 +81,12 @@ std::shared_ptr<Stylesheet> CompiledOf(const std::string& text, SablotHandle pro
         kept.erase(kept.begin());
     }
     ParseFailure failure;
-    TreePointer tree = ParseTree(text.c_str(), failure);
+    TreePointer tree = ParseTree(SourceOf(text), failure);
     if (!tree) {
-        Message message;
-        message.code = CODE_NOT_WELL_FORMED;
-        message.text = failure.text;
-        message.uri = STYLESHEET_URI;
-        message.line = failure.line;
-        errors.Fail(std::move(message));
+        errors.Fail({.code = CODE_NOT_WELL_FORMED,
+                     .uri = STYLESHEET_URI,
+                     .line = failure.line,
+                     .text = std::move(failure.text)});
         return nullptr;
     }
     std::shared_ptr<Stylesheet> stylesheet = CompileTree(std::move(tree), processor, errors);
@@ -154,11 +116,3 @@ int CompileDocument(Document& document) {
 }
 
 } // namespace sablot
-
-using namespace sablot;
-
-int SablotParseStylesheetBuffer(SablotSituation situation, const char* buffer, SDOM_Document* document) {
-    const int code = SablotParseBuffer(situation, buffer, document);
-    if (code != 0) return code;
-    return Guarded([&] { return CompileDocument(*FindDocument(*document)); });
-}

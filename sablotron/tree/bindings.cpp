@@ -1,7 +1,7 @@
+// Which bindings are in scope, and the namespace fix-up of nodes that have moved.
 #include "sablotron/tree/bindings.h"
 
 #include "sablotron/tree/scope.h"
-#include "sablotron/tree/tree.h"
 
 #include <algorithm>
 #include <optional>
@@ -15,9 +15,9 @@ namespace {
 bool IsSamePrefix(const xmlChar* left, const xmlChar* right) { return View(left) == View(right); }
 
 // Goes through a subtree and gives each name a declaration that its element can see.
-class Reconciler {
+class NamespaceFixUp {
 public:
-    Reconciler(Document& document, xmlNode* root) : document_(document), root_(root) {}
+    NamespaceFixUp(Document& document, xmlNode* root) : document_(document), root_(root) {}
 
     void Run() {
         auto enter = [this](xmlNode* node) {
@@ -44,8 +44,8 @@ private:
             if (!isInside) usedFromOutside_.insert(View(ns->prefix));
             return seen;
         }
-        // Outside the tree a loose name may wait for its place.
-        if (document_.IsLoose(ns) && !IsInTree()) return ns;
+        // Outside the tree an unattached namespace may wait for its place.
+        if (document_.IsUnattached(ns) && !IsInTree()) return ns;
         // One declaration on the root serves the whole subtree, unless something in between or the root itself has
         // another use for the prefix.
         bool rootIsFree = !isInside && !usedFromOutside_.contains(View(ns->prefix))
@@ -53,7 +53,7 @@ private:
         xmlNs* made = nullptr;
         if (rootIsFree) made = DeclareOn(root_, ns, true);
         if (made == nullptr) made = DeclareOn(element, ns, element == root_);
-        return made != nullptr ? made : document_.LooseBinding(ns->prefix, ns->href);
+        return made != nullptr ? made : document_.UnattachedNamespace(ns->prefix, ns->href);
     }
 
     xmlNs* DeclareOn(xmlNode* element, const xmlNs* ns, bool atBase) {
@@ -66,7 +66,7 @@ private:
         if (!isInTree_) {
             const xmlNode* top = root_;
             while (top->parent != nullptr) top = top->parent;
-            isInTree_ = top->type == XML_DOCUMENT_NODE;
+            isInTree_ = IsDocument(top);
         }
         return *isInTree_;
     }
@@ -156,11 +156,11 @@ xmlNs* BindForAttribute(Document& document, xmlNode* element, const xmlChar* pre
     if (UsesPrefixOtherwise(element, View(prefix), View(uri))) return nullptr;
     xmlNs* made = Declare(element, prefix, uri);
     if ((made != nullptr) && (seen != nullptr))
-        Reconcile(document, element); // names below may have used the binding that is hidden now
+        FixUpNamespaces(document, element); // names below may have used the binding that is hidden now
     return made;
 }
 
-void Reconcile(Document& document, xmlNode* subtree) {
+void FixUpNamespaces(Document& document, xmlNode* subtree) {
     if (!IsElement(subtree)) return;
     if ((subtree->children == nullptr) && (subtree->nsDef == nullptr) && (subtree->properties == nullptr)) {
         if (subtree->ns == nullptr) return;
@@ -173,11 +173,11 @@ void Reconcile(Document& document, xmlNode* subtree) {
             return;
         }
     }
-    Reconciler(document, subtree).Run();
+    NamespaceFixUp(document, subtree).Run();
 }
 
 bool IsInUse(const xmlNs* declaration, xmlNode* owner) {
-    for (const xmlNode* node = owner; node != nullptr; node = NextInTree(const_cast<xmlNode*>(node), owner)) {
+    for (const xmlNode* node : Walk(owner)) {
         if (!IsElement(node)) continue;
         if (node->ns == declaration) return true;
         for (const xmlAttr* attribute = node->properties; attribute != nullptr; attribute = attribute->next)

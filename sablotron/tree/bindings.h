@@ -40,9 +40,9 @@ bool UsesPrefixOtherwise(const xmlNode* element, std::string_view prefix, std::s
 // is none; without a prefix one is chosen. Null when the element has another use for the prefix.
 xmlNs* BindForAttribute(Document& document, xmlNode* element, const xmlChar* prefix, const xmlChar* uri);
 
-// Makes every name of the subtree one that its own element can say: each element and attribute whose prefix is not
-// bound to its URI where it now stands gets a declaration on its element.
-void Reconcile(Document& document, xmlNode* subtree);
+// Namespace fix-up: makes every name of the subtree one that its own element can say. Each element and attribute whose
+// prefix is not bound to its URI where it now stands gets a declaration on its element.
+void FixUpNamespaces(Document& document, xmlNode* subtree);
 
 // Whether the declaration gives a name below (or on) its owner its URI.
 bool IsInUse(const xmlNs* declaration, xmlNode* owner);

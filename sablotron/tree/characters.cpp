@@ -1,3 +1,4 @@
+// The character tables of XML 1.0 and Namespaces in XML 1.0, and UTF-8.
 #include "sablotron/tree/characters.h"
 
 #include <algorithm>

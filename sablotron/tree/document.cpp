@@ -1,25 +1,19 @@
+// Documents: handles, unattached namespaces, and an orderly end.
 #include "sablotron/tree/document.h"
-
-#include "sablotron/dom/caches.h"
-#include "sablotron/tree/tree.h"
-
-#include <atomic>
 
 namespace sablot {
 
 namespace {
 
-std::atomic<unsigned long> lastSerial = 0;
+unsigned long lastSerial = 0;
 
 // libxml2 keeps this field at another place in declarations than in all other nodes.
-void*& HandleSlot(xmlNode* node) {
-    return node->type == XML_NAMESPACE_DECL ? reinterpret_cast<xmlNs*>(node)->_private : node->_private;
-}
+void*& HandleSlot(xmlNode* node) { return IsDeclaration(node) ? AsDeclaration(node)->_private : node->_private; }
 
 void FreeDetached(xmlNode* node) {
     switch (node->type) {
-    case XML_ATTRIBUTE_NODE: xmlFreeProp(reinterpret_cast<xmlAttr*>(node)); break;
-    case XML_NAMESPACE_DECL: xmlFreeNs(reinterpret_cast<xmlNs*>(node)); break;
+    case XML_ATTRIBUTE_NODE: xmlFreeProp(AsAttribute(node)); break;
+    case XML_NAMESPACE_DECL: xmlFreeNs(AsDeclaration(node)); break;
     default: xmlFreeNode(node);
     }
 }
@@ -39,7 +33,7 @@ Document::Document(SablotSituation situation, xmlDoc* tree, Origin origin)
 Document::~Document() {
     for (xmlNode* node : detachedNodes_) FreeDetached(node);
     xmlFreeDoc(tree_);
-    for (auto& [names, binding] : looseBindings_) xmlFreeNs(binding);
+    for (auto& [names, ns] : unattachedNamespaces_) xmlFreeNs(ns);
     if (emptyBinding_ != nullptr) xmlFreeNs(emptyBinding_);
 }
 
@@ -52,7 +46,7 @@ NodeHandle* Document::NewHandle(xmlNode* node, void*& slot) {
 
 NodeHandle* Document::HandleOf(xmlNs* declaration, xmlNode* owner) {
     if (declaration->_private != nullptr) return static_cast<NodeHandle*>(declaration->_private);
-    NodeHandle* handle = NewHandle(reinterpret_cast<xmlNode*>(declaration), declaration->_private);
+    NodeHandle* handle = NewHandle(AsNode(declaration), declaration->_private);
     handle->SetOwner(owner);
     return handle;
 }
@@ -70,18 +64,17 @@ void Document::RemoveDetached(NodeHandle* handle) {
     handle->SetOwner(nullptr);
 }
 
-xmlNs* Document::LooseBinding(const xmlChar* prefix, const xmlChar* uri) {
+xmlNs* Document::UnattachedNamespace(const xmlChar* prefix, const xmlChar* uri) {
     if (xmlStrEqual(prefix, Chars("xml"))) return XmlBinding();
-    xmlNs*& binding = looseBindings_[{std::string(View(prefix)), std::string(View(uri))}];
-    if ((binding == nullptr)
-        && ((binding = xmlNewNs(nullptr, uri, View(prefix).empty() ? nullptr : prefix)) == nullptr))
+    xmlNs*& ns = unattachedNamespaces_[{std::string(View(prefix)), std::string(View(uri))}];
+    if ((ns == nullptr) && ((ns = xmlNewNs(nullptr, uri, View(prefix).empty() ? nullptr : prefix)) == nullptr))
         throw std::bad_alloc();
-    binding->_private = this; // it never has a handle
-    return binding;
+    ns->_private = this; // it never has a handle
+    return ns;
 }
 
 xmlNs* Document::XmlBinding() {
-    xmlNs* binding = xmlSearchNs(tree_, reinterpret_cast<xmlNode*>(tree_), Chars("xml"));
+    xmlNs* binding = xmlSearchNs(tree_, AsNode(tree_), Chars("xml"));
     if (binding == nullptr) throw std::bad_alloc();
     return binding;
 }
@@ -92,11 +85,6 @@ xmlNs* Document::EmptyBinding() {
     return emptyBinding_;
 }
 
-Document::Caches& Document::GetCaches() {
-    if (!caches_) caches_ = std::make_unique<Caches>();
-    return *caches_;
-}
-
 void Document::ReleaseHandle(void*& slot) {
     if (slot == nullptr) return;
     situation_->nodes.Release(static_cast<NodeHandle*>(slot));
@@ -105,7 +93,8 @@ void Document::ReleaseHandle(void*& slot) {
 }
 
 void Document::ReleaseHandlesBelow(xmlNode* root) {
-    for (xmlNode* node = root; (node != nullptr) && handleCount_ != 0; node = NextInTree(node, root)) {
+    for (xmlNode* node : Walk(root)) {
+        if (handleCount_ == 0) return;
         ReleaseHandle(node->_private);
         if (!IsElement(node)) continue;
         for (xmlNs* declaration = node->nsDef; declaration != nullptr; declaration = declaration->next)
@@ -124,12 +113,19 @@ void Document::ReleaseHandles() {
         else
             ReleaseHandle(HandleSlot(node));
     }
-    ReleaseHandlesBelow(reinterpret_cast<xmlNode*>(tree_));
+    ReleaseHandlesBelow(AsNode(tree_));
+}
+
+Document* NewDocument(SablotSituation situation, TreePointer tree, Document::Origin origin) {
+    if (!tree) throw std::bad_alloc();
+    auto* document = new Document(situation, tree.get(), origin);
+    static_cast<void>(tree.release());
+    return document;
 }
 
 Document* FindDocument(SDOM_Document handle) {
     auto* record = reinterpret_cast<SDOM_Node>(handle);
-    return (FindNode(record) != nullptr) && record->node->type == XML_DOCUMENT_NODE ? record->document : nullptr;
+    return (FindNode(record) != nullptr) && IsDocument(record->node) ? record->document : nullptr;
 }
 
 void DestroyDocument(Document* document) {

@@ -2,8 +2,7 @@
 #pragma once
 
 #include "sablotron/tree/situation.h"
-
-#include <libxml/tree.h>
+#include "sablotron/tree/tree.h"
 
 #include <map>
 #include <memory>
@@ -12,13 +11,13 @@
 
 namespace sablot {
 
-// The compiled form of a stylesheet, kept with its document. The transformation derives from it.
-class CompiledStylesheet {
+// What is made from a document and stays with it. Who makes it derives its own class.
+class DocumentExtra {
 public:
-    CompiledStylesheet() = default;
-    CompiledStylesheet(const CompiledStylesheet&) = delete;
-    CompiledStylesheet& operator=(const CompiledStylesheet&) = delete;
-    virtual ~CompiledStylesheet() = default;
+    DocumentExtra() = default;
+    DocumentExtra(const DocumentExtra&) = delete;
+    DocumentExtra& operator=(const DocumentExtra&) = delete;
+    virtual ~DocumentExtra() = default;
 };
 
 class Document {
@@ -39,7 +38,7 @@ public:
     // The document element, or null.
     xmlNode* Root() const { return xmlDocGetRootElement(tree_); }
 
-    SDOM_Document Handle() { return reinterpret_cast<SDOM_Document>(HandleOf(reinterpret_cast<xmlNode*>(tree_))); }
+    SDOM_Document Handle() { return reinterpret_cast<SDOM_Document>(HandleOf(AsNode(tree_))); }
 
     // The handle of a node of this document that is no namespace declaration; made at the first call, the same ever
     // after.
@@ -48,7 +47,7 @@ public:
         if (node->_private != nullptr) return static_cast<NodeHandle*>(node->_private);
         return NewHandle(node, node->_private);
     }
-    NodeHandle* HandleOf(xmlAttr* attribute) { return HandleOf(reinterpret_cast<xmlNode*>(attribute)); }
+    NodeHandle* HandleOf(xmlAttr* attribute) { return HandleOf(AsNode(attribute)); }
     // The handle of a declaration, which stands on `owner` (null for one that stands nowhere).
     NodeHandle* HandleOf(xmlNs* declaration, xmlNode* owner);
 
@@ -56,12 +55,13 @@ public:
     void AddDetached(NodeHandle* handle);
     void RemoveDetached(NodeHandle* handle);
 
-    // A binding that is declared nowhere: for the names of attributes that stand on no element, and of elements outside
-    // the tree that were made with a binding of the document element. It lives as long as the document.
-    xmlNs* LooseBinding(const xmlChar* prefix, const xmlChar* uri);
-    bool IsLoose(const xmlNs* binding) const { return binding->_private == this; }
+    // An unattached namespace, one that is declared nowhere: for the names of attributes that stand on no element, and
+    // of elements outside the tree that were made with a binding of the document element. It lives as long as the
+    // document.
+    xmlNs* UnattachedNamespace(const xmlChar* prefix, const xmlChar* uri);
+    bool IsUnattached(const xmlNs* ns) const { return ns->_private == this; }
     // Only then a tree that joins another must be looked through for names that are declared nowhere.
-    bool HasLooseBindings() const { return !looseBindings_.empty(); }
+    bool HasUnattachedNamespaces() const { return !unattachedNamespaces_.empty(); }
     // The binding of `xml`, and the implicit xmlns="" of a parsed document's root.
     xmlNs* XmlBinding();
     xmlNs* EmptyBinding();
@@ -75,17 +75,15 @@ public:
     }
 
     // The compiled stylesheet of this tree as it stands, or null.
-    std::shared_ptr<CompiledStylesheet> stylesheet;
+    std::shared_ptr<DocumentExtra> stylesheet;
+    // What makes indexed access and comparing cheap in loops, or null.
+    std::unique_ptr<DocumentExtra> caches;
 
-    // One more than the edit count at which a query has numbered the elements of the tree; 0 when none has.
-    unsigned numberedAt = 0;
+    // One more than the edit count at which a query has indexed the document order of the elements; 0 when none has.
+    unsigned orderIndexedAt = 0;
 
     // Holds this document for as long as it is not destroyed, then null.
     const std::shared_ptr<Document*>& Anchor() const { return anchor_; }
-
-    // Caches of the navigation, see order.h and attribute_list.h.
-    struct Caches;
-    Caches& GetCaches();
 
 private:
     friend void DestroyDocument(Document* document);
@@ -102,14 +100,15 @@ private:
     unsigned editCount_ = 0;
     size_t handleCount_ = 0;
     std::vector<xmlNode*> detachedNodes_;
-    std::map<std::pair<std::string, std::string>, xmlNs*> looseBindings_;
+    std::map<std::pair<std::string, std::string>, xmlNs*> unattachedNamespaces_;
     xmlNs* emptyBinding_ = nullptr;
-    std::unique_ptr<Caches> caches_;
     std::shared_ptr<Document*> anchor_ = std::make_shared<Document*>(this);
     Document* previousInSituation_ = nullptr;
     Document* nextInSituation_ = nullptr;
 };
 
+// A document of the situation that takes over the tree; a null tree means that memory is short.
+Document* NewDocument(SablotSituation situation, TreePointer tree, Document::Origin origin);
 // The live document behind a handle; null for a null, a destroyed document or a node that is no document.
 Document* FindDocument(SDOM_Document handle);
 // The live node behind a handle; null for a null or a node of a destroyed document. Its document is handle->document.

@@ -1,8 +1,7 @@
+// Names and values of nodes as the interface shows them: where each type of node keeps them.
 #include "sablotron/tree/names.h"
 
 #include "sablotron/tree/bindings.h"
-
-#include <new>
 
 namespace sablot {
 
@@ -13,9 +12,7 @@ std::string NodeName::QualifiedName() const {
     return name.append(localName);
 }
 
-bool HasExpandedName(const xmlNode* node) {
-    return IsElement(node) || node->type == XML_ATTRIBUTE_NODE || node->type == XML_NAMESPACE_DECL;
-}
+bool HasExpandedName(const xmlNode* node) { return IsElement(node) || IsAttribute(node) || IsDeclaration(node); }
 
 NodeName NameOf(const xmlNode* node) {
     switch (node->type) {
@@ -24,7 +21,7 @@ NodeName NameOf(const xmlNode* node) {
     case XML_CDATA_SECTION_NODE: return {{}, {}, "#cdata-section"};
     case XML_COMMENT_NODE: return {{}, {}, "#comment"};
     case XML_NAMESPACE_DECL: {
-        std::string_view prefix = View(reinterpret_cast<const xmlNs*>(node)->prefix);
+        std::string_view prefix = View(AsDeclaration(node)->prefix);
         if (prefix.empty()) return {XMLNS_URI, {}, "xmlns"};
         return {XMLNS_URI, "xmlns", prefix};
     }
@@ -37,8 +34,8 @@ NodeName NameOf(const xmlNode* node) {
 }
 
 std::string ValueOf(const xmlNode* node) {
-    if (node->type == XML_NAMESPACE_DECL) return std::string(View(reinterpret_cast<const xmlNs*>(node)->href));
-    if (node->type != XML_ATTRIBUTE_NODE) return std::string(View(node->content));
+    if (IsDeclaration(node)) return std::string(View(AsDeclaration(node)->href));
+    if (!IsAttribute(node)) return std::string(View(node->content));
     std::string value;
     for (const xmlNode* part = node->children; part != nullptr; part = part->next) value += View(part->content);
     return value;

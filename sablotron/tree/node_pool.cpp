@@ -1,3 +1,4 @@
+// Node handles in chunks, and the queue of released ones.
 #include "sablotron/tree/node_pool.h"
 
 namespace sablot {

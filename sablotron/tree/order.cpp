@@ -1,7 +1,7 @@
+// Comparing nodes by document order: the walk to where their paths meet, and the index.
 #include "sablotron/tree/order.h"
 
 #include "sablotron/tree/document.h"
-#include "sablotron/tree/tree.h"
 
 #include <algorithm>
 #include <functional>
@@ -22,12 +22,12 @@ Position PositionOf(const NodeHandle* handle) {
     Document& document = *handle->document;
     const xmlNode* node = handle->node;
     if (handle->IsDetached()) return {node};
-    if (node->type == XML_ATTRIBUTE_NODE) return {node->parent, Position::ATTRIBUTE};
-    if (node->type != XML_NAMESPACE_DECL) return {node};
+    if (IsAttribute(node)) return {node->parent, Position::ATTRIBUTE};
+    if (!IsDeclaration(node)) return {node};
     if (handle->Owner() != nullptr) return {handle->Owner(), Position::DECLARATION};
     // The implicit bindings stand on the document element, or on the document while there is none.
-    const xmlNode* root = document.Root() != nullptr ? document.Root() : reinterpret_cast<xmlNode*>(document.Tree());
-    bool isDefault = reinterpret_cast<const xmlNs*>(node)->prefix == nullptr;
+    const xmlNode* root = document.Root() != nullptr ? document.Root() : AsNode(document.Tree());
+    bool isDefault = AsDeclaration(node)->prefix == nullptr;
     return {root, isDefault ? Position::IMPLICIT_DEFAULT : Position::XML};
 }
 
@@ -51,33 +51,32 @@ int OrderIndex::Compare(const NodeHandle* left, const NodeHandle* right) {
     Document& document = *left->document;
     if (editCount_ != document.EditCount()) {
         editCount_ = document.EditCount();
-        numbers_.clear();
+        index_.clear();
         steps_ = 0;
     }
     Position from = PositionOf(left);
     Position to = PositionOf(right);
     if (from.anchor != to.anchor) return CompareNodes(document, from.anchor, to.anchor);
     if (from.group != to.group) return Sign(from.group, to.group);
-    bool before = from.group == Position::ATTRIBUTE
-                      ? IsBefore(from.anchor->properties, reinterpret_cast<const xmlAttr*>(left->node),
-                                 reinterpret_cast<const xmlAttr*>(right->node))
-                      : IsBefore(from.anchor->nsDef, reinterpret_cast<const xmlNs*>(left->node),
-                                 reinterpret_cast<const xmlNs*>(right->node));
+    const bool before =
+        from.group == Position::ATTRIBUTE
+            ? IsBefore<xmlAttr>(from.anchor->properties, AsAttribute(left->node), AsAttribute(right->node))
+            : IsBefore<xmlNs>(from.anchor->nsDef, AsDeclaration(left->node), AsDeclaration(right->node));
     return before ? -1 : 1;
 }
 
 int OrderIndex::CompareNodes(const Document& document, const xmlNode* left, const xmlNode* right) {
-    if (numbers_.empty() && steps_ > std::max(CHEAP_STEPS, 4 * lastSize_)) Build(document);
-    if (!numbers_.empty()) {
-        const Number* from = Find(left);
-        const Number* to = Find(right);
-        if ((from != nullptr) && (to != nullptr)) return Sign(from->number, to->number);
+    if (index_.empty() && steps_ > std::max(CHEAP_STEPS, 4 * lastSize_)) Build(document);
+    if (!index_.empty()) {
+        const Entry* from = Find(left);
+        const Entry* to = Find(right);
+        if ((from != nullptr) && (to != nullptr)) return Sign(from->position, to->position);
         if ((from != nullptr) || (to != nullptr)) return from != nullptr ? -1 : 1; // nodes outside the tree come last
     }
 
     // Declarations have no parent field; one that is compared here stands alone.
     auto parentOf = [](const xmlNode* node) {
-        return node->type == XML_NAMESPACE_DECL || node->type == XML_DOCUMENT_NODE ? nullptr : node->parent;
+        return IsDeclaration(node) || IsDocument(node) ? nullptr : node->parent;
     };
     auto depthOf = [&](const xmlNode* node) {
         size_t depth = 0;
@@ -97,7 +96,7 @@ int OrderIndex::CompareNodes(const Document& document, const xmlNode* left, cons
         to = to->parent;
     }
     if (parentOf(from) == nullptr) {
-        const auto* tree = reinterpret_cast<const xmlNode*>(document.Tree());
+        const xmlNode* tree = AsNode(document.Tree());
         if (from == tree || to == tree) return from == tree ? -1 : 1;
         return std::less<>()(from, to) ? -1 : 1;
     }
@@ -112,20 +111,18 @@ int OrderIndex::CompareNodes(const Document& document, const xmlNode* left, cons
 }
 
 void OrderIndex::Build(const Document& document) {
-    auto* tree = reinterpret_cast<xmlNode*>(document.Tree());
-    uint32_t number = 0;
-    for (xmlNode* node = tree; node != nullptr; node = NextInTree(node, tree)) numbers_.push_back({node, number++});
-    lastSize_ = numbers_.size();
-    std::sort(numbers_.begin(), numbers_.end(),
-              [](const Number& left, const Number& right) { return std::less<>()(left.node, right.node); });
+    uint32_t position = 0;
+    for (const xmlNode* node : Walk(AsNode(document.Tree()))) index_.push_back({node, position++});
+    lastSize_ = index_.size();
+    std::sort(index_.begin(), index_.end(),
+              [](const Entry& left, const Entry& right) { return std::less<>()(left.node, right.node); });
 }
 
-const OrderIndex::Number* OrderIndex::Find(const xmlNode* node) const {
-    auto found =
-        std::lower_bound(numbers_.begin(), numbers_.end(), node, [](const Number& number, const xmlNode* wanted) {
-            return std::less<>()(number.node, wanted);
-        });
-    return found != numbers_.end() && found->node == node ? &*found : nullptr;
+const OrderIndex::Entry* OrderIndex::Find(const xmlNode* node) const {
+    auto found = std::lower_bound(index_.begin(), index_.end(), node, [](const Entry& entry, const xmlNode* wanted) {
+        return std::less<>()(entry.node, wanted);
+    });
+    return found != index_.end() && found->node == node ? &*found : nullptr;
 }
 
 } // namespace sablot

@@ -1,3 +1,4 @@
+// A parse with libxml2: from bytes in pieces to a tree that holds elements, text, comments and instructions only.
 #include "sablotron/tree/parse.h"
 
 #include "sablotron/tree/library_scope.h"
@@ -8,6 +9,9 @@
 #include <algorithm>
 #include <climits>
 #include <cstring>
+#include <new>
+#include <optional>
+#include <utility>
 
 namespace sablot {
 
@@ -104,20 +108,27 @@ constexpr std::string_view ASCII_SUPERSETS[] = {
     "koi8-u", "shift_jis", "shift-jis", "sjis",   "tis-620", "macintosh"};
 constexpr std::string_view ASCII_SUPERSET_FAMILIES[] = {"iso-8859-", "iso8859-", "iso_8859-", "windows-125", "cp125"};
 
-// Whether a search for "<!ENTITY" in the bytes of the text can be trusted.
-bool IsAsciiSuperset(std::string_view text) {
-    if (text.starts_with("\xFE\xFF") || text.starts_with("\xFF\xFE")) return false;
+// The encoding that the XML declaration of a text in a superset of ASCII names. Empty: there is none, so it is UTF-8.
+// Null when the text does not begin like one in such an encoding.
+std::optional<std::string_view> DeclaredEncoding(std::string_view text) {
+    if (text.starts_with("\xFE\xFF") || text.starts_with("\xFF\xFE")) return std::nullopt;
     if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
-    if (!text.starts_with("<?xml")) return text.find_first_not_of(" \t\r\n") == text.find('<');
-    std::string_view declaration = text.substr(0, text.find('>'));
+    if (!text.starts_with("<?xml")) {
+        if (text.find_first_not_of(" \t\r\n") != text.find('<')) return std::nullopt;
+        return std::string_view();
+    }
+    const std::string_view declaration = text.substr(0, text.find('>'));
     size_t start = declaration.find("encoding");
-    if (start == std::string_view::npos) return true;
+    if (start == std::string_view::npos) return std::string_view();
     start = declaration.find_first_of("\"'", start);
-    if (start == std::string_view::npos) return false;
-    size_t end = declaration.find(declaration[start], start + 1);
-    if (end == std::string_view::npos) return false;
+    if (start == std::string_view::npos) return std::nullopt;
+    const size_t end = declaration.find(declaration[start], start + 1);
+    if (end == std::string_view::npos) return std::nullopt;
+    return declaration.substr(start + 1, end - start - 1);
+}
 
-    std::string name(declaration.substr(start + 1, end - start - 1));
+bool IsAsciiSuperset(std::string_view encoding) {
+    std::string name(encoding);
     for (char& c : name) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
     auto isName = [&](std::string_view superset) { return name == superset; };
     auto isOf = [&](std::string_view family) { return name.starts_with(family); };
@@ -125,59 +136,91 @@ bool IsAsciiSuperset(std::string_view text) {
            || std::any_of(std::begin(ASCII_SUPERSET_FAMILIES), std::end(ASCII_SUPERSET_FAMILIES), isOf);
 }
 
-} // namespace
+// Whether the text certainly declares no entities, which could make little text a lot: a search for the declaration in
+// the bytes can be trusted in a superset of ASCII.
+bool DeclaresNoEntities(std::string_view text, const char* encoding) {
+    const std::optional<std::string_view> name = encoding != nullptr ? encoding : DeclaredEncoding(text);
+    constexpr std::string_view DECLARATION = "<!ENTITY";
+    return name && (name->empty() || IsAsciiSuperset(*name))
+           && memmem(text.data(), text.size(), DECLARATION.data(), DECLARATION.size()) == nullptr;
+}
 
-TreePointer ParseTree(const char* text, ParseFailure& failure) {
-    size_t length = std::strlen(text);
-    Parse parse{failure};
-    if (length == 0 || length > INT_MAX) {
-        parse.Fail(length ? XML_ERR_INTERNAL_ERROR : XML_ERR_DOCUMENT_EMPTY, 1,
-                   length ? "Document is too long" : "Document is empty", true);
-        return nullptr;
-    }
-    bool declaresEntities = std::strstr(text, "<!ENTITY") != nullptr;
-    bool limited = declaresEntities || !IsAsciiSuperset({text, length});
-
-    ErrorScope errors(OnError);
-    LoaderScope loader(LoadNothing);
+// A parser that will read the text; null when memory is short.
+ContextPointer NewParser(std::string_view& text) {
     ContextPointer context(xmlNewParserCtxt());
     // Read in pieces: libxml2 copies a text that it gets as a whole.
-    std::string_view rest(text, length);
     xmlParserInputBuffer* buffer =
-        context ? xmlParserInputBufferCreateIO(ReadPiece, nullptr, &rest, XML_CHAR_ENCODING_NONE) : nullptr;
+        context ? xmlParserInputBufferCreateIO(ReadPiece, nullptr, &text, XML_CHAR_ENCODING_NONE) : nullptr;
     xmlParserInput* input =
         buffer != nullptr ? xmlNewIOInputStream(context.get(), buffer, XML_CHAR_ENCODING_NONE) : nullptr;
     if (input == nullptr) {
         if (buffer != nullptr) xmlFreeParserInputBuffer(buffer);
-        parse.Fail(XML_ERR_NO_MEMORY, 0, "Memory allocation failed", true);
         return nullptr;
     }
     inputPush(context.get(), input);
-    xmlCtxtUseOptions(context.get(), XML_PARSE_NOENT | XML_PARSE_DTDATTR | XML_PARSE_NONET | XML_PARSE_BIG_LINES
-                                         | (limited ? 0 : XML_PARSE_HUGE));
+    return context;
+}
+
+// Has the parser read the encoding whatever the text declares; false when it is not known.
+bool OverrideEncoding(xmlParserCtxt* context, const char* encoding) {
+    xmlCharEncodingHandler* handler = xmlFindCharEncodingHandler(encoding);
+    return (handler != nullptr) && xmlSwitchToEncoding(context, handler) == 0;
+}
+
+// Leaves what the interface shows of a document. The text in the tree is UTF-8 whatever the source was.
+void Tidy(xmlDoc* tree, const char* baseUri) {
+    if (xmlDtd* subset = tree->intSubset) {
+        xmlUnlinkNode(reinterpret_cast<xmlNode*>(subset));
+        tree->intSubset = nullptr;
+        xmlFreeDtd(subset);
+    }
+    xmlFree(const_cast<xmlChar*>(tree->encoding));
+    tree->encoding = nullptr;
+    if ((baseUri != nullptr) && ((tree->URL = xmlStrdup(Chars(baseUri))) == nullptr)) throw std::bad_alloc();
+}
+
+} // namespace
+
+TreePointer ParseTree(const SablotSource& source, ParseFailure& failure) {
+    Parse parse{failure};
+    const auto fail = [&parse](int code, int line, std::string_view text) {
+        parse.Fail(code, line, text, true);
+        return nullptr;
+    };
+    if (source.length == 0) return fail(XML_ERR_DOCUMENT_EMPTY, 1, "Document is empty");
+    if (source.length > INT_MAX) return fail(XML_ERR_INTERNAL_ERROR, 1, "Document is too long");
+    const std::string_view text(source.text, source.length);
+    const bool isHuge = DeclaresNoEntities(text, source.encoding);
+
+    ErrorScope errors({.structured = OnError});
+    LoaderScope loader(LoadNothing);
+    std::string_view rest = text;
+    const ContextPointer context = NewParser(rest);
+    if (!context) return fail(XML_ERR_NO_MEMORY, 0, "Memory allocation failed");
     context->_private = &parse;
+    xmlCtxtUseOptions(context.get(), XML_PARSE_NOENT | XML_PARSE_DTDATTR | XML_PARSE_NONET | XML_PARSE_BIG_LINES
+                                         | (isHuge ? XML_PARSE_HUGE : 0)
+                                         | (source.encoding != nullptr ? XML_PARSE_IGNORE_ENC : 0));
     context->sax->serror = OnError;
     context->sax->startElementNs = StartElement;
     context->sax->cdataBlock = AddSection;
     context->sax->getEntity = GetEntity;
     context->sax->reference = Reference;
     context->sax->externalSubset = nullptr; // XML_PARSE_DTDATTR, meant for the internal one, would read it
+    if ((source.encoding != nullptr) && !OverrideEncoding(context.get(), source.encoding))
+        return fail(XML_ERR_UNSUPPORTED_ENCODING, 1, "Unsupported encoding " + std::string(source.encoding));
 
     xmlParseDocument(context.get());
-    TreePointer tree(context->myDoc);
-    context->myDoc = nullptr;
+    TreePointer tree(std::exchange(context->myDoc, nullptr));
+    // libxml2 takes a zero for the end of the text.
+    const bool isWhole = rest.empty() && context->input->cur == context->input->end;
+    if (context->wellFormed && !parse.decided && !isWhole)
+        return fail(XML_ERR_INVALID_CHAR, context->input->line, "Char 0x0 out of allowed range");
     if (!tree || !context->wellFormed || parse.decided) {
-        if (failure.code == 0) parse.Fail(XML_ERR_INTERNAL_ERROR, 0, "Document could not be parsed", true);
+        if (failure.code == 0) fail(XML_ERR_INTERNAL_ERROR, 0, "Document could not be parsed");
         return nullptr;
     }
-    if (xmlDtd* subset = tree->intSubset) {
-        xmlUnlinkNode(reinterpret_cast<xmlNode*>(subset));
-        tree->intSubset = nullptr;
-        xmlFreeDtd(subset);
-    }
-    // The text in the tree is UTF-8 whatever the source was.
-    xmlFree(const_cast<xmlChar*>(tree->encoding));
-    tree->encoding = nullptr;
+    Tidy(tree.get(), source.baseUri);
     failure = {};
     return tree;
 }

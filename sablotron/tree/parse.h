@@ -1,7 +1,7 @@
 // Parsing text into trees.
 #pragma once
 
-#include "sablotron/tree/document.h"
+#include "sablotron/sablot.h"
 #include "sablotron/tree/tree.h"
 
 #include <string>
@@ -15,11 +15,11 @@ struct ParseFailure {
     std::string text; // "XML parser error N: text", one line
 };
 
-// Parses a NUL-terminated text, reading nothing but it. Null when it is not (namespace-)well-formed, with the failure.
-TreePointer ParseTree(const char* text, ParseFailure& failure);
+// A text of no base URI in the encoding that it declares.
+inline SablotSource SourceOf(std::string_view text) { return {text.data(), text.size(), nullptr, nullptr}; }
 
-// The same as a document of the situation, with the message of a failure sent to the situation's processor. `document`
-// is set in any case: empty after a failure. Returns 0 or 2.
-int ParseDocument(SablotSituation situation, const char* text, Document*& document);
+// Parses a text, reading nothing but it. Its base URI becomes the URL of the tree. Null when it is not
+// (namespace-)well-formed, with the failure.
+TreePointer ParseTree(const SablotSource& source, ParseFailure& failure);
 
 } // namespace sablot

@@ -1,7 +1,6 @@
+// The markup of each type of node, with the declarations that its names need.
 #include "sablotron/tree/serialise.h"
 
-#include "sablotron/dom/attributes.h"
-#include "sablotron/dom/call.h"
 #include "sablotron/tree/bindings.h"
 #include "sablotron/tree/scope.h"
 
@@ -180,7 +179,7 @@ private:
 
 void SerialiseDocument(const Document& document, TextBuffer& text) {
     text.Append("<?xml version=\"1.0\" encoding=\"UTF-8\"?>");
-    Serialiser(text).Write(reinterpret_cast<xmlNode*>(document.Tree()));
+    Serialiser(text).Write(AsNode(document.Tree()));
 }
 
 void SerialiseElement(xmlNode* element, TextBuffer& text) {
@@ -190,29 +189,3 @@ void SerialiseElement(xmlNode* element, TextBuffer& text) {
 }
 
 } // namespace sablot
-
-using namespace sablot;
-
-extern "C" {
-
-SDOM_Exception SDOM_docToString(SablotSituation situation, SDOM_Document document, char** text) {
-    *text = nullptr;
-    return CallOnDocument(situation, document, [&](const Document& found) {
-        TextBuffer buffer;
-        SerialiseDocument(found, buffer);
-        *text = buffer.Release();
-        return SDOM_OK;
-    });
-}
-
-SDOM_Exception SDOM_nodeToString(SablotSituation situation, SDOM_Document, SDOM_Node node, char** text) {
-    *text = nullptr;
-    return CallOnNode(situation, node, [&](xmlNode* found) {
-        TextBuffer buffer;
-        if (IsElement(found)) SerialiseElement(found, buffer);
-        *text = buffer.Release();
-        return SDOM_OK;
-    });
-}
-
-} // extern "C"

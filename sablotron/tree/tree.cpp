@@ -1,3 +1,4 @@
+// Copies and links of libxml2 trees.
 #include "sablotron/tree/tree.h"
 
 #include <libxml/dict.h>
@@ -25,26 +26,23 @@ public:
         if (!root || !CopyNames(node, root_)) return nullptr;
         if (!deep || !IsElement(node)) return root.release();
 
-        const xmlNode* from = node;
-        xmlNode* to = root_;
-        while (true) {
-            if ((from->children != nullptr) && IsElement(from)) {
-                from = from->children;
-            } else {
-                while (from != node && (from->next == nullptr)) {
-                    from = from->parent;
-                    to = to->parent;
-                }
-                if (from == node) return root.release();
-                from = from->next;
-                to = to->parent;
+        xmlNode* at = nullptr; // the copy of the node that the walk is in
+        bool isComplete = true;
+        const auto enter = [&](const xmlNode* from) {
+            xmlNode* copy = from == node ? root_ : isComplete ? CopyNode(from) : nullptr;
+            isComplete = copy != nullptr;
+            if (!isComplete || from == node) {
+                at = copy;
+                return;
             }
-            xmlNode* copy = CopyNode(from);
-            if (copy == nullptr) return nullptr;
-            LinkBefore(to, copy, nullptr);
-            if (!CopyNames(from, copy)) return nullptr;
-            to = copy;
-        }
+            LinkBefore(at, copy, nullptr);
+            isComplete = CopyNames(from, copy);
+            at = copy;
+        };
+        WalkTree(node, enter, [&](const xmlNode*) {
+            if (isComplete) at = at->parent;
+        });
+        return isComplete ? root.release() : nullptr;
     }
 
 private:
@@ -143,7 +141,7 @@ TreePointer CopyTree(const xmlDoc* tree) {
     for (const xmlNode* child = tree->children; child != nullptr; child = child->next) {
         xmlNode* node = CopySubtree(child, true, copy.get());
         if (node == nullptr) return nullptr;
-        LinkBefore(reinterpret_cast<xmlNode*>(copy.get()), node, nullptr);
+        LinkBefore(AsNode(copy.get()), node, nullptr);
     }
     return copy;
 }

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <string_view>
 
 namespace sablot {
@@ -21,7 +22,26 @@ inline std::string_view View(const xmlChar* text) {
     return text != nullptr ? std::string_view(Chars(text)) : std::string_view();
 }
 
+// Documents, attributes and declarations as nodes: their type field is at the same place.
+inline xmlNode* AsNode(xmlDoc* tree) { return reinterpret_cast<xmlNode*>(tree); }
+inline const xmlNode* AsNode(const xmlDoc* tree) { return reinterpret_cast<const xmlNode*>(tree); }
+inline xmlNode* AsNode(xmlAttr* attribute) { return reinterpret_cast<xmlNode*>(attribute); }
+inline const xmlNode* AsNode(const xmlAttr* attribute) { return reinterpret_cast<const xmlNode*>(attribute); }
+inline xmlNode* AsNode(xmlNs* declaration) { return reinterpret_cast<xmlNode*>(declaration); }
+inline const xmlNode* AsNode(const xmlNs* declaration) { return reinterpret_cast<const xmlNode*>(declaration); }
+inline xmlAttr* AsAttribute(xmlNode* node) { return reinterpret_cast<xmlAttr*>(node); }
+inline const xmlAttr* AsAttribute(const xmlNode* node) { return reinterpret_cast<const xmlAttr*>(node); }
+inline xmlNs* AsDeclaration(xmlNode* node) { return reinterpret_cast<xmlNs*>(node); }
+inline const xmlNs* AsDeclaration(const xmlNode* node) { return reinterpret_cast<const xmlNs*>(node); }
+
 inline bool IsElement(const xmlNode* node) { return node->type == XML_ELEMENT_NODE; }
+inline bool IsAttribute(const xmlNode* node) { return node->type == XML_ATTRIBUTE_NODE; }
+inline bool IsDeclaration(const xmlNode* node) { return node->type == XML_NAMESPACE_DECL; }
+inline bool IsDocument(const xmlNode* node) {
+    return node->type == XML_DOCUMENT_NODE || node->type == XML_HTML_DOCUMENT_NODE;
+}
+// Whether nodes of this type have children in the tree. (Attributes keep their text as such, entities their content.)
+inline bool IsParent(const xmlNode* node) { return IsElement(node) || IsDocument(node); }
 
 // The greatest line that a node's own field holds.
 constexpr unsigned MAX_NODE_LINE = 65535;
@@ -34,33 +54,63 @@ inline long LineOf(const xmlNode* element) {
     return xmlGetLineNo(element);
 }
 
-// The node after `node` in document order within the subtree of `root`; null after the last. Attributes are not
+// The nodes of the subtree of `root` in document order, itself first, for a range-based loop. Attributes are not
 // visited.
-inline xmlNode* NextInTree(xmlNode* node, const xmlNode* root) {
-    if ((node->children != nullptr) && (IsElement(node) || node->type == XML_DOCUMENT_NODE)) return node->children;
-    while (node != root) {
-        if (node->next != nullptr) return node->next;
-        node = node->parent;
-    }
-    return nullptr;
-}
+template <typename Node>
+class Walk {
+public:
+    class Iterator {
+    public:
+        Iterator(Node* node, Node* root) : node_(node), root_(root) {}
+        Node* operator*() const { return node_; }
+        bool operator!=(const Iterator& other) const { return node_ != other.node_; }
+        Iterator& operator++() {
+            if ((node_->children != nullptr) && IsParent(node_)) {
+                node_ = node_->children;
+                return *this;
+            }
+            while (node_ != root_ && (node_->next == nullptr)) node_ = node_->parent;
+            node_ = node_ != root_ ? node_->next : nullptr;
+            return *this;
+        }
+
+    private:
+        Node* node_;
+        Node* root_;
+    };
+
+    explicit Walk(Node* root) : root_(root) {}
+    Iterator begin() const { return {root_, root_}; }
+    Iterator end() const { return {nullptr, root_}; }
+
+private:
+    Node* root_;
+};
+
 // Calls enter(node) before and leave(node) after what is below each node of the subtree.
-template <typename Enter, typename Leave>
-void WalkTree(xmlNode* root, Enter enter, Leave leave) {
-    for (xmlNode* node = root;;) {
+template <typename Node, typename Enter, typename Leave>
+void WalkTree(Node* root, Enter enter, Leave leave) {
+    for (Node* node = root;;) {
         enter(node);
-        if (node->children && (IsElement(node) || node->type == XML_DOCUMENT_NODE)) {
+        if ((node->children != nullptr) && IsParent(node)) {
             node = node->children;
             continue;
         }
         leave(node);
-        while (node != root && !node->next) {
+        while (node != root && (node->next == nullptr)) {
             node = node->parent;
             leave(node);
         }
         if (node == root) return;
         node = node->next;
     }
+}
+
+// What libxml2 made of a text; it leaves the text out when memory is short.
+inline xmlNode* Checked(xmlNode* made, std::string_view text) {
+    if ((made != nullptr) && (text.empty() || (made->content != nullptr))) return made;
+    if (made != nullptr) xmlFreeNode(made);
+    throw std::bad_alloc();
 }
 
 // An empty tree with a dictionary; null when memory is short.

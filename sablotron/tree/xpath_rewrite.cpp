@@ -1,3 +1,4 @@
+// The tokens of an XPath expression, and which of its names are element names.
 #include "sablotron/tree/xpath_rewrite.h"
 
 #include <cstddef>

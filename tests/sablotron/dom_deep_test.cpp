@@ -68,7 +68,7 @@ TEST(Deep, ParsesSerialisesComparesClonesAndFrees) {
             SablotDestroyDocument(dom.situation, document);
 
             ParseFailure failure;
-            TreePointer tree = ParseTree(source.c_str(), failure);
+            TreePointer tree = ParseTree(SourceOf(source), failure);
             EXPECT_TRUE(CopyTree(tree.get()));
         }
     });

@@ -85,7 +85,7 @@ TEST_P(ParseFailureTest, GivesEmptyDocument) {
     EXPECT_EQ(SDOM_appendChild(dom.situation, Dom::Node(document), dom.Make(SDOM_createElement, document, "a")), 0);
 
     ParseFailure failure;
-    EXPECT_EQ(ParseTree(GetParam().source, failure), nullptr);
+    EXPECT_EQ(ParseTree(SourceOf(GetParam().source), failure), nullptr);
     EXPECT_EQ(failure.line, GetParam().line);
     EXPECT_THAT(failure.text, testing::StartsWith("XML parser error " + std::to_string(failure.code) + ": "));
     EXPECT_THAT(failure.text, testing::HasSubstr(GetParam().text));
@@ -152,11 +152,11 @@ TEST(Parse, KnowsNoLimitsWithoutEntities) {
 TEST(Parse, KeepsLineNumbersBeyond65535) {
     std::string source = "<a>" + std::string(70'000, '\n') + "<b>x</b></a>";
     ParseFailure failure;
-    TreePointer tree = ParseTree(source.c_str(), failure);
+    TreePointer tree = ParseTree(SourceOf(source), failure);
     ASSERT_TRUE(tree);
     EXPECT_EQ(xmlGetLineNo(xmlDocGetRootElement(tree.get())->last), 70'001);
     source.insert(source.size() - 4, "</c>");
-    EXPECT_FALSE(ParseTree(source.c_str(), failure));
+    EXPECT_FALSE(ParseTree(SourceOf(source), failure));
     EXPECT_EQ(failure.line, 70'001);
 }
 

@@ -123,8 +123,8 @@ std::vector<std::string> Traces(const xmlDoc* tree) {
     };
     add(tree, tree->psvi, static_cast<unsigned>(tree->properties), tree->_private);
     traces.emplace_back(tree->URL != nullptr ? sablot::Chars(tree->URL) : "no URL");
-    auto* root = reinterpret_cast<xmlNode*>(const_cast<xmlDoc*>(tree));
-    for (xmlNode* node = root->children; node != nullptr; node = sablot::NextInTree(node, root)) {
+    for (const xmlNode* node : sablot::Walk(sablot::AsNode(tree))) {
+        if (sablot::IsDocument(node)) continue;
         add(node, node->psvi, node->extra, node->_private);
         traces.push_back(std::to_string(node->line));
         if (!sablot::IsElement(node)) {

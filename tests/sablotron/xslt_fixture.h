@@ -3,7 +3,7 @@
 
 #include "sablotron/sablot.h"
 #include "sablotron/sdom.h"
-#include "sablotron/transform/stack_guard.h"
+#include "sablotron/tree/xpath.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,9 @@
-#include "sablotron/tree/situation.h"
+// Situations, empty documents, and the recorded exception.
+#include "sablotron/dom/call.h"
+#include "sablotron/tree/guarded.h"
+#include "sablotron/tree/strings.h"
 
-#include "sablotron/tree/document.h"
-
-#include <cstdlib>
-#include <cstring>
-#include <new>
+#include <iterator>
 
 namespace sablot {
 
@@ -35,50 +34,54 @@ constexpr const char* EXCEPTION_TEXTS[] = {
 };
 static_assert(std::size(EXCEPTION_TEXTS) == SDOM_NOT_OK + 1);
 
-char* Copy(void* memory, std::string_view text) {
-    auto* copy = static_cast<char*>(memory);
-    if (copy == nullptr) return nullptr;
-    if (!text.empty()) std::memcpy(copy, text.data(), text.size());
-    copy[text.size()] = '\0';
-    return copy;
-}
-
 } // namespace
 
-const char* ExceptionText(SDOM_Exception code) { return EXCEPTION_TEXTS[code]; }
-
-char* NewDeletableString(std::string_view text) { return Copy(::operator new(text.size() + 1), text); }
-
-char* NewFreeableString(std::string_view text) { return Copy(std::malloc(text.size() + 1), text); }
-
 } // namespace sablot
+
+using namespace sablot;
 
 extern "C" {
 
 int SablotCreateSituation(SablotSituation* situation) {
-    *situation = new (std::nothrow) SablotSituationRecord;
-    return *situation != nullptr ? 0 : 1;
+    *situation = nullptr;
+    return Guarded([&] {
+        *situation = new SablotSituationRecord;
+        return 0;
+    });
 }
 
 int SablotDestroySituation(SablotSituation situation) {
     if (situation == nullptr) return 0;
-    while (situation->documents != nullptr) sablot::DestroyDocument(situation->documents);
+    while (situation->documents != nullptr) DestroyDocument(situation->documents);
     delete situation;
     return 0;
 }
 
-void SablotFree(char* text) { std::free(text); }
+int SablotCreateDocument(SablotSituation situation, SDOM_Document* document) {
+    *document = nullptr;
+    if (situation == nullptr) return CODE_OTHER;
+    return Guarded([&] {
+        *document = NewDocument(situation, NewTree(), Document::Origin::CREATED)->Handle();
+        return 0;
+    });
+}
+
+int SablotDestroyDocument(SablotSituation, SDOM_Document document) {
+    if (Document* found = FindDocument(document)) DestroyDocument(found);
+    return 0;
+}
 
 SDOM_Exception SDOM_getExceptionCode(SablotSituation situation) {
     return situation != nullptr ? situation->exception : SDOM_NOT_OK;
 }
 
 char* SDOM_getExceptionMessage(SablotSituation situation) {
-    try {
-        return sablot::NewDeletableString(sablot::ExceptionText(SDOM_getExceptionCode(situation)));
-    } catch (const std::bad_alloc&) {
-        return nullptr;
-    }
+    char* text = nullptr;
+    Guarded([&] {
+        text = NewDeletableString(EXCEPTION_TEXTS[SDOM_getExceptionCode(situation)]);
+        return 0;
+    });
+    return text;
 }
 
 } // extern "C"
