@@ -4,7 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdlib>
+#include <exception>
 #include <functional>
 #include <string>
 
@@ -13,14 +13,19 @@ struct ChildResult {
     std::string output;
 };
 
-// The result of the function is the child's output.
+// The result of the function is the child's output, or what an exception says.
 inline ChildResult RunInChild(const std::function<std::string()>& function) {
     int ends[2];
     if (pipe(ends) != 0) return {-1, "pipe failed"};
     const pid_t child = fork();
     if (child == 0) {
         close(ends[0]);
-        const std::string output = function();
+        std::string output;
+        try {
+            output = function();
+        } catch (const std::exception& exception) {
+            output = exception.what();
+        }
         const bool written = write(ends[1], output.data(), output.size()) == static_cast<ssize_t>(output.size());
         _exit(written ? 0 : 1); // without the checks at exit, which are the parent's
     }

@@ -1,6 +1,6 @@
 #include "dom/markup_scanner.h"
 #include "host/runtime/dynamic.h"
-#include "tests/plugin/plugin_in_process.h"
+#include "tests/plugin/plugin_host.h"
 
 #include <gtest/gtest.h>
 
@@ -73,12 +73,12 @@ const Case CASES[] = {
 
 class Scanner : public testing::TestWithParam<Case> {
 protected:
-    static void SetUpTestSuite() { plugintest::StartPlugin(); }
+    static void SetUpTestSuite() { StartHost(); }
 };
 
 class ScannerRun : public testing::Test {
 protected:
-    static void SetUpTestSuite() { plugintest::StartPlugin(); }
+    static void SetUpTestSuite() { StartHost(); }
 };
 
 TEST_P(Scanner, Drops) { EXPECT_EQ(Scan(GetParam().input), GetParam().output); }

@@ -2,7 +2,7 @@
 //
 // KOVA_STRESS_SEED and KOVA_STRESS_CALLS choose the run; a failure prints the seed and the number of the call. With
 // KOVA_STRESS_TRACE every call is printed before it is made, its texts included.
-#include "tests/plugin/dom_world.h"
+#include "tests/plugin/plugin_host.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -12,7 +12,8 @@
 
 namespace {
 
-using namespace domtest;
+using host::ObjectRef;
+using host::Value;
 
 #if defined(__SANITIZE_ADDRESS__)
 constexpr unsigned DEFAULT_CALLS = 300'000;
@@ -332,7 +333,7 @@ private:
 };
 
 TEST(Stress, RandomCalls) {
-    LoadHost();
+    StartHost();
     const unsigned seed = FromEnvironment("KOVA_STRESS_SEED", 1);
     const unsigned calls = FromEnvironment("KOVA_STRESS_CALLS", DEFAULT_CALLS);
     const auto before = host::CountLive();

@@ -1,5 +1,5 @@
 // The output of a transformation as events, and what the program may do in them.
-#include "tests/plugin/dom_world.h"
+#include "tests/plugin/plugin_host.h"
 
 #include <functional>
 #include <map>
@@ -7,8 +7,9 @@
 
 namespace {
 
-using namespace domtest;
 using host::Arguments;
+using host::ObjectRef;
+using host::Value;
 
 constexpr char TRANSFORM[] = "Transform(xsl as String) as String";
 constexpr char TRANSFORM_EVENTS[] = "Transform(xsl as String, saxHandler as XmlXsltHandler) as String";
@@ -194,7 +195,7 @@ constexpr char SOURCE[] =
 
 class Events : public testing::TestWithParam<EventCase> {
 protected:
-    static void SetUpTestSuite() { LoadHost(); }
+    static void SetUpTestSuite() { StartHost(); }
 };
 
 TEST_P(Events, BuildTheTreeOfTheResult) {
@@ -227,7 +228,7 @@ INSTANTIATE_TEST_SUITE_P(Table, Events, testing::ValuesIn(EVENT_CASES),
 // What an event does while the run goes on. The test holds the only references, and lets go of them at will.
 class InEvent : public testing::Test {
 protected:
-    static void SetUpTestSuite() { LoadHost(); }
+    static void SetUpTestSuite() { StartHost(); }
 
     // Transforms SOURCE to itself; `action` runs at each start of an element. Answers the result text.
     std::string Run(const std::function<void()>& action) {

@@ -1,0 +1,95 @@
+// All members of the plug-in's classes, as the bundle registers them.
+#include "host/runtime/names.h"
+#include "tests/plugin/plugin_host.h"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <fstream>
+#include <set>
+
+namespace {
+
+using host::ObjectRef;
+using host::Value;
+
+constexpr const char* CLASSES[] = {
+    "XmlReader",    "XmlReaderException", "XmlAttributeList", "XmlContentModel", "XmlXsltHandler",
+    "XmlException", "XmlDomException",    "XmlNamespaces",    "XmlNodeList",     "XmlNode",
+    "XmlElement",   "XmlAttribute",       "XmlDocument",      "XmlStyleSheet"};
+
+// Every word of the host programs, case folded.
+std::set<std::string> WordsOfPrograms() {
+    const auto isLetter = [](char c) { return c == '_' || std::isalpha(static_cast<unsigned char>(c)) != 0; };
+    std::set<std::string> words;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(KOVA_SOURCE_DIR "/tests/programs")) {
+        if (entry.path().extension() != ".kova") continue;
+        std::ifstream file(entry.path());
+        const std::string text(std::istreambuf_iterator<char>(file), {});
+        for (auto start = text.begin(); (start = std::find_if(start, text.end(), isLetter)) != text.end();) {
+            const auto end = std::find_if_not(start, text.end(), isLetter);
+            words.insert(host::FoldName({start, end}));
+            start = end;
+        }
+    }
+    return words;
+}
+
+TEST(Members, AreAllUsedByTheHostPrograms) {
+    StartHost();
+    const std::set<std::string> words = WordsOfPrograms();
+    for (const char* name : CLASSES) {
+        const host::Class* cls = host::FindClass(name);
+        ASSERT_NE(cls, nullptr) << name;
+        for (const auto& property : cls->properties)
+            EXPECT_TRUE(words.contains(host::FoldName(property->name))) << name << "." << property->name;
+        for (const auto& method : cls->methods)
+            EXPECT_TRUE(words.contains(host::FoldName(method->signature.name)))
+                << name << "." << method->signature.name;
+        for (const auto& event : cls->events)
+            EXPECT_TRUE(words.contains(host::FoldName(event->signature.name))) << name << "." << event->signature.name;
+    }
+}
+
+// A wrapper that a program made with New has no document: each member answers nothing and leaves 8 in LastError.
+TEST(Members, WithoutADocumentAnswerNothing) {
+    StartHost();
+    const auto before = host::CountLive();
+    for (const char* name : {"XmlNode", "XmlElement", "XmlAttribute", "XmlDocument", "XmlStyleSheet", "XmlNodeList"}) {
+        for (const host::Class* cls = host::FindClass(name); cls != nullptr; cls = cls->super) {
+            for (const auto& method : cls->methods) {
+                if (method->IsConstructor()) continue;
+                const ObjectRef object = host::Create(name);
+                std::vector<Value> arguments;
+                for (const auto& parameter : method->signature.parameters) {
+                    switch (parameter.type.kind) {
+                    case host::Kind::INTEGER: arguments.emplace_back(0); break;
+                    case host::Kind::BOOLEAN: arguments.emplace_back(true); break;
+                    case host::Kind::STRING: arguments.emplace_back("x"); break;
+                    case host::Kind::ARRAY: arguments.emplace_back(std::vector<std::string>{}); break;
+                    default: arguments.emplace_back(ObjectRef()); break;
+                    }
+                }
+                const Value result = host::Call(object, method->signature.Text(), arguments);
+                EXPECT_FALSE(result.GetObject()) << name << "." << method->signature.Text();
+                if (cls->name == "XmlNodeList") continue;
+                EXPECT_EQ(result.Text(), "") << name << "." << method->signature.Text();
+                EXPECT_EQ(host::GetProperty(object, "LastError").Integer(), 8)
+                    << name << "." << method->signature.Text();
+            }
+            for (const auto& property : cls->properties) {
+                const ObjectRef object = host::Create(name);
+                if (property->name == "LastError") continue;
+                const Value value = host::GetProperty(object, property->name);
+                EXPECT_FALSE(value.GetObject() || !value.Text().empty() || value.Integer() != 0)
+                    << name << "." << property->name;
+                if (property->write != host::Access::NONE) host::SetProperty(object, property->name, value);
+                if (cls->name == "XmlNodeList") continue;
+                EXPECT_EQ(host::GetProperty(object, "LastError").Integer(), 8) << name << "." << property->name;
+            }
+        }
+    }
+    EXPECT_EQ(host::CountLive(), before);
+}
+
+} // namespace
