@@ -1,9 +1,10 @@
 // What the host's side of the plug-in boundary costs: calls both ways, event look-up, strings and objects. The direct
 // call of the same function is the measure.
-#include "host/runtime/class.h"
+#include "host/runtime/class_program.h"
 #include "host/runtime/dynamic.h"
 #include "host/runtime/encoding.h"
 #include "host/runtime/property.h"
+#include "host/runtime/registration.h"
 #include "host/runtime/services.h"
 
 #include <benchmark/benchmark.h>

@@ -2,6 +2,7 @@
 #include "host/cli/session.h"
 #include "host/language/suggestion.h"
 #include "host/runtime/class.h"
+#include "host/runtime/module.h"
 
 #include <cstdio>
 #include <string>

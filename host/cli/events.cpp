@@ -1,6 +1,7 @@
 // `kova events`: native handlers on the events of XmlReader. No interpreter is involved, so that --quiet measures the
 // reader and the boundary alone.
 #include "host/cli/session.h"
+#include "host/runtime/class_program.h"
 #include "host/runtime/dynamic.h"
 #include "host/runtime/encoding.h"
 #include "host/runtime/names.h"

@@ -1,3 +1,4 @@
+// Dictionary: values by key.
 #include "host/framework/framework.h"
 #include "host/framework/tables.h"
 #include "host/runtime/array.h"

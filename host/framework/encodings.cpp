@@ -1,3 +1,4 @@
+// TextEncoding and the module Encodings.
 #include "host/framework/encodings.h"
 
 #include "host/framework/framework.h"

@@ -1,3 +1,4 @@
+// The TextEncoding objects of programs.
 #pragma once
 
 #include "host/runtime/object.h"

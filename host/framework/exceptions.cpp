@@ -1,3 +1,4 @@
+// RuntimeException, its subclasses of the framework, and EndException.
 #include "host/framework/framework.h"
 #include "host/framework/tables.h"
 #include "host/runtime/array.h"

@@ -1,3 +1,4 @@
+// What the files and streams of the framework share.
 #pragma once
 
 #include "host/runtime/object.h"

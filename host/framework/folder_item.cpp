@@ -1,3 +1,4 @@
+// FolderItem: a file or folder by its path.
 #include "host/framework/files.h"
 #include "host/framework/framework.h"
 #include "host/framework/tables.h"

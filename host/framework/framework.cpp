@@ -1,3 +1,4 @@
+// Registration of the whole framework.
 #include "host/framework/framework.h"
 
 namespace host {

@@ -1,14 +1,14 @@
+// The classes, modules and functions that every program finds. They are native code behind the same definition
+// records that a plug-in registers.
 #pragma once
 
-#include "host/runtime/class.h"
+#include "host/runtime/registration.h"
 
 #include <filesystem>
 #include <span>
 #include <string>
 #include <vector>
 
-// The classes, modules and functions that every program finds. They are native code behind the same definition
-// records that a plug-in registers.
 namespace host {
 
 // Registers everything below; once in a process. Throws DefinitionError.

@@ -1,6 +1,8 @@
+// Functions of numbers, and between numbers and text.
 #include "host/framework/framework.h"
 #include "host/framework/tables.h"
 #include "host/framework/text.h"
+#include "host/runtime/class.h"
 #include "host/runtime/encoding.h"
 #include "host/runtime/exception.h"
 #include "host/runtime/string.h"

@@ -1,3 +1,4 @@
+// Numbers as text and text as numbers.
 #include "host/framework/text.h"
 
 #include <unicode/unum.h>

@@ -1,9 +1,10 @@
+// BinaryStream, TextInputStream and TextOutputStream.
 #include "host/framework/encodings.h"
 #include "host/framework/files.h"
 #include "host/framework/tables.h"
-#include "host/runtime/class.h"
 #include "host/runtime/encoding.h"
 #include "host/runtime/exception.h"
+#include "host/runtime/registration.h"
 #include "host/runtime/string.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// Functions of strings.
 #include "host/framework/framework.h"
 #include "host/framework/tables.h"
 #include "host/framework/text.h"

@@ -1,3 +1,4 @@
+// The modules System, StdIn, StdOut and StdErr.
 #include "host/framework/files.h"
 #include "host/framework/framework.h"
 #include "host/framework/tables.h"

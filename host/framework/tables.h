@@ -1,3 +1,4 @@
+// Builders for the framework's definition records, so that a table has one line for each member.
 #pragma once
 
 #include "host/runtime/object.h"
@@ -6,7 +7,6 @@
 #include <new>
 #include <span>
 
-// Builders for the framework's definition records, so that a table has one line for each member.
 namespace host {
 
 template <typename Result, typename... Arguments>

@@ -1,3 +1,4 @@
+// Text operations over plain bytes.
 #include "host/framework/text.h"
 
 #include <unicode/ucasemap.h>

@@ -1,3 +1,6 @@
+// Text operations below the string functions of the language: plain bytes in, plain bytes out.
+// Positions and lengths count characters from 0. Ill-formed UTF-8 counts each maximal ill-formed
+// sequence as one character (Unicode, section 3.9), so every byte string has a length.
 #pragma once
 
 #include <cstddef>
@@ -7,9 +10,6 @@
 #include <string_view>
 #include <vector>
 
-// Text operations below the string functions of the language: plain bytes in, plain bytes out.
-// Positions and lengths count characters from 0. Ill-formed UTF-8 counts each maximal ill-formed
-// sequence as one character (Unicode, section 3.9), so every byte string has a length.
 namespace host {
 
 // What one character is: a byte, or a code point of UTF-8.

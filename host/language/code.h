@@ -242,7 +242,7 @@ struct Tables {
 };
 
 // What Class::program refers to for a program's class.
-struct ClassCode {
+struct ClassCode : ProgramClass {
     std::vector<const Code*> virtualMethods;
     const Code* destructor = nullptr;
     struct OwnedField {

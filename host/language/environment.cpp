@@ -2,6 +2,7 @@
 
 #include "host/runtime/array.h"
 #include "host/runtime/encoding.h"
+#include "host/runtime/module.h"
 
 #include <algorithm>
 #include <bit>

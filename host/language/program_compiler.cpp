@@ -1,6 +1,8 @@
 #include "host/language/program_compiler.h"
 
 #include "host/language/machine.h"
+#include "host/runtime/class_program.h"
+#include "host/runtime/module.h"
 #include "host/runtime/string.h"
 
 #include <algorithm>

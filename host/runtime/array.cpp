@@ -1,6 +1,7 @@
+// Arrays: their memory and their elements.
 #include "host/runtime/array.h"
 
-#include "host/runtime/class.h"
+#include "host/runtime/class_program.h"
 #include "host/runtime/exception.h"
 #include "host/runtime/names.h"
 #include "host/runtime/string.h"

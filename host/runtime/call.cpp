@@ -1,3 +1,4 @@
+// Calls through libffi, and directly where words are all that is passed.
 #include "host/runtime/call.h"
 
 #include "host/runtime/encoding.h"

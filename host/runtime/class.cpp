@@ -1,3 +1,4 @@
+// Classes: layout, members and the list of all.
 #include "host/runtime/class.h"
 
 #include "host/runtime/names.h"
@@ -36,6 +37,7 @@ void CheckClassName(std::string_view name) {
     if (!IsName(name)) throw DefinitionError("\"" + std::string(name) + "\" is no name of a class");
     if (TypeNamed(name).kind != Kind::OBJECT) throw DefinitionError("the name is that of a built-in type");
     if (FindClass(name) != nullptr) throw DefinitionError("a class of this name exists already");
+    if (FindModule(name) != nullptr) throw DefinitionError("a module of this name exists already");
 }
 
 void LayOut(Class& cls, Class* super, int32_t dataSize) {
@@ -140,7 +142,7 @@ bool Method::IsConstructor() const { return (owner != nullptr) && SameName(signa
 
 void* Method::NativeFunction() {
     if ((function == nullptr) && (callback != nullptr)) {
-        closure = std::make_unique<Closure>(shape, callback, programMethod);
+        closure = std::make_unique<Closure>(shape, callback, context);
         function = closure->Function();
     }
     return function;
@@ -163,14 +165,6 @@ std::vector<Class*> AllClasses() {
     std::vector<Class*> all;
     for (const auto& cls : Registry::Get().classes) {
         if (!cls->isInternal) all.push_back(cls.get());
-    }
-    return all;
-}
-
-std::vector<Class*> InternalClasses() {
-    std::vector<Class*> all;
-    for (const auto& cls : Registry::Get().classes) {
-        if (cls->isInternal) all.push_back(cls.get());
     }
     return all;
 }

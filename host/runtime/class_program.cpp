@@ -1,5 +1,6 @@
 // Classes defined at run time: those of programs, and internal ones.
-#include "host/runtime/class.h"
+#include "host/runtime/class_program.h"
+
 #include "host/runtime/registry.h"
 
 namespace host {
@@ -65,7 +66,7 @@ Method* AddMethod(Class* cls, const ClassDescription::ProgramMethod& method) {
         added->owner = cls;
         added->signature = method.signature;
         added->shape = ShapeOf(method.signature, true);
-        added->programMethod = method.programMethod;
+        added->context = method.context;
         added->callback = method.callback;
         return AddMethod(*cls, std::move(added));
     });

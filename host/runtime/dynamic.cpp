@@ -1,5 +1,8 @@
+// Calls by name: choice of the overload and conversion of the arguments.
 #include "host/runtime/dynamic.h"
 
+#include "host/runtime/class_program.h"
+#include "host/runtime/module.h"
 #include "host/runtime/names.h"
 #include "host/runtime/property.h"
 #include "host/runtime/variant.h"

@@ -1,3 +1,4 @@
+// The table of encodings and conversion between them by ICU.
 #include "host/runtime/encoding.h"
 
 #include "host/runtime/exception.h"

@@ -1,3 +1,4 @@
+// The pending exception.
 #include "host/runtime/exception.h"
 
 #include "host/runtime/class.h"

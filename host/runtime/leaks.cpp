@@ -1,3 +1,4 @@
+// Counts of what is alive.
 #include "host/runtime/leaks.h"
 
 #include "host/runtime/class.h"

@@ -1,4 +1,6 @@
-#include "host/runtime/class.h"
+// Modules and their members by name.
+#include "host/runtime/module.h"
+
 #include "host/runtime/names.h"
 #include "host/runtime/registry.h"
 

@@ -1,3 +1,4 @@
+// The life of objects: construction, finalizers, destruction.
 #include "host/runtime/object.h"
 
 #include "host/runtime/class.h"

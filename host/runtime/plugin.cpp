@@ -1,6 +1,9 @@
+// Loading of plug-in bundles.
 #include "host/runtime/plugin.h"
 
 #include "host/runtime/class.h"
+#include "host/runtime/module.h"
+#include "host/runtime/records.h"
 #include "host/runtime/services.h"
 
 #include <dlfcn.h>

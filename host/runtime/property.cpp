@@ -1,3 +1,4 @@
+// Access to properties, directly or by their functions.
 #include "host/runtime/property.h"
 
 #include "host/runtime/class.h"

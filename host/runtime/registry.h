@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/runtime/class.h"
+#include "host/runtime/module.h"
 
 #include <memory>
 #include <string>
@@ -30,7 +31,6 @@ void LayOut(Class& cls, Class* super, int32_t dataSize);
 Property* AddProperty(Class& cls, std::unique_ptr<Property> property);
 Method* AddMethod(Class& cls, std::unique_ptr<Method> method);
 Event* AddEvent(Class& cls, Signature signature);
-void AddConstant(std::vector<Constant>& constants, const ConstantDefinition& record);
 
 Class* Publish(std::unique_ptr<Class> cls);
 

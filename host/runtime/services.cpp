@@ -1,3 +1,4 @@
+// The table of named services.
 #include "host/runtime/services.h"
 
 #include "host/runtime/array.h"
@@ -5,8 +6,10 @@
 #include "host/runtime/encoding.h"
 #include "host/runtime/exception.h"
 #include "host/runtime/log.h"
+#include "host/runtime/module.h"
 #include "host/runtime/object.h"
 #include "host/runtime/property.h"
+#include "host/runtime/registration.h"
 #include "host/runtime/string.h"
 
 #include <algorithm>
@@ -68,12 +71,10 @@ void PluginRegisterModule(const ModuleDefinition* record) {
     });
 }
 
-// The first byte tells a class from the name of one.
 Object* PluginNewInstance(void* reference) {
     if (reference == nullptr) return nullptr;
-    const auto* name = static_cast<const char*>(reference);
-    if (*name == static_cast<char>(Class::MARK & 0xFF)) return NewObject(static_cast<Class*>(reference));
-    return NewObject(name);
+    if (IsClassReference(reference)) return NewObject(static_cast<Class*>(reference));
+    return NewObject(static_cast<const char*>(reference));
 }
 
 String* KOVABuildString(const char* bytes, int32_t length) { return BuildString(bytes, length); }

@@ -1,3 +1,4 @@
+// Types and signatures as text and from text.
 #include "host/runtime/signature.h"
 
 #include "host/runtime/names.h"

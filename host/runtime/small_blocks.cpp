@@ -1,3 +1,4 @@
+// Refilling the lists of small blocks.
 #include "host/runtime/small_blocks.h"
 
 namespace host {

@@ -1,3 +1,4 @@
+// Strings: memory, joining and comparison.
 #include "host/runtime/string.h"
 
 #include "host/runtime/encoding.h"

@@ -1,3 +1,4 @@
+// Values: ownership and conversion.
 #include "host/runtime/value.h"
 
 namespace host {

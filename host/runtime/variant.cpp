@@ -1,6 +1,7 @@
+// Boxes of the values in Variants.
 #include "host/runtime/variant.h"
 
-#include "host/runtime/class.h"
+#include "host/runtime/class_program.h"
 
 namespace host {
 

@@ -1,4 +1,6 @@
-#include "host/runtime/class.h"
+#include "host/runtime/class_program.h"
+#include "host/runtime/module.h"
+#include "host/runtime/registration.h"
 #include "tests/host/runtime_fixture.h"
 
 #include <functional>
@@ -94,6 +96,7 @@ struct DamagedRecord {
 };
 
 TEST_F(RuntimeClass, DamagedRecordsAreRefusedByName) {
+    RegisterFunctions({}, "Encodings");
     struct Case {
         std::function<void(DamagedRecord&)> damage;
         const char* message;
@@ -104,6 +107,8 @@ TEST_F(RuntimeClass, DamagedRecordsAreRefusedByName) {
         {[](auto& r) { r.record.name = "Two Words"; }, "\"Two Words\" is no name of a class"},
         {[](auto& r) { r.record.name = "Integer"; }, "class Integer: the name is that of a built-in type"},
         {[](auto& r) { r.record.name = "sensor"; }, "class sensor: a class of this name exists already"},
+        {[](auto& r) { r.record.name = "Encodings"; }, "class Encodings: a module of this name exists already"},
+        {[](auto& r) { r.record.name = FindClass("Sensor"); }, "class Sensor: its record is registered already"},
         {[](auto& r) { r.record.version = 9; },
          "class Damaged: the record is of version 9, this host reads version 10"},
         {[](auto& r) { r.record.superclass = "Nobody"; }, "class Damaged: its superclass Nobody is not registered"},
@@ -173,6 +178,7 @@ TEST_F(RuntimeClass, ModulesHoldConstantsFunctionsAndProperties) {
     };
     const Case cases[] = {
         {RECORD_VERSION, "KINDS", 2, "module KINDS: a module of this name exists already"},
+        {RECORD_VERSION, "SENSOR", 2, "module SENSOR: a class of this name exists already"},
         {RECORD_VERSION, nullptr, 2, "module without name"},
         {RECORD_VERSION, "Other", -3, "module Other: the record counts -3 constants"},
         {11, "Other", 2, "module Other: the record is of version 11"},

@@ -6,6 +6,7 @@
 #include "host/runtime/dynamic.h"
 #include "host/runtime/exception.h"
 #include "host/runtime/leaks.h"
+#include "host/runtime/records.h"
 #include "host/runtime/services.h"
 
 #include <gmock/gmock.h>

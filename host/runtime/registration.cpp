@@ -1,5 +1,8 @@
-// Classes from definition records.
+// Registration from definition records: everything is checked before anything is changed.
+#include "host/runtime/registration.h"
+
 #include "host/runtime/class.h"
+#include "host/runtime/module.h"
 #include "host/runtime/names.h"
 #include "host/runtime/registry.h"
 
@@ -86,6 +89,17 @@ std::unique_ptr<Method> MakeMethod(Class* owner, const char* declaration, void* 
 
 std::string Quoted(const char* text) { return text != nullptr ? "\"" + std::string(text) + "\"" : "without name"; }
 
+void AddConstant(std::vector<Constant>& constants, const ConstantDefinition& record) {
+    if (record.declaration == nullptr) throw DefinitionError("the declaration is missing");
+    DeclarationError error;
+    std::optional<ConstantDeclaration> parsed = ParseConstantDeclaration(record.declaration, &error);
+    if (!parsed) throw DefinitionError("column " + std::to_string(error.offset + 1) + ": " + error.message);
+    for (const Constant& other : constants) {
+        if (SameName(other.name, parsed->name)) throw DefinitionError("there is a constant of this name already");
+    }
+    constants.push_back({parsed->name, parsed->value});
+}
+
 void BuildMembers(Class& cls, const ClassDefinition& record) {
     for (const PropertyDefinition& property : Table(record.properties, record.propertyCount, "properties")) {
         Naming("property " + Quoted(property.name), [&] { AddProperty(cls, MakeProperty(&cls, property)); });
@@ -118,20 +132,13 @@ void CheckVersion(int32_t version) {
 
 } // namespace
 
-void AddConstant(std::vector<Constant>& constants, const ConstantDefinition& record) {
-    if (record.declaration == nullptr) throw DefinitionError("the declaration is missing");
-    DeclarationError error;
-    std::optional<ConstantDeclaration> parsed = ParseConstantDeclaration(record.declaration, &error);
-    if (!parsed) throw DefinitionError("column " + std::to_string(error.offset + 1) + ": " + error.message);
-    for (const Constant& other : constants) {
-        if (SameName(other.name, parsed->name)) throw DefinitionError("there is a constant of this name already");
-    }
-    constants.push_back({parsed->name, parsed->value});
-}
-
 Class* RegisterClass(ClassDefinition& record) {
     const auto* name = static_cast<const char*>(record.name);
     if (name == nullptr) throw DefinitionError("class without name");
+    if (IsClassReference(record.name)) {
+        throw DefinitionError("class " + static_cast<const Class*>(record.name)->name
+                              + ": its record is registered already");
+    }
     return Naming("class " + std::string(name), [&] {
         CheckVersion(record.version);
         CheckClassName(name);
@@ -163,6 +170,7 @@ Module* RegisterModule(const ModuleDefinition& record) {
         CheckVersion(record.version);
         if (!IsName(record.name)) throw DefinitionError("this is no name of a module");
         if (FindModule(record.name) != nullptr) throw DefinitionError("a module of this name exists already");
+        if (FindClass(record.name) != nullptr) throw DefinitionError("a class of this name exists already");
         auto module = std::make_unique<Module>();
         module->name = record.name;
         for (const ConstantDefinition& constant : Table(record.constants, record.constantCount, "constants")) {
@@ -194,14 +202,6 @@ Module* RegisterModuleProperties(std::span<const PropertyDefinition> properties,
                 throw DefinitionError("it exists already");
             module->properties.push_back(MakeProperty(nullptr, property));
         });
-    }
-    return module;
-}
-
-Module* RegisterModuleConstants(std::span<const ConstantDefinition> constants, std::string_view moduleName) {
-    Module* module = FindOrMakeModule(moduleName);
-    for (const ConstantDefinition& constant : constants) {
-        Naming("constant " + Quoted(constant.declaration), [&] { AddConstant(module->constants, constant); });
     }
     return module;
 }
