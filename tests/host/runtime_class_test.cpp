@@ -1,6 +1,3 @@
-#include "host/runtime/class_program.h"
-#include "host/runtime/module.h"
-#include "host/runtime/registration.h"
 #include "tests/host/runtime_fixture.h"
 
 #include <functional>

@@ -2,11 +2,13 @@
 // everything alive before and after each test.
 #pragma once
 
-#include "host/runtime/class.h"
+#include "host/runtime/class_program.h"
 #include "host/runtime/dynamic.h"
 #include "host/runtime/exception.h"
 #include "host/runtime/leaks.h"
+#include "host/runtime/module.h"
 #include "host/runtime/records.h"
+#include "host/runtime/registration.h"
 #include "host/runtime/services.h"
 
 #include <gmock/gmock.h>

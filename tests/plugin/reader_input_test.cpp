@@ -1,4 +1,5 @@
 // The reader on real files, and on input that is made to hurt.
+#include "host/runtime/class_program.h"
 #include "host/runtime/dynamic.h"
 #include "tests/plugin/plugin_host.h"
 #include "tests/plugin/reader_trace.h"
