@@ -6,11 +6,6 @@ find_package(ICU REQUIRED COMPONENTS i18n uc data)
 find_package(GTest REQUIRED)
 find_package(benchmark REQUIRED)
 
-# LibXslt has no imported targets in this CMake.
-add_library(LibXslt INTERFACE)
-target_include_directories(LibXslt SYSTEM INTERFACE "${LIBXSLT_INCLUDE_DIR}")
-target_link_libraries(LibXslt INTERFACE "${LIBXSLT_LIBRARIES}" "${LIBXSLT_EXSLT_LIBRARY}" LibXml2::LibXml2)
-
 find_library(LIBFFI ffi REQUIRED)
 find_path(LIBFFI_INCLUDE_DIR ffi.h REQUIRED)
 add_library(LibFfi INTERFACE)
