@@ -3,6 +3,7 @@
 #include "host/language/suggestion.h"
 #include "host/runtime/class.h"
 #include "host/runtime/module.h"
+#include "host/syntax/names.h"
 
 #include <cstdio>
 #include <string>

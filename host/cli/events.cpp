@@ -4,7 +4,7 @@
 #include "host/runtime/class_program.h"
 #include "host/runtime/dynamic.h"
 #include "host/runtime/encoding.h"
-#include "host/runtime/names.h"
+#include "host/syntax/names.h"
 #include "host/runtime/string.h"
 
 #include <fcntl.h>

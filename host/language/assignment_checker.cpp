@@ -1,4 +1,4 @@
-// The part of the expression checker that resolves what is assigned to.
+// Checks what is assigned to.
 #include "host/language/expression_checker.h"
 
 #include <algorithm>
@@ -11,15 +11,66 @@ using ast::ExpressionKind;
 NodePtr ExpressionChecker::CheckVariable(const std::string& name, const Span& span) {
     VariableSymbol* variable = FindLocal(name);
     if (variable == nullptr && context_.module != nullptr) {
-        auto found = context_.module->variables.find(LowerCase(name));
+        auto found = context_.module->variables.find(FoldName(name));
         if (found != context_.module->variables.end()) variable = found->second.get();
     }
     if (variable == nullptr) variable = environment_.FindVariable(name);
-    if (variable == nullptr) return nullptr;
-    return VariableNode(variable, span);
+    return variable == nullptr ? nullptr : UseVariable(variable, span);
 }
 
-NodePtr ExpressionChecker::AssignToCall(const Expression& target, const Expression& value) {
+NodePtr ExpressionChecker::CheckPlace(const Expression& target) {
+    NodePtr place;
+    switch (target.kind) {
+    case ExpressionKind::INVALID: return InvalidNode(target.span);
+    case ExpressionKind::NAME: place = NamePlace(target); break;
+    case ExpressionKind::MEMBER: place = MemberPlace(target); break;
+    case ExpressionKind::CALL: place = ElementPlace(target); break;
+    default: Error(target.span, "this cannot be assigned to"); return InvalidNode(target.span);
+    }
+    return place == nullptr ? CallPlace(target) : std::move(place);
+}
+
+NodePtr ExpressionChecker::NamePlace(const Expression& target) {
+    bool isOwnProperty = FindLocal(target.name) == nullptr && context_.cls != nullptr
+                         && environment_.FindProperty(context_.cls, target.name) != nullptr;
+    NodePtr place = isOwnProperty ? nullptr : CheckVariable(target.name, target.span);
+    return place == nullptr ? ResolveValue(target.name, target.span) : std::move(place);
+}
+
+NodePtr ExpressionChecker::MemberPlace(const Expression& target) {
+    if (ModuleSymbol* module = QualifyingModule(*target.left)) {
+        bool isFunction = module->functions.contains(FoldName(target.name));
+        return isFunction ? nullptr : CheckModuleMember(*module, target, nullptr, Use::VALUE);
+    }
+    if (QualifyingClass(*target.left) != nullptr || target.left->kind == ExpressionKind::SUPER) return Check(target);
+    NodePtr object = Check(*target.left);
+    if (object->IsInvalid()) return object;
+    if (!object->type.Is(TypeKind::OBJECT)) return Check(target);
+    if (PropertySymbol* property = environment_.FindProperty(object->type.cls, target.name)) {
+        return PropertyNode(std::move(object), property, target.span);
+    }
+    return environment_.FindMethods(object->type.cls, target.name).empty() ? Check(target) : nullptr;
+}
+
+// An element of an array, unless the call is that of a method with a setter.
+NodePtr ExpressionChecker::ElementPlace(const Expression& target) {
+    const Expression& callee = *target.left;
+    if (callee.kind == ExpressionKind::NAME) {
+        return ResolveValue(callee.name, callee.span) == nullptr ? nullptr : Check(target);
+    }
+    if (callee.kind != ExpressionKind::MEMBER) return Check(target);
+    if (ModuleSymbol* module = QualifyingModule(*callee.left)) {
+        return module->functions.contains(FoldName(callee.name)) ? nullptr : Check(target);
+    }
+    NodePtr object = Check(*callee.left);
+    if (object->IsInvalid()) return object;
+    bool isElement = object->type.Is(TypeKind::OBJECT)
+                     && environment_.FindProperty(object->type.cls, callee.name) != nullptr
+                     && environment_.FindMethods(object->type.cls, callee.name).empty();
+    return isElement ? Check(target) : nullptr;
+}
+
+NodePtr ExpressionChecker::CallPlace(const Expression& target) {
     bool hasArguments = target.kind == ExpressionKind::CALL;
     const Expression& callee = hasArguments ? *target.left : target;
     auto arguments = hasArguments ? CheckArguments(target) : std::vector<NodePtr>();
@@ -28,121 +79,51 @@ NodePtr ExpressionChecker::AssignToCall(const Expression& target, const Expressi
     if (callee.kind == ExpressionKind::NAME) {
         bool onSelf = false;
         functions = ResolveFunctions(callee.name, onSelf);
+        if (functions.empty()) return UnknownName(callee);
         if (onSelf) object = SelfNode(callee.span);
-    } else if (callee.kind == ExpressionKind::MEMBER) {
-        if (ModuleSymbol* module = QualifyingModule(*callee.left)) {
-            auto found = module->functions.find(LowerCase(callee.name));
-            if (found != module->functions.end()) {
-                for (const auto& function : found->second) functions.push_back(function.get());
-            }
-        } else {
-            object = Check(*callee.left);
-            if (object->IsInvalid()) return Invalid(target.span);
-            if (object->type.Is(TypeKind::OBJECT)) functions = environment_.FindMethods(object->type.cls, callee.name);
-        }
-    }
-    NodePtr assigned = Check(value);
-    if (assigned->IsInvalid()) return Invalid(target.span);
-    if (functions.empty()) {
-        if (callee.kind == ExpressionKind::NAME) return UnknownName(callee);
-        if (object != nullptr && object->type.Is(TypeKind::OBJECT)) return UnknownMember(object->type, callee);
-        Error(target.span, "this cannot be assigned to");
-        return Invalid(target.span);
+    } else if (ModuleSymbol* module = QualifyingModule(*callee.left)) {
+        for (const auto& function : module->functions[FoldName(callee.name)]) functions.push_back(function.get());
+    } else {
+        object = Check(*callee.left);
+        if (object->IsInvalid()) return object;
+        if (object->type.Is(TypeKind::OBJECT)) functions = environment_.FindMethods(object->type.cls, callee.name);
+        if (functions.empty() && object->type.Is(TypeKind::OBJECT)) return UnknownMember(object->type, callee);
     }
     bool isAssignable = std::any_of(functions.begin(), functions.end(),
                                     [](const FunctionSymbol* function) { return function->IsAssignable(); });
     if (!isAssignable) {
-        Error(callee.nameSpan, "\"" + functions[0]->name + "\" cannot be assigned to");
-        return Invalid(target.span);
+        Error(functions.empty() ? target.span : callee.nameSpan,
+              functions.empty() ? "this cannot be assigned to"
+                                : "\"" + functions[0]->name + "\" cannot be assigned to");
+        return InvalidNode(target.span);
     }
-    return Call(std::move(object), functions, std::move(arguments), Join(target.span, value.span), callee.nameSpan,
-                Use::STATEMENT, std::move(assigned));
+    return Call(std::move(object), functions, std::move(arguments), target.span, callee.nameSpan, Use::TARGET);
 }
 
-NodePtr ExpressionChecker::CheckTarget(const Expression& target, const Expression& value, NodePtr& converted) {
-    NodePtr place;
-    if (target.kind == ExpressionKind::INVALID) {
-        Check(value);
-        return Invalid(target.span);
+bool ExpressionChecker::CheckStore(const Expression& target, Node& place, NodePtr& value) {
+    if (place.IsInvalid() || value->IsInvalid()) return false;
+    if (place.kind == NodeKind::CALL && place.function->IsAssignable()) {
+        place.arguments.push_back(Convert(std::move(value), place.function->result));
+        place.type = NO_TYPE;
+        return !place.arguments.back()->IsInvalid();
     }
-    if (target.kind == ExpressionKind::NAME) {
-        bool isOwnProperty = FindLocal(target.name) == nullptr && context_.cls != nullptr
-                             && environment_.FindProperty(context_.cls, target.name) != nullptr;
-        if (!isOwnProperty) place = CheckVariable(target.name, target.span);
-        if (place == nullptr) place = ResolveValue(target.name, target.span);
-    } else if (target.kind == ExpressionKind::MEMBER) {
-        if (ModuleSymbol* module = QualifyingModule(*target.left)) {
-            std::string key = LowerCase(target.name);
-            if (!module->functions.contains(key)) {
-                place = CheckModuleMember(*module, target, nullptr, Use::VALUE);
-            }
-        } else if (QualifyingClass(*target.left) != nullptr) {
-            place = Check(target);
-        } else if (target.left->kind != ExpressionKind::SUPER) {
-            NodePtr object = Check(*target.left);
-            if (object->IsInvalid()) {
-                Check(value);
-                return Invalid(target.span);
-            }
-            PropertySymbol* property =
-                object->type.Is(TypeKind::OBJECT) ? environment_.FindProperty(object->type.cls, target.name) : nullptr;
-            if (property != nullptr) {
-                place = PropertyNode(std::move(object), property, target.span);
-            } else if (!object->type.Is(TypeKind::OBJECT)
-                       || environment_.FindMethods(object->type.cls, target.name).empty()) {
-                Check(value);
-                return Check(target)->IsInvalid()
-                           ? Invalid(target.span)
-                           : (Error(target.span, "this cannot be assigned to"), Invalid(target.span));
-            }
-        }
-    } else if (target.kind == ExpressionKind::CALL) {
-        // An element of an array, unless the call is that of a method with a setter.
-        const Expression& callee = *target.left;
-        bool isElement = callee.kind != ExpressionKind::NAME && callee.kind != ExpressionKind::MEMBER;
-        if (callee.kind == ExpressionKind::NAME) {
-            NodePtr array = ResolveValue(callee.name, callee.span);
-            isElement = array != nullptr;
-        } else if (callee.kind == ExpressionKind::MEMBER && QualifyingModule(*callee.left) == nullptr) {
-            size_t errors = diagnostics_.ErrorCount();
-            NodePtr object = Check(*callee.left);
-            if (diagnostics_.ErrorCount() > errors || object->IsInvalid()) {
-                Check(value);
-                return Invalid(target.span);
-            }
-            isElement = object->type.Is(TypeKind::OBJECT)
-                        && environment_.FindProperty(object->type.cls, callee.name) != nullptr
-                        && environment_.FindMethods(object->type.cls, callee.name).empty();
-        } else if (callee.kind == ExpressionKind::MEMBER) {
-            isElement = !QualifyingModule(*callee.left)->functions.contains(LowerCase(callee.name));
-        }
-        if (isElement) place = Check(target);
-    } else {
-        Check(value);
-        Error(target.span, "this cannot be assigned to");
-        return Invalid(target.span);
-    }
-    if (place == nullptr) return AssignToCall(target, value);
-
-    converted = Check(value);
-    if (place->IsInvalid() || converted->IsInvalid()) return Invalid(target.span);
-    if (place->kind == NodeKind::CONSTANT) {
+    if (place.kind == NodeKind::CONSTANT) {
         Error(target.span, "a constant cannot be assigned to");
-        return Invalid(target.span);
+        return false;
     }
-    bool isPlace = place->kind == NodeKind::VARIABLE || place->kind == NodeKind::FIELD
-                   || place->kind == NodeKind::PROPERTY || place->kind == NodeKind::ELEMENT;
+    bool isPlace = place.kind == NodeKind::VARIABLE || place.kind == NodeKind::FIELD || place.kind == NodeKind::PROPERTY
+                   || place.kind == NodeKind::ELEMENT;
     if (!isPlace) {
         Error(target.span, "this cannot be assigned to");
-        return Invalid(target.span);
+        return false;
     }
-    if (place->property != nullptr && !place->property->isWritable) {
+    if (place.property != nullptr && !place.property->isWritable) {
         Error(target.kind == ExpressionKind::MEMBER ? target.nameSpan : target.span,
-              "\"" + place->property->name + "\" can only be read");
-        return Invalid(target.span);
+              "\"" + place.property->name + "\" can only be read");
+        return false;
     }
-    converted = Convert(std::move(converted), place->type);
-    return converted->IsInvalid() ? Invalid(target.span) : std::move(place);
+    value = Convert(std::move(value), place.type);
+    return !value->IsInvalid();
 }
 
 } // namespace host::language

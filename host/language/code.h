@@ -6,7 +6,7 @@
 // arguments in a window of its own registers, which becomes the frame of the called function and belongs to it.
 #pragma once
 
-#include "host/language/types.h"
+#include "host/language/storage.h"
 #include "host/runtime/class.h"
 
 #include <cstdint>

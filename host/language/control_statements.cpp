@@ -13,7 +13,7 @@ StatementCompiler::Flow StatementCompiler::CompileIf(const Statement& statement)
     for (const ast::Branch& branch : statement.branches) {
         Label otherwise;
         NodePtr condition = checker_.CheckCondition(*branch.condition);
-        if (Generating()) generator_.JumpUnless(*condition, otherwise);
+        if (Generating()) generator_.Branch(*condition, otherwise, false);
         Flow branchFlow = CompileBlock(branch.body);
         if (branchFlow == Flow::CONTINUES) flow = Flow::CONTINUES;
         bool isLast = &branch == &statement.branches.back() && !statement.hasElse;
@@ -38,7 +38,7 @@ NodePtr StatementCompiler::CaseCondition(const ast::CaseTest& test, const Node& 
 
 StatementCompiler::Flow StatementCompiler::CompileSelect(const Statement& statement) {
     NodePtr selector = checker_.Check(*statement.value);
-    if (selector->IsInvalid()) selector = checker_.Invalid(statement.value->span);
+    if (selector->IsInvalid()) selector = InvalidNode(statement.value->span);
     OpenScope();
     uint16_t reg = 0;
     if (Generating()) reg = Hidden(*selector);
@@ -50,10 +50,8 @@ StatementCompiler::Flow StatementCompiler::CompileSelect(const Statement& statem
         for (const ast::CaseTest& test : branch.tests) {
             NodePtr condition = CaseCondition(test, *selector, reg);
             if (!Generating()) continue;
-            if (&test == &branch.tests.back())
-                generator_.JumpUnless(*condition, otherwise);
-            else
-                generator_.JumpIf(*condition, body);
+            bool isLast = &test == &branch.tests.back();
+            generator_.Branch(*condition, isLast ? otherwise : body, !isLast);
         }
         generator_.Bind(body);
         Flow branchFlow = CompileBlock(branch.body);
@@ -90,7 +88,7 @@ StatementCompiler::Flow StatementCompiler::CompileWhile(const Statement& stateme
     bool hasExit = false;
     NodePtr condition = checker_.CheckCondition(*statement.value);
     generator_.Bind(next);
-    if (Generating()) generator_.JumpUnless(*condition, exit);
+    if (Generating()) generator_.Branch(*condition, exit, false);
     CompileLoopBody(statement, exit, next, hasExit);
     generator_.Jump(Opcode::JUMP_BACK, 0, next);
     generator_.Bind(exit);
@@ -109,19 +107,13 @@ StatementCompiler::Flow StatementCompiler::CompileDo(const Statement& statement)
     generator_.Bind(start);
     if (testsAtStart) {
         generator_.Bind(next);
-        if (Generating() && statement.isUntil)
-            generator_.JumpIf(*condition, exit);
-        else if (Generating())
-            generator_.JumpUnless(*condition, exit);
+        if (Generating()) generator_.Branch(*condition, exit, statement.isUntil);
     }
     CompileLoopBody(statement, exit, next, hasExit);
     if (!testsAtStart) generator_.Bind(next);
     if (statement.testsAtEnd && Generating()) {
         generator_.SetPlace(statement.value->span);
-        if (statement.isUntil)
-            generator_.JumpIf(*condition, exit);
-        else
-            generator_.JumpUnless(*condition, exit);
+        generator_.Branch(*condition, exit, statement.isUntil);
     }
     generator_.Jump(Opcode::JUMP_BACK, 0, start);
     generator_.Bind(exit);
@@ -135,10 +127,10 @@ NodePtr StatementCompiler::LoopVariable(const Statement& statement) {
         if (variable != nullptr) return variable;
         diagnostics_.Error(statement.nameSpan, "unknown variable \"" + statement.name + "\" (declare it with \"For "
                                                    + statement.name + " As Integer = …\")");
-        return checker_.Invalid(statement.nameSpan);
+        return InvalidNode(statement.nameSpan);
     }
     ValueType type = checker_.ResolveType(statement.type);
-    if (FindInScope(statement.name) != nullptr) {
+    if (checker_.FindLocal(statement.name) != nullptr) {
         diagnostics_.Error(statement.nameSpan, "\"" + statement.name + "\" is declared already");
     }
     VariableSymbol* symbol = Declare(statement.name, statement.nameSpan, type);
@@ -147,8 +139,7 @@ NodePtr StatementCompiler::LoopVariable(const Statement& statement) {
     auto reg = static_cast<uint16_t>(symbol->slot);
     generator_.Emit(Opcode::LOAD_NIL, reg);
     Hold(reg, type);
-    return type.Is(TypeKind::INVALID) ? checker_.Invalid(statement.nameSpan)
-                                      : VariableNode(*symbol, statement.nameSpan);
+    return type.Is(TypeKind::INVALID) ? InvalidNode(statement.nameSpan) : VariableNode(*symbol, statement.nameSpan);
 }
 
 StatementCompiler::Flow StatementCompiler::CompileFor(const Statement& statement) {
@@ -156,7 +147,7 @@ StatementCompiler::Flow StatementCompiler::CompileFor(const Statement& statement
     // The bounds are computed before the variable is known.
     NodePtr from = checker_.Check(*statement.value);
     NodePtr to = checker_.Check(*statement.limit);
-    NodePtr step = statement.step ? checker_.Check(*statement.step) : checker_.Constant(1, statement.span);
+    NodePtr step = statement.step ? checker_.Check(*statement.step) : ConstantNode(1, statement.span);
     NodePtr variable = LoopVariable(statement);
     Label start;
     Label next;
@@ -165,7 +156,7 @@ StatementCompiler::Flow StatementCompiler::CompileFor(const Statement& statement
     if (!variable->IsInvalid() && !variable->type.IsNumber()) {
         diagnostics_.Error(statement.nameSpan,
                            "the variable of a For must be Integer or Double, not " + variable->type.Text());
-        variable = checker_.Invalid(statement.nameSpan);
+        variable = InvalidNode(statement.nameSpan);
     }
     const ValueType type = variable->type;
     bool isDouble = type.Is(TypeKind::DOUBLE);
@@ -213,7 +204,6 @@ StatementCompiler::Flow StatementCompiler::CompileFor(const Statement& statement
 StatementCompiler::Flow StatementCompiler::CompileForEach(const Statement& statement) {
     OpenScope();
     NodePtr list = checker_.Check(*statement.value);
-    const ValueType listType = list->type;
     uint16_t listRegister = 0;
     uint16_t index = 0;
     uint16_t last = 0;
@@ -225,33 +215,8 @@ StatementCompiler::Flow StatementCompiler::CompileForEach(const Statement& state
     }
     NodePtr variable = LoopVariable(statement);
 
-    // An array, or an object with a count and items.
-    const Span& span = statement.value->span;
-    NodePtr item;
-    NodePtr count;
-    if (listType.Is(TypeKind::ARRAY)) {
-        item = std::make_unique<Node>();
-        item->kind = NodeKind::ELEMENT;
-        item->type = listType.Element();
-        item->span = span;
-        item->left = RegisterNode(listRegister, listType, span);
-        item->right = RegisterNode(index, INTEGER_TYPE, span);
-    } else if (listType.Is(TypeKind::OBJECT)) {
-        for (const char* name : {"Count", "Length"}) {
-            if (count == nullptr)
-                count = checker_.CallMember(RegisterNode(listRegister, listType, span), name, {}, span);
-        }
-        std::vector<NodePtr> arguments;
-        arguments.push_back(RegisterNode(index, INTEGER_TYPE, span));
-        item = checker_.CallMember(RegisterNode(listRegister, listType, span), "Item", std::move(arguments), span);
-    }
-    bool isList = item != nullptr && (count == nullptr || count->type.Is(TypeKind::INTEGER));
-    if (listType.Is(TypeKind::OBJECT) && count == nullptr) isList = false;
-    if (!isList && !list->IsInvalid()) {
-        diagnostics_.Error(span, "For Each needs an array, or an object with Count and Item, not " + listType.Text());
-    } else if (isList) {
-        item = checker_.Convert(std::move(item), variable->type);
-    }
+    auto [count, item] = checker_.CheckItems(*list, listRegister, index);
+    if (item != nullptr) item = checker_.Convert(std::move(item), variable->type);
 
     Label next;
     Label exit;
@@ -282,17 +247,7 @@ StatementCompiler::Flow StatementCompiler::CompileForEach(const Statement& state
 void StatementCompiler::CompileCatches(const Statement& statement, uint16_t exception, Label& end, bool& continues) {
     const ValueType anyObject{TypeKind::OBJECT, TypeKind::INVALID, nullptr};
     for (const ast::Branch& branch : statement.branches) {
-        TypeName typeName = branch.type;
-        if (typeName.name.empty()) {
-            typeName.name = "RuntimeException";
-            typeName.span = branch.span;
-        }
-        ValueType type = checker_.ResolveType(typeName);
-        ClassSymbol* base = environment_.FindClass("RuntimeException");
-        bool isException = type.Is(TypeKind::OBJECT) && base != nullptr && type.cls->IsA(base);
-        if (!isException && !type.Is(TypeKind::INVALID)) {
-            diagnostics_.Error(typeName.span, "only a RuntimeException can be caught, not " + type.Text());
-        }
+        ValueType type = checker_.CaughtType(branch);
         Label otherwise;
         int32_t pending = generator_.BeginLifetime(exception, anyObject);
         if (Generating()) {
@@ -305,7 +260,7 @@ void StatementCompiler::CompileCatches(const Statement& statement, uint16_t exce
         OpenScope();
         uint16_t reg = generator_.NewRegister();
         if (!branch.name.empty()) {
-            if (FindInScope(branch.name) != nullptr) {
+            if (checker_.FindLocal(branch.name) != nullptr) {
                 diagnostics_.Error(branch.nameSpan, "\"" + branch.name + "\" is declared already");
             }
             VariableSymbol* variable = Declare(branch.name, branch.nameSpan, type);

@@ -1,3 +1,4 @@
+// Compiled functions as text.
 #include "host/language/code.h"
 #include "host/runtime/string.h"
 

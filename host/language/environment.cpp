@@ -1,3 +1,4 @@
+// Looks symbols up, and makes those of registered classes and modules.
 #include "host/language/environment.h"
 
 #include "host/runtime/array.h"
@@ -20,7 +21,7 @@ bool SameParameters(const FunctionSymbol& left, const FunctionSymbol& right) {
 
 template <typename Symbol>
 auto* Find(const Names<std::unique_ptr<Symbol>>& names, std::string_view name) {
-    auto found = names.find(LowerCase(name));
+    auto found = names.find(FoldName(name));
     return found == names.end() ? nullptr : found->second.get();
 }
 
@@ -84,7 +85,7 @@ ValueType Environment::TypeNamed(std::string_view name, bool isArray) {
     };
     ValueType type;
     for (const auto& [basicName, basicType] : BASIC_TYPES) {
-        if (EqualNames(name, basicName)) type = basicType;
+        if (SameName(name, basicName)) type = basicType;
     }
     if (type.Is(TypeKind::INVALID)) {
         ClassSymbol* cls = FindClass(name);
@@ -162,12 +163,12 @@ void Environment::ImportMembers(ClassSymbol& cls) {
     for (const auto& property : cls.native->properties) {
         auto symbol = ImportProperty(*property);
         symbol->owner = &cls;
-        cls.properties.emplace(LowerCase(property->name), std::move(symbol));
+        cls.properties.emplace(FoldName(property->name), std::move(symbol));
     }
     for (const auto& method : cls.native->methods) {
         auto symbol = ImportMethod(*method);
         symbol->owner = &cls;
-        cls.methods[LowerCase(symbol->name)].push_back(std::move(symbol));
+        cls.methods[FoldName(symbol->name)].push_back(std::move(symbol));
     }
     for (const auto& event : cls.native->events) {
         auto symbol = std::make_unique<EventSymbol>();
@@ -177,10 +178,10 @@ void Environment::ImportMembers(ClassSymbol& cls) {
         for (const FormalParameter& parameter : event->signature.parameters) {
             symbol->parameters.push_back({parameter.name, FromRuntime(parameter.type), parameter.byRef, {}, {}});
         }
-        cls.events.emplace(LowerCase(symbol->name), std::move(symbol));
+        cls.events.emplace(FoldName(symbol->name), std::move(symbol));
     }
     for (const Constant& constant : cls.native->constants) {
-        cls.constants.emplace(LowerCase(constant.name), ImportConstant(constant));
+        cls.constants.emplace(FoldName(constant.name), ImportConstant(constant));
     }
 }
 
@@ -188,26 +189,26 @@ ModuleSymbol* Environment::FindModule(std::string_view name) {
     if (ModuleSymbol* module = Find(modules, name)) return module;
     Module* native = name.empty() ? nullptr : host::FindModule(name);
     if (native == nullptr) return nullptr;
-    auto& symbol = importedModules_[LowerCase(name)];
+    auto& symbol = importedModules_[FoldName(name)];
     if (symbol != nullptr) return symbol.get();
     symbol = std::make_unique<ModuleSymbol>();
     symbol->name = native->name;
     for (const Constant& constant : native->constants) {
-        symbol->constants.emplace(LowerCase(constant.name), ImportConstant(constant));
+        symbol->constants.emplace(FoldName(constant.name), ImportConstant(constant));
     }
     for (const auto& property : native->properties) {
-        symbol->properties.emplace(LowerCase(property->name), ImportProperty(*property));
+        symbol->properties.emplace(FoldName(property->name), ImportProperty(*property));
     }
     for (const auto& method : native->functions) {
         auto function = ImportMethod(*method);
         function->module = symbol.get();
-        symbol->functions[LowerCase(function->name)].push_back(std::move(function));
+        symbol->functions[FoldName(function->name)].push_back(std::move(function));
     }
     return symbol.get();
 }
 
 std::vector<FunctionSymbol*> Environment::FindFunctions(std::string_view name) {
-    std::string key = LowerCase(name);
+    std::string key = FoldName(name);
     std::vector<FunctionSymbol*> result;
     if (auto found = functions.find(key); found != functions.end()) {
         for (const auto& function : found->second) result.push_back(function.get());
@@ -250,7 +251,7 @@ EventSymbol* Environment::FindEvent(ClassSymbol* cls, std::string_view name) {
 
 std::vector<FunctionSymbol*> Environment::FindMethods(ClassSymbol* cls, std::string_view name) {
     std::vector<FunctionSymbol*> result;
-    std::string key = LowerCase(name);
+    std::string key = FoldName(name);
     for (; cls != nullptr; cls = cls->super) {
         ImportMembers(*cls);
         auto found = cls->methods.find(key);

@@ -1,3 +1,4 @@
+// The opcode loop.
 #include "host/language/folding.h"
 #include "host/language/machine.h"
 #include "host/language/operations.h"
@@ -52,6 +53,11 @@ bool Machine::Execute() {
         ++pc;                                                                                                          \
         DISPATCH();                                                                                                    \
     } while (false)
+// An instruction that does one thing and goes on.
+#define SIMPLE(name, ...)                                                                                              \
+    name:                                                                                                              \
+    __VA_ARGS__;                                                                                                       \
+    NEXT()
 #define FAIL_UNLESS(condition)                                                                                         \
     do {                                                                                                               \
         if (!(condition)) [[unlikely]]                                                                                 \
@@ -84,33 +90,14 @@ bool Machine::Execute() {
 
     DISPATCH();
 
-LOAD_INTEGER:
-    A.integer = pc->i;
-    NEXT();
-LOAD_DOUBLE:
-    A.number = tables.doubles[static_cast<size_t>(pc->i)];
-    NEXT();
-LOAD_STRING:
-    A.string = tables.strings[static_cast<size_t>(pc->i)];
-    LockString(A.string);
-    NEXT();
-BORROW_STRING:
-    A.string = tables.strings[static_cast<size_t>(pc->i)];
-    NEXT();
-LOAD_NIL:
-    A = Slot{.number = 0};
-    NEXT();
-MOVE:
-    A = B;
-    NEXT();
-COPY_STRING:
-    A.string = B.string;
-    LockString(A.string);
-    NEXT();
-COPY_OBJECT:
-    A.object = B.object;
-    LockObject(A.object);
-    NEXT();
+    SIMPLE(LOAD_INTEGER, A.integer = pc->i);
+    SIMPLE(LOAD_DOUBLE, A.number = tables.doubles[static_cast<size_t>(pc->i)]);
+    SIMPLE(LOAD_STRING, A.string = tables.strings[static_cast<size_t>(pc->i)]; LockString(A.string));
+    SIMPLE(BORROW_STRING, A.string = tables.strings[static_cast<size_t>(pc->i)]);
+    SIMPLE(LOAD_NIL, A = Slot{.number = 0});
+    SIMPLE(MOVE, A = B);
+    SIMPLE(COPY_STRING, A.string = B.string; LockString(A.string));
+    SIMPLE(COPY_OBJECT, A.object = B.object; LockObject(A.object));
 SET_STRING : {
     LockString(B.string);
     UnlockString(std::exchange(A.string, B.string));
@@ -122,90 +109,36 @@ SET_OBJECT : {
     UnlockObject(std::exchange(A.object, B.object));
     NEXT();
 }
-TAKE_STRING:
-    UnlockString(std::exchange(A.string, B.string));
-    NEXT();
-TAKE_OBJECT:
-    SAVE();
-    UnlockObject(std::exchange(A.object, B.object));
-    NEXT();
-RELEASE_STRING:
-    UnlockString(A.string);
-    NEXT();
-RELEASE_OBJECT:
-    SAVE();
-    UnlockObject(A.object);
-    NEXT();
+    SIMPLE(TAKE_STRING, UnlockString(std::exchange(A.string, B.string)));
+    SIMPLE(TAKE_OBJECT, SAVE(); UnlockObject(std::exchange(A.object, B.object)));
+    SIMPLE(RELEASE_STRING, UnlockString(A.string));
+    SIMPLE(RELEASE_OBJECT, SAVE(); UnlockObject(A.object));
 
-LOAD_GLOBAL:
-    A = globals[pc->i];
-    NEXT();
-LOAD_GLOBAL_STRING:
-    A.string = globals[pc->i].string;
-    LockString(A.string);
-    NEXT();
-LOAD_GLOBAL_OBJECT:
-    A.object = globals[pc->i].object;
-    LockObject(A.object);
-    NEXT();
-STORE_GLOBAL:
-    globals[pc->i] = A;
-    NEXT();
-TAKE_GLOBAL_STRING:
-    UnlockString(std::exchange(globals[pc->i].string, A.string));
-    NEXT();
-TAKE_GLOBAL_OBJECT:
-    SAVE();
-    UnlockObject(std::exchange(globals[pc->i].object, A.object));
-    NEXT();
+    SIMPLE(LOAD_GLOBAL, A = globals[pc->i]);
+    SIMPLE(LOAD_GLOBAL_STRING, A.string = globals[pc->i].string; LockString(A.string));
+    SIMPLE(LOAD_GLOBAL_OBJECT, A.object = globals[pc->i].object; LockObject(A.object));
+    SIMPLE(STORE_GLOBAL, globals[pc->i] = A);
+    SIMPLE(TAKE_GLOBAL_STRING, UnlockString(std::exchange(globals[pc->i].string, A.string)));
+    SIMPLE(TAKE_GLOBAL_OBJECT, SAVE(); UnlockObject(std::exchange(globals[pc->i].object, A.object)));
 
-ADDRESS_LOCAL:
-    A.pointer = &B;
-    NEXT();
-ADDRESS_GLOBAL:
-    A.pointer = &globals[pc->i];
-    NEXT();
+    SIMPLE(ADDRESS_LOCAL, A.pointer = &B);
+    SIMPLE(ADDRESS_GLOBAL, A.pointer = &globals[pc->i]);
 ADDRESS_FIELD:
     SAVE();
     NEED_OBJECT(B.object, "the object is Nil");
     A.pointer = &DataAt<std::byte>(B.object, pc->c);
     NEXT();
-LOAD_REFERENCE_WORD:
-    A.integer = *static_cast<int32_t*>(B.pointer);
-    NEXT();
-LOAD_REFERENCE_DOUBLE:
-    A.number = *static_cast<double*>(B.pointer);
-    NEXT();
-LOAD_REFERENCE_STRING:
-    A.string = *static_cast<String**>(B.pointer);
-    LockString(A.string);
-    NEXT();
-LOAD_REFERENCE_OBJECT:
-    A.object = *static_cast<Object**>(B.pointer);
-    LockObject(A.object);
-    NEXT();
-STORE_REFERENCE_WORD:
-    *static_cast<int32_t*>(A.pointer) = B.integer;
-    NEXT();
-STORE_REFERENCE_DOUBLE:
-    *static_cast<double*>(A.pointer) = B.number;
-    NEXT();
-TAKE_REFERENCE_STRING:
-    UnlockString(std::exchange(*static_cast<String**>(A.pointer), B.string));
-    NEXT();
-TAKE_REFERENCE_OBJECT:
-    SAVE();
-    UnlockObject(std::exchange(*static_cast<Object**>(A.pointer), B.object));
-    NEXT();
+    SIMPLE(LOAD_REFERENCE_WORD, A.integer = *static_cast<int32_t*>(B.pointer));
+    SIMPLE(LOAD_REFERENCE_DOUBLE, A.number = *static_cast<double*>(B.pointer));
+    SIMPLE(LOAD_REFERENCE_STRING, A.string = *static_cast<String**>(B.pointer); LockString(A.string));
+    SIMPLE(LOAD_REFERENCE_OBJECT, A.object = *static_cast<Object**>(B.pointer); LockObject(A.object));
+    SIMPLE(STORE_REFERENCE_WORD, *static_cast<int32_t*>(A.pointer) = B.integer);
+    SIMPLE(STORE_REFERENCE_DOUBLE, *static_cast<double*>(A.pointer) = B.number);
+    SIMPLE(TAKE_REFERENCE_STRING, UnlockString(std::exchange(*static_cast<String**>(A.pointer), B.string)));
+    SIMPLE(TAKE_REFERENCE_OBJECT, SAVE(); UnlockObject(std::exchange(*static_cast<Object**>(A.pointer), B.object)));
 
-LOAD_FIELD_WORD:
-    NEED_OBJECT(B.object, "the object is Nil");
-    A.integer = DataAt<int32_t>(B.object, pc->c);
-    NEXT();
-LOAD_FIELD_DOUBLE:
-    NEED_OBJECT(B.object, "the object is Nil");
-    A.number = DataAt<double>(B.object, pc->c);
-    NEXT();
+    SIMPLE(LOAD_FIELD_WORD, NEED_OBJECT(B.object, "the object is Nil"); A.integer = DataAt<int32_t>(B.object, pc->c));
+    SIMPLE(LOAD_FIELD_DOUBLE, NEED_OBJECT(B.object, "the object is Nil"); A.number = DataAt<double>(B.object, pc->c));
 LOAD_FIELD_STRING:
     NEED_OBJECT(B.object, "the object is Nil");
     A.string = DataAt<String*>(B.object, pc->c);
@@ -234,18 +167,9 @@ TAKE_FIELD_OBJECT:
     UnlockObject(std::exchange(DataAt<Object*>(A.object, pc->c), B.object));
     NEXT();
 
-NEW_ARRAY:
-    A.array = NewArray(tables.arrayClasses[pc->c]);
-    FAIL_UNLESS(A.array != nullptr);
-    NEXT();
-LOAD_ELEMENT_WORD:
-    NEED_ELEMENT(B.array, C.integer);
-    A.integer = B.array->Integers()[C.integer];
-    NEXT();
-LOAD_ELEMENT_DOUBLE:
-    NEED_ELEMENT(B.array, C.integer);
-    A.number = B.array->Numbers()[C.integer];
-    NEXT();
+    SIMPLE(NEW_ARRAY, A.array = NewArray(tables.arrayClasses[pc->c]); FAIL_UNLESS(A.array != nullptr));
+    SIMPLE(LOAD_ELEMENT_WORD, NEED_ELEMENT(B.array, C.integer); A.integer = B.array->Integers()[C.integer]);
+    SIMPLE(LOAD_ELEMENT_DOUBLE, NEED_ELEMENT(B.array, C.integer); A.number = B.array->Numbers()[C.integer]);
 LOAD_ELEMENT_STRING:
     NEED_ELEMENT(B.array, C.integer);
     A.string = B.array->Strings()[C.integer];
@@ -256,14 +180,8 @@ LOAD_ELEMENT_OBJECT:
     A.object = B.array->Objects()[C.integer];
     LockObject(A.object);
     NEXT();
-STORE_ELEMENT_WORD:
-    NEED_ELEMENT(A.array, B.integer);
-    A.array->Integers()[B.integer] = C.integer;
-    NEXT();
-STORE_ELEMENT_DOUBLE:
-    NEED_ELEMENT(A.array, B.integer);
-    A.array->Numbers()[B.integer] = C.number;
-    NEXT();
+    SIMPLE(STORE_ELEMENT_WORD, NEED_ELEMENT(A.array, B.integer); A.array->Integers()[B.integer] = C.integer);
+    SIMPLE(STORE_ELEMENT_DOUBLE, NEED_ELEMENT(A.array, B.integer); A.array->Numbers()[B.integer] = C.number);
 TAKE_ELEMENT_STRING:
     NEED_ELEMENT(A.array, B.integer);
     UnlockString(std::exchange(A.array->Strings()[B.integer], C.string));
@@ -300,9 +218,7 @@ ARRAY_RESIZE:
     SAVE();
     FAIL_UNLESS(ResizeToBound(*A.array, B.integer));
     NEXT();
-ARRAY_BOUND:
-    A.integer = UpperBound(B.array);
-    NEXT();
+    SIMPLE(ARRAY_BOUND, A.integer = UpperBound(B.array));
 ARRAY_POP : {
     NEED_OBJECT(B.array, "the array is Nil");
     int32_t last = UpperBound(B.array);
@@ -310,82 +226,35 @@ ARRAY_POP : {
     A = ArrayTake(B.array, last);
     NEXT();
 }
-ARRAY_SORT:
-    NEED_OBJECT(A.array, "the array is Nil");
-    SortArray(*A.array);
-    NEXT();
-ARRAY_INDEX:
-    NEED_OBJECT(B.array, "the array is Nil");
-    A.integer = FindInArray(*B.array, C);
-    NEXT();
+    SIMPLE(ARRAY_SORT, NEED_OBJECT(A.array, "the array is Nil"); SortArray(*A.array));
+    SIMPLE(ARRAY_INDEX, NEED_OBJECT(B.array, "the array is Nil"); A.integer = FindInArray(*B.array, C));
 
-ADD_INTEGER:
-    A.integer = WrappingAdd(B.integer, C.integer);
-    NEXT();
-ADD_CONSTANT:
-    A.integer = WrappingAdd(B.integer, static_cast<int16_t>(pc->c));
-    NEXT();
-SUBTRACT_INTEGER:
-    A.integer = WrappingSubtract(B.integer, C.integer);
-    NEXT();
-MULTIPLY_INTEGER:
-    A.integer = WrappingMultiply(B.integer, C.integer);
-    NEXT();
-DIVIDE_INTEGER:
-    FAIL_UNLESS(DivideIntegers(B.integer, C.integer, A.integer));
-    NEXT();
-MODULO_INTEGER:
-    FAIL_UNLESS(ModuloIntegers(B.integer, C.integer, A.integer));
-    NEXT();
-NEGATE_INTEGER:
-    A.integer = WrappingSubtract(0, B.integer);
-    NEXT();
-AND_INTEGER:
-    A.integer = B.integer & C.integer;
-    NEXT();
-OR_INTEGER:
-    A.integer = B.integer | C.integer;
-    NEXT();
-XOR_INTEGER:
-    A.integer = B.integer ^ C.integer;
-    NEXT();
-NOT_INTEGER:
-    A.integer = ~B.integer;
-    NEXT();
-NOT_BOOLEAN:
-    A.integer = B.integer == 0;
-    NEXT();
-ADD_DOUBLE:
-    A.number = B.number + C.number;
-    NEXT();
-SUBTRACT_DOUBLE:
-    A.number = B.number - C.number;
-    NEXT();
-MULTIPLY_DOUBLE:
-    A.number = B.number * C.number;
-    NEXT();
-DIVIDE_DOUBLE:
-    FAIL_UNLESS(DivideDoubles(B.number, C.number, A.number));
-    NEXT();
-MODULO_DOUBLE:
-    FAIL_UNLESS(ModuloDoubles(B.number, C.number, A.number));
-    NEXT();
-POWER_DOUBLE:
-    A.number = std::pow(B.number, C.number);
-    NEXT();
-NEGATE_DOUBLE:
-    A.number = -B.number;
-    NEXT();
+    SIMPLE(ADD_INTEGER, A.integer = WrappingAdd(B.integer, C.integer));
+    SIMPLE(ADD_CONSTANT, A.integer = WrappingAdd(B.integer, static_cast<int16_t>(pc->c)));
+    SIMPLE(SUBTRACT_INTEGER, A.integer = WrappingSubtract(B.integer, C.integer));
+    SIMPLE(MULTIPLY_INTEGER, A.integer = WrappingMultiply(B.integer, C.integer));
+    SIMPLE(DIVIDE_INTEGER, FAIL_UNLESS(DivideIntegers(B.integer, C.integer, A.integer)));
+    SIMPLE(MODULO_INTEGER, FAIL_UNLESS(ModuloIntegers(B.integer, C.integer, A.integer)));
+    SIMPLE(NEGATE_INTEGER, A.integer = WrappingSubtract(0, B.integer));
+    SIMPLE(AND_INTEGER, A.integer = B.integer & C.integer);
+    SIMPLE(OR_INTEGER, A.integer = B.integer | C.integer);
+    SIMPLE(XOR_INTEGER, A.integer = B.integer ^ C.integer);
+    SIMPLE(NOT_INTEGER, A.integer = ~B.integer);
+    SIMPLE(NOT_BOOLEAN, A.integer = B.integer == 0);
+    SIMPLE(ADD_DOUBLE, A.number = B.number + C.number);
+    SIMPLE(SUBTRACT_DOUBLE, A.number = B.number - C.number);
+    SIMPLE(MULTIPLY_DOUBLE, A.number = B.number * C.number);
+    SIMPLE(DIVIDE_DOUBLE, FAIL_UNLESS(DivideDoubles(B.number, C.number, A.number)));
+    SIMPLE(MODULO_DOUBLE, FAIL_UNLESS(ModuloDoubles(B.number, C.number, A.number)));
+    SIMPLE(POWER_DOUBLE, A.number = std::pow(B.number, C.number));
+    SIMPLE(NEGATE_DOUBLE, A.number = -B.number);
 ADD_STRING : {
     String* joined = AddStrings(B.string, C.string);
     FAIL_UNLESS(joined != nullptr || !IsExceptionPending());
     A.string = joined;
     NEXT();
 }
-APPEND_STRING:
-    A.string = AppendString(A.string, B.string);
-    FAIL_UNLESS(!IsExceptionPending());
-    NEXT();
+    SIMPLE(APPEND_STRING, A.string = AppendString(A.string, B.string); FAIL_UNLESS(!IsExceptionPending()));
 APPEND_GLOBAL:
     globals[pc->i].string = AppendString(globals[pc->i].string, A.string);
     FAIL_UNLESS(!IsExceptionPending());
@@ -397,54 +266,22 @@ APPEND_FIELD : {
     NEXT();
 }
 
-EQUAL_INTEGER:
-    A.integer = B.integer == C.integer;
-    NEXT();
-UNEQUAL_INTEGER:
-    A.integer = B.integer != C.integer;
-    NEXT();
-LESS_INTEGER:
-    A.integer = B.integer < C.integer;
-    NEXT();
-LESS_EQUAL_INTEGER:
-    A.integer = B.integer <= C.integer;
-    NEXT();
-EQUAL_DOUBLE:
-    A.integer = B.number == C.number;
-    NEXT();
-UNEQUAL_DOUBLE:
-    A.integer = B.number != C.number;
-    NEXT();
-LESS_DOUBLE:
-    A.integer = B.number < C.number;
-    NEXT();
-LESS_EQUAL_DOUBLE:
-    A.integer = B.number <= C.number;
-    NEXT();
-EQUAL_STRING:
-    A.integer = static_cast<int32_t>(CompareStrings(B.string, C.string) == 0);
-    NEXT();
-UNEQUAL_STRING:
-    A.integer = static_cast<int32_t>(CompareStrings(B.string, C.string) != 0);
-    NEXT();
-LESS_STRING:
-    A.integer = static_cast<int32_t>(CompareStrings(B.string, C.string) < 0);
-    NEXT();
-LESS_EQUAL_STRING:
-    A.integer = static_cast<int32_t>(CompareStrings(B.string, C.string) <= 0);
-    NEXT();
-EQUAL_BOOLEAN:
-    A.integer = static_cast<int32_t>((B.integer != 0) == (C.integer != 0));
-    NEXT();
-UNEQUAL_BOOLEAN:
-    A.integer = static_cast<int32_t>((B.integer != 0) != (C.integer != 0));
-    NEXT();
-EQUAL_OBJECT:
-    A.integer = B.object == C.object;
-    NEXT();
-UNEQUAL_OBJECT:
-    A.integer = B.object != C.object;
-    NEXT();
+    SIMPLE(EQUAL_INTEGER, A.integer = B.integer == C.integer);
+    SIMPLE(UNEQUAL_INTEGER, A.integer = B.integer != C.integer);
+    SIMPLE(LESS_INTEGER, A.integer = B.integer < C.integer);
+    SIMPLE(LESS_EQUAL_INTEGER, A.integer = B.integer <= C.integer);
+    SIMPLE(EQUAL_DOUBLE, A.integer = B.number == C.number);
+    SIMPLE(UNEQUAL_DOUBLE, A.integer = B.number != C.number);
+    SIMPLE(LESS_DOUBLE, A.integer = B.number < C.number);
+    SIMPLE(LESS_EQUAL_DOUBLE, A.integer = B.number <= C.number);
+    SIMPLE(EQUAL_STRING, A.integer = static_cast<int32_t>(CompareStrings(B.string, C.string) == 0));
+    SIMPLE(UNEQUAL_STRING, A.integer = static_cast<int32_t>(CompareStrings(B.string, C.string) != 0));
+    SIMPLE(LESS_STRING, A.integer = static_cast<int32_t>(CompareStrings(B.string, C.string) < 0));
+    SIMPLE(LESS_EQUAL_STRING, A.integer = static_cast<int32_t>(CompareStrings(B.string, C.string) <= 0));
+    SIMPLE(EQUAL_BOOLEAN, A.integer = static_cast<int32_t>((B.integer != 0) == (C.integer != 0)));
+    SIMPLE(UNEQUAL_BOOLEAN, A.integer = static_cast<int32_t>((B.integer != 0) != (C.integer != 0)));
+    SIMPLE(EQUAL_OBJECT, A.integer = B.object == C.object);
+    SIMPLE(UNEQUAL_OBJECT, A.integer = B.object != C.object);
 
 VARIANT_ADD:
 VARIANT_SUBTRACT:
@@ -464,12 +301,8 @@ VARIANT_LESS_EQUAL : {
     NEXT();
 }
 
-INTEGER_TO_DOUBLE:
-    A.number = B.integer;
-    NEXT();
-DOUBLE_TO_INTEGER:
-    A.integer = ToInteger(B.number);
-    NEXT();
+    SIMPLE(INTEGER_TO_DOUBLE, A.number = B.integer);
+    SIMPLE(DOUBLE_TO_INTEGER, A.integer = ToInteger(B.number));
 BOX_INTEGER : {
     Object* box = BoxInteger(B.integer);
     FAIL_UNLESS(box != nullptr);
@@ -494,18 +327,10 @@ BOX_STRING : {
     A.object = box;
     NEXT();
 }
-UNBOX_INTEGER:
-    FAIL_UNLESS(UnboxTo(Kind::INTEGER, B.object, A));
-    NEXT();
-UNBOX_BOOLEAN:
-    FAIL_UNLESS(UnboxTo(Kind::BOOLEAN, B.object, A));
-    NEXT();
-UNBOX_DOUBLE:
-    FAIL_UNLESS(UnboxTo(Kind::DOUBLE, B.object, A));
-    NEXT();
-UNBOX_STRING:
-    FAIL_UNLESS(UnboxTo(Kind::STRING, B.object, A));
-    NEXT();
+    SIMPLE(UNBOX_INTEGER, FAIL_UNLESS(UnboxTo(Kind::INTEGER, B.object, A)));
+    SIMPLE(UNBOX_BOOLEAN, FAIL_UNLESS(UnboxTo(Kind::BOOLEAN, B.object, A)));
+    SIMPLE(UNBOX_DOUBLE, FAIL_UNLESS(UnboxTo(Kind::DOUBLE, B.object, A)));
+    SIMPLE(UNBOX_STRING, FAIL_UNLESS(UnboxTo(Kind::STRING, B.object, A)));
 CHECK_CLASS : {
     const Class* wanted = tables.classes[static_cast<size_t>(pc->i)];
     if (A.object != nullptr && !A.object->cls->IsA(wanted)) [[unlikely]] {
@@ -522,26 +347,13 @@ CHECK_ARRAY : {
     }
     NEXT();
 }
-CHECK_NIL:
-    NEED_OBJECT(A.object, "the object is Nil");
-    NEXT();
-IS_A:
-    A.integer = B.object != nullptr && B.object->cls->IsA(tables.classes[pc->c]);
-    NEXT();
+    SIMPLE(CHECK_NIL, NEED_OBJECT(A.object, "the object is Nil"));
+    SIMPLE(IS_A, A.integer = B.object != nullptr && B.object->cls->IsA(tables.classes[pc->c]));
 
-JUMP:
-    pc += pc->i;
-    NEXT();
-JUMP_BACK:
-    POLL();
-    pc += pc->i;
-    NEXT();
-JUMP_IF:
-    if (A.integer != 0) pc += pc->i;
-    NEXT();
-JUMP_UNLESS:
-    if (A.integer == 0) pc += pc->i;
-    NEXT();
+    SIMPLE(JUMP, pc += pc->i);
+    SIMPLE(JUMP_BACK, POLL(); pc += pc->i);
+    SIMPLE(JUMP_IF, if (A.integer != 0) pc += pc->i);
+    SIMPLE(JUMP_UNLESS, if (A.integer == 0) pc += pc->i);
 // A test that holds skips the jump behind it, one that fails takes it.
 #define SKIP_IF(condition)                                                                                             \
     do {                                                                                                               \
@@ -667,9 +479,7 @@ CALL_FINALLY:
     A.integer = static_cast<int32_t>(pc - frames_.back().code->instructions.data());
     pc += pc->i;
     NEXT();
-END_FINALLY:
-    pc = frames_.back().code->instructions.data() + A.integer;
-    NEXT();
+    SIMPLE(END_FINALLY, pc = frames_.back().code->instructions.data() + A.integer);
 RAISE:
     SAVE();
     Raise(A.object);
@@ -679,24 +489,12 @@ RAISE_AGAIN:
     Raise(std::exchange(A.object, nullptr));
     goto unwind;
 
-PRINT_INTEGER:
-    PrintText(std::to_string(A.integer) + "\n");
-    NEXT();
-PRINT_BOOLEAN:
-    PrintText(A.integer != 0 ? "True\n" : "False\n");
-    NEXT();
-PRINT_DOUBLE:
-    PrintText(TextOf(A.number) + "\n");
-    NEXT();
-PRINT_STRING:
-    PrintString(A.string);
-    NEXT();
-PRINT_VARIANT:
-    PrintText(TextOfVariant(A.object) + "\n");
-    NEXT();
-PRINT_LINE:
-    PrintText("\n");
-    NEXT();
+    SIMPLE(PRINT_INTEGER, PrintText(std::to_string(A.integer) + "\n"));
+    SIMPLE(PRINT_BOOLEAN, PrintText(A.integer != 0 ? "True\n" : "False\n"));
+    SIMPLE(PRINT_DOUBLE, PrintText(TextOf(A.number) + "\n"));
+    SIMPLE(PRINT_STRING, PrintString(A.string));
+    SIMPLE(PRINT_VARIANT, PrintText(TextOfVariant(A.object) + "\n"));
+    SIMPLE(PRINT_LINE, PrintText("\n"));
 
 failed:
     SAVE();
@@ -711,6 +509,7 @@ unwind:
 #undef C
 #undef DISPATCH
 #undef NEXT
+#undef SIMPLE
 #undef FAIL_UNLESS
 #undef NEED_OBJECT
 #undef NEED_ELEMENT

@@ -5,7 +5,6 @@
 #include "host/language/node.h"
 #include "host/language/suggestion.h"
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -21,8 +20,8 @@ struct FunctionContext {
     std::vector<std::vector<ConstantSymbol*>> constantScopes; // of the same blocks
 };
 
-// How the value of an expression is used.
-enum class Use { VALUE, STATEMENT };
+// What an expression is checked for: its value, its effect, or being assigned to.
+enum class Use : uint8_t { VALUE, STATEMENT, TARGET };
 
 class ExpressionChecker {
 public:
@@ -31,34 +30,49 @@ public:
 
     // Never null; INVALID after an error. A VALUE has a type other than NOTHING.
     NodePtr Check(const ast::Expression& expression, Use use = Use::VALUE);
-    // The expression converted to a type, as for an assignment; `what` is named in the error: "cannot assign …".
+    // The expression converted to a type, as for an assignment.
     NodePtr CheckAs(const ast::Expression& expression, const ValueType& type);
     NodePtr CheckCondition(const ast::Expression& expression);
-    // What assigns `value` to `target`: a VARIABLE, FIELD, PROPERTY or ELEMENT node for the place, with the value to
-    // store in `converted`; or a CALL of a setter with the value as last argument and `converted` null.
-    NodePtr CheckTarget(const ast::Expression& target, const ast::Expression& value, NodePtr& converted);
-    // A target without a value yet, such as the variable of a For.
-    NodePtr CheckVariable(const std::string& name, const Span& span);
     NodePtr Convert(NodePtr node, const ValueType& type);
     NodePtr Binary(ast::Operation operation, NodePtr left, NodePtr right, const Span& span);
+
+    // Where an assignment stores: a VARIABLE, FIELD, PROPERTY or ELEMENT, or the CALL of a method with a setter.
+    NodePtr CheckPlace(const ast::Expression& target);
+    // Whether the value can be stored there, and is converted for it. A CALL takes it as its last argument; `value` is
+    // null then, and the call stores.
+    bool CheckStore(const ast::Expression& target, Node& place, NodePtr& value);
+    // The variable of a For; null when there is none of the name.
+    NodePtr CheckVariable(const std::string& name, const Span& span);
+
     // Computes the value of a program's constant; reports when it is not constant.
     bool Evaluate(ConstantSymbol& constant);
-    // What a method call on a node would be; null when there is no such method. For For Each over lists.
-    NodePtr CallMember(NodePtr object, const std::string& name, std::vector<NodePtr> arguments, const Span& span);
+
+    // The call without arguments with which a constructor begins that calls none itself; null where there is none.
+    NodePtr InheritedConstructor(const FunctionSymbol& constructor);
+    // The call that sets the initial values of inherited properties; null where there are none.
+    NodePtr InheritedInitializer(const ClassSymbol& cls);
+    // A property of the object itself, or of `object`; null for a module's.
+    NodePtr PropertyNode(NodePtr object, PropertySymbol* property, const Span& span);
+    NodePtr SelfNode(const Span& span);
+    // What For Each takes from a list in a register: the number of items (null for arrays) and the one of the index in
+    // another. Both are null after an error.
+    struct Items {
+        NodePtr count;
+        NodePtr item;
+    };
+    Items CheckItems(const Node& list, uint16_t listRegister, uint16_t index);
+    bool IsException(const ValueType& type);
+    ValueType CaughtType(const ast::Branch& branch);
 
     ValueType ResolveType(const TypeName& type);
     // Of a variable; an unknown class of `As New C` is left to the check of its value.
     ValueType ResolveType(const ast::Variable& variable);
     VariableSymbol* FindLocal(std::string_view name);
-    NodePtr Constant(ConstantValue value, const Span& span);
-    NodePtr Invalid(const Span& span);
-    void Error(const Span& span, std::string message) { diagnostics_.Error(span, std::move(message)); }
 
 private:
-    NodePtr Make(NodeKind kind, const ValueType& type, const Span& span);
-    NodePtr CheckConstant(const ast::Expression& expression);
+    void Error(const Span& span, std::string message) { diagnostics_.Error(span, std::move(message)); }
+
     NodePtr CheckName(const ast::Expression& expression, Use use);
-    NodePtr CheckMember(const ast::Expression& expression, Use use);
     NodePtr CheckCall(const ast::Expression& expression, Use use);
     NodePtr CheckNew(const ast::Expression& expression);
     NodePtr CheckUnary(const ast::Expression& expression);
@@ -67,11 +81,9 @@ private:
 
     // What a name means as it stands, without a call: a value, or nothing (null, nothing reported).
     NodePtr ResolveValue(std::string_view name, const Span& span);
-    NodePtr VariableNode(VariableSymbol* variable, const Span& span);
+    NodePtr UseVariable(VariableSymbol* variable, const Span& span);
     bool IsBeforeDeclaration(const VariableSymbol& variable) const;
-    NodePtr PropertyNode(NodePtr object, PropertySymbol* property, const Span& span);
-    NodePtr ConstantNode(ConstantSymbol& constant, const Span& span);
-    NodePtr SelfNode(const Span& span);
+    NodePtr SymbolValue(ConstantSymbol& constant, const Span& span);
     // The functions a bare name can call, and the object for them (Self, or null).
     std::vector<FunctionSymbol*> ResolveFunctions(std::string_view name, bool& onSelf);
     NodePtr UnknownName(const ast::Expression& expression);
@@ -83,21 +95,30 @@ private:
     NodePtr CheckSuperCall(const ast::Expression& member, const ast::Expression& call, Use use);
     NodePtr CheckArrayMember(NodePtr array, const ast::Expression& member, const ast::Expression* call);
     NodePtr CheckMemberCall(const ast::Expression& member, const ast::Expression* call, Use use);
+    // What a method call on a node would be; null when there is no such method.
+    NodePtr CallMember(NodePtr object, const std::string& name, std::vector<NodePtr> arguments, const Span& span);
     NodePtr CheckCast(const ValueType& type, const ast::Expression& call);
     NodePtr Index(NodePtr array, const ast::Expression& call);
+    NodePtr UpperBound(NodePtr array, const Span& span);
+    NodePtr ArrayOf(std::vector<NodePtr> elements, const Span& span);
     std::vector<NodePtr> CheckArguments(const ast::Expression& call);
 
-    // Chooses among the overloads and makes the call; `value` is what is assigned to the call, if it is.
+    // Chooses among the overloads and makes the call.
     NodePtr Call(NodePtr object, const std::vector<FunctionSymbol*>& overloads, std::vector<NodePtr> arguments,
-                 const Span& span, const Span& nameSpan, Use use, NodePtr assigned = nullptr);
+                 const Span& span, const Span& nameSpan, Use use);
     FunctionSymbol* Choose(const std::vector<FunctionSymbol*>& overloads, const std::vector<NodePtr>& arguments,
-                           const Span& nameSpan, Use use, const Node* assigned);
+                           const Span& nameSpan, Use use);
     void ReportNoOverload(const std::vector<FunctionSymbol*>& overloads, const std::vector<NodePtr>& arguments,
                           const Span& nameSpan);
-    NodePtr AssignToCall(const ast::Expression& target, const ast::Expression& value);
+
+    // The places that a target of each kind stands for; null where a call may have a setter.
+    NodePtr NamePlace(const ast::Expression& target);
+    NodePtr MemberPlace(const ast::Expression& target);
+    NodePtr ElementPlace(const ast::Expression& target);
+    NodePtr CallPlace(const ast::Expression& target);
 
     // The cost of passing a value where a type is wanted: 0 exact, negative impossible.
-    int ConversionCost(const Node& node, const ValueType& type) const;
+    static int ConversionCost(const ValueType& from, const ValueType& type);
     bool IsInstanceName(const ast::Expression& expression);
     ModuleSymbol* QualifyingModule(const ast::Expression& expression);
     ClassSymbol* QualifyingClass(const ast::Expression& expression);

@@ -1,3 +1,4 @@
+// Computes constant expressions.
 #include "host/language/folding.h"
 
 #include <cmath>

@@ -1,3 +1,4 @@
+// Operations on constants, and the arithmetic of Integers.
 #pragma once
 
 #include "host/syntax/ast.h"

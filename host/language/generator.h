@@ -21,6 +21,16 @@ struct Value {
     int32_t lifetime = -1;
 };
 
+// The variants of an instruction by what it moves.
+struct Variants {
+    Opcode word;
+    Opcode number;
+    Opcode string;
+    Opcode object;
+
+    Opcode For(const ValueType& type) const;
+};
+
 class Generator {
 public:
     Generator(Environment& environment, Code& code) : environment_(environment), code_(code) {}
@@ -31,8 +41,8 @@ public:
     Value GenerateInto(const Node& node, uint16_t reg);
     // The effects without the value.
     void GenerateEffect(const Node& node);
-    void JumpUnless(const Node& condition, Label& label);
-    void JumpIf(const Node& condition, Label& label);
+    // Jumps when the condition is `when`.
+    void Branch(const Node& condition, Label& label, bool when);
     void Assign(const Node& place, const Node& value);
 
     void Emit(Opcode opcode, size_t a = 0, size_t b = 0, size_t c = 0);
@@ -86,7 +96,13 @@ private:
     void ByRefArgument(const Node& node, uint16_t reg, uint16_t owner);
     uint16_t Window(uint16_t reg);
     void EmitUnary(Opcode opcode, const Node& operand, uint16_t reg);
+    Value Holder(const Node& node);
+    bool AddConstant(const Node& node, uint16_t reg);
+    void BranchOnComparison(const Node& condition, Label& label, bool when);
     bool AppendInPlace(const Node& place, const Node& value);
+    void AssignVariable(const Node& place, const Node& value);
+    void AssignProperty(const Node& place, const Node& value);
+    void AssignMember(const Node& place, const Node& value);
     void Place(size_t index, size_t target);
 
     Environment& environment_;

@@ -1,3 +1,4 @@
+// Calls from outside, limits, and the way of exceptions through the frames.
 #include "host/language/machine.h"
 
 #include "host/language/folding.h"

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "host/language/environment.h"
-#include "host/language/program.h"
+#include "host/language/run.h"
 #include "host/runtime/exception.h"
 
 #include <atomic>

@@ -66,4 +66,12 @@ struct Node {
     bool IsConstant() const { return kind == NodeKind::CONSTANT; }
 };
 
+NodePtr MakeNode(NodeKind kind, const ValueType& type, const Span& span);
+// Stands for what was reported.
+NodePtr InvalidNode(const Span& span);
+NodePtr ConstantNode(ConstantValue value, const Span& span);
+// What a statement holds in a register already.
+NodePtr RegisterNode(uint16_t reg, const ValueType& type, const Span& span);
+NodePtr VariableNode(VariableSymbol& variable, const Span& span);
+
 } // namespace host::language

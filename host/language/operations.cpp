@@ -1,3 +1,4 @@
+// Operations of the machine that are too long for its loop.
 #include "host/language/operations.h"
 
 #include "host/language/folding.h"

@@ -1,4 +1,4 @@
-// The part of the expression checker that types binary operators.
+// Types binary operators.
 #include "host/language/expression_checker.h"
 #include "host/language/folding.h"
 
@@ -90,7 +90,7 @@ ValueType OperandType(Operation operation, const ValueType& left, const ValueTyp
 } // namespace
 
 NodePtr ExpressionChecker::Binary(Operation operation, NodePtr left, NodePtr right, const Span& span) {
-    if (left->IsInvalid() || right->IsInvalid()) return Invalid(span);
+    if (left->IsInvalid() || right->IsInvalid()) return InvalidNode(span);
     ValueType type = OperandType(operation, left->type, right->type);
     if (type.Is(TypeKind::INVALID)) {
         std::string hint;
@@ -99,17 +99,17 @@ NodePtr ExpressionChecker::Binary(Operation operation, NodePtr left, NodePtr rig
         if (operation == Operation::INTEGER_DIVIDE) hint = " (use \"/\")";
         Error(span, std::string("\"") + SymbolOf(operation) + "\" cannot be applied to " + left->type.Text() + " and "
                         + right->type.Text() + hint);
-        return Invalid(span);
+        return InvalidNode(span);
     }
     // References are compared as they are.
     if (!type.Is(TypeKind::NIL)) {
         left = Convert(std::move(left), type);
         right = Convert(std::move(right), type);
-        if (left->IsInvalid() || right->IsInvalid()) return Invalid(span);
+        if (left->IsInvalid() || right->IsInvalid()) return InvalidNode(span);
     }
     Span whole = Join(left->span, right->span);
     if (left->IsConstant() && right->IsConstant()) {
-        if (auto folded = Fold(operation, left->constant, right->constant)) return Constant(*folded, whole);
+        if (auto folded = Fold(operation, left->constant, right->constant)) return ConstantNode(*folded, whole);
     }
 
     bool isShortCircuit = type.Is(TypeKind::BOOLEAN) && (operation == Operation::AND || operation == Operation::OR);
@@ -117,7 +117,7 @@ NodePtr ExpressionChecker::Binary(Operation operation, NodePtr left, NodePtr rig
     if (type.Is(TypeKind::BOOLEAN) && operation == Operation::XOR) operation = Operation::NOT_EQUAL;
     if (operation == Operation::IS) operation = Operation::EQUAL;
     bool givesBoolean = IsComparison(operation) || isShortCircuit;
-    auto node = Make(kind, givesBoolean ? BOOLEAN_TYPE : type, whole);
+    auto node = MakeNode(kind, givesBoolean ? BOOLEAN_TYPE : type, whole);
     node->operation = operation;
     node->left = std::move(left);
     node->right = std::move(right);

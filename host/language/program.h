@@ -2,11 +2,10 @@
 // are known to the program. Everything happens on the calling thread; one program runs at a time.
 #pragma once
 
+#include "host/language/run.h"
 #include "host/syntax/diagnostic.h"
 
-#include <chrono>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -48,44 +47,12 @@ struct Compilation {
 // The sources form one program; their statements outside of functions run in order.
 Compilation Compile(const std::vector<Source>& sources);
 
-struct RunOptions {
-    // Takes what Print prints, line feeds included. Standard output when empty.
-    std::function<void(std::string_view)> print;
-    std::chrono::milliseconds timeLimit{0}; // 0: none
-    size_t memoryLimit = 0;                 // bytes of memory the process may hold; 0: none
-    uint32_t callDepthLimit = 100000;       // deeper calls raise StackOverflowException
-};
-
-enum class RunOutcome { FINISHED, UNCAUGHT_EXCEPTION, INTERRUPTED, TIME_LIMIT, MEMORY_LIMIT };
-
-struct StackEntry {
-    std::string function; // "Counter.Add", or "" for the program's statements outside of functions
-    std::string file;
-    uint32_t line = 0;
-};
-
-struct UncaughtException {
-    std::string className;
-    std::string message;
-    int32_t errorNumber = 0;
-    std::vector<StackEntry> stack; // where it was raised first, outermost last
-};
-
-struct RunResult {
-    RunOutcome outcome = RunOutcome::FINISHED;
-    std::optional<UncaughtException> exception; // of UNCAUGHT_EXCEPTION
-    std::vector<StackEntry> stack;              // where the program was stopped by an interrupt or limit
-};
-
 // Runs the program from its start. All its variables are released at the end.
 RunResult Run(Program& program, const RunOptions& options = {});
 
 // Stops the running program at its next call or turn of a loop; it then ends with INTERRUPTED, without running handlers
 // and Finally blocks. Safe to call from a signal handler.
 void RequestInterrupt();
-
-// "XmlDomException 8: message" and a line "  at Counter.Add (file.kova:12)" for each call, each ended by a line feed.
-std::string FormatException(const UncaughtException& exception);
 
 // An interactive session: entries are compiled and run one after the other; variables, functions and classes stay. An
 // entry that defines a function or class anew replaces it for later entries.

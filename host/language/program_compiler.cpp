@@ -1,5 +1,7 @@
+// Declares what sources define and compiles it.
 #include "host/language/program_compiler.h"
 
+#include "host/language/hints.h"
 #include "host/language/machine.h"
 #include "host/runtime/class_program.h"
 #include "host/runtime/module.h"
@@ -16,8 +18,8 @@ bool SameParameters(const std::vector<ParameterSymbol>& left, const std::vector<
                       [](const auto& a, const auto& b) { return a.type == b.type && a.isByRef == b.isByRef; });
 }
 
-bool IsConstructor(const FunctionSymbol& function) { return EqualNames(function.name, "Constructor"); }
-bool IsDestructor(const FunctionSymbol& function) { return EqualNames(function.name, "Destructor"); }
+bool IsConstructor(const FunctionSymbol& function) { return SameName(function.name, "Constructor"); }
+bool IsDestructor(const FunctionSymbol& function) { return SameName(function.name, "Destructor"); }
 
 Signature RuntimeSignature(const FunctionSymbol& function) {
     Signature signature;
@@ -110,9 +112,9 @@ bool ProgramCompiler::CheckFree(const std::string& name, const Span& span, bool 
 
 void ProgramCompiler::DeclareClass(const ast::ClassDefinition& definition, uint32_t file) {
     if (definition.name.empty()) return;
-    std::string key = LowerCase(definition.name);
+    std::string key = FoldName(definition.name);
     bool isOwn = std::any_of(classes_.begin(), classes_.end(),
-                             [&key](const ClassSymbol* cls) { return LowerCase(cls->name) == key; });
+                             [&key](const ClassSymbol* cls) { return FoldName(cls->name) == key; });
     if (!CheckFree(definition.name, definition.span, isOwn || environment_.modules.contains(key))) return;
     if (environment_.classes.contains(key) && !environment_.RemoveProgramClass(key)) {
         diagnostics_.Error(definition.span,
@@ -135,9 +137,9 @@ void ProgramCompiler::DeclareClass(const ast::ClassDefinition& definition, uint3
 
 void ProgramCompiler::DeclareModule(const ast::ModuleDefinition& definition, uint32_t file) {
     if (definition.name.empty()) return;
-    std::string key = LowerCase(definition.name);
+    std::string key = FoldName(definition.name);
     bool isOwn = std::any_of(modules_.begin(), modules_.end(),
-                             [&key](const ModuleSymbol* module) { return LowerCase(module->name) == key; });
+                             [&key](const ModuleSymbol* module) { return FoldName(module->name) == key; });
     bool isTaken = isOwn || environment_.classes.contains(key) || host::FindModule(definition.name) != nullptr
                    || host::FindClass(definition.name) != nullptr;
     if (!CheckFree(definition.name, definition.span, isTaken)) return;
@@ -180,7 +182,7 @@ std::unique_ptr<FunctionSymbol> ProgramCompiler::MakeFunction(const ast::Functio
         if (parameter.defaultValue && !symbol.type.Is(TypeKind::INVALID)) {
             FunctionContext context;
             ExpressionChecker checker(environment_, diagnostics_, context);
-            checker.Convert(checker.Constant(*parameter.defaultValue, parameter.span), symbol.type);
+            checker.Convert(ConstantNode(*parameter.defaultValue, parameter.span), symbol.type);
             if (parameter.isByRef) diagnostics_.Error(parameter.span, "a ByRef parameter has no default value");
         }
         function->parameters.push_back(std::move(symbol));
@@ -193,7 +195,7 @@ std::unique_ptr<FunctionSymbol> ProgramCompiler::MakeFunction(const ast::Functio
 void ProgramCompiler::DeclareFunction(const ast::Function& definition, uint32_t file) {
     if (definition.declaration.name.empty()) return;
     auto function = MakeFunction(definition, file);
-    auto& overloads = environment_.functions[LowerCase(function->name)];
+    auto& overloads = environment_.functions[FoldName(function->name)];
     for (auto& other : overloads) {
         if (!SameParameters(other->parameters, function->parameters)) continue;
         bool isOwn = std::find(functions_.begin(), functions_.end(), other.get()) != functions_.end();
@@ -206,7 +208,7 @@ void ProgramCompiler::DeclareFunction(const ast::Function& definition, uint32_t 
         FunctionSymbol* replaced = other.get();
         environment_.replacedFunctions.push_back(std::move(other));
         other = std::move(function);
-        undo_.push_back([this, replaced, name = LowerCase(replaced->name)] {
+        undo_.push_back([this, replaced, name = FoldName(replaced->name)] {
             for (auto& kept : environment_.replacedFunctions) {
                 if (kept.get() != replaced) continue;
                 for (auto& current : environment_.functions[name]) {
@@ -219,7 +221,7 @@ void ProgramCompiler::DeclareFunction(const ast::Function& definition, uint32_t 
     }
     FunctionSymbol* added = function.get();
     overloads.push_back(std::move(function));
-    undo_.push_back([this, added, name = LowerCase(added->name)] {
+    undo_.push_back([this, added, name = FoldName(added->name)] {
         auto& known = environment_.functions[name];
         for (auto& other : known) {
             if (other.get() == added) environment_.replacedFunctions.push_back(std::move(other));
@@ -242,9 +244,9 @@ std::unique_ptr<ConstantSymbol> ProgramCompiler::MakeConstant(const std::string&
 void ProgramCompiler::DeclareConstants(const ast::Unit& unit) {
     for (const auto& statement : unit.statements) {
         if (statement->kind != ast::StatementKind::CONST) continue;
-        std::string key = LowerCase(statement->name);
+        std::string key = FoldName(statement->name);
         bool isOwn = std::any_of(constants_.begin(), constants_.end(), [&](const ConstantSymbol* constant) {
-            return constant->owner == nullptr && constant->module == nullptr && LowerCase(constant->name) == key;
+            return constant->owner == nullptr && constant->module == nullptr && FoldName(constant->name) == key;
         });
         if (!CheckFree(statement->name, statement->nameSpan, isOwn)) continue;
         environment_.constants[key] = MakeConstant(statement->name, statement->nameSpan, statement->value.get());
@@ -257,7 +259,7 @@ void ProgramCompiler::DeclareVariables(const ast::Unit& unit) {
     for (const auto& statement : unit.statements) {
         if (statement->kind != ast::StatementKind::DIM) continue;
         for (const ast::Variable& definition : statement->variables) {
-            std::string key = LowerCase(definition.name);
+            std::string key = FoldName(definition.name);
             auto& entry = environment_.variables[key];
             bool isTaken = seen.contains(key) || (entry != nullptr && !options_.keepsVariables);
             if (!CheckFree(definition.name, definition.span, isTaken)) continue;
@@ -326,7 +328,7 @@ void ProgramCompiler::ResolveSuperclasses() {
 
 void ProgramCompiler::DeclareProperty(ClassSymbol& cls, const ast::Variable& definition) {
     ValueType type = ResolveType(definition);
-    std::string key = LowerCase(definition.name);
+    std::string key = FoldName(definition.name);
     bool isTaken = cls.properties.contains(key) || cls.constants.contains(key);
     if (!CheckFree(definition.name, definition.span, isTaken)) return;
     if (cls.super != nullptr && environment_.FindProperty(cls.super, definition.name) != nullptr) {
@@ -354,7 +356,7 @@ void ProgramCompiler::DeclareMethod(ClassSymbol& cls, const ast::Function& defin
     if (IsDestructor(*method) && !method->parameters.empty()) {
         diagnostics_.Error(span, "a Destructor has no parameters");
     }
-    std::string key = LowerCase(method->name);
+    std::string key = FoldName(method->name);
     bool isTaken = cls.properties.contains(key) || cls.constants.contains(key);
     auto& overloads = cls.methods[key];
     for (const auto& other : overloads) isTaken |= SameParameters(other->parameters, method->parameters);
@@ -388,7 +390,7 @@ void ProgramCompiler::DeclareHandler(ClassSymbol& cls, const ast::Function& defi
 void ProgramCompiler::DeclareClassMembers(ClassSymbol& cls) {
     const ast::ClassDefinition& definition = *cls.definition;
     for (const ast::ConstantDefinition& constant : definition.constants) {
-        std::string key = LowerCase(constant.name);
+        std::string key = FoldName(constant.name);
         if (!CheckFree(constant.name, constant.span, cls.constants.contains(key))) continue;
         auto symbol = MakeConstant(constant.name, constant.span, constant.value.get());
         symbol->owner = &cls;
@@ -417,13 +419,13 @@ void ProgramCompiler::AssignVirtualSlots(ClassSymbol& cls) {
     bool inherits = cls.super != nullptr && cls.super->IsProgram();
     if (inherits) cls.virtualMethods = cls.super->virtualMethods;
     for (const auto& definition : cls.definition->functions) {
-        auto found = cls.methods.find(LowerCase(definition->declaration.name));
+        auto found = cls.methods.find(FoldName(definition->declaration.name));
         if (found == cls.methods.end()) continue;
         for (const auto& method : found->second) {
             if (method->definition != definition.get() || IsConstructor(*method) || IsDestructor(*method)) continue;
             auto overridden = std::find_if(cls.virtualMethods.begin(), cls.virtualMethods.end(),
                                            [&method](const FunctionSymbol* inherited) {
-                                               return EqualNames(inherited->name, method->name)
+                                               return SameName(inherited->name, method->name)
                                                       && SameParameters(inherited->parameters, method->parameters);
                                            });
             if (overridden == cls.virtualMethods.end()) {
@@ -447,14 +449,14 @@ void ProgramCompiler::DeclareModuleMembers(ModuleSymbol& module) {
         return module.constants.contains(key) || module.variables.contains(key) || module.functions.contains(key);
     };
     for (const ast::ConstantDefinition& constant : definition.constants) {
-        std::string key = LowerCase(constant.name);
+        std::string key = FoldName(constant.name);
         if (!CheckFree(constant.name, constant.span, isTaken(key))) continue;
         auto symbol = MakeConstant(constant.name, constant.span, constant.value.get());
         symbol->module = &module;
         module.constants.emplace(key, std::move(symbol));
     }
     for (const ast::Variable& property : definition.properties) {
-        std::string key = LowerCase(property.name);
+        std::string key = FoldName(property.name);
         if (!CheckFree(property.name, property.span, isTaken(key))) continue;
         auto variable = std::make_unique<VariableSymbol>();
         variable->name = property.name;
@@ -468,7 +470,7 @@ void ProgramCompiler::DeclareModuleMembers(ModuleSymbol& module) {
         if (function->declaration.name.empty()) continue;
         auto symbol = MakeFunction(*function, module.file);
         symbol->module = &module;
-        std::string key = LowerCase(symbol->name);
+        std::string key = FoldName(symbol->name);
         bool isTwice = module.constants.contains(key) || module.variables.contains(key);
         for (const auto& other : module.functions[key]) {
             isTwice |= SameParameters(other->parameters, symbol->parameters);

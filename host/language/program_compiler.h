@@ -37,7 +37,6 @@ private:
     void DefineClass(ClassSymbol& cls);
     void CompileFunctions();
     void CompileFunction(FunctionSymbol& function);
-    void CompileClass(ClassSymbol& cls);
     void CompleteClasses();
     ValueType ResolveType(const TypeName& type);
     ValueType ResolveType(const ast::Variable& definition);

@@ -1,3 +1,4 @@
+// Interactive sessions and their completions.
 #include "host/language/machine.h"
 #include "host/language/program.h"
 #include "host/language/program_compiler.h"
@@ -51,7 +52,7 @@ namespace {
 
 std::vector<std::string> Matching(std::vector<std::string> names, std::string_view prefix) {
     std::erase_if(names, [prefix](const std::string& name) {
-        return name.size() < prefix.size() || !EqualNames(std::string_view(name).substr(0, prefix.size()), prefix);
+        return name.size() < prefix.size() || !SameName(std::string_view(name).substr(0, prefix.size()), prefix);
     });
     std::sort(names.begin(), names.end());
     names.erase(std::unique(names.begin(), names.end()), names.end());

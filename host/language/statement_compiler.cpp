@@ -1,3 +1,4 @@
+// Scopes, variables, and the statements without blocks.
 #include "host/language/statement_compiler.h"
 
 #include <algorithm>
@@ -6,28 +7,6 @@ namespace host::language {
 
 using ast::Statement;
 using ast::StatementKind;
-
-namespace {
-
-bool CallsSuperConstructor(const ast::Expression* expression) {
-    if (expression == nullptr) return false;
-    bool isCall = expression->kind == ast::ExpressionKind::MEMBER
-                  && expression->left->kind == ast::ExpressionKind::SUPER
-                  && EqualNames(expression->name, "Constructor");
-    if (isCall) return true;
-    return expression->kind == ast::ExpressionKind::CALL && CallsSuperConstructor(expression->left.get());
-}
-
-bool CallsSuperConstructor(const ast::Block& block) {
-    return std::any_of(block.begin(), block.end(), [](const auto& statement) {
-        bool inBranch = std::any_of(statement->branches.begin(), statement->branches.end(),
-                                    [](const ast::Branch& branch) { return CallsSuperConstructor(branch.body); });
-        return inBranch || CallsSuperConstructor(statement->value.get()) || CallsSuperConstructor(statement->body)
-               || CallsSuperConstructor(statement->elseBody);
-    });
-}
-
-} // namespace
 
 StatementCompiler::StatementCompiler(Environment& environment, DiagnosticList& diagnostics, FunctionContext& context,
                                      Code& code, CompileOptions options)
@@ -38,190 +17,6 @@ StatementCompiler::StatementCompiler(Environment& environment, DiagnosticList& d
       generator_(environment, code),
       code_(code),
       options_(options) {}
-
-// Functions
-
-void StatementCompiler::BeginFunction(const FunctionSymbol& function, uint32_t file) {
-    code_.name = function.QualifiedName();
-    code_.file = file;
-    code_.resultKind = KindOf(function.result.kind);
-    code_.result = StorageOf(function.result);
-    result_ = function.result;
-    if (function.owner != nullptr) {
-        ValueType type{TypeKind::OBJECT, TypeKind::INVALID, function.owner};
-        code_.parameters.push_back(Storage::OBJECT);
-        code_.parameterKinds.push_back(Kind::OBJECT);
-        Hold(generator_.NewRegister(), type);
-    }
-    for (const ParameterSymbol& parameter : function.parameters) {
-        if (FindInScope(parameter.name) != nullptr) {
-            diagnostics_.Error(parameter.span, "\"" + parameter.name + "\" is declared already");
-        }
-        VariableSymbol* variable = Declare(parameter.name, parameter.span, parameter.type);
-        variable->isParameter = true;
-        variable->isByRef = parameter.isByRef;
-        variable->slot = generator_.NewRegister();
-        code_.parameters.push_back(parameter.isByRef ? Storage::PLAIN : StorageOf(parameter.type));
-        code_.parameterKinds.push_back(KindOf(parameter.type.kind));
-        if (!parameter.isByRef) Hold(static_cast<uint16_t>(variable->slot), parameter.type);
-    }
-    generator_.SetVariableTop();
-}
-
-void StatementCompiler::CompileFunction(FunctionSymbol& function) {
-    const ast::Function& definition = *function.definition;
-    OpenScope();
-    BeginFunction(function, function.file);
-    generator_.SetPlace(definition.span);
-    if (EqualNames(function.name, "Constructor") && function.owner != nullptr) CallInheritedConstructor(function);
-    Flow flow = CompileStatements(definition.body);
-    if (flow == Flow::CONTINUES && function.HasResult()) {
-        diagnostics_.Warning(definition.endSpan, "\"" + function.name + "\" may end without a result");
-    }
-    if (flow == Flow::CONTINUES && Generating()) {
-        generator_.SetPlace(definition.endSpan);
-        Leave(0);
-        if (function.HasResult()) {
-            uint16_t reg = generator_.NewRegister();
-            generator_.Emit(Opcode::LOAD_NIL, reg);
-            generator_.Emit(Opcode::RETURN_VALUE, reg);
-        } else {
-            generator_.Emit(Opcode::RETURN);
-        }
-    }
-    CloseScope(Flow::ENDS);
-    Finish(definition.span);
-}
-
-void StatementCompiler::CallInheritedConstructor(const FunctionSymbol& function) {
-    if (function.owner->super == nullptr || CallsSuperConstructor(function.definition->body)) return;
-    auto constructors = environment_.FindConstructors(function.owner->super);
-    if (constructors.empty()) return;
-    auto found = std::find_if(constructors.begin(), constructors.end(),
-                              [](const FunctionSymbol* inherited) { return inherited->RequiredArguments() == 0; });
-    if (found == constructors.end()) {
-        diagnostics_.Error(function.definition->declaration.span,
-                           "this constructor must call \"Super.Constructor\": " + function.owner->super->name
-                               + " cannot be made without arguments");
-        return;
-    }
-    Node call;
-    call.kind = NodeKind::CALL;
-    call.type = NO_TYPE;
-    call.span = function.definition->span;
-    call.function = *found;
-    call.isSuper = true;
-    call.left = RegisterNode(0, {TypeKind::OBJECT, TypeKind::INVALID, function.owner}, call.span);
-    call.left->kind = NodeKind::SELF;
-    for (const ParameterSymbol& parameter : call.function->parameters) {
-        call.arguments.push_back(
-            checker_.Convert(checker_.Constant(*parameter.defaultValue, call.span), parameter.type));
-    }
-    if (Generating()) generator_.GenerateEffect(call);
-}
-
-void StatementCompiler::CompileProgram(const ast::Unit& unit, uint32_t file) {
-    code_.file = file;
-    context_.isTopLevel = true;
-    OpenScope();
-    Flow flow = CompileStatements(unit.statements);
-    if (!options_.keepsVariables) {
-        for (const auto& [key, variable] : environment_.variables) {
-            if (variable->span.file == file) WarnUnused(*variable);
-        }
-    }
-    if (flow == Flow::CONTINUES && Generating()) {
-        Leave(0);
-        generator_.Emit(Opcode::RETURN);
-    }
-    CloseScope(Flow::ENDS);
-    Finish({file, 0, 1});
-}
-
-void StatementCompiler::CompileInitializer(ClassSymbol& cls) {
-    OpenScope();
-    BeginFunction(*cls.initializer, cls.file);
-    code_.name = cls.name;
-    const ClassSymbol* inherited = cls.super;
-    while (inherited != nullptr && inherited->initializer == nullptr) inherited = inherited->super;
-    if (inherited != nullptr && Generating()) {
-        Node call;
-        call.kind = NodeKind::CALL;
-        call.type = NO_TYPE;
-        call.span = cls.definition->span;
-        call.function = inherited->initializer.get();
-        call.left = RegisterNode(0, {TypeKind::OBJECT, TypeKind::INVALID, &cls}, call.span);
-        call.left->kind = NodeKind::SELF;
-        generator_.GenerateEffect(call);
-    }
-    for (PropertySymbol* field : cls.fields) {
-        const ast::Variable& definition = *field->definition;
-        Node place;
-        place.kind = NodeKind::FIELD;
-        place.type = field->type;
-        place.span = definition.span;
-        place.property = field;
-        place.left = RegisterNode(0, {TypeKind::OBJECT, TypeKind::INVALID, &cls}, definition.span);
-        place.left->kind = NodeKind::SELF;
-        CompileInitialValue(definition, place);
-    }
-    if (Generating()) {
-        Leave(0);
-        generator_.Emit(Opcode::RETURN);
-    }
-    CloseScope(Flow::ENDS);
-    Finish(cls.definition->span);
-}
-
-void StatementCompiler::CompileModuleVariables(ModuleSymbol& module) {
-    code_.name = module.name;
-    code_.file = module.file;
-    OpenScope();
-    for (const ast::Variable& definition : module.definition->properties) {
-        auto found = module.variables.find(LowerCase(definition.name));
-        if (found == module.variables.end() || found->second->span.offset != definition.span.offset) continue;
-        Node place;
-        place.kind = NodeKind::VARIABLE;
-        place.type = found->second->type;
-        place.span = definition.span;
-        place.variable = found->second.get();
-        CompileInitialValue(definition, place);
-    }
-    if (Generating()) {
-        Leave(0);
-        generator_.Emit(Opcode::RETURN);
-    }
-    CloseScope(Flow::ENDS);
-    Finish(module.span);
-}
-
-// Stores the initial value of a place that is zero so far.
-void StatementCompiler::CompileInitialValue(const ast::Variable& definition, const Node& place) {
-    if (place.type.Is(TypeKind::INVALID)) return;
-    NodePtr bound = definition.bound ? checker_.CheckAs(*definition.bound, INTEGER_TYPE) : nullptr;
-    NodePtr value = definition.value ? checker_.CheckAs(*definition.value, place.type) : nullptr;
-    if (!Generating()) return;
-    uint16_t top = generator_.Top();
-    generator_.SetPlace(definition.span);
-    if (value != nullptr) {
-        generator_.Assign(place, *value);
-    } else if (place.type.Is(TypeKind::ARRAY)) {
-        // The array is made in a register of its own first.
-        OpenScope();
-        uint16_t reg = generator_.NewRegister();
-        ProduceDefault(reg, place.type, bound.get());
-        Hold(reg, place.type);
-        generator_.Assign(place, *RegisterNode(reg, place.type, definition.span));
-        CloseScope(Flow::CONTINUES);
-    }
-    generator_.SetTop(top);
-}
-
-void StatementCompiler::Finish(const Span& end) {
-    if (!generator_.Finish()) diagnostics_.Error(end, "this is too large: divide it into smaller functions");
-}
-
-// Scopes and variables
 
 void StatementCompiler::OpenScope() {
     context_.scopes.emplace_back();
@@ -269,8 +64,6 @@ bool StatementCompiler::CanLeave(size_t depth, const Span& span) {
     return true;
 }
 
-VariableSymbol* StatementCompiler::FindInScope(const std::string& name) { return checker_.FindLocal(name); }
-
 VariableSymbol* StatementCompiler::Declare(const std::string& name, const Span& span, const ValueType& type) {
     auto symbol = std::make_unique<VariableSymbol>();
     symbol->name = name;
@@ -305,26 +98,6 @@ void StatementCompiler::WarnUnused(const VariableSymbol& variable) {
     if (variable.isUsed || variable.isParameter || variable.isLoopVariable) return;
     diagnostics_.Warning(variable.span, "the variable \"" + variable.name + "\" is never used");
 }
-
-NodePtr StatementCompiler::RegisterNode(uint16_t reg, const ValueType& type, const Span& span) {
-    auto node = std::make_unique<Node>();
-    node->kind = NodeKind::REGISTER;
-    node->reg = reg;
-    node->type = type;
-    node->span = span;
-    return node;
-}
-
-NodePtr StatementCompiler::VariableNode(VariableSymbol& variable, const Span& span) {
-    auto node = std::make_unique<Node>();
-    node->kind = NodeKind::VARIABLE;
-    node->type = variable.type;
-    node->span = span;
-    node->variable = &variable;
-    return node;
-}
-
-// Statements
 
 StatementCompiler::Flow StatementCompiler::CompileBlock(const ast::Block& block) {
     OpenScope();
@@ -396,7 +169,7 @@ void StatementCompiler::CompileVariable(const ast::Variable& variable) {
     VariableSymbol* symbol = isTopLevel ? environment_.FindVariable(variable.name) : nullptr;
     bool isDouble = isTopLevel ? symbol == nullptr || symbol->span.offset != variable.span.offset
                                      || symbol->span.file != variable.span.file
-                               : FindInScope(variable.name) != nullptr;
+                               : checker_.FindLocal(variable.name) != nullptr;
     NodePtr bound = variable.bound ? checker_.CheckAs(*variable.bound, INTEGER_TYPE) : nullptr;
     if (isDouble) {
         if (!isTopLevel) diagnostics_.Error(variable.span, "\"" + variable.name + "\" is declared already");
@@ -449,7 +222,7 @@ StatementCompiler::Flow StatementCompiler::CompileConst(const Statement& stateme
     bool isTopLevel = context_.isTopLevel && context_.scopes.size() == 1;
     // A constant of the program was declared and computed before.
     if (isTopLevel) return Flow::CONTINUES;
-    if (FindInScope(statement.name) != nullptr) {
+    if (checker_.FindLocal(statement.name) != nullptr) {
         diagnostics_.Error(statement.nameSpan, "\"" + statement.name + "\" is declared already");
     }
     checker_.Evaluate(*constant);
@@ -459,9 +232,10 @@ StatementCompiler::Flow StatementCompiler::CompileConst(const Statement& stateme
 }
 
 StatementCompiler::Flow StatementCompiler::CompileAssign(const Statement& statement) {
-    NodePtr value;
-    NodePtr place = checker_.CheckTarget(*statement.target, *statement.value, value);
-    if (!Generating()) return Flow::CONTINUES;
+    NodePtr place = checker_.CheckPlace(*statement.target);
+    NodePtr value = checker_.Check(*statement.value);
+    bool isSound = checker_.CheckStore(*statement.target, *place, value);
+    if (!isSound || !Generating()) return Flow::CONTINUES;
     if (value == nullptr)
         generator_.GenerateEffect(*place);
     else
@@ -538,10 +312,7 @@ StatementCompiler::Flow StatementCompiler::CompileRedim(const Statement& stateme
 StatementCompiler::Flow StatementCompiler::CompileRaise(const Statement& statement) {
     NodePtr exception = checker_.Check(*statement.value);
     if (exception->IsInvalid()) return Flow::ENDS;
-    ClassSymbol* base = environment_.FindClass("RuntimeException");
-    bool isException = exception->type.Is(TypeKind::NIL)
-                       || (exception->type.Is(TypeKind::OBJECT) && base != nullptr && exception->type.cls->IsA(base));
-    if (!isException) {
+    if (!exception->type.Is(TypeKind::NIL) && !checker_.IsException(exception->type)) {
         diagnostics_.Error(exception->span, "only a RuntimeException can be raised, not " + exception->type.Text());
     }
     if (!Generating()) return Flow::ENDS;

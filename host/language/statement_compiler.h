@@ -1,4 +1,5 @@
-// Checks the statements of a function and compiles them on the way.
+// Compiles the statements of functions: the checker makes nodes of their expressions, the generator code of the nodes;
+// this one keeps the order, the scopes and what jumps pass.
 #pragma once
 
 #include "host/language/expression_checker.h"
@@ -81,7 +82,6 @@ private:
     void Leave(size_t depth);
     // Whether a jump from here out to surrounding number `depth` is allowed; reports when it is not.
     bool CanLeave(size_t depth, const Span& span);
-    VariableSymbol* FindInScope(const std::string& name);
     VariableSymbol* Declare(const std::string& name, const Span& span, const ValueType& type);
     // The value in a register belongs to the innermost scope from here on.
     void Hold(uint16_t reg, const ValueType& type);
@@ -89,13 +89,10 @@ private:
     uint16_t Hidden(const Node& value);
     uint16_t HiddenNil(const ValueType& type);
     void WarnUnused(const VariableSymbol& variable);
-    NodePtr RegisterNode(uint16_t reg, const ValueType& type, const Span& span);
-    NodePtr VariableNode(VariableSymbol& variable, const Span& span);
     void BeginFunction(const FunctionSymbol& function, uint32_t file);
     void Finish(const Span& end);
     bool Generating() const { return !diagnostics_.HasErrors(); }
     Flow CompileLoopBody(const ast::Statement& statement, Label& exit, Label& next, bool& hasExit);
-    void CompileCountedLoop(const ast::Statement& statement, const Node& variable);
     NodePtr LoopVariable(const ast::Statement& statement);
     void CallInheritedConstructor(const FunctionSymbol& function);
 

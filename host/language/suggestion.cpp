@@ -1,6 +1,7 @@
+// Distances between names.
 #include "host/language/suggestion.h"
 
-#include "host/syntax/token.h"
+#include "host/syntax/names.h"
 
 #include <algorithm>
 #include <numeric>
@@ -33,7 +34,7 @@ size_t EditDistance(std::string_view left, std::string_view right) {
 
 std::string Suggestion(std::string_view name, const std::vector<std::string>& candidates) {
     if (name.size() < 3 || name.size() > 64) return {};
-    std::string wanted = LowerCase(name);
+    std::string wanted = FoldName(name);
     const std::string* best = nullptr;
     size_t bestDistance = std::max<size_t>(1, name.size() / 3) + 1;
     size_t bestPrefix = 0;
@@ -42,7 +43,7 @@ std::string Suggestion(std::string_view name, const std::vector<std::string>& ca
         return static_cast<size_t>(end - wanted.begin());
     };
     for (const std::string& candidate : candidates) {
-        std::string lower = LowerCase(candidate);
+        std::string lower = FoldName(candidate);
         // "Frist" for "FirstChild": what was meant may be longer than what was written.
         size_t distance = EditDistance(wanted, lower);
         if (wanted.size() >= 3 && lower.size() > wanted.size()) {

@@ -1,7 +1,7 @@
-// What names stand for: those of the program, and those registered with the runtime, in one form.
+// Types, and what names stand for: those of the program and those registered with the runtime, in one form.
 #pragma once
 
-#include "host/language/types.h"
+#include "host/language/storage.h"
 #include "host/runtime/class.h"
 #include "host/syntax/ast.h"
 
@@ -16,6 +16,55 @@ namespace host::language {
 struct Code;
 struct ClassSymbol;
 struct ModuleSymbol;
+
+enum class TypeKind : uint8_t {
+    INVALID, // of what was reported already: fits everywhere, so that nothing is reported twice
+    NOTHING, // the result of a Sub
+    NIL,
+    INTEGER,
+    BOOLEAN,
+    DOUBLE,
+    STRING,
+    VARIANT,
+    OBJECT,
+    ARRAY,
+};
+
+struct ValueType {
+    TypeKind kind = TypeKind::INVALID;
+    TypeKind element = TypeKind::INVALID; // of an ARRAY
+    ClassSymbol* cls = nullptr;           // of an OBJECT or of an array's elements
+
+    bool operator==(const ValueType&) const = default;
+    bool Is(TypeKind other) const { return kind == other; }
+    bool IsNumber() const { return kind == TypeKind::INTEGER || kind == TypeKind::DOUBLE; }
+    // Held as a pointer to an object: can be Nil.
+    bool IsReference() const {
+        return kind == TypeKind::OBJECT || kind == TypeKind::VARIANT || kind == TypeKind::ARRAY
+               || kind == TypeKind::NIL;
+    }
+    ValueType Element() const { return {element, TypeKind::INVALID, cls}; }
+    ValueType ArrayOf() const { return {TypeKind::ARRAY, kind, cls}; }
+    std::string Text() const; // as programs write it
+};
+
+inline constexpr ValueType INVALID_TYPE{};
+inline constexpr ValueType NO_TYPE{TypeKind::NOTHING};
+inline constexpr ValueType NIL_TYPE{TypeKind::NIL};
+inline constexpr ValueType INTEGER_TYPE{TypeKind::INTEGER};
+inline constexpr ValueType BOOLEAN_TYPE{TypeKind::BOOLEAN};
+inline constexpr ValueType DOUBLE_TYPE{TypeKind::DOUBLE};
+inline constexpr ValueType STRING_TYPE{TypeKind::STRING};
+inline constexpr ValueType VARIANT_TYPE{TypeKind::VARIANT};
+
+Storage StorageOf(const ValueType& type);
+
+// The type at the boundary to native code.
+Kind KindOf(TypeKind kind);
+Type RuntimeType(const ValueType& type);
+
+// The type of a constant of a record or program.
+ValueType TypeOf(const ConstantValue& value);
 
 struct VariableSymbol {
     std::string name;
@@ -83,6 +132,9 @@ struct FunctionSymbol {
     std::string Text() const;          // "Parse(s As String) As Boolean"
     std::string QualifiedName() const; // "Counter.Add"
 };
+
+// Constructor and Destructor, which programs do not call by name.
+bool IsReserved(std::string_view member);
 
 struct EventSymbol {
     std::string name;

@@ -3,7 +3,7 @@
 
 #include "host/runtime/class_program.h"
 #include "host/runtime/exception.h"
-#include "host/runtime/names.h"
+#include "host/syntax/names.h"
 #include "host/runtime/string.h"
 
 #include <algorithm>

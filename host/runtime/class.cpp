@@ -1,7 +1,7 @@
 // Classes: layout, members and the list of all.
 #include "host/runtime/class.h"
 
-#include "host/runtime/names.h"
+#include "host/syntax/names.h"
 #include "host/runtime/registry.h"
 
 #include <algorithm>

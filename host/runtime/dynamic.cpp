@@ -3,7 +3,6 @@
 
 #include "host/runtime/class_program.h"
 #include "host/runtime/module.h"
-#include "host/runtime/names.h"
 #include "host/runtime/property.h"
 #include "host/runtime/variant.h"
 

@@ -1,8 +1,8 @@
 // Modules and their members by name.
 #include "host/runtime/module.h"
 
-#include "host/runtime/names.h"
 #include "host/runtime/registry.h"
+#include "host/syntax/names.h"
 
 namespace host {
 

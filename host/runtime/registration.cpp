@@ -3,8 +3,8 @@
 
 #include "host/runtime/class.h"
 #include "host/runtime/module.h"
-#include "host/runtime/names.h"
 #include "host/runtime/registry.h"
+#include "host/syntax/names.h"
 
 #include <span>
 

@@ -1,7 +1,7 @@
 // Types and signatures as text and from text.
 #include "host/runtime/signature.h"
 
-#include "host/runtime/names.h"
+#include "host/syntax/names.h"
 
 #include <algorithm>
 #include <array>

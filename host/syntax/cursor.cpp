@@ -1,3 +1,4 @@
+// The grammar of declarations.
 #include "host/syntax/cursor.h"
 
 namespace host {

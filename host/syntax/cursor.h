@@ -1,3 +1,4 @@
+// Reads tokens one by one.
 #pragma once
 
 #include "host/syntax/declaration.h"

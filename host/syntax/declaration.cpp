@@ -1,3 +1,4 @@
+// Single declarations as text: those of records, and as messages show them.
 #include "host/syntax/declaration.h"
 
 #include "host/syntax/cursor.h"

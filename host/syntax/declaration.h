@@ -1,3 +1,4 @@
+// Types, parameters and signatures as they are written.
 #pragma once
 
 #include "host/syntax/source.h"

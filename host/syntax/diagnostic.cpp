@@ -1,3 +1,4 @@
+// Errors and warnings as text.
 #include "host/syntax/diagnostic.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Errors and warnings with their places.
 #pragma once
 
 #include "host/syntax/source.h"

@@ -1,3 +1,4 @@
+// Expressions by precedence.
 #include "host/syntax/expression_parser.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Parses expressions.
 #pragma once
 
 #include "host/syntax/ast.h"

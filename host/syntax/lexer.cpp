@@ -1,3 +1,4 @@
+// Words, numbers, strings and signs of a source.
 #include "host/syntax/lexer.h"
 
 #include <algorithm>
@@ -32,11 +33,11 @@ constexpr std::pair<Keyword, std::string_view> KEYWORDS[] = {
 Keyword FindKeyword(std::string_view word) {
     static const auto* table = [] {
         auto* words = new std::unordered_map<std::string, Keyword>;
-        for (auto [keyword, name] : KEYWORDS) words->emplace(LowerCase(name), keyword);
+        for (auto [keyword, name] : KEYWORDS) words->emplace(FoldName(name), keyword);
         return words;
     }();
     if (word.size() > 8) return Keyword::NONE;
-    auto found = table->find(LowerCase(word));
+    auto found = table->find(FoldName(word));
     return found == table->end() ? Keyword::NONE : found->second;
 }
 
@@ -157,7 +158,7 @@ private:
         while (IsNamePart(Peek())) at_++;
         std::string_view word = text_.substr(start, at_ - start);
         bool afterDot = !result_.tokens.empty() && result_.tokens.back().kind == TokenKind::DOT;
-        if (!afterDot && EqualNames(word, "Rem")) {
+        if (!afterDot && SameName(word, "Rem")) {
             at_ = start;
             Comment();
             return;
@@ -220,7 +221,7 @@ private:
     // &hFF and &b11 are numbers (32 bits, so &hFFFFFFFF is -1), &u263A is the string of one character.
     void Prefixed() {
         size_t start = at_;
-        char prefix = LowerCase(text_.substr(at_ + 1, 1)).c_str()[0];
+        char prefix = FoldName(text_.substr(at_ + 1, 1)).c_str()[0];
         int base = prefix == 'h' || prefix == 'u' ? 16 : prefix == 'o' ? 8 : prefix == 'b' ? 2 : 0;
         if (base == 0) {
             at_++;
@@ -324,20 +325,6 @@ std::vector<std::string_view> KeywordNames() {
     std::vector<std::string_view> names;
     for (auto [keyword, name] : KEYWORDS) names.push_back(name);
     return names;
-}
-
-std::string LowerCase(std::string_view text) {
-    std::string lower(text);
-    for (char& c : lower) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
-    return lower;
-}
-
-bool EqualNames(std::string_view left, std::string_view right) {
-    auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                      [lower](char a, char b) { return lower(a) == lower(b); });
 }
 
 } // namespace host

@@ -1,3 +1,4 @@
+// Splits sources into tokens.
 #pragma once
 
 #include "host/syntax/diagnostic.h"

@@ -1,3 +1,4 @@
+// Parses whole sources.
 #pragma once
 
 #include "host/syntax/ast.h"

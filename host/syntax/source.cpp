@@ -1,3 +1,4 @@
+// Lines and columns of sources.
 #include "host/syntax/source.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Program texts and places in them.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,7 @@
+// Tokens and keywords.
 #pragma once
 
+#include "host/syntax/names.h"
 #include "host/syntax/source.h"
 
 #include <cstdint>
@@ -109,9 +111,5 @@ std::string StringValue(const Token& token);
 // The keyword as the documentation writes it, e.g. "ElseIf".
 std::string_view KeywordName(Keyword keyword);
 std::vector<std::string_view> KeywordNames();
-
-// ASCII letters only: names of the language are ASCII, other bytes are kept.
-std::string LowerCase(std::string_view text);
-bool EqualNames(std::string_view left, std::string_view right);
 
 } // namespace host

@@ -1,4 +1,5 @@
-#include "host/runtime/names.h"
+// Compares names without regard to case.
+#include "host/syntax/names.h"
 
 #include <algorithm>
 

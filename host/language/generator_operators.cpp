@@ -1,0 +1,215 @@
+// The part of the generator that computes binary operators and branches on conditions.
+#include "host/language/generator.h"
+
+#include <algorithm>
+
+namespace host::language {
+
+using ast::Operation;
+
+namespace {
+
+// The comparison that holds exactly when the other does not; for Integers only.
+Operation Negated(Operation operation) {
+    switch (operation) {
+    case Operation::EQUAL: return Operation::NOT_EQUAL;
+    case Operation::NOT_EQUAL: return Operation::EQUAL;
+    case Operation::LESS: return Operation::GREATER_EQUAL;
+    case Operation::LESS_EQUAL: return Operation::GREATER;
+    case Operation::GREATER: return Operation::LESS_EQUAL;
+    default: return Operation::LESS;
+    }
+}
+
+bool IsComparison(Operation operation) {
+    return operation >= Operation::EQUAL && operation <= Operation::GREATER_EQUAL;
+}
+
+// Comparisons as equal, unequal, less and less-or-equal; the others exchange their sides.
+struct Comparison {
+    int index;
+    bool isExchanged;
+};
+
+Comparison ComparisonOf(Operation operation) {
+    switch (operation) {
+    case Operation::EQUAL: return {0, false};
+    case Operation::NOT_EQUAL: return {1, false};
+    case Operation::LESS: return {2, false};
+    case Operation::LESS_EQUAL: return {3, false};
+    case Operation::GREATER: return {2, true};
+    default: return {3, true};
+    }
+}
+
+bool IsIntegerComparison(const Node& node) {
+    return node.kind == NodeKind::BINARY && IsComparison(node.operation) && node.left->type.Is(TypeKind::INTEGER);
+}
+
+bool IsSmallConstant(const Node& node) {
+    if (!node.IsConstant() || !node.type.Is(TypeKind::INTEGER)) return false;
+    int32_t value = std::get<int32_t>(node.constant);
+    return value >= INT16_MIN && value <= INT16_MAX;
+}
+
+struct Arithmetic {
+    Operation operation;
+    Opcode opcode;
+};
+
+constexpr Arithmetic INTEGERS[] = {
+    {Operation::ADD, Opcode::ADD_INTEGER},
+    {Operation::SUBTRACT, Opcode::SUBTRACT_INTEGER},
+    {Operation::MULTIPLY, Opcode::MULTIPLY_INTEGER},
+    {Operation::INTEGER_DIVIDE, Opcode::DIVIDE_INTEGER},
+    {Operation::MODULO, Opcode::MODULO_INTEGER},
+    {Operation::AND, Opcode::AND_INTEGER},
+    {Operation::OR, Opcode::OR_INTEGER},
+    {Operation::XOR, Opcode::XOR_INTEGER},
+};
+constexpr Arithmetic DOUBLES[] = {
+    {Operation::ADD, Opcode::ADD_DOUBLE},           {Operation::SUBTRACT, Opcode::SUBTRACT_DOUBLE},
+    {Operation::MULTIPLY, Opcode::MULTIPLY_DOUBLE}, {Operation::DIVIDE, Opcode::DIVIDE_DOUBLE},
+    {Operation::MODULO, Opcode::MODULO_DOUBLE},     {Operation::POWER, Opcode::POWER_DOUBLE},
+};
+constexpr Arithmetic VARIANTS[] = {
+    {Operation::ADD, Opcode::VARIANT_ADD},
+    {Operation::SUBTRACT, Opcode::VARIANT_SUBTRACT},
+    {Operation::MULTIPLY, Opcode::VARIANT_MULTIPLY},
+    {Operation::DIVIDE, Opcode::VARIANT_DIVIDE},
+    {Operation::INTEGER_DIVIDE, Opcode::VARIANT_INTEGER_DIVIDE},
+    {Operation::MODULO, Opcode::VARIANT_MODULO},
+    {Operation::POWER, Opcode::VARIANT_POWER},
+};
+
+// The checker lets only those pass that the type has.
+Opcode ArithmeticOpcode(Operation operation, const ValueType& type) {
+    auto find = [operation](const auto& rows) {
+        return std::find_if(std::begin(rows), std::end(rows),
+                            [operation](const Arithmetic& row) { return row.operation == operation; })
+            ->opcode;
+    };
+    if (type.Is(TypeKind::INTEGER)) return find(INTEGERS);
+    return type.Is(TypeKind::VARIANT) ? find(VARIANTS) : find(DOUBLES);
+}
+
+// equal, unequal, less, less or equal
+constexpr Opcode COMPARISONS[][4] = {
+    {Opcode::EQUAL_INTEGER, Opcode::UNEQUAL_INTEGER, Opcode::LESS_INTEGER, Opcode::LESS_EQUAL_INTEGER},
+    {Opcode::EQUAL_DOUBLE, Opcode::UNEQUAL_DOUBLE, Opcode::LESS_DOUBLE, Opcode::LESS_EQUAL_DOUBLE},
+    {Opcode::EQUAL_STRING, Opcode::UNEQUAL_STRING, Opcode::LESS_STRING, Opcode::LESS_EQUAL_STRING},
+    // An unequal Variant is one that is not equal.
+    {Opcode::VARIANT_EQUAL, Opcode::VARIANT_EQUAL, Opcode::VARIANT_LESS, Opcode::VARIANT_LESS_EQUAL},
+};
+
+// Booleans and references are compared for equality only.
+Opcode ComparisonOpcode(const Node& node, int index) {
+    const ValueType& type = node.left->type;
+    bool isNilTest = type.Is(TypeKind::NIL) || node.right->type.Is(TypeKind::NIL);
+    bool isIdentity = type.IsReference() && (!type.Is(TypeKind::VARIANT) || isNilTest);
+    if (isIdentity) return index == 0 ? Opcode::EQUAL_OBJECT : Opcode::UNEQUAL_OBJECT;
+    if (type.Is(TypeKind::BOOLEAN)) return index == 0 ? Opcode::EQUAL_BOOLEAN : Opcode::UNEQUAL_BOOLEAN;
+    size_t row = type.Is(TypeKind::INTEGER) ? 0 : type.Is(TypeKind::DOUBLE) ? 1 : type.Is(TypeKind::STRING) ? 2 : 3;
+    return COMPARISONS[row][index];
+}
+
+} // namespace
+
+Value Generator::ProduceConcatenation(const Node& node, uint16_t reg) {
+    uint16_t place = 0;
+    bool isSimple = InPlace(*node.left, place) || node.left->IsConstant();
+    if (isSimple) {
+        Value left = Generate(*node.left);
+        Value right = Generate(*node.right);
+        SetPlace(node.span);
+        Emit(Opcode::ADD_STRING, reg, left.reg, right.reg);
+        Value value = Owned(reg, node.type);
+        Release(right, node.type);
+        return value;
+    }
+    // What was just made is held by nobody else and grows in place.
+    Value value = GenerateInto(*node.left, reg);
+    Value right = Generate(*node.right);
+    SetPlace(node.span);
+    Emit(Opcode::APPEND_STRING, reg, right.reg);
+    Release(right, node.type);
+    return value;
+}
+
+Value Generator::ProduceBinary(const Node& node, uint16_t reg) {
+    const ValueType& type = node.left->type;
+    if (type.Is(TypeKind::STRING) && node.operation == Operation::ADD) return ProduceConcatenation(node, reg);
+    if (AddConstant(node, reg)) return {reg, -1};
+
+    Value left = Generate(*node.left);
+    Value right = Generate(*node.right);
+    SetPlace(node.span);
+    Value value{reg, -1};
+    if (IsComparison(node.operation)) {
+        Comparison comparison = ComparisonOf(node.operation);
+        Opcode opcode = ComparisonOpcode(node, comparison.index);
+        if (comparison.isExchanged)
+            Emit(opcode, reg, right.reg, left.reg);
+        else
+            Emit(opcode, reg, left.reg, right.reg);
+        bool isNegated = opcode == Opcode::VARIANT_EQUAL && node.operation == Operation::NOT_EQUAL;
+        if (isNegated) Emit(Opcode::NOT_BOOLEAN, reg, reg);
+    } else {
+        Emit(ArithmeticOpcode(node.operation, type), reg, left.reg, right.reg);
+        value = Owned(reg, node.type);
+    }
+    Release(right, node.right->type);
+    Release(left, node.left->type);
+    return value;
+}
+
+// Adds or subtracts a small Integer without loading it first; false when the node is something else.
+bool Generator::AddConstant(const Node& node, uint16_t reg) {
+    bool isSum = node.operation == Operation::ADD || node.operation == Operation::SUBTRACT;
+    if (!isSum || !node.left->type.Is(TypeKind::INTEGER) || !IsSmallConstant(*node.right)) return false;
+    int32_t constant = std::get<int32_t>(node.right->constant);
+    if (node.operation == Operation::SUBTRACT) constant = -constant;
+    if (constant > INT16_MAX) return false;
+    Value left = Generate(*node.left);
+    Emit(Opcode::ADD_CONSTANT, reg, left.reg, static_cast<uint16_t>(constant));
+    return true;
+}
+
+void Generator::Branch(const Node& condition, Label& label, bool when) {
+    uint16_t top = next_;
+    if (condition.IsConstant()) {
+        if (std::get<bool>(condition.constant) == when) Jump(Opcode::JUMP, 0, label);
+    } else if (condition.kind == NodeKind::NOT) {
+        Branch(*condition.left, label, !when);
+    } else if (condition.kind == NodeKind::AND || condition.kind == NodeKind::OR) {
+        // The left side alone decides when it is False of an And, True of an Or.
+        bool deciding = condition.kind == NodeKind::OR;
+        Label behind;
+        Branch(*condition.left, when == deciding ? label : behind, deciding);
+        Branch(*condition.right, label, when);
+        Bind(behind);
+    } else if (IsIntegerComparison(condition)) {
+        BranchOnComparison(condition, label, when);
+    } else {
+        Value value = Generate(condition);
+        Jump(when ? Opcode::JUMP_IF : Opcode::JUMP_UNLESS, value.reg, label);
+    }
+    next_ = top;
+}
+
+// A test that holds skips the jump behind it.
+void Generator::BranchOnComparison(const Node& condition, Label& label, bool when) {
+    static constexpr Opcode TESTS[] = {Opcode::TEST_EQUAL, Opcode::TEST_UNEQUAL, Opcode::TEST_LESS,
+                                       Opcode::TEST_LESS_EQUAL};
+    Value left = Generate(*condition.left);
+    Value right = Generate(*condition.right);
+    Comparison comparison = ComparisonOf(when ? Negated(condition.operation) : condition.operation);
+    Opcode test = TESTS[comparison.index];
+    if (comparison.isExchanged)
+        Emit(test, right.reg, left.reg);
+    else
+        Emit(test, left.reg, right.reg);
+    Jump(Opcode::JUMP, 0, label);
+}
+
+} // namespace host::language

@@ -1,0 +1,17 @@
+// The endings of messages that help.
+#pragma once
+
+#include "host/language/suggestion.h"
+#include "host/language/symbols.h"
+
+#include <string>
+
+namespace host::language {
+
+// How to get from one type to another that it is not converted to by itself, or nothing.
+std::string ConversionHint(const ValueType& from, const ValueType& to);
+
+// "1 argument", "2 arguments"
+std::string Plural(size_t count, const std::string& noun);
+
+} // namespace host::language

@@ -1,0 +1,205 @@
+// Checks what stands behind a dot: members of objects, classes, modules and arrays.
+#include "host/language/expression_checker.h"
+#include "host/language/hints.h"
+
+#include <algorithm>
+
+namespace host::language {
+
+using ast::Expression;
+using ast::ExpressionKind;
+
+ModuleSymbol* ExpressionChecker::QualifyingModule(const Expression& expression) {
+    if (expression.kind != ExpressionKind::NAME || IsInstanceName(expression)) return nullptr;
+    return environment_.FindModule(expression.name);
+}
+
+ClassSymbol* ExpressionChecker::QualifyingClass(const Expression& expression) {
+    if (expression.kind != ExpressionKind::NAME || IsInstanceName(expression)) return nullptr;
+    return environment_.FindClass(expression.name);
+}
+
+NodePtr ExpressionChecker::UnknownMember(const ValueType& type, const Expression& member) {
+    if (IsReserved(member.name)) {
+        Error(member.nameSpan, "\"" + member.name + "\" can only be called as \"Super." + member.name + "\"");
+        return InvalidNode(member.span);
+    }
+    Error(member.nameSpan, type.Text() + " has no member \"" + member.name + "\""
+                               + Suggestion(member.name, environment_.MemberNames(type.cls)));
+    return InvalidNode(member.span);
+}
+
+NodePtr ExpressionChecker::CheckModuleMember(ModuleSymbol& module, const Expression& member, const Expression* call,
+                                             Use use) {
+    std::string key = FoldName(member.name);
+    const Span& span = call != nullptr ? call->span : member.span;
+    NodePtr value;
+    if (auto variable = module.variables.find(key); variable != module.variables.end()) {
+        value = UseVariable(variable->second.get(), member.span);
+    } else if (auto property = module.properties.find(key); property != module.properties.end()) {
+        value = PropertyNode(nullptr, property->second.get(), member.span);
+    } else if (auto constant = module.constants.find(key); constant != module.constants.end()) {
+        value = SymbolValue(*constant->second, member.span);
+    }
+    if (value != nullptr) return call == nullptr ? std::move(value) : Index(std::move(value), *call);
+    auto found = module.functions.find(key);
+    if (found == module.functions.end()) {
+        Error(member.nameSpan, module.name + " has no member \"" + member.name + "\""
+                                   + Suggestion(member.name, environment_.MemberNames(module)));
+        if (call != nullptr) CheckArguments(*call);
+        return InvalidNode(span);
+    }
+    std::vector<FunctionSymbol*> functions;
+    for (const auto& function : found->second) functions.push_back(function.get());
+    auto arguments = call != nullptr ? CheckArguments(*call) : std::vector<NodePtr>();
+    return Call(nullptr, functions, std::move(arguments), span, member.nameSpan, use);
+}
+
+NodePtr ExpressionChecker::CheckClassMember(ClassSymbol& cls, const Expression& member) {
+    if (ConstantSymbol* constant = environment_.FindConstant(&cls, member.name)) {
+        return SymbolValue(*constant, member.span);
+    }
+    ValueType type{TypeKind::OBJECT, TypeKind::INVALID, &cls};
+    bool isMember =
+        environment_.FindProperty(&cls, member.name) != nullptr || !environment_.FindMethods(&cls, member.name).empty();
+    if (!isMember) return UnknownMember(type, member);
+    Error(member.nameSpan, "\"" + member.name + "\" needs an object of class " + cls.name);
+    return InvalidNode(member.span);
+}
+
+NodePtr ExpressionChecker::CheckSuperCall(const Expression& member, const Expression& call, Use use) {
+    auto arguments = &call == &member ? std::vector<NodePtr>() : CheckArguments(call);
+    if (context_.cls == nullptr || context_.cls->super == nullptr) {
+        Error(member.left->span, context_.cls == nullptr ? "\"Super\" has a meaning only in a method"
+                                                         : "class " + context_.cls->name + " has no superclass");
+        return InvalidNode(call.span);
+    }
+    ClassSymbol* super = context_.cls->super;
+    bool isConstructor = SameName(member.name, "Constructor");
+    auto methods = isConstructor ? environment_.FindConstructors(super) : environment_.FindMethods(super, member.name);
+    if (isConstructor && methods.empty()) {
+        if (!arguments.empty()) Error(call.span, "the constructor of " + super->name + " takes no arguments");
+        auto nothing = MakeNode(NodeKind::CONSTANT, NO_TYPE, call.span);
+        return nothing;
+    }
+    if (methods.empty()) {
+        if (PropertySymbol* property = environment_.FindProperty(super, member.name);
+            (property != nullptr) && &call == &member) {
+            return PropertyNode(SelfNode(member.span), property, member.span);
+        }
+        return UnknownMember({TypeKind::OBJECT, TypeKind::INVALID, super}, member);
+    }
+    NodePtr node = Call(SelfNode(call.span), methods, std::move(arguments), call.span, member.nameSpan, use);
+    node->isSuper = true;
+    return node;
+}
+
+NodePtr ExpressionChecker::CheckMemberCall(const Expression& member, const Expression* call, Use use) {
+    const Expression& whole = call != nullptr ? *call : member;
+    if (member.left->kind == ExpressionKind::SUPER) return CheckSuperCall(member, whole, use);
+    if (ModuleSymbol* module = QualifyingModule(*member.left)) return CheckModuleMember(*module, member, call, use);
+    if (ClassSymbol* cls = QualifyingClass(*member.left)) {
+        if (environment_.FindFunctions(member.left->name).empty()) {
+            NodePtr value = CheckClassMember(*cls, member);
+            if (call == nullptr || value->IsInvalid()) return value;
+            return Index(std::move(value), *call);
+        }
+    }
+
+    NodePtr object = Check(*member.left);
+    const ValueType type = object->type;
+    if (object->IsInvalid()) {
+        if (call != nullptr) CheckArguments(*call);
+        return InvalidNode(whole.span);
+    }
+    if (type.Is(TypeKind::ARRAY)) return CheckArrayMember(std::move(object), member, call);
+    if (!type.Is(TypeKind::OBJECT)) {
+        std::string hint = type.Is(TypeKind::VARIANT) ? " (cast it to its class first)" : "";
+        Error(member.nameSpan, type.Text() + " has no members" + hint);
+        if (call != nullptr) CheckArguments(*call);
+        return InvalidNode(whole.span);
+    }
+    auto methods =
+        IsReserved(member.name) ? std::vector<FunctionSymbol*>() : environment_.FindMethods(type.cls, member.name);
+    PropertySymbol* property = environment_.FindProperty(type.cls, member.name);
+    if (property != nullptr && (call == nullptr || methods.empty())) {
+        if (!property->isReadable) {
+            Error(member.nameSpan, type.Text() + "." + property->name + " can only be set");
+            return InvalidNode(whole.span);
+        }
+        NodePtr value = PropertyNode(std::move(object), property, member.span);
+        return call == nullptr ? std::move(value) : Index(std::move(value), *call);
+    }
+    auto arguments = call != nullptr ? CheckArguments(*call) : std::vector<NodePtr>();
+    if (!methods.empty()) {
+        return Call(std::move(object), methods, std::move(arguments), whole.span, member.nameSpan, use);
+    }
+    if (ConstantSymbol* constant = environment_.FindConstant(type.cls, member.name);
+        (constant != nullptr) && call == nullptr) {
+        return SymbolValue(*constant, member.span);
+    }
+    return UnknownMember(type, member);
+}
+
+NodePtr ExpressionChecker::CallMember(NodePtr object, const std::string& name, std::vector<NodePtr> arguments,
+                                      const Span& span) {
+    ClassSymbol* cls = object->type.cls;
+    if (PropertySymbol* property = environment_.FindProperty(cls, name); (property != nullptr) && arguments.empty()) {
+        return PropertyNode(std::move(object), property, span);
+    }
+    auto methods = environment_.FindMethods(cls, name);
+    bool fits = std::any_of(methods.begin(), methods.end(), [&arguments](const FunctionSymbol* method) {
+        return method->parameters.size() == arguments.size() && method->HasResult();
+    });
+    if (!fits) return nullptr;
+    return Call(std::move(object), methods, std::move(arguments), span, span, Use::VALUE);
+}
+
+NodePtr ExpressionChecker::CheckArrayMember(NodePtr array, const Expression& member, const Expression* call) {
+    struct Row {
+        const char* name;
+        ArrayOperation operation;
+        const char* parameters; // i an index, e an element
+    };
+    static constexpr Row ROWS[] = {
+        {"Append", ArrayOperation::APPEND, "e"},    {"Insert", ArrayOperation::INSERT, "ie"},
+        {"Remove", ArrayOperation::REMOVE, "i"},    {"Ubound", ArrayOperation::UBOUND, ""},
+        {"Sort", ArrayOperation::SORT, ""},         {"Pop", ArrayOperation::POP, ""},
+        {"IndexOf", ArrayOperation::INDEX_OF, "e"},
+    };
+    const Span& span = call != nullptr ? call->span : member.span;
+    const ValueType element = array->type.Element();
+    auto arguments = call != nullptr ? CheckArguments(*call) : std::vector<NodePtr>();
+    auto row = std::find_if(std::begin(ROWS), std::end(ROWS),
+                            [&member](const Row& candidate) { return SameName(candidate.name, member.name); });
+    if (row == std::end(ROWS)) {
+        std::vector<std::string> names;
+        for (const Row& known : ROWS) names.emplace_back(known.name);
+        Error(member.nameSpan, "an array has no member \"" + member.name + "\"" + Suggestion(member.name, names));
+        return InvalidNode(span);
+    }
+    std::string_view parameters = row->parameters;
+    if (arguments.size() != parameters.size()) {
+        Error(span, std::string(row->name) + " takes " + Plural(parameters.size(), "argument") + ", not "
+                        + std::to_string(arguments.size()));
+        return InvalidNode(span);
+    }
+    bool isSortable = element.IsNumber() || element.Is(TypeKind::STRING);
+    if (row->operation == ArrayOperation::SORT && !isSortable) {
+        Error(member.nameSpan, "only arrays of Integer, Double and String can be sorted");
+        return InvalidNode(span);
+    }
+    ValueType result = NO_TYPE;
+    if (row->operation == ArrayOperation::UBOUND || row->operation == ArrayOperation::INDEX_OF) result = INTEGER_TYPE;
+    if (row->operation == ArrayOperation::POP) result = element;
+    auto node = MakeNode(NodeKind::ARRAY_CALL, result, span);
+    node->arrayOperation = row->operation;
+    node->left = std::move(array);
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        node->arguments.push_back(Convert(std::move(arguments[i]), parameters[i] == 'i' ? INTEGER_TYPE : element));
+        if (node->arguments[i]->IsInvalid()) return InvalidNode(span);
+    }
+    return node;
+}
+
+} // namespace host::language

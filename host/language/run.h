@@ -1,0 +1,46 @@
+// How a program is run and what comes of it.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace host {
+
+struct RunOptions {
+    // Takes what Print prints, line feeds included. Standard output when empty.
+    std::function<void(std::string_view)> print;
+    std::chrono::milliseconds timeLimit{0}; // 0: none
+    size_t memoryLimit = 0;                 // bytes of memory the process may hold; 0: none
+    uint32_t callDepthLimit = 100000;       // deeper calls raise StackOverflowException
+};
+
+enum class RunOutcome { FINISHED, UNCAUGHT_EXCEPTION, INTERRUPTED, TIME_LIMIT, MEMORY_LIMIT };
+
+struct StackEntry {
+    std::string function; // "Counter.Add", or "" for the program's statements outside of functions
+    std::string file;
+    uint32_t line = 0;
+};
+
+struct UncaughtException {
+    std::string className;
+    std::string message;
+    int32_t errorNumber = 0;
+    std::vector<StackEntry> stack; // where it was raised first, outermost last
+};
+
+struct RunResult {
+    RunOutcome outcome = RunOutcome::FINISHED;
+    std::optional<UncaughtException> exception; // of UNCAUGHT_EXCEPTION
+    std::vector<StackEntry> stack;              // where the program was stopped by an interrupt or limit
+};
+
+// "XmlDomException 8: message" and a line "  at Counter.Add (file.kova:12)" for each call, each ended by a line feed.
+std::string FormatException(const UncaughtException& exception);
+
+} // namespace host
