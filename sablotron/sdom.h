@@ -1,16 +1,16 @@
 // The document object model of the library: nodes, editing, serialising, queries.
 //
-// Every function takes the situation first, answers an SDOM_Exception and records it in the situation, a success too
-// (SDOM_getExceptionCode). A null node gives SDOM_NOT_FOUND_ERR, so does a node of a destroyed document; a node of a
-// type that the call does not take gives SDOM_INVALID_NODE_TYPE. After a failure outputs are null or 0 and nothing has
-// changed.
+// Every function takes the situation first (a null one records nothing), answers an SDOM_Exception and records it in
+// the situation, a success too. Three codes can come from any of them and are not repeated below: 8 for a null node or
+// one whose document is destroyed, 16 for a node of a type that the call does not take, 19 when memory runs out. After
+// a failure results are null or 0 and nothing has changed. The places for results must not be null.
 //
-// A node belongs to its document until that is destroyed, also while it stands in no tree; handles are not released.
-// Strings given to the library are copied. Strings that the getters hand out are new and released by the caller with
-// scalar operator delete, those of SDOM_docToString and SDOM_nodeToString with SablotFree.
+// A node belongs to its document until that is destroyed, also while it stands in no tree; handles are not released. A
+// node must belong to a document of the situation, which SablotParseSource or SablotCreateDocument made.
+// Strings given to the library are copied; a null one counts as "". Strings that are handed out are new and released by
+// the caller with scalar operator delete, those of SDOM_docToString and SDOM_nodeToString with SablotFree.
 //
-// Names and data that XML cannot carry (invalid UTF-8, control characters, "--" in a comment, ...) are refused with
-// SDOM_INVALID_CHARACTER_ERR. A null string argument counts as "".
+// Names and data that XML cannot carry (invalid UTF-8, control characters, "--" in a comment, ...) are refused with 5.
 #pragma once
 
 #include "sablotron/sablot.h"
@@ -69,58 +69,69 @@ typedef enum SDOM_NodeType {
 
 // The code of the situation's last SDOM_ call; it does not change the record. A null situation gives SDOM_NOT_OK.
 SDOM_Exception SDOM_getExceptionCode(SablotSituation situation);
-// The text for that code, a new string for operator delete.
+// The text for that code, a new string for operator delete; null when memory runs out.
 char* SDOM_getExceptionMessage(SablotSituation situation);
 
 // ---- Creating -------------------------------------------------------------------------------------------------------
-// The new node has no parent and belongs to the document.
+// The new node has no parent and belongs to the document. Codes: 5 for a name or data that XML cannot carry, 14 for a
+// prefix and a URI that may not go together.
 
 // "p:x" takes the binding of p on the document element; where there is none the element is called p:x in no namespace.
-// An unprefixed name takes the default namespace of the document element.
+// An unprefixed name takes the default namespace of the document element. 14 for the prefix xmlns.
 SDOM_Exception SDOM_createElement(SablotSituation situation, SDOM_Document document, SDOM_Node* element,
                                   const char* tagName);
-// Code 14 for a prefix without URI and for the prefixes xml and xmlns with a URI that is not theirs (or the other way).
+// 14 for a prefix without URI and for the prefixes xml and xmlns with a URI that is not theirs (or the other way).
 SDOM_Exception SDOM_createElementNS(SablotSituation situation, SDOM_Document document, SDOM_Node* element,
                                     const char* uri, const char* qName);
-// "xmlns" and "xmlns:p" make a namespace declaration with the value "". Prefixes as in SDOM_createElement.
+// "xmlns" and "xmlns:p" make a namespace declaration with the value "" (14 for p = xml, xmlns). Prefixes as in
+// SDOM_createElement.
 SDOM_Exception SDOM_createAttribute(SablotSituation situation, SDOM_Document document, SDOM_Node* attribute,
                                     const char* qName);
+// As SDOM_createElementNS; with the URI of xmlns a namespace declaration.
 SDOM_Exception SDOM_createAttributeNS(SablotSituation situation, SDOM_Document document, SDOM_Node* attribute,
                                       const char* uri, const char* qName);
 SDOM_Exception SDOM_createTextNode(SablotSituation situation, SDOM_Document document, SDOM_Node* text,
                                    const char* data);
+// "]]>" is allowed: the section is split where it is written.
 SDOM_Exception SDOM_createCDATASection(SablotSituation situation, SDOM_Document document, SDOM_Node* section,
                                        const char* data);
+// 5 also for "--" and for "-" at the end.
 SDOM_Exception SDOM_createComment(SablotSituation situation, SDOM_Document document, SDOM_Node* comment,
                                   const char* data);
+// 5 also for the target xml, a colon in it, and "?>" in the data.
 SDOM_Exception SDOM_createProcessingInstruction(SablotSituation situation, SDOM_Document document,
                                                 SDOM_Node* instruction, const char* target, const char* data);
 
 // ---- Properties -----------------------------------------------------------------------------------------------------
+// Strings are for operator delete.
 
 SDOM_Exception SDOM_getNodeType(SablotSituation situation, SDOM_Node node, SDOM_NodeType* type);
-// Strings for operator delete. Name: "#document", "#text", ... ; value: null for elements and documents; URI, prefix
-// and local name: null for nodes that are neither element, attribute nor namespace declaration, "" when there is none.
+// The qualified name of an element or attribute, "xmlns" or "xmlns:p", the target, "#document", "#text",
+// "#cdata-section", "#comment".
 SDOM_Exception SDOM_getNodeName(SablotSituation situation, SDOM_Node node, char** name);
+// These three: "" when there is none; null and 0 for nodes that are neither element, attribute nor declaration.
 SDOM_Exception SDOM_getNodeNSUri(SablotSituation situation, SDOM_Node node, char** uri);
 SDOM_Exception SDOM_getNodePrefix(SablotSituation situation, SDOM_Node node, char** prefix);
 SDOM_Exception SDOM_getNodeLocalName(SablotSituation situation, SDOM_Node node, char** localName);
+// The value of an attribute, the URI of a declaration, text, data; null and 0 for elements and documents.
 SDOM_Exception SDOM_getNodeValue(SablotSituation situation, SDOM_Node node, char** value);
-// Renames an element, an attribute, a processing instruction or an unused namespace declaration. The prefix must be
-// bound where the node stands (14); other types give 7.
+// Renames an element, an attribute, a processing instruction or an unused namespace declaration. Codes: 5 not a name, 7
+// for nodes of other types, 14 for a prefix that is not bound where the node stands, a name that another attribute of
+// the element has, a declaration in use, and an attribute that would become a declaration or the other way.
 SDOM_Exception SDOM_setNodeName(SablotSituation situation, SDOM_Node node, const char* name);
-// Elements and documents give 7, a namespace declaration in use 14.
+// Codes: 5 as in creating, 7 for elements and documents, 14 for a namespace declaration in use and for a URI that its
+// prefix may not have.
 SDOM_Exception SDOM_setNodeValue(SablotSituation situation, SDOM_Node node, const char* value);
 
 // ---- Moving about ---------------------------------------------------------------------------------------------------
-// Null and code 0 where there is no such node. Attributes and namespace declarations have neither parent nor siblings.
+// Null and 0 where there is no such node. Attributes and namespace declarations have neither parent nor siblings.
 
 SDOM_Exception SDOM_getParentNode(SablotSituation situation, SDOM_Node node, SDOM_Node* parent);
 SDOM_Exception SDOM_getFirstChild(SablotSituation situation, SDOM_Node node, SDOM_Node* child);
 SDOM_Exception SDOM_getLastChild(SablotSituation situation, SDOM_Node node, SDOM_Node* child);
 SDOM_Exception SDOM_getPreviousSibling(SablotSituation situation, SDOM_Node node, SDOM_Node* sibling);
 SDOM_Exception SDOM_getNextSibling(SablotSituation situation, SDOM_Node node, SDOM_Node* sibling);
-// An index outside the list gives null and code 0.
+// The child at an index from 0; null and 0 outside the list.
 SDOM_Exception SDOM_getChildNodeIndex(SablotSituation situation, SDOM_Node node, int index, SDOM_Node* child);
 SDOM_Exception SDOM_getChildNodeCount(SablotSituation situation, SDOM_Node node, int* count);
 // Null for a document itself.
@@ -131,75 +142,89 @@ SDOM_Exception SDOM_getDocumentElement(SablotSituation situation, SDOM_Document 
 SDOM_Exception SDOM_compareNodes(SablotSituation situation, SDOM_Node node, SDOM_Node other, int* result);
 
 // ---- Editing --------------------------------------------------------------------------------------------------------
-// Names keep the URI they have, wherever a node is moved. A child that has a parent is taken from it first. Refusals: 3
-// a place where the child may not stand, 4 a node of another document, 8 a reference that is no child of the node.
+// Names keep the URI they have, wherever a node is moved. A child that has a parent is taken from it first. Codes: 3
+// for a place where the child may not stand (in a node that has no children, in itself, a second document element;
+// documents, attributes and declarations stand nowhere), 4 for a node of another document, 8 for a reference that is no
+// child of the node.
 
-// A null reference appends.
+// Puts the child before the reference; a null reference appends.
 SDOM_Exception SDOM_insertBefore(SablotSituation situation, SDOM_Node node, SDOM_Node newChild, SDOM_Node refChild);
 SDOM_Exception SDOM_appendChild(SablotSituation situation, SDOM_Node node, SDOM_Node newChild);
+// The old child stays a node of the document, without parent.
 SDOM_Exception SDOM_removeChild(SablotSituation situation, SDOM_Node node, SDOM_Node oldChild);
+// Puts the new child where the old one stands, which is removed.
 SDOM_Exception SDOM_replaceChild(SablotSituation situation, SDOM_Node node, SDOM_Node newChild, SDOM_Node oldChild);
-// A copy without parent in the same document, with its attributes, and with its children when `deep` is not 0.
+// A copy without parent in the same document, with its attributes, and with its children when `deep` is not 0. 14 for
+// the implicit declaration of xml.
 SDOM_Exception SDOM_cloneNode(SablotSituation situation, SDOM_Node node, int deep, SDOM_Node* clone);
 // The same of a node of any document, made in `document`.
 SDOM_Exception SDOM_cloneForeignNode(SablotSituation situation, SDOM_Document document, SDOM_Node node, int deep,
                                      SDOM_Node* clone);
 
 // ---- Attributes -----------------------------------------------------------------------------------------------------
-// Nodes that are no elements give 16. Names with the prefix xmlns are namespace declarations of the element itself.
+// Nodes that are no elements give 16. Names with the prefix xmlns are namespace declarations of the element itself; in
+// the calls with a URI these have that of xmlns.
 
-// "" and code 0 where the attribute is absent. The string is for operator delete.
+// "" and 0 where the attribute is absent. The string is for operator delete.
 SDOM_Exception SDOM_getAttribute(SablotSituation situation, SDOM_Node element, const char* name, char** value);
 SDOM_Exception SDOM_getAttributeNS(SablotSituation situation, SDOM_Node element, const char* uri, const char* localName,
                                    char** value);
+// Sets or adds. A prefix means what it means at the element; one that nothing binds is a part of the name. Codes: 5 as
+// in creating, 14 for a declaration whose prefix the element uses for another URI or that may not have this one.
 SDOM_Exception SDOM_setAttribute(SablotSituation situation, SDOM_Node element, const char* name, const char* value);
-// Declares the prefix when needed; 14 when the element uses it for another URI already.
+// Declares the prefix when needed; 14 also when the element uses it for another URI already.
 SDOM_Exception SDOM_setAttributeNS(SablotSituation situation, SDOM_Node element, const char* uri, const char* qName,
                                    const char* value);
-// Null and code 0 where the attribute is absent.
+// Null and 0 where the attribute is absent.
 SDOM_Exception SDOM_getAttributeNode(SablotSituation situation, SDOM_Node element, const char* name,
                                      SDOM_Node* attribute);
 SDOM_Exception SDOM_getAttributeNodeNS(SablotSituation situation, SDOM_Node element, const char* uri,
                                        const char* localName, SDOM_Node* attribute);
 // The list begins with the namespace bindings in scope of the element - its own declarations, last declared first, then
-// those of its parent that it does not redeclare - and goes on with its attributes. Null and code 0 outside the list.
+// those of its parent that it does not redeclare - and goes on with its attributes. Null and 0 outside the list.
 SDOM_Exception SDOM_getAttributeNodeIndex(SablotSituation situation, SDOM_Node element, int index,
                                           SDOM_Node* attribute);
 SDOM_Exception SDOM_getAttributeNodeCount(SablotSituation situation, SDOM_Node element, int* count);
-// *replaced is the attribute of the same name (of the same URI and local name) that had to go, or null. An attribute
-// that another element owns gives 10.
+// Puts an attribute or a declaration that stands on no element on this one. *replaced is the one of the same name (of
+// the same URI and local name) that had to go, or null. Codes: 4 for one of another document, 10 for one that an
+// element owns, 14 for one whose prefix the element uses for another URI, or that would replace two.
 SDOM_Exception SDOM_setAttributeNode(SablotSituation situation, SDOM_Node element, SDOM_Node attribute,
                                      SDOM_Node* replaced);
 SDOM_Exception SDOM_setAttributeNodeNS(SablotSituation situation, SDOM_Node element, SDOM_Node attribute,
                                        SDOM_Node* replaced);
 // An absent attribute gives 0, a namespace declaration in use 7.
 SDOM_Exception SDOM_removeAttribute(SablotSituation situation, SDOM_Node element, const char* name);
-// 8 when the attribute is not this element's own.
+// *removed is the attribute, which stays a node of the document. 7 as above, 8 when it is not this element's own.
 SDOM_Exception SDOM_removeAttributeNode(SablotSituation situation, SDOM_Node element, SDOM_Node attribute,
                                         SDOM_Node* removed);
 // The element that owns the attribute or declaration, or null; 3 for a node that is neither.
 SDOM_Exception SDOM_getAttributeElement(SablotSituation situation, SDOM_Node attribute, SDOM_Node* element);
 
 // ---- Serialising ----------------------------------------------------------------------------------------------------
-// Texts for SablotFree.
+// Texts for SablotFree, in UTF-8.
 
 // The XML declaration and the children of the document, nothing between them.
 SDOM_Exception SDOM_docToString(SablotSituation situation, SDOM_Document document, char** text);
-// The markup of an element with every binding in scope declared on it; "" for any other node.
+// The markup of an element with every binding in scope declared on it; "" for any other node. The document is not used.
 SDOM_Exception SDOM_nodeToString(SablotSituation situation, SDOM_Document document, SDOM_Node node, char** text);
 
 // ---- Queries (XPath 1.0) --------------------------------------------------------------------------------------------
 // Codes: 17 the query does not parse or uses an unbound prefix, 18 it cannot be evaluated or is no node set. *list is
-// released with SDOM_disposeNodeList; no match is an empty list.
+// released with SDOM_disposeNodeList; no match is an empty list. A list holds the nodes as they were found, whatever is
+// edited after it.
 
 // Prefixes as bound on the document element; an unprefixed element name means its default namespace.
 SDOM_Exception SDOM_xql(SablotSituation situation, const char* query, SDOM_Node node, SDOM_NodeList* list);
-// Prefixes only from the map: a NULL-terminated array prefix, URI, prefix, URI ... An empty prefix is ignored.
+// Prefixes only from the map: a NULL-terminated array prefix, URI, prefix, URI ... An empty prefix is ignored; a null
+// map is empty.
 SDOM_Exception SDOM_xql_ns(SablotSituation situation, const char* query, SDOM_Node node, const char* const* namespaces,
                            SDOM_NodeList* list);
+// 8 for a null list.
 SDOM_Exception SDOM_getNodeListLength(SablotSituation situation, SDOM_NodeList list, int* length);
-// Code 1 for an index outside the list.
+// The node at an index from 0. Codes: 1 for an index outside the list, 8 for a null list and once the document is
+// destroyed.
 SDOM_Exception SDOM_getNodeListItem(SablotSituation situation, SDOM_NodeList list, int index, SDOM_Node* node);
+// Releases a list, also after its document. A null is ignored. Always 0.
 SDOM_Exception SDOM_disposeNodeList(SablotSituation situation, SDOM_NodeList list);
 
 #ifdef __cplusplus

@@ -136,6 +136,15 @@ bool IsAsciiSuperset(std::string_view encoding) {
            || std::any_of(std::begin(ASCII_SUPERSET_FAMILIES), std::end(ASCII_SUPERSET_FAMILIES), isOf);
 }
 
+// The name of UTF-32 in the byte order that the text begins with (XML 1.0, appendix F), or null: libxml2 takes its byte
+// order mark for that of UTF-16.
+const char* DetectUtf32(std::string_view text) {
+    using namespace std::string_view_literals;
+    if (text.starts_with("\xFF\xFE\0\0"sv) || text.starts_with("<\0\0\0"sv)) return "UTF-32LE";
+    if (text.starts_with("\0\0\xFE\xFF"sv) || text.starts_with("\0\0\0<"sv)) return "UTF-32BE";
+    return nullptr;
+}
+
 // Whether the text certainly declares no entities, which could make little text a lot: a search for the declaration in
 // the bytes can be trusted in a superset of ASCII.
 bool DeclaresNoEntities(std::string_view text, const char* encoding) {
@@ -190,7 +199,8 @@ TreePointer ParseTree(const SablotSource& source, ParseFailure& failure) {
     if (source.length == 0) return fail(XML_ERR_DOCUMENT_EMPTY, 1, "Document is empty");
     if (source.length > INT_MAX) return fail(XML_ERR_INTERNAL_ERROR, 1, "Document is too long");
     const std::string_view text(source.text, source.length);
-    const bool isHuge = DeclaresNoEntities(text, source.encoding);
+    const char* encoding = source.encoding != nullptr ? source.encoding : DetectUtf32(text);
+    const bool isHuge = DeclaresNoEntities(text, encoding);
 
     ErrorScope errors({.structured = OnError});
     LoaderScope loader(LoadNothing);
@@ -200,15 +210,15 @@ TreePointer ParseTree(const SablotSource& source, ParseFailure& failure) {
     context->_private = &parse;
     xmlCtxtUseOptions(context.get(), XML_PARSE_NOENT | XML_PARSE_DTDATTR | XML_PARSE_NONET | XML_PARSE_BIG_LINES
                                          | (isHuge ? XML_PARSE_HUGE : 0)
-                                         | (source.encoding != nullptr ? XML_PARSE_IGNORE_ENC : 0));
+                                         | (encoding != nullptr ? XML_PARSE_IGNORE_ENC : 0));
     context->sax->serror = OnError;
     context->sax->startElementNs = StartElement;
     context->sax->cdataBlock = AddSection;
     context->sax->getEntity = GetEntity;
     context->sax->reference = Reference;
     context->sax->externalSubset = nullptr; // XML_PARSE_DTDATTR, meant for the internal one, would read it
-    if ((source.encoding != nullptr) && !OverrideEncoding(context.get(), source.encoding))
-        return fail(XML_ERR_UNSUPPORTED_ENCODING, 1, "Unsupported encoding " + std::string(source.encoding));
+    if ((encoding != nullptr) && !OverrideEncoding(context.get(), encoding))
+        return fail(XML_ERR_UNSUPPORTED_ENCODING, 1, "Unsupported encoding " + std::string(encoding));
 
     xmlParseDocument(context.get());
     TreePointer tree(std::exchange(context->myDoc, nullptr));

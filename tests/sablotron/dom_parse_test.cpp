@@ -108,6 +108,69 @@ INSTANTIATE_TEST_SUITE_P(
                     FailureCase{"<!DOCTYPE a SYSTEM 'x.dtd'><a>\n&nbsp;</a>", 2, "'nbsp'"},
                     FailureCase{"<!DOCTYPE a SYSTEM 'x.dtd'><a x='&nbsp;'/>", 1, "nbsp"}));
 
+// ASCII text in units of so many bytes.
+std::string Wide(std::string_view text, size_t bytes, bool bigEndian) {
+    std::string wide;
+    for (const char c : text) {
+        std::string unit(bytes, '\0');
+        (bigEndian ? unit.back() : unit.front()) = c;
+        wide += unit;
+    }
+    return wide;
+}
+
+TEST(ParseSource, TakesLengthAndEncoding) {
+    using namespace std::string_literals;
+    const std::string prolog = "<?xml version='1.0' encoding='";
+    struct {
+        std::string text;
+        const char* encoding;
+        int code;
+        const char* markup;
+    } const CASES[] = {
+        {"<a/>", nullptr, 0, "<a/>"},
+        {"\xFF\xFE" + Wide("<a>x</a>", 2, false), nullptr, 0, "<a>x</a>"},
+        {"\xFE\xFF" + Wide("<a>x</a>", 2, true), nullptr, 0, "<a>x</a>"},
+        {Wide(prolog + "UTF-16LE'?><a>x</a>", 2, false), nullptr, 0, "<a>x</a>"},
+        {Wide(prolog + "UTF-16BE'?><a>x</a>", 2, true), nullptr, 0, "<a>x</a>"},
+        {"\xFF\xFE\0\0"s + Wide("<a>x</a>", 4, false), nullptr, 0, "<a>x</a>"},
+        {"\0\0\xFE\xFF"s + Wide("<a>x</a>", 4, true), nullptr, 0, "<a>x</a>"},
+        {Wide(prolog + "UTF-32'?><a>x</a>", 4, false), nullptr, 0, "<a>x</a>"},
+        {Wide(prolog + "UTF-32'?><a>x</a>", 4, true), nullptr, 0, "<a>x</a>"},
+        // The encoding that is given wins over the declared one, and over what the bytes look like.
+        {prolog + "UTF-8'?><a>\xE4</a>", "ISO-8859-1", 0, "<a>\xC3\xA4</a>"},
+        {prolog + "ISO-8859-1'?><a>\xC3\xA4</a>", "UTF-8", 0, "<a>\xC3\xA4</a>"},
+        {prolog + "UTF-16'?><a>\x80</a>", "windows-1252", 0, "<a>\xE2\x82\xAC</a>"},
+        {"\xEF\xBB\xBF<a/>", "UTF-8", 0, "<a/>"},
+        {Wide("<a>x</a>", 2, false), "UTF-16LE", 0, "<a>x</a>"},
+        {"\xFF\xFE" + Wide("<a>x</a>", 2, false), "UTF-16", 0, "<a>x</a>"},
+        {prolog + "ISO-8859-1'?><a>\xE4</a>", "UTF-8", 2, ""},
+        {"<a/>", "no-such", 2, ""},
+        // A zero is no end.
+        {"<a/>\0<b/>"s, nullptr, 2, ""},
+        {"<a/>\0"s, nullptr, 2, ""},
+        {"<a>\0</a>"s, nullptr, 2, ""},
+        {"<a>" + std::string(20'000, 'x') + "</a>\0"s + std::string(20'000, ' '), nullptr, 2, ""},
+    };
+    for (const auto& row : CASES) {
+        SCOPED_TRACE(testing::PrintToString(row.text.substr(0, 80)) + (row.encoding != nullptr ? row.encoding : ""));
+        const Dom dom;
+        // What stands behind the text is not read.
+        const std::string longer = row.text + "<!--";
+        const SablotSource source{longer.data(), row.text.size(), nullptr, row.encoding};
+        SDOM_Document document = nullptr;
+        EXPECT_EQ(SablotParseSource(dom.situation, &source, &document), row.code);
+        EXPECT_EQ(dom.Markup(document), row.markup);
+    }
+}
+
+TEST(ParseSource, KeepsTheBaseUri) {
+    ParseFailure failure;
+    const TreePointer tree = ParseTree({"<a/>", 4, "file:///x/a.xml", nullptr}, failure);
+    ASSERT_TRUE(tree);
+    EXPECT_STREQ(Chars(tree->URL), "file:///x/a.xml");
+}
+
 TEST(Parse, ReadsNothingButTheBuffer) {
     std::string path = std::filesystem::current_path() / "secret.xml";
     std::ofstream(path) << "<!ENTITY secret 'found'><!ATTLIST a secret CDATA 'found'>";
