@@ -1,18 +1,22 @@
 // `XmlDocument` and `XmlStyleSheet`: making, loading and saving documents, and their properties.
 #include "dom/classes.h"
 #include "dom/exceptions.h"
-#include "dom/markup_scanner.h"
 #include "dom/members.h"
 #include "dom/node.h"
+#include "dom/source_text.h"
+#include "glue/exceptions.h"
 #include "glue/files.h"
 #include "glue/objects.h"
 #include "glue/strings.h"
+
+#include <new>
+#include <string>
 
 namespace kova {
 
 namespace {
 
-using Parse = int (*)(SablotSituation, const char*, SDOM_Document*);
+using Parse = int (*)(SablotSituation, const SablotSource*, SDOM_Document*);
 
 // Lets go of the document that the wrapper stands for, when it stands for one.
 void LeaveDocument(NodeData& wrapper) {
@@ -24,25 +28,49 @@ void LeaveDocument(NodeData& wrapper) {
 }
 
 // Replaces the tree. Raises nothing itself: the message handler does while the library parses.
-void Load(NodeData& wrapper, KOVAString text, Parse parse) {
+void Load(NodeData& wrapper, KOVAString text, const char* baseUri, Parse parse) {
     XmlData& xml = *XmlOf(wrapper.xml);
     if (xml.document != nullptr) {
         SablotDestroyDocument(xml.situation, xml.document);
         xml.document = nullptr;
         wrapper.node = nullptr;
     }
-    if (xml.preserveWhitespace) {
-        wrapper.lastError = parse(xml.situation, CStringOrEmpty(text), &xml.document);
-    } else {
-        const OwnedString scanned(MarkupScanner().Run(StringGetCString(text)));
-        wrapper.lastError = parse(xml.situation, CStringOrEmpty(scanned.Get()), &xml.document);
+    try {
+        const SourceText source(text, xml.preserveWhitespace);
+        const SablotSource given = {source.Bytes().data(), source.Bytes().size(), baseUri, source.Encoding()};
+        const FailureWatch watch;
+        wrapper.lastError = parse(xml.situation, &given, &xml.document);
+        watch.RanOutOfMemory(wrapper.lastError);
+    } catch (const std::bad_alloc&) {
+        wrapper.lastError = SDOM_NOT_OK;
+        RaiseOutOfMemoryException();
     }
     if (wrapper.lastError == 0) wrapper.node = reinterpret_cast<SDOM_Node>(xml.document);
 }
 
-void LoadFile(KOVAObject self, KOVAObject file, void (*load)(KOVAObject, KOVAString)) {
+void LoadDocument(KOVAObject self, KOVAString text, const char* baseUri) {
+    NodeData& wrapper = *NodeOf(self);
+    if (CheckDocument(wrapper)) return;
+    XmlOf(wrapper.xml)->loadedFromText = 1;
+    Load(wrapper, text, baseUri, SablotParseSource);
+}
+
+// Deliberately leaves `loadedFromText` alone.
+void LoadStyleSheet(KOVAObject self, KOVAString text, const char* baseUri) {
+    NodeData& wrapper = *NodeOf(self);
+    if (CheckDocument(wrapper)) return;
+    Load(wrapper, text, baseUri, SablotParseStylesheetSource);
+}
+
+void LoadFile(KOVAObject self, KOVAObject file, void (*load)(KOVAObject, KOVAString, const char*)) {
     const FileText text(file);
-    load(self, text.Get());
+    const OwnedString path(NativePath(file));
+    try {
+        const std::string uri = path.Get() != nullptr ? FileUri(CStringOrEmpty(path.Get())) : "";
+        load(self, text.Get(), uri.empty() ? nullptr : uri.c_str());
+    } catch (const std::bad_alloc&) {
+        RaiseOutOfMemoryException();
+    }
 }
 
 } // namespace
@@ -53,6 +81,7 @@ void XmlDocument_Constructor(KOVAObject self) {
     wrapper.xml = PluginNewInstance(gXmlClass);
     if (wrapper.xml == nullptr) return;
     XmlData& xml = *XmlOf(wrapper.xml);
+    if (xml.status != 0) RaiseOutOfMemoryException();
     xml.loadedFromText = 0;
     wrapper.node = reinterpret_cast<SDOM_Node>(xml.document);
     ++xml.documentWrapperCount;
@@ -62,22 +91,11 @@ void XmlDocument_Finalize(KOVAObject self) {
     if (XmlData* xml = XmlOf(NodeOf(self)->xml)) --xml->documentWrapperCount;
 }
 
-void XmlDocument_LoadXml(KOVAObject self, KOVAString text) {
-    NodeData& wrapper = *NodeOf(self);
-    if (CheckDocument(wrapper)) return;
-    XmlOf(wrapper.xml)->loadedFromText = 1;
-    Load(wrapper, text, SablotParseBuffer);
-}
+void XmlDocument_LoadXml(KOVAObject self, KOVAString text) { LoadDocument(self, text, nullptr); }
+void XmlStyleSheet_LoadXml(KOVAObject self, KOVAString text) { LoadStyleSheet(self, text, nullptr); }
 
-// Deliberately leaves `loadedFromText` alone.
-void XmlStyleSheet_LoadXml(KOVAObject self, KOVAString text) {
-    NodeData& wrapper = *NodeOf(self);
-    if (CheckDocument(wrapper)) return;
-    Load(wrapper, text, SablotParseStylesheetBuffer);
-}
-
-void XmlDocument_LoadXmlFile(KOVAObject self, KOVAObject file) { LoadFile(self, file, XmlDocument_LoadXml); }
-void XmlStyleSheet_LoadXmlFile(KOVAObject self, KOVAObject file) { LoadFile(self, file, XmlStyleSheet_LoadXml); }
+void XmlDocument_LoadXmlFile(KOVAObject self, KOVAObject file) { LoadFile(self, file, LoadDocument); }
+void XmlStyleSheet_LoadXmlFile(KOVAObject self, KOVAObject file) { LoadFile(self, file, LoadStyleSheet); }
 
 void XmlDocument_ConstructorText(KOVAObject self, KOVAString text) {
     XmlDocument_Constructor(self);
@@ -100,8 +118,11 @@ void XmlStyleSheet_ConstructorFile(KOVAObject self, KOVAObject file) {
 }
 
 void XmlDocument_SaveXml(KOVAObject self, KOVAObject file) {
-    const OwnedObject stream(CreateTextFile(file));
+    // Made before the file is touched: a document's text is never empty, so nil means that it could not be made, and
+    // the file stays what it is. A document object without a tree, left by a failed LoadXml, has an empty text.
     const OwnedString text(XmlNode_GetToString(self, 0));
+    if (text.Get() == nullptr && NodeOf(self)->node != nullptr) return;
+    const OwnedObject stream(CreateTextFile(file));
     WriteTextAndClose(stream.Get(), text.Get());
 }
 

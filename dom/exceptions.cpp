@@ -2,7 +2,6 @@
 #include "dom/exceptions.h"
 
 #include "dom/classes.h"
-#include "dom/library_strings.h"
 #include "dom/members.h"
 #include "dom/xml.h"
 #include "glue/exceptions.h"
@@ -24,7 +23,15 @@ const XmlExceptionData& DataOf(KOVAObject exception) {
 
 int MakeCode(void*, SablotHandle, int, unsigned short, unsigned short code) { return code; }
 
-int Log(void*, SablotHandle, int code, int, char**) { return code; }
+// Raises nothing; a host that has a place for such texts is given them.
+int Log(void*, SablotHandle, int code, int, char** fields) {
+    constexpr std::string_view NAME = "msg:";
+    for (; fields != nullptr && *fields != nullptr; ++fields) {
+        if (std::string_view(*fields).starts_with(NAME))
+            RuntimeLogMessage(OwnedString(BuildUTF8String(*fields + NAME.size())).Get());
+    }
+    return code;
+}
 
 // The fields of a message that an exception shows, each with its name ("line:12").
 struct MessageFields {
@@ -52,9 +59,24 @@ MessageFields ReadFields(char** fields) {
     return read;
 }
 
+// Messages of failures, told so far.
+uint32_t errorMessages = 0;
+
+// Whether the message says that the parser ran out of memory, which has number 2 there.
+bool IsOutOfMemory(char** fields) {
+    for (; fields != nullptr && *fields != nullptr; ++fields)
+        if (std::string_view(*fields).starts_with("msg:XML parser error 2:")) return true;
+    return false;
+}
+
 int Error(void* userData, SablotHandle, int code, int level, char** fields) {
     const XmlData& xml = *XmlOf(static_cast<KOVAObject>(userData));
+    ++errorMessages;
     if (xml.minimumMessageLevel > level) return level;
+    if (IsOutOfMemory(fields)) {
+        RaiseOutOfMemoryException();
+        return code;
+    }
     const MessageFields read = ReadFields(fields);
     RaiseXmlException(code, read.message, read.line, read.node);
     return code;
@@ -75,15 +97,22 @@ void RaiseXmlException(int32_t code, KOVAString message, KOVAString line, KOVASt
     RuntimeRaiseException(exception);
 }
 
-void RaiseDomException(int32_t code, char* message) {
-    const GetterString owned(message);
+void RaiseDomException(int32_t code, const char* message) {
     const KOVAObject exception = NewException(xmlDomExceptionClass, code);
     if (exception == nullptr) return;
-    SetExceptionMessage(exception, xmlDomExceptionClass, BuildUTF8String(owned.Text()));
+    SetExceptionMessage(exception, xmlDomExceptionClass, BuildUTF8String(message));
     RuntimeRaiseException(exception);
 }
 
 const SablotMessageHandler XML_MESSAGE_HANDLER = {MakeCode, Log, Error};
+
+FailureWatch::FailureWatch() : messagesBefore_(errorMessages) {}
+
+bool FailureWatch::RanOutOfMemory(int32_t code) const {
+    if (code == 0 || errorMessages != messagesBefore_) return false;
+    RaiseOutOfMemoryException();
+    return true;
+}
 
 KOVAString XmlException_GetLine(KOVAObject self, uint32_t) { return LockedString(DataOf(self).line); }
 KOVAString XmlException_GetNode(KOVAObject self, uint32_t) { return LockedString(DataOf(self).node); }

@@ -24,10 +24,22 @@ static_assert(sizeof(XmlExceptionData) == 20 && sizeof(XmlDomExceptionData) == 8
 // Both record the exception and return. The references of the strings pass to the exception.
 void RaiseXmlException(int32_t code, KOVAString message, KOVAString line, KOVAString node);
 
-// `message` is a library string, released here with scalar operator delete; null gives no message.
-void RaiseDomException(int32_t code, char* message);
+// A null message gives none.
+void RaiseDomException(int32_t code, const char* message);
 
 // Turns the library's messages into XmlException. Its user data is the `Xml` object of the document.
 extern const SablotMessageHandler XML_MESSAGE_HANDLER;
+
+// Watches a call of the library. It tells each failure by a message, but for want of memory, which may leave it none:
+// a failure without a message is that.
+class FailureWatch {
+public:
+    FailureWatch();
+    // Whether the call that answered `code` failed without a message; the host's OutOfMemoryException is raised then.
+    bool RanOutOfMemory(int32_t code) const;
+
+private:
+    uint32_t messagesBefore_;
+};
 
 } // namespace kova

@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <new>
 
 namespace kova {
 
@@ -25,13 +24,6 @@ int32_t IndexOf(const NamespacesData& map, KOVAString prefix) {
         if (std::strcmp(wanted, CStringOrEmpty(entries[index].prefix)) == 0) return static_cast<int32_t>(index);
     }
     return ABSENT;
-}
-
-void RaiseFull() {
-    constexpr char MESSAGE[] = "XmlNamespaces holds at most 16 prefixes";
-    char* message = static_cast<char*>(::operator new(sizeof MESSAGE));
-    std::memcpy(message, MESSAGE, sizeof MESSAGE);
-    RaiseDomException(SDOM_INDEX_SIZE_ERR, message);
 }
 
 } // namespace
@@ -63,7 +55,7 @@ void XmlNamespaces_SetUri(KOVAObject self, KOVAString prefix, KOVAString value) 
     if (index == ABSENT) {
         index = static_cast<int32_t>(map.InUse().size());
         if (index == NamespacesData::CAPACITY) {
-            RaiseFull();
+            RaiseDomException(SDOM_INDEX_SIZE_ERR, "XmlNamespaces holds at most 16 prefixes");
             return;
         }
         map.count = index + 1;
@@ -77,13 +69,12 @@ void XmlNamespaces_SetUri(KOVAObject self, KOVAString prefix, KOVAString value) 
 // only when it stands first.
 KOVABoolean XmlNamespaces_HasPrefix(KOVAObject self, KOVAString prefix) { return IndexOf(*NamespacesOf(self), prefix); }
 
-// Releases every entry, also one beyond a count that the program lowered.
+// Deliberately releases the entries in use only: those beyond a count that the program lowered stay.
 void XmlNamespaces_Clear(KOVAObject self) {
     NamespacesData& map = *NamespacesOf(self);
-    for (NamespaceEntry& entry : map.entries) {
-        KOVAUnlockString(entry.prefix);
-        KOVAUnlockString(entry.uri);
-        entry = NamespaceEntry{};
+    for (size_t index = 0; index < map.InUse().size(); ++index) {
+        ReplaceString(map.entries[index].prefix, nullptr);
+        ReplaceString(map.entries[index].uri, nullptr);
     }
     map.count = 0;
 }

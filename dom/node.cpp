@@ -31,9 +31,9 @@ int32_t HiddenAttributes(const XmlData& xml, SDOM_Node element, int32_t count) {
     if (xml.loadedFromText != 0) return 2;
     for (int32_t index = 0; index < count; ++index) {
         SDOM_Node attribute = nullptr;
-        SDOM_getAttributeNodeIndex(xml.situation, element, index, &attribute);
+        Checked(SDOM_getAttributeNodeIndex(xml.situation, element, index, &attribute));
         GetterString text;
-        SDOM_getNodeName(xml.situation, attribute, text.Out());
+        Checked(SDOM_getNodeName(xml.situation, attribute, text.Out()));
         const OwnedString name(BuildUTF8String(text.Text()));
         const OwnedString wanted(BuildUTF8String("xmlns:xml"));
         if (RuntimeStringCompare(name.Get(), wanted.Get()) == 0) return 1; // taken for the first, wherever it stands
@@ -51,7 +51,7 @@ SDOM_Node LibraryNodeOf(KOVAObject wrapper) { return NodeOf(wrapper)->node; }
 
 SDOM_NodeType TypeOf(const XmlData& xml, SDOM_Node node) {
     SDOM_NodeType type{};
-    SDOM_getNodeType(xml.situation, node, &type);
+    Checked(SDOM_getNodeType(xml.situation, node, &type));
     return type;
 }
 
@@ -75,6 +75,11 @@ bool CheckDocument(NodeData& wrapper) {
     return true;
 }
 
+int32_t Checked(int32_t code) {
+    if (code == SDOM_NOT_OK) RaiseOutOfMemoryException();
+    return code;
+}
+
 bool CheckLibrary(NodeData& wrapper) {
     wrapper.lastError = SDOM_getExceptionCode(XmlOf(wrapper.xml)->situation);
     if (wrapper.lastError == 0) return true;
@@ -83,18 +88,20 @@ bool CheckLibrary(NodeData& wrapper) {
 }
 
 void RaiseLastError(const NodeData& wrapper) {
-    RaiseDomException(wrapper.lastError, SDOM_getExceptionMessage(XmlOf(wrapper.xml)->situation));
+    if (Checked(wrapper.lastError) == SDOM_NOT_OK) return;
+    const GetterString message(SDOM_getExceptionMessage(XmlOf(wrapper.xml)->situation));
+    RaiseDomException(wrapper.lastError, message.Text());
 }
 
 KOVAString SerialiseDocument(const XmlData& xml, SDOM_Document document, int32_t& lastError) {
     SerialisedString text;
-    lastError = SDOM_docToString(xml.situation, document, text.Out());
+    lastError = Checked(SDOM_docToString(xml.situation, document, text.Out()));
     return BuildUTF8String(text.Text());
 }
 
 KOVAString SerialiseNode(const XmlData& xml, SDOM_Node node, int32_t& lastError) {
     SerialisedString text;
-    lastError = SDOM_nodeToString(xml.situation, xml.document, node, text.Out());
+    lastError = Checked(SDOM_nodeToString(xml.situation, xml.document, node, text.Out()));
     return BuildUTF8String(text.Text());
 }
 
@@ -102,7 +109,7 @@ AttributeRange AttributesOf(const NodeData& wrapper) {
     const XmlData& xml = *XmlOf(wrapper.xml);
     AttributeRange range;
     if (TypeOf(xml, wrapper.node) != SDOM_ELEMENT_NODE) return range;
-    SDOM_getAttributeNodeCount(xml.situation, wrapper.node, &range.count);
+    Checked(SDOM_getAttributeNodeCount(xml.situation, wrapper.node, &range.count));
     range.hidden = HiddenAttributes(xml, wrapper.node, range.count);
     return range;
 }

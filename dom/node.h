@@ -29,6 +29,10 @@ KOVAObject WrapNode(KOVAObject xml, SDOM_Node node);
 // Whether the document is gone; `LastError` is 8 then.
 bool CheckDocument(NodeData& wrapper);
 
+// Want of memory is the host's OutOfMemoryException in every member, also in those that raise nothing else: a program
+// must not take it for "there is none". Answers the code.
+int32_t Checked(int32_t code);
+
 // `LastError` becomes the code that the library recorded for the last call. If it is a failure, raises XmlDomException
 // and answers false.
 bool CheckLibrary(NodeData& wrapper);

@@ -15,7 +15,7 @@ const char* Utf8(KOVAString text) { return CStringOrEmpty(EnsureUTF8(text)); }
 // Deliberately does not free the URI.
 bool HasNamespace(SablotSituation situation, SDOM_Node node) {
     char* uri = nullptr;
-    SDOM_getNodeNSUri(situation, node, &uri);
+    Checked(SDOM_getNodeNSUri(situation, node, &uri));
     return uri != nullptr && *uri != '\0';
 }
 
@@ -33,7 +33,7 @@ KOVAString XmlNode_GetAttribute(KOVAObject self, KOVAString name) {
     const SablotSituation situation = XmlOf(wrapper.xml)->situation;
     GetterString value;
     SDOM_getAttribute(situation, wrapper.node, Utf8(name), value.Out());
-    wrapper.lastError = SDOM_getExceptionCode(situation);
+    wrapper.lastError = Checked(SDOM_getExceptionCode(situation));
     return BuildUTF8String(value.Text());
 }
 
@@ -42,7 +42,7 @@ KOVAString XmlNode_GetAttributeNS(KOVAObject self, KOVAString uri, KOVAString na
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     GetterString value;
-    SDOM_getAttributeNS(XmlOf(wrapper.xml)->situation, wrapper.node, Utf8(uri), Utf8(name), value.Out());
+    Checked(SDOM_getAttributeNS(XmlOf(wrapper.xml)->situation, wrapper.node, Utf8(uri), Utf8(name), value.Out()));
     return BuildUTF8String(value.Text());
 }
 
@@ -84,13 +84,14 @@ KOVAObject XmlNode_GetAttributeNodeIndex(KOVAObject self, KOVAInteger index) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     const XmlData& xml = *XmlOf(wrapper.xml);
-    if (TypeOf(xml, wrapper.node) != SDOM_ELEMENT_NODE) return nullptr;
-    const AttributeRange range = AttributesOf(wrapper);
     SDOM_Node attribute = nullptr;
-    // Deliberate: negative indexes reach the hidden entries, and one past the end is asked for and not found.
-    if (range.count - range.hidden >= index) {
-        SDOM_getAttributeNodeIndex(xml.situation, wrapper.node, index + range.hidden, &attribute);
-        wrapper.lastError = SDOM_getExceptionCode(xml.situation);
+    if (TypeOf(xml, wrapper.node) == SDOM_ELEMENT_NODE) {
+        const AttributeRange range = AttributesOf(wrapper);
+        // Deliberate: negative indexes reach the hidden entries, and one past the end is asked for and not found.
+        if (range.count - range.hidden >= index) {
+            SDOM_getAttributeNodeIndex(xml.situation, wrapper.node, index + range.hidden, &attribute);
+            wrapper.lastError = SDOM_getExceptionCode(xml.situation);
+        }
     }
     return WrapOrRaise(wrapper, attribute);
 }

@@ -30,16 +30,17 @@ KOVAObject PlaceChild(KOVAObject self, KOVAObject newChild, bool argumentsGiven,
 KOVAInteger XmlNode_Compare(KOVAObject self, KOVAObject other) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper) || other == nullptr) return NOT_COMPARABLE;
-    int result = NOT_COMPARABLE;
-    SDOM_compareNodes(XmlOf(wrapper.xml)->situation, wrapper.node, LibraryNodeOf(other), &result);
-    return result;
+    int result = 0;
+    const SablotSituation situation = XmlOf(wrapper.xml)->situation;
+    const SDOM_Exception code = SDOM_compareNodes(situation, wrapper.node, LibraryNodeOf(other), &result);
+    return Checked(code) == SDOM_OK ? result : NOT_COMPARABLE;
 }
 
 KOVAObject XmlNode_Child(KOVAObject self, KOVAInteger index) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     SDOM_Node child = nullptr;
-    SDOM_getChildNodeIndex(XmlOf(wrapper.xml)->situation, wrapper.node, index, &child);
+    Checked(SDOM_getChildNodeIndex(XmlOf(wrapper.xml)->situation, wrapper.node, index, &child));
     return WrapNode(wrapper.xml, child);
 }
 

@@ -11,14 +11,14 @@ namespace {
 
 const char* Text(KOVAString text) { return CStringOrEmpty(text); }
 
-// `LastError` is the call's code; nothing is raised.
+// `LastError` is the call's code; nothing else is raised.
 template <typename Call>
 KOVAObject Create(KOVAObject self, Call call) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     const XmlData& xml = *XmlOf(wrapper.xml);
     SDOM_Node node = nullptr;
-    wrapper.lastError = call(xml.situation, xml.document, &node);
+    wrapper.lastError = Checked(call(xml.situation, xml.document, &node));
     return WrapNode(wrapper.xml, node);
 }
 

@@ -40,7 +40,7 @@ KOVAInteger XmlNodeList_GetLength(KOVAObject self, uint32_t) {
     NodeListData& data = ListOf(self);
     if (data.xml == nullptr) return 0;
     int length = 0;
-    data.lastError = SDOM_getNodeListLength(XmlOf(data.xml)->situation, data.list, &length);
+    data.lastError = Checked(SDOM_getNodeListLength(XmlOf(data.xml)->situation, data.list, &length));
     return length;
 }
 
@@ -48,7 +48,7 @@ KOVAObject XmlNodeList_Item(KOVAObject self, KOVAInteger index) {
     NodeListData& data = ListOf(self);
     if (data.xml == nullptr) return nullptr;
     SDOM_Node node = nullptr;
-    data.lastError = SDOM_getNodeListItem(XmlOf(data.xml)->situation, data.list, index, &node);
+    data.lastError = Checked(SDOM_getNodeListItem(XmlOf(data.xml)->situation, data.list, index, &node));
     return WrapNode(data.xml, node);
 }
 

@@ -8,13 +8,13 @@ namespace kova {
 
 namespace {
 
-// Getters never raise: a failure stands in `LastError`, and the result is empty.
+// Getters raise for want of memory only: any other failure stands in `LastError`, and the result is empty.
 
 KOVAString GetText(KOVAObject self, SDOM_Exception (*get)(SablotSituation, SDOM_Node, char**)) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     GetterString text;
-    wrapper.lastError = get(XmlOf(wrapper.xml)->situation, wrapper.node, text.Out());
+    wrapper.lastError = Checked(get(XmlOf(wrapper.xml)->situation, wrapper.node, text.Out()));
     return BuildUTF8String(text.Text());
 }
 
@@ -22,7 +22,7 @@ KOVAObject GetNode(KOVAObject self, SDOM_Exception (*get)(SablotSituation, SDOM_
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     SDOM_Node node = nullptr;
-    wrapper.lastError = get(XmlOf(wrapper.xml)->situation, wrapper.node, &node);
+    wrapper.lastError = Checked(get(XmlOf(wrapper.xml)->situation, wrapper.node, &node));
     return WrapNode(wrapper.xml, node);
 }
 
@@ -39,7 +39,7 @@ KOVAObject XmlNode_GetOwnerDocument(KOVAObject self, uint32_t) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return nullptr;
     SDOM_Document document = nullptr;
-    SDOM_getOwnerDocument(XmlOf(wrapper.xml)->situation, wrapper.node, &document);
+    Checked(SDOM_getOwnerDocument(XmlOf(wrapper.xml)->situation, wrapper.node, &document));
     return WrapNode(wrapper.xml, reinterpret_cast<SDOM_Node>(document));
 }
 
@@ -47,7 +47,7 @@ KOVAInteger XmlNode_GetType(KOVAObject self, uint32_t) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return 0;
     SDOM_NodeType type{};
-    wrapper.lastError = SDOM_getNodeType(XmlOf(wrapper.xml)->situation, wrapper.node, &type);
+    wrapper.lastError = Checked(SDOM_getNodeType(XmlOf(wrapper.xml)->situation, wrapper.node, &type));
     return static_cast<int32_t>(type);
 }
 
@@ -63,7 +63,7 @@ KOVAInteger XmlNode_GetChildCount(KOVAObject self, uint32_t) {
     NodeData& wrapper = *NodeOf(self);
     if (CheckDocument(wrapper)) return 0;
     int count = 0;
-    wrapper.lastError = SDOM_getChildNodeCount(XmlOf(wrapper.xml)->situation, wrapper.node, &count);
+    wrapper.lastError = Checked(SDOM_getChildNodeCount(XmlOf(wrapper.xml)->situation, wrapper.node, &count));
     return count;
 }
 
@@ -98,7 +98,7 @@ KOVAObject XmlAttribute_GetOwnerElement(KOVAObject self, uint32_t) {
     SDOM_Node element = nullptr;
     const SablotSituation situation = XmlOf(wrapper.xml)->situation;
     SDOM_getAttributeElement(situation, wrapper.node, &element);
-    wrapper.lastError = SDOM_getExceptionCode(situation);
+    wrapper.lastError = Checked(SDOM_getExceptionCode(situation));
     return WrapNode(wrapper.xml, element);
 }
 

@@ -21,12 +21,14 @@ public:
         : strings_(static_cast<const char**>(std::malloc((pairs * 2 + 1) * sizeof(const char*)))) {}
 
     void Add(KOVAString prefix, KOVAString uri) {
+        if (strings_ == nullptr) return;
         strings_[length_++] = CStringOrEmpty(prefix);
         strings_[length_++] = CStringOrEmpty(uri);
     }
 
+    // Null when memory is short.
     const char** Finish() {
-        strings_[length_] = nullptr;
+        if (strings_ != nullptr) strings_[length_] = nullptr;
         return strings_;
     }
 
@@ -37,6 +39,10 @@ private:
 
 // Raises, unlike the form without a map.
 KOVAObject QueryWithMap(NodeData& wrapper, KOVAString query, const char** namespaces) {
+    if (namespaces == nullptr) {
+        RaiseOutOfMemoryException();
+        return nullptr;
+    }
     const SablotSituation situation = XmlOf(wrapper.xml)->situation;
     SDOM_NodeList list = nullptr;
     SDOM_xql_ns(situation, CStringOrEmpty(EnsureUTF8(query)), wrapper.node, namespaces, &list);
@@ -53,7 +59,7 @@ KOVAObject XmlNode_Xql(KOVAObject self, KOVAString query) {
     const SablotSituation situation = XmlOf(wrapper.xml)->situation;
     SDOM_NodeList list = nullptr;
     SDOM_xql(situation, CStringOrEmpty(EnsureUTF8(query)), wrapper.node, &list);
-    wrapper.lastError = SDOM_getExceptionCode(situation);
+    wrapper.lastError = Checked(SDOM_getExceptionCode(situation));
     return WrapNodeList(wrapper.xml, list);
 }
 

@@ -7,6 +7,7 @@
 #include "glue/objects.h"
 #include "glue/strings.h"
 
+#include <new>
 #include <unordered_map>
 
 namespace kova {
@@ -54,7 +55,11 @@ void Xml_Initialize(KOVAObject self) {
     xml.self = self;
     xml.minimumMessageLevel = 3;
     xml.messageHandler = XML_MESSAGE_HANDLER;
-    BuildLibraryObjects(xml);
+    try {
+        BuildLibraryObjects(xml);
+    } catch (const std::bad_alloc&) {
+        xml.status = -1;
+    }
 }
 
 void Xml_Finalize(KOVAObject self) {

@@ -34,6 +34,8 @@ void WriteTextAndClose(KOVAObject stream, KOVAString text) {
     CloseObject(stream);
 }
 
+KOVAString NativePath(KOVAObject file) { return CallMethod<KOVAString>(file, "NativePath() As String"); }
+
 FileText::FileText(KOVAObject file) : stream_(OpenAsBinaryFile(file, false)) {
     text_ = OwnedString(ReadFromStream(stream_.Get(), StreamLength(stream_.Get())));
     CloseObject(stream_.Get());

@@ -15,6 +15,9 @@ KOVAObject CreateTextFile(KOVAObject file);
 // A stream without "Write" is left open.
 void WriteTextAndClose(KOVAObject stream, KOVAString text);
 
+// Where the file is; nil if its host does not tell. The caller owns it.
+KOVAString NativePath(KOVAObject file);
+
 // The whole file in one read, as a string of no encoding. Stream and text are released at the end of the scope.
 class FileText {
 public:

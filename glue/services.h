@@ -31,6 +31,9 @@ inline constinit HostService<void(KOVAObject)> KOVAUnlockObject{"KOVAUnlockObjec
 // Records the exception and takes over its reference; the program sees it once the native method has returned.
 inline constinit HostService<void(KOVAObject exception)> RuntimeRaiseException{"RuntimeRaiseException"};
 
+// Shows a line to whoever runs the program.
+inline constinit HostService<void(KOVAString line)> RuntimeLogMessage{"RuntimeLogMessage"};
+
 // Members by name or declaration. The bool tells success.
 inline constinit HostService<bool(KOVAObject, const char* name, int32_t* value)> KOVAGetPropValueInt{
     "KOVAGetPropValueInt"};

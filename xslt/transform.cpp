@@ -9,6 +9,7 @@
 #include "xslt/xslt_handler.h"
 
 #include <cstring>
+#include <new>
 
 namespace kova {
 
@@ -28,13 +29,14 @@ KOVAString Run(KOVAObject self, ResultEncoding encoding, AddStyle addStyle) {
 
     int32_t& lastError = wrapper.lastError;
     ResultString text;
+    const FailureWatch watch;
     lastError = addStyle(situation, processor);
     if (lastError == 0) lastError = SablotAddArgTree(situation, processor, "doc", xml.document);
     if (lastError == 0) lastError = SablotRunProcessorGen(situation, processor, "arg:/style", "arg:/doc", "arg:/out");
     if (lastError == 0) lastError = SablotGetResultArg(processor, "arg:/out", text.Out());
     if (lastError != 0) {
-        // The message handler may have raised one with the details before; the host keeps the first.
-        RaiseXmlException(lastError, nullptr, nullptr, nullptr);
+        // The message handler has raised one with the details before; the host keeps the first.
+        if (!watch.RanOutOfMemory(lastError)) RaiseXmlException(lastError, nullptr, nullptr, nullptr);
         return nullptr;
     }
     KOVAString result = nullptr;
@@ -61,8 +63,13 @@ KOVAString RunWithHandler(KOVAObject self, KOVAObject handler, Transform transfo
     const OwnedObject ownedHandler = OwnedObject::Share(handler);
     XmlData& xml = *XmlOf(wrapper.xml);
     xml.xsltHandler = handler;
-    const HandlerRegistration registration(handler, xml.processor);
-    const KOVAString result = transform();
+    KOVAString result = nullptr;
+    try {
+        const HandlerRegistration registration(handler, xml.processor);
+        result = transform();
+    } catch (const std::bad_alloc&) {
+        RaiseOutOfMemoryException();
+    }
     xml.xsltHandler = nullptr;
     return result;
 }
