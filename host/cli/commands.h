@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,6 +14,11 @@ namespace host {
 constexpr int EXIT_OK = 0;
 constexpr int EXIT_FAILED = 1; // the program, the document or a test failed
 constexpr int EXIT_USAGE = 2;  // the command line is wrong
+
+// A fault of the command line found after parsing it: reported with EXIT_USAGE.
+struct UsageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
 
 // What all commands that load the plug-in share.
 struct HostOptions {
@@ -46,9 +52,12 @@ struct EventsCommandOptions {
 };
 
 struct XqlCommandOptions {
-    std::filesystem::path file;
+    std::vector<std::string> files; // "-" is standard input; none is too
     std::string query;
     std::vector<std::pair<std::string, std::string>> namespaces; // prefix, URI
+    bool count = false;
+    bool text = false;
+    bool json = false;
 };
 
 struct TransformCommandOptions {
@@ -63,7 +72,7 @@ int RunRepl(const HostOptions& host);
 int Describe(const HostOptions& host, const std::string& name);
 int RunTests(const HostOptions& host, const TestCommandOptions& options);
 int ShowEvents(const HostOptions& host, const EventsCommandOptions& options);
-int Query(const HostOptions& host, const XqlCommandOptions& options);
+int Query(const XqlCommandOptions& options);
 int Transform(const HostOptions& host, const TransformCommandOptions& options);
 
 } // namespace host

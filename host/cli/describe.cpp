@@ -1,5 +1,6 @@
 // `kova describe`: the classes, modules and functions that programs find, from the records of their registration.
 #include "host/cli/session.h"
+#include "host/cli/terminal.h"
 #include "host/language/suggestion.h"
 #include "host/runtime/class.h"
 #include "host/runtime/module.h"

@@ -3,11 +3,25 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace host {
 
 namespace {
+
+// "p=urn:p" as {"p", "urn:p"}.
+std::vector<std::pair<std::string, std::string>> SplitPairs(const char* option, const char* form,
+                                                            const std::vector<std::string>& texts) {
+    std::vector<std::pair<std::string, std::string>> pairs;
+    for (const std::string& text : texts) {
+        size_t equals = text.find('=');
+        if (equals == std::string::npos || equals == 0)
+            throw CLI::ValidationError(option, std::string(form) + " is expected, not " + text);
+        pairs.emplace_back(text.substr(0, equals), text.substr(equals + 1));
+    }
+    return pairs;
+}
 
 void AddDescribe(CLI::App& app, CommandLine& line) {
     CLI::App& command =
@@ -37,24 +51,33 @@ void AddEvents(CLI::App& app, CommandLine& line) {
 }
 
 void AddXql(CLI::App& app, CommandLine& line) {
-    CLI::App& command = AddCommand(app, {"xql", "[OPTIONS] FILE QUERY", "Query a document and print the nodes found",
-                                         "  kova xql books.xml '//title'\n"
-                                         "  kova xql books.xml '//b:title' --namespace b=urn:books\n"});
+    CLI::App& command =
+        AddCommand(app, {"xql", "[OPTIONS] [FILE...] QUERY", "Print what an XPath expression finds in XML files",
+                         "  kova xql books.xml '//title'\n"
+                         "  kova xql books.xml 'sum(//@price)'\n"
+                         "  kova xql --count *.xml '//b:title' --namespace b=urn:books\n"
+                         "  curl -s https://example.com/feed | kova xql --text '//item/link'\n"
+                         "\n"
+                         "Prefixes that the document declares are known to the query; _ stands for its default\n"
+                         "namespace. Exit codes: 0 found, 1 nothing found (or false), 2 an error.\n"});
     auto xql = std::make_shared<XqlCommandOptions>();
+    auto arguments = std::make_shared<std::vector<std::string>>();
     auto bindings = std::make_shared<std::vector<std::string>>();
-    command.add_option("FILE", xql->file, "An XML file")->required();
-    command.add_option("QUERY", xql->query, "A path expression")->required();
+    command.add_option("FILE", *arguments, "XML files; - or none for standard input")->type_name("");
+    command.add_option("QUERY", "An XPath 1.0 expression")->type_name("");
+    CLI::Option* count = command.add_flag("--count", xql->count, "Print how many nodes are found");
+    CLI::Option* text = command.add_flag("--text", xql->text, "Print the nodes' text without markup");
+    CLI::Option* json = command.add_flag("--json", xql->json, "Print an array with place, name and text of each node");
+    for (CLI::Option* option : {text, json}) option->excludes(count);
+    text->excludes(json);
     AddRepeatable(command, "--namespace", *bindings, "Bind a prefix for the query (may be repeated)")
         ->type_name("PREFIX=URI");
-    AddHostOptions(command, line.host);
     command.callback([=, &line] {
-        for (const std::string& binding : *bindings) {
-            size_t equals = binding.find('=');
-            if (equals == std::string::npos || equals == 0)
-                throw CLI::ValidationError("--namespace", "PREFIX=URI is expected");
-            xql->namespaces.emplace_back(binding.substr(0, equals), binding.substr(equals + 1));
-        }
-        line.action = [=, &line] { return Query(line.host, *xql); };
+        if (arguments->empty()) throw CLI::RequiredError("QUERY");
+        xql->query = arguments->back();
+        xql->files.assign(arguments->begin(), arguments->end() - 1);
+        xql->namespaces = SplitPairs("--namespace", "PREFIX=URI", *bindings);
+        line.action = [=] { return Query(*xql); };
     });
 }
 

@@ -1,7 +1,9 @@
 // Compiles a program for a command, and tells how its run ended.
 #include "host/cli/program_session.h"
 
-#include "host/cli/session.h"
+#include "host/cli/commands.h"
+#include "host/cli/files.h"
+#include "host/cli/terminal.h"
 #include "host/framework/framework.h"
 
 #include <csignal>
@@ -30,8 +32,7 @@ void HandleInterrupt(int) { RequestInterrupt(); }
 Compilation CompileFile(const std::filesystem::path& path, bool showWarnings) {
     Compilation compilation = Compile({Source{path.native(), ReadFile(path)}});
     for (const Diagnostic& diagnostic : compilation.diagnostics)
-        if (showWarnings || diagnostic.severity == Severity::ERROR)
-            std::fputs(FormatDiagnostic(diagnostic, UsesColor(stderr)).c_str(), stderr);
+        if (showWarnings || diagnostic.severity == Severity::ERROR) ShowDiagnostic(diagnostic);
     return compilation;
 }
 

@@ -2,8 +2,8 @@
 #include "host/cli/program_test.h"
 
 #include "host/cli/expectations.h"
+#include "host/cli/files.h"
 #include "host/cli/program_session.h"
-#include "host/cli/session.h"
 #include "host/framework/framework.h"
 #include "host/language/program.h"
 #include "host/runtime/leaks.h"

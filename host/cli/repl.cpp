@@ -1,6 +1,7 @@
 // `kova repl`: a dialogue in the language, with editing, history and completion on a terminal.
 #include "host/cli/program_session.h"
 #include "host/cli/session.h"
+#include "host/cli/terminal.h"
 #include "host/framework/framework.h"
 
 #include <histedit.h>
@@ -155,8 +156,7 @@ int RunRepl(const HostOptions& host) {
         // What is still open at the end of the input is reported as the errors that it is.
         if (outcome.incomplete && !end) continue;
         entry.clear();
-        for (const Diagnostic& diagnostic : outcome.diagnostics)
-            std::fputs(FormatDiagnostic(diagnostic, UsesColor(stderr)).c_str(), stderr);
+        for (const Diagnostic& diagnostic : outcome.diagnostics) ShowDiagnostic(diagnostic);
         if (outcome.incomplete) std::fputs("kova: the input ends inside a block\n", stderr);
         bool failed = outcome.incomplete || (!outcome.run && !outcome.diagnostics.empty());
         if (outcome.run) {

@@ -1,6 +1,8 @@
 // `kova test`: each program runs in a process of its own, forked when the plug-in is loaded.
+#include "host/cli/files.h"
 #include "host/cli/program_test.h"
 #include "host/cli/session.h"
+#include "host/cli/terminal.h"
 
 #include <fcntl.h>
 #include <sys/wait.h>

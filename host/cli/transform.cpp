@@ -1,4 +1,5 @@
-// `kova xql` and `kova transform`: the document classes, used through the runtime as a program uses them.
+// `kova transform`: the document classes, used through the runtime as a program uses them.
+#include "host/cli/files.h"
 #include "host/cli/session.h"
 #include "host/framework/files.h"
 #include "host/runtime/dynamic.h"
@@ -48,41 +49,7 @@ ObjectRef LoadDocument(const fs::path& path, std::string_view className) {
     return document;
 }
 
-void PrintLine(std::string_view text) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    if (!text.ends_with('\n')) std::fputc('\n', stdout);
-}
-
-// An attribute has no markup of its own: its name and value are shown as they stand in a tag.
-std::string NodeText(const ObjectRef& node) {
-    if (std::string text = GetProperty(node, "ToString").Text(); !text.empty()) return text;
-    return GetProperty(node, "Value").Text();
-}
-
 } // namespace
-
-int Query(const HostOptions& host, const XqlCommandOptions& options) {
-    StartHost(host);
-    try {
-        ObjectRef document = LoadDocument(options.file, "XmlDocument");
-        ObjectRef map = Create("XmlNamespaces");
-        for (const auto& [prefix, uri] : options.namespaces) Assign(map, "Uri", {prefix}, uri);
-        ObjectRef list =
-            options.namespaces.empty()
-                ? Call(document, "Xql(query as String) as XmlNodeList", {options.query}).GetObject()
-                : Call(document, "Xql(query as String, map as XmlNamespaces) as XmlNodeList", {options.query, map})
-                      .GetObject();
-        if (!list) {
-            std::fprintf(stderr, "kova: the query gives no list of nodes: %s\n", options.query.c_str());
-            return EXIT_FAILED;
-        }
-        int32_t length = GetProperty(list, "Length").Integer();
-        for (int32_t i = 0; i < length; ++i) PrintLine(NodeText(Call(list, "Item", {i}).GetObject()));
-        return EXIT_OK;
-    } catch (const ProgramException& error) {
-        return ReportException(options.file, error);
-    }
-}
 
 int Transform(const HostOptions& host, const TransformCommandOptions& options) {
     StartHost(host);

@@ -1,0 +1,176 @@
+// Parsing, and nodes as text.
+#include "host/cli/libxml2/document.h"
+
+#include "host/cli/libxml2/errors.h"
+
+#include <libxml/parser.h>
+#include <libxml/parserInternals.h>
+#include <libxml/tree.h>
+#include <libxml/xmlsave.h>
+
+#include <limits>
+#include <unordered_set>
+
+namespace host::xml {
+
+namespace {
+
+struct FreeParser {
+    void operator()(xmlParserCtxtPtr parser) const { xmlFreeParserCtxt(parser); }
+};
+struct FreeText {
+    void operator()(xmlChar* text) const { xmlFree(text); }
+};
+struct CloseOutput {
+    void operator()(xmlOutputBufferPtr output) const { xmlOutputBufferClose(output); }
+};
+
+// While it lives no text besides the document is read; what would have been is reported.
+class NoExternalText {
+public:
+    NoExternalText(ErrorCollector& errors, xmlParserCtxtPtr reading) : previous_(xmlGetExternalEntityLoader()) {
+        collector = &errors;
+        parser = reading;
+        xmlSetExternalEntityLoader(Refuse);
+    }
+    ~NoExternalText() { xmlSetExternalEntityLoader(previous_); }
+    NoExternalText(const NoExternalText&) = delete;
+    NoExternalText& operator=(const NoExternalText&) = delete;
+
+private:
+    static xmlParserInputPtr Refuse(const char* name, const char*, xmlParserCtxtPtr) {
+        bool isInMarkup = parser->input != nullptr;
+        collector->Warn(isInMarkup ? parser->input->line : 1, isInMarkup ? parser->input->col : 1,
+                        std::string("the external entity \"") + (name != nullptr ? name : "") + "\" is not read");
+        return nullptr;
+    }
+
+    static inline ErrorCollector* collector;
+    static inline xmlParserCtxtPtr parser;
+    xmlExternalEntityLoader previous_;
+};
+
+// libxml2 guards against entities that multiply only as long as it limits the size of everything else too.
+bool MayDeclareEntities(const std::string& text) {
+    bool isAscii = text.find('\0') == std::string::npos && text.find('<') != std::string::npos;
+    return !isAscii || text.find("<!ENTITY") != std::string::npos;
+}
+
+// Adds declarations to an element for as long as it is written.
+class BorrowedNamespaces {
+public:
+    explicit BorrowedNamespaces(xmlNodePtr element) : element_(element), last_(element->nsDef) {
+        while (last_ != nullptr && last_->next != nullptr) last_ = last_->next;
+        for (const xmlNs* used : Find(element)) {
+            xmlNsPtr copy = xmlCopyNamespace(const_cast<xmlNs*>(used));
+            if (copy == nullptr) throw std::bad_alloc();
+            copy->next = added_;
+            added_ = copy;
+        }
+        (last_ != nullptr ? last_->next : element_->nsDef) = added_;
+    }
+    ~BorrowedNamespaces() {
+        (last_ != nullptr ? last_->next : element_->nsDef) = nullptr;
+        xmlFreeNsList(added_);
+    }
+    BorrowedNamespaces(const BorrowedNamespaces&) = delete;
+    BorrowedNamespaces& operator=(const BorrowedNamespaces&) = delete;
+
+private:
+    // What names inside use without being declared there, each once.
+    static std::vector<const xmlNs*> Find(xmlNodePtr element) {
+        std::unordered_set<const xmlNs*> declared;
+        std::vector<const xmlNs*> used;
+        auto use = [&](const xmlNs* ns) {
+            if (ns == nullptr || xmlStrEqual(ns->href, XML_XML_NAMESPACE) != 0) return;
+            if (declared.insert(ns).second) used.push_back(ns);
+        };
+        for (xmlNodePtr node = element; node != nullptr; node = Next(node, element)) {
+            if (node->type != XML_ELEMENT_NODE) continue;
+            for (const xmlNs* ns = node->nsDef; ns != nullptr; ns = ns->next) declared.insert(ns);
+            use(node->ns);
+            for (xmlAttrPtr attribute = node->properties; attribute != nullptr; attribute = attribute->next)
+                use(attribute->ns);
+        }
+        return used;
+    }
+
+    // In document order, within the element.
+    static xmlNodePtr Next(xmlNodePtr node, xmlNodePtr element) {
+        if (node->type == XML_ELEMENT_NODE && node->children != nullptr) return node->children;
+        while (node != element && node->next == nullptr) node = node->parent;
+        return node == element ? nullptr : node->next;
+    }
+
+    xmlNodePtr element_;
+    xmlNsPtr last_;
+    xmlNsPtr added_ = nullptr;
+};
+
+std::string Serialise(xmlNodePtr node) {
+    std::string text;
+    auto write = [](void* out, const char* bytes, int length) {
+        static_cast<std::string*>(out)->append(bytes, static_cast<size_t>(length));
+        return length;
+    };
+    std::unique_ptr<xmlOutputBuffer, CloseOutput> output(xmlOutputBufferCreateIO(write, nullptr, &text, nullptr));
+    if (output == nullptr) throw std::bad_alloc();
+    xmlNodeDumpOutput(output.get(), node->doc, node, 0, 0, "UTF-8");
+    output.reset();
+    return text;
+}
+
+} // namespace
+
+void FreeDocument::operator()(_xmlDoc* document) const { xmlFreeDoc(document); }
+
+TextError::TextError(std::vector<Diagnostic> found)
+    : std::runtime_error(found.empty() ? "unknown error" : found.front().message), faults(std::move(found)) {}
+
+Document Parse(const Input& input, References references, std::vector<Diagnostic>& warnings) {
+    if (input.text.size() > static_cast<size_t>(std::numeric_limits<int>::max()))
+        throw std::runtime_error(input.name + ": the text is larger than 2 GB");
+    ErrorCollector errors(input);
+    std::unique_ptr<xmlParserCtxt, FreeParser> parser(xmlNewParserCtxt());
+    if (parser == nullptr) throw std::bad_alloc();
+    NoExternalText guard(errors, parser.get());
+    int options = XML_PARSE_NONET | XML_PARSE_BIG_LINES;
+    if (!MayDeclareEntities(input.text)) options |= XML_PARSE_HUGE;
+    if (references == References::REPLACE) options |= XML_PARSE_NOENT;
+    Document document(xmlCtxtReadMemory(parser.get(), input.text.data(), static_cast<int>(input.text.size()),
+                                        input.name.c_str(), nullptr, options));
+    for (Diagnostic& fault : errors.found) {
+        if (fault.severity == Severity::ERROR) throw TextError({fault});
+        warnings.push_back(std::move(fault));
+    }
+    if (document == nullptr || parser->wellFormed == 0) throw std::runtime_error(input.name + ": this is no XML");
+    return document;
+}
+
+std::string Markup(const _xmlNode* found) {
+    auto* node = const_cast<xmlNodePtr>(found);
+    switch (node->type) {
+    case XML_ELEMENT_NODE: {
+        BorrowedNamespaces namespaces(node);
+        return Serialise(node);
+    }
+    case XML_DOCUMENT_NODE: {
+        std::string text;
+        for (xmlNodePtr child = node->children; child != nullptr; child = child->next)
+            text += Serialise(child) + (child->next != nullptr ? "\n" : "");
+        return text;
+    }
+    case XML_COMMENT_NODE:
+    case XML_PI_NODE:
+    case XML_ENTITY_REF_NODE: return Serialise(node);
+    default: return StringValue(node);
+    }
+}
+
+std::string StringValue(const _xmlNode* node) {
+    if (node->type == XML_NAMESPACE_DECL) return Text(reinterpret_cast<const xmlNs*>(node)->href);
+    std::unique_ptr<xmlChar, FreeText> text(xmlNodeGetContent(node));
+    return Text(text.get());
+}
+
+} // namespace host::xml

@@ -1,0 +1,69 @@
+// libxml2's errors as the diagnostics that all commands show.
+#include "host/cli/libxml2/errors.h"
+
+#include <libxml/xmlstring.h>
+
+#include <algorithm>
+
+namespace host::xml {
+
+namespace {
+
+// What follows the first hundreds are echoes.
+constexpr size_t MAX_FOUND = 500;
+
+void Ignore(void*, const char*, ...) {}
+
+} // namespace
+
+ErrorCollector::ErrorCollector(const Input& input) : input_(input) {
+    xmlSetStructuredErrorFunc(this, Collect);
+    xmlSetGenericErrorFunc(nullptr, Ignore);
+}
+
+ErrorCollector::~ErrorCollector() {
+    xmlSetStructuredErrorFunc(nullptr, nullptr);
+    xmlSetGenericErrorFunc(nullptr, nullptr);
+    xmlResetLastError();
+}
+
+void ErrorCollector::Collect(void* collector, xmlErrorPtr error) {
+    auto& self = *static_cast<ErrorCollector*>(collector);
+    // What breaks another rule than those of well-formed documents: a prefix without namespace, an ID given twice.
+    bool isMinor = error->domain == XML_FROM_NAMESPACE || (error->domain == XML_FROM_VALID && !self.validates);
+    bool isWarning = error->level == XML_ERR_WARNING || isMinor;
+    self.Add(isWarning ? Severity::WARNING : Severity::ERROR, error->file != nullptr ? error->file : self.input_.name,
+             error->line, error->int2, error->message != nullptr ? error->message : "unknown error");
+}
+
+void ErrorCollector::Warn(int line, int column, std::string message) {
+    Add(Severity::WARNING, input_.name, line, column, std::move(message));
+}
+
+void ErrorCollector::Add(Severity severity, std::string file, int line, int column, std::string message) {
+    if (found.size() >= MAX_FOUND) return;
+    while (message.ends_with('\n')) message.pop_back();
+    std::replace(message.begin(), message.end(), '\n', ' ');
+    Diagnostic diagnostic;
+    diagnostic.severity = severity;
+    diagnostic.line = static_cast<uint32_t>(std::max(line, 1));
+    diagnostic.column = static_cast<uint32_t>(std::max(column, 1));
+    diagnostic.message = std::move(message);
+    if (file == input_.name) diagnostic.sourceLine = LineOf(input_.text, diagnostic.line);
+    diagnostic.file = std::move(file);
+    found.push_back(std::move(diagnostic));
+}
+
+std::string LineOf(const std::string& text, uint32_t line) {
+    size_t start = 0;
+    for (; line > 1; --line) {
+        start = text.find('\n', start);
+        if (start++ == std::string::npos) return "";
+    }
+    std::string found = text.substr(start, text.find('\n', start) - start);
+    if (found.ends_with('\r')) found.pop_back();
+    bool isReadable = found.find('\0') == std::string::npos && xmlCheckUTF8(Text(found)) != 0;
+    return isReadable ? found : "";
+}
+
+} // namespace host::xml
