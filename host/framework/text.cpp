@@ -28,7 +28,11 @@ bool IsAsciiRun(std::string_view text, int32_t offset) {
     return ((words[0] | words[1]) & 0x8080808080808080U) == 0;
 }
 
-bool IsSpace(UChar32 character) { return character >= 0 && (character < ' ' || u_isUWhiteSpace(character)); }
+// A byte above ASCII is part of a character that nobody knows.
+bool IsSpace(UChar32 character, Characters characters) {
+    if (characters == Characters::BYTES && character > 0x7F) return false;
+    return character >= 0 && (character < ' ' || u_isUWhiteSpace(character));
+}
 
 UChar32 CharacterAt(std::string_view text, int32_t& offset, Characters characters) {
     const uint8_t* bytes = Bytes(text);
@@ -136,7 +140,7 @@ std::string ReplaceText(std::string_view text, std::string_view wanted, std::str
 std::string_view TrimLeft(std::string_view text, Characters characters) {
     for (int32_t offset = 0; offset < Size(text);) {
         int32_t start = offset;
-        if (!IsSpace(CharacterAt(text, offset, characters))) return text.substr(static_cast<size_t>(start));
+        if (!IsSpace(CharacterAt(text, offset, characters), characters)) return text.substr(static_cast<size_t>(start));
     }
     return {};
 }
@@ -145,7 +149,7 @@ std::string_view TrimRight(std::string_view text, Characters characters) {
     while (!text.empty()) {
         std::string_view last = LastCharacters(text, 1, characters);
         int32_t offset = 0;
-        if (!IsSpace(CharacterAt(last, offset, characters))) break;
+        if (!IsSpace(CharacterAt(last, offset, characters), characters)) break;
         text.remove_suffix(last.size());
     }
     return text;

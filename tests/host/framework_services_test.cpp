@@ -1,11 +1,11 @@
 // The framework as a plug-in reaches it: by declaration, through the named services.
 #include "host/framework/files.h"
-#include "host/framework/framework.h"
 #include "host/runtime/dynamic.h"
 #include "host/runtime/encoding.h"
 #include "host/runtime/leaks.h"
 #include "host/runtime/log.h"
 #include "host/runtime/services.h"
+#include "tests/host/host_fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -30,7 +30,7 @@ Function ObjectMethod(const ObjectRef& object, const char* declaration) {
 
 class FrameworkServices : public testing::Test {
 protected:
-    static void SetUpTestSuite() { RegisterFramework(); }
+    static void SetUpTestSuite() { PrepareHost(); }
 
     void TearDown() override { EXPECT_EQ(CountLive(), before_); }
 
@@ -69,19 +69,6 @@ TEST_F(FrameworkServices, ReadsAFileByTheDeclarationsOfPlugins) {
     EXPECT_FALSE(IsExceptionPending());
 }
 
-TEST_F(FrameworkServices, WritesAFileByTheDeclarationsOfPlugins) {
-    ObjectRef file = NewFolderItem(folder_ / "file");
-    auto create = ObjectMethod<Object* (*)(Object*)>(file, "CreateTextFile() as TextOutputStream");
-    ASSERT_NE(create, nullptr);
-    ObjectRef stream = ObjectRef::Adopt(create(file.Get()));
-    auto write = ObjectMethod<void (*)(Object*, String*)>(stream, "Write(text as String)");
-    ASSERT_NE(write, nullptr);
-    write(stream.Get(), StringRef("<a/>").Get());
-    write(stream.Get(), nullptr);
-    ObjectMethod<void (*)(Object*)>(stream, "Close()")(stream.Get());
-    EXPECT_EQ(std::filesystem::file_size(folder_ / "file"), 4U);
-}
-
 TEST_F(FrameworkServices, AnUnreadableFileRaisesAndGivesNil) {
     ObjectRef file = NewFolderItem(folder_ / "missing");
     auto open = ObjectMethod<Object* (*)(Object*, int32_t)>(file, "OpenAsBinaryFile(write as Boolean) as BinaryStream");
@@ -102,50 +89,6 @@ TEST_F(FrameworkServices, LogsMessagesOfPluginsAndKeepsThem) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "\xC3\xA4\n\n");
     EXPECT_EQ(TakeLogMessages(), (std::vector<std::string>{"\xC3\xA4", ""}));
     EXPECT_TRUE(TakeLogMessages().empty());
-}
-
-TEST_F(FrameworkServices, CountsBytesByTheDeclarationOfPlugins) {
-    auto load = Service<void* (*)(Object*, const char*)>("KOVALoadGlobalMethod");
-    auto lenB = reinterpret_cast<int32_t (*)(String*)>(load(nullptr, "LenB( s as string ) as integer"));
-    ASSERT_NE(lenB, nullptr);
-    EXPECT_EQ(lenB(StringRef("\xC3\xA4").Get()), 2);
-    EXPECT_EQ(lenB(nullptr), 0);
-}
-
-// Functions of one string and their result for the same text in several encodings.
-TEST_F(FrameworkServices, StringFunctionsWorkInTheEncodingOfTheirText) {
-    struct Case {
-        uint32_t encoding;
-        int32_t length, position; // of the third letter, which the text holds in UTF-8
-        const char* upper;
-    };
-    const Case cases[] = {
-        {ENCODING_UTF8, 4, 3, "B\xC3\x84\xC3\x96S"},
-        {ENCODING_ISO_LATIN1, 4, 3, "B\xC3\x84\xC3\x96S"},
-        {ENCODING_WINDOWS_LATIN1, 4, 3, "B\xC3\x84\xC3\x96S"},
-        {ENCODING_UTF16, 4, 3, "B\xC3\x84\xC3\x96S"},
-        // Without a known encoding a text is its bytes, and only ASCII letters are letters.
-        {ENCODING_UNKNOWN, 6, 4, "B\xC3\xA4\xC3\xB6S"},
-    };
-    StringRef utf8("b\xC3\xA4\xC3\xB6s");
-    for (const Case& c : cases) {
-        StringRef text = c.encoding == ENCODING_UNKNOWN ? StringRef::Adopt(BuildString(utf8.View()))
-                                                        : ConvertString(utf8.Get(), c.encoding);
-        EXPECT_EQ(CallGlobal("Len", {text}).Integer(), c.length) << c.encoding;
-        EXPECT_EQ(CallGlobal("InStr(source as String, find as String) as Integer", {text, "\xC3\xB6"}).Integer(),
-                  c.position);
-        StringRef upper = CallGlobal("Uppercase", {text}).GetString();
-        EXPECT_EQ(upper.Get()->encoding, c.encoding);
-        EXPECT_EQ(ConvertString(upper.Get(), ENCODING_UTF8).View(), c.upper);
-    }
-}
-
-TEST_F(FrameworkServices, ExceptionsKeepTheirStack) {
-    ObjectRef exception = Create("IOException", {"text", 5}, "Constructor(message as String, errorNumber as Integer)");
-    EXPECT_EQ(GetProperty(exception, "Message").Text(), "text");
-    EXPECT_EQ(UpperBound(AsArray(Call(exception, "Stack").GetObject().Get())), -1);
-    Assign(exception, "Stack", {}, std::vector<std::string>{"a.kova:3", "a.kova:9"});
-    EXPECT_EQ(UpperBound(AsArray(Call(exception, "Stack").GetObject().Get())), 1);
 }
 
 } // namespace

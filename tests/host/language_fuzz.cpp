@@ -1,6 +1,6 @@
 // Programs broken at random: whatever the text, compiling ends with a program or with errors.
 #include "host/language/program.h"
-#include "tests/host/language_fixture.h"
+#include "tests/host/host_fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@ namespace {
 
 class LanguageFuzz : public ::testing::Test {
 protected:
-    static void SetUpTestSuite() { PrepareLanguage(); }
+    static void SetUpTestSuite() { PrepareHost(); }
 };
 
 std::vector<std::string> Samples() {

@@ -1,7 +1,7 @@
 // What programs cannot show of themselves: how errors are laid out, limits, interruption, sessions.
 #include "host/language/program.h"
 #include "host/runtime/leaks.h"
-#include "tests/host/language_fixture.h"
+#include "tests/host/host_fixture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,7 +14,7 @@ namespace {
 
 class LanguageRun : public ::testing::Test {
 protected:
-    static void SetUpTestSuite() { PrepareLanguage(); }
+    static void SetUpTestSuite() { PrepareHost(); }
     void SetUp() override { before_ = CountLive(); }
     void TearDown() override { EXPECT_EQ(CountLive(), before_); }
 

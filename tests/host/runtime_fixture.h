@@ -35,19 +35,17 @@ inline void* const DIRECT = reinterpret_cast<void*>(DIRECT_ACCESS);
 // Every call of native code of the test classes notes itself here.
 std::vector<std::string>& Log();
 
-// "Sensor": native class with members of every form. "PreciseSensor" derives from it and adds data.
+// "Sensor": native class with members of every form.
 struct SensorData {
     int32_t level;
     String* label;
-    double scale;
     Object* peer;
 };
 ClassDefinition& SensorRecord();
 EventDefinition& ChangedEvent();  // Changed(level as Integer, label as String) as Boolean
 EventDefinition& MeasuredEvent(); // Measured(value as Double, source as Sensor, exact as Boolean) as Double
 
-// Registers RuntimeException, NilObjectException, OutOfBoundsException, OutOfMemoryException, Sensor, PreciseSensor and
-// the global function LenB, once.
+// Registers the framework and Sensor, once.
 void RegisterTestClasses();
 
 // Fails a test after which more or less is alive than before, or an exception is pending.
