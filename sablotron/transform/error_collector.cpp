@@ -1,7 +1,9 @@
 // Reading the reports of libxml2 and libxslt, which come in pieces and mostly without a code.
 #include "sablotron/transform/error_collector.h"
 
+#include "sablotron/transform/module_check.h"
 #include "sablotron/transform/modules.h"
+#include "sablotron/transform/uri.h"
 #include "sablotron/tree/xpath_rewrite.h"
 
 #include <libxml/xpath.h>
@@ -75,6 +77,18 @@ int CodeOf(const std::string& text) {
     return CODE_OTHER;
 }
 
+// Texts that a program's author could make nothing of.
+struct UserText {
+    std::string_view part;
+    const char* text;
+};
+constexpr UserText USER_TEXTS[] = {
+    {"potential infinite template recursion", "The recursion is too deep"},
+    {"Operation limit exceeded", "The run takes too many steps"},
+    {"document is not a stylesheet",
+     "The document is not a stylesheet: its root is neither xsl:stylesheet nor an element with xsl:version"},
+};
+
 std::string Format(const char* format, std::va_list arguments) {
     std::va_list again;
     va_copy(again, arguments);
@@ -85,12 +99,30 @@ std::string Format(const char* format, std::va_list arguments) {
     return text;
 }
 
-// The first line, without blanks around it.
-std::string FirstLine(std::string_view text) {
-    text = text.substr(0, text.find('\n'));
-    const size_t first = text.find_first_not_of(" \t\r");
-    if (first == std::string_view::npos) return {};
-    return std::string(text.substr(first, text.find_last_not_of(" \t\r") - first + 1));
+// In one line, without blanks around it, without the names of the library's functions, and with its expressions as they
+// stand in the stylesheet.
+std::string Clean(std::string_view text) {
+    std::string clean;
+    for (const char c : text) {
+        const bool isBlank = c == ' ' || c == '\t' || c == '\r' || c == '\n';
+        if (!isBlank)
+            clean += c;
+        else if (!clean.empty() && clean.back() != ' ')
+            clean += ' ';
+    }
+    if (!clean.empty() && clean.back() == ' ') clean.pop_back();
+    for (const std::string_view name : {"xslt", "xmlXPath", "exslt"}) {
+        const size_t end = clean.find_first_of(" :(");
+        const size_t colon = clean.find(": ");
+        if (!clean.starts_with(name) || end == std::string::npos || colon == std::string::npos || colon > end + 3)
+            continue;
+        clean.erase(0, colon + 2);
+    }
+    for (const UserText& known : USER_TEXTS)
+        if (clean.find(known.part) != std::string::npos) return known.text;
+    if (const size_t blank = clean.find(" : "); clean.starts_with("xsl:") && blank != std::string::npos)
+        clean.erase(blank, 1);
+    return WithoutTextFunction(clean);
 }
 
 // The first prefix in an expression of the instruction that nothing binds there; "" when there is none.
@@ -155,9 +187,20 @@ Message ErrorCollector::At(const xmlNode* instruction) const {
 }
 
 void ErrorCollector::Fail(Message message) {
-    Place place{message.uri, message.line, {}, nullptr};
-    if (place.line == 0 && (run_ != nullptr)) place.instruction = CurrentInstruction();
-    Keep(message.code, std::move(message.text), place);
+    if (message.uri.empty() && message.line == 0 && (run_ != nullptr)) {
+        FailAt(CurrentInstruction(), message.code, std::move(message.text));
+        return;
+    }
+    if (run_ != nullptr) run_->state = XSLT_STATE_STOPPED;
+    if (!failure_) failure_ = std::move(message);
+}
+
+void ErrorCollector::FailAt(const xmlNode* instruction, int code, std::string text) {
+    Message message = At(instruction);
+    message.code = code;
+    message.text = std::move(text);
+    if (run_ != nullptr) run_->state = XSLT_STATE_STOPPED;
+    if (!failure_) failure_ = std::move(message);
 }
 
 void ErrorCollector::EnsureFailure() {
@@ -168,35 +211,33 @@ void ErrorCollector::EnsureFailure() {
 
 Message ErrorCollector::Take() {
     EnsureFailure();
-    return std::move(*std::exchange(failure_, std::nullopt));
+    Message message = std::move(*std::exchange(failure_, std::nullopt));
+    if (!message.uri.empty() && message.uri != stylesheetUri_ && message.uri != STYLESHEET_URI)
+        message.text = DisplayName(message.uri) + (message.line > 0 ? ", line " + std::to_string(message.line) : "")
+                       + ": " + message.text;
+    message.uri = UriForPrograms(message.uri);
+    return message;
 }
 
-std::optional<ErrorCollector::ParserError> ErrorCollector::TakeParserError() {
-    return std::exchange(parserError_, std::nullopt);
+std::string ErrorCollector::UriForPrograms(const std::string& uri) const {
+    if (uri == stylesheetUri_) return STYLESHEET_URI;
+    const std::string_view argument = ArgumentName(uri);
+    return argument.empty() ? uri : "arg:/" + std::string(argument);
 }
 
 void ErrorCollector::OnStructured(void* self, xmlErrorPtr error) {
     auto& collector = *static_cast<ErrorCollector*>(self);
-    if (error == nullptr) return;
-    if (error->domain == XML_FROM_XPATH) {
-        collector.OnXPath(*error);
-    } else if (!collector.parserError_ && (error->level == XML_ERR_FATAL || error->domain == XML_FROM_NAMESPACE)) {
-        collector.parserError_ = {"XML parser error " + std::to_string(error->code) + ": "
-                                      + FirstLine(error->message != nullptr ? error->message : ""),
-                                  error->line};
-    }
+    if ((error != nullptr) && error->domain == XML_FROM_XPATH) collector.OnXPath(*error);
 }
 
 // Explains the XPath error that follows, as in "xmlXPathCompOpEval: function f not found".
 void ErrorCollector::OnLibxml2(void* self, const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    const std::string text = FirstLine(Format(format, arguments));
+    std::string text = Clean(Format(format, arguments));
     va_end(arguments);
-    const size_t colon = text.find(": ");
     auto& collector = *static_cast<ErrorCollector*>(self);
-    collector.explanation_ = {0, colon == std::string::npos ? text : text.substr(colon + 2),
-                              collector.CurrentInstruction()};
+    collector.explanation_ = {0, std::move(text), collector.CurrentInstruction()};
 }
 
 void ErrorCollector::OnLibxslt(void* self, const char* format, ...) {
@@ -204,7 +245,7 @@ void ErrorCollector::OnLibxslt(void* self, const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
     if (!collector.ReadPlace(format, arguments)) {
-        std::string text = FirstLine(Format(format, arguments));
+        std::string text = Clean(Format(format, arguments));
         if (const std::optional<Place> place = std::exchange(collector.place_, std::nullopt)) {
             collector.OnReport(std::move(text), *place);
         } else if (text.find("was not compiled") != std::string::npos) {
@@ -235,7 +276,7 @@ bool ErrorCollector::ReadPlace(const char* format, std::va_list arguments) {
 void ErrorCollector::OnXPath(const xmlError& error) {
     // What libxml2 hands to handlers of its own has no text.
     static constexpr const char* UNKNOWN = "XPath error";
-    xpathError_ = {error.code, error.message != nullptr ? FirstLine(error.message) : UNKNOWN, CurrentInstruction()};
+    xpathError_ = {error.code, error.message != nullptr ? Clean(error.message) : UNKNOWN, CurrentInstruction()};
 }
 
 void ErrorCollector::OnReport(std::string text, Place place) {

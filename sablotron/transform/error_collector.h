@@ -32,26 +32,30 @@ public:
     void TakeLines(xmlDoc* module);
     const std::shared_ptr<Lines>& GetLines() const { return lines_; }
     void SetLines(std::shared_ptr<Lines> lines) { lines_ = std::move(lines); }
+    // The URI of the main module, which messages call STYLESHEET_URI.
+    void SetStylesheetUri(std::string uri) { stylesheetUri_ = std::move(uri); }
     // A message with the place of an instruction.
     Message At(const xmlNode* instruction) const;
+    // The URI that messages give for that of a module.
+    std::string UriForPrograms(const std::string& uri) const;
 
     // The run whose current instruction is where things fail, and which a failure stops. Null: the run is over.
     void SetRun(xsltTransformContext* run) { run_ = run; }
 
-    // Keeps a failure. Its place is the current instruction of the run unless the message has a line.
+    // Keeps a failure. Its place is the current instruction of the run unless the message has a place.
     void Fail(Message message);
+    void FailAt(const xmlNode* instruction, int code, std::string text);
+    // Drops what the libraries said without a failure that came of it.
+    void Forget() {
+        xpathError_.reset();
+        explanation_.reset();
+    }
     bool HasFailed() const { return failure_.has_value(); }
     // Makes what the libraries said last a failure, as code 1, when none was recognised.
     void EnsureFailure();
-    // The failure, of which there is one after this in any case.
+    // The failure, of which there is one after this in any case. One in another text than the main module begins with
+    // the name of that text and the line.
     Message Take();
-
-    // The first fatal error of a parser since the last call, as "XML parser error N: text", and its line.
-    struct ParserError {
-        std::string text;
-        int line = 0;
-    };
-    std::optional<ParserError> TakeParserError();
 
 private:
     struct Place {
@@ -74,6 +78,7 @@ private:
     void Keep(int code, std::string text, const Place& place);
     void SetPlace(const Place& place);
 
+    std::string stylesheetUri_;
     std::vector<const xmlDoc*> modules_;
     std::shared_ptr<Lines> lines_ = std::make_shared<Lines>();
     xsltTransformContext* run_ = nullptr;
@@ -90,7 +95,6 @@ private:
     std::optional<Detail> explanation_; // of the XPath error that follows
     std::optional<Message> unplaced_;   // a report without a place, which another one will tell
     std::string lastText_;
-    std::optional<ParserError> parserError_;
 
     ErrorScope libxml2_;
     xmlGenericErrorFunc oldLibxslt_;

@@ -1,9 +1,12 @@
 // The check of the stack and xsl:message, put in the place of libxslt's functions.
 #include "sablotron/transform/instructions.h"
 
+#include "sablotron/transform/module_check.h"
 #include "sablotron/transform/modules.h"
+#include "sablotron/tree/number_text.h"
 #include "sablotron/tree/xpath.h"
 
+#include <libexslt/exslt.h>
 #include <libxml/xpathInternals.h>
 #include <libxslt/extensions.h>
 #include <libxslt/functions.h>
@@ -54,10 +57,33 @@ void RunMessage(xsltTransformContext* context, xmlNode* node, xmlNode* instructi
         return;
     }
     Message message = run.errors.At(instruction);
+    message.uri = run.errors.UriForPrograms(message.uri);
     message.code = CODE_XSL_MESSAGE;
     message.level = SABLOT_LEVEL_WARNING;
     message.text = text;
     run.messages.push_back(std::move(message));
+}
+
+// Numbers become text as XPath wants it, other values stay what they are.
+void AsText(xmlXPathParserContext* parser, int) {
+    xmlXPathObject* value = valuePop(parser);
+    valuePush(parser, (value != nullptr) && value->type == XPATH_NUMBER ? NumberAsString(value) : value);
+}
+
+// key() looks a number up as text.
+void FindByKey(xmlXPathParserContext* parser, int argumentCount) {
+    NumbersToStrings(parser, argumentCount);
+    xsltKeyFunction(parser, argumentCount);
+}
+
+// Stands for an expression that does not parse.
+void Refuse(xmlXPathParserContext* parser, int) {
+    const XPathPointer<xmlXPathObject> expression(valuePop(parser));
+    if (xsltTransformContext* context = xsltXPathGetTransformContext(parser); (context != nullptr) && expression)
+        RunOf(context).errors.Fail(
+            {.code = CODE_XPATH_SYNTAX,
+             .text = "Invalid expression: '" + RefusedExpression(std::string(View(expression->stringval))) + "'"});
+    parser->error = XPATH_EXPR_ERROR;
 }
 
 // Runs an extension function. One that returns a whole tree (node-set) registers it.
@@ -69,6 +95,7 @@ void CallFunction(xmlXPathParserContext* parser, int argumentCount) {
         parser->error = XPATH_STACK_ERROR;
         return;
     }
+    if (View(parser->context->functionURI) == Chars(EXSLT_STRINGS_NAMESPACE)) NumbersToStrings(parser, argumentCount);
     function(parser, argumentCount);
     const xmlXPathObject* value = parser->value;
     if (parser->error == 0 && (value != nullptr) && value->type == XPATH_NODESET && (value->nodesetval != nullptr)
@@ -77,12 +104,16 @@ void CallFunction(xmlXPathParserContext* parser, int argumentCount) {
 }
 
 xmlXPathFunction LookUpFunction(void* xpathContext, const xmlChar* name, const xmlChar* uri) {
+    if (uri == nullptr && View(name) == TEXT_FUNCTION) return AsText;
+    if (uri == nullptr && View(name) == REFUSED_FUNCTION) return Refuse;
+    if (uri == nullptr && View(name) == "key") return FindByKey;
     return xsltXPathFunctionLookup(xpathContext, name, uri) != nullptr ? CallFunction : nullptr;
 }
 
 // Stands for the function of every compiled instruction.
 void RunInstruction(xsltTransformContext* context, xmlNode* node, xmlNode* instruction, xsltElemPreComp* compiled) {
     Run& run = RunOf(context);
+    run.errors.Forget();
     if (compiled->type == XSLT_FUNC_COPYOF)
         RegisterFragment(context, node, *reinterpret_cast<const xsltStylePreComp*>(compiled));
     const bool walks = compiled->type == XSLT_FUNC_COPYOF || compiled->type == XSLT_FUNC_APPLYTEMPLATES
@@ -142,6 +173,7 @@ bool RegisterTree(xsltTransformContext* context, const xmlDoc* tree) {
 }
 
 void GuardFunctions(xsltTransformContext* context) {
+    RegisterStringFunctions(context->xpathCtxt);
     xmlXPathRegisterFuncLookup(context->xpathCtxt, LookUpFunction, context->xpathCtxt);
 }
 

@@ -1,21 +1,12 @@
 // The calls on processors that need no transformation.
 #include "sablotron/transform/processor.h"
 
+#include "sablotron/transform/uri.h"
 #include "sablotron/tree/document.h"
 #include "sablotron/tree/guarded.h"
 #include "sablotron/tree/strings.h"
 
 namespace sablot {
-namespace {
-
-constexpr std::string_view ARGUMENT_SCHEME = "arg:/";
-
-} // namespace
-
-std::string_view ArgumentName(std::string_view uri) {
-    if (!uri.starts_with(ARGUMENT_SCHEME)) return {};
-    return uri.substr(ARGUMENT_SCHEME.size());
-}
 
 ProcessorUse::~ProcessorUse() {
     if (--processor_->users == 0 && processor_->destroyed) delete processor_;

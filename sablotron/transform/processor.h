@@ -15,9 +15,6 @@ namespace sablot {
 class Document;
 class Stylesheet;
 
-// How messages, and document(''), call the stylesheet, whatever its argument's name.
-constexpr const char* STYLESHEET_URI = "arg:/style";
-
 // What a name is bound to: a text, or a tree that stays the caller's.
 struct Argument {
     std::string text;
@@ -34,9 +31,6 @@ struct CompiledText {
     std::string text;
     std::shared_ptr<Stylesheet> stylesheet;
 };
-
-// The part of an "arg:/name" URI that names the argument; empty for any other URI.
-std::string_view ArgumentName(std::string_view uri);
 
 } // namespace sablot
 

@@ -113,16 +113,19 @@ private:
             return false;
         }
         Sandbox sandbox(processor_, errors_);
-        sandbox.SetStylesheet(*style);
+        sandbox.SetStylesheet(*style, Chars(stylesheet->Get()->doc->URL));
         sandbox.SetDocumentCheck(RegisterTree);
         if (input->isTree && !stylesheet->StripsSpace()) {
             Document& document = **input->document;
             document.orderIndexedAt = 0; // the run takes the index away
-            const BorrowedTree borrowed(document.Tree(), inputUri);
+            const BorrowedTree borrowed(document.Tree(), UriOf(*document.Tree(), inputUri));
             if (!Apply(*stylesheet, document.Tree())) return false;
         } else {
             const TreePointer own = sandbox.Load(*input, inputUri, nullptr);
             if (!own) return false;
+            const std::string uri =
+                input->isTree ? UriOf(*(*input->document)->Tree(), inputUri) : ArgumentBase(ArgumentName(inputUri));
+            xmlFree(const_cast<xmlChar*>(std::exchange(own->URL, xmlStrdup(Chars(uri.c_str())))));
             ForEachNode(own.get(), [](xmlNode* node) { node->psvi = nullptr; });
             if (!Apply(*stylesheet, own.get())) return false;
         }

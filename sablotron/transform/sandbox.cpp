@@ -61,10 +61,6 @@ private:
     struct stat status_ {};
 };
 
-struct ParserDeleter {
-    void operator()(xmlParserCtxt* parser) const { xmlFreeParserCtxt(parser); }
-};
-
 // Gives the tree, which is empty yet, other names to share.
 void ShareNames(xmlDoc* tree, xmlDict* names) {
     xmlDictReference(names);
@@ -75,24 +71,6 @@ void ShareNames(xmlDoc* tree, xmlDict* names) {
 } // namespace
 
 Sandbox* Sandbox::current_ = nullptr;
-
-std::string LocalPath(std::string_view uri) {
-    // Against the URI of the stylesheet an absolute path becomes arg:/path.
-    if (uri.starts_with("arg:/")) uri.remove_prefix(4);
-    if (uri.starts_with("file:")) {
-        uri.remove_prefix(5);
-        if (uri.starts_with("//localhost/"))
-            uri.remove_prefix(11);
-        else if (uri.starts_with("///"))
-            uri.remove_prefix(2);
-    }
-    if (!uri.starts_with('/') || uri.starts_with("//")) return {};
-    const std::string path(uri);
-    char* unescaped = xmlURIUnescapeString(path.c_str(), 0, nullptr);
-    std::string result = unescaped != nullptr ? unescaped : "";
-    xmlFree(unescaped);
-    return result;
-}
 
 xsltSecurityPrefs* ReadOnlyPreferences() {
     struct Deleter {
@@ -109,7 +87,7 @@ xsltSecurityPrefs* ReadOnlyPreferences() {
 }
 
 Sandbox::Sandbox(SablotHandle processor, ErrorCollector& errors)
-    : processor_(processor), errors_(errors), oldDocumentLoader_(xsltDocDefaultLoader), entityLoader_(OnEntity) {
+    : processor_(processor), errors_(errors), check_(errors), oldDocumentLoader_(xsltDocDefaultLoader) {
     current_ = this;
     xsltSetLoaderFunc(OnDocument);
 }
@@ -129,27 +107,23 @@ std::string Sandbox::StateOf(SablotHandle processor, const std::string& uri) {
 }
 
 TreePointer Sandbox::Load(const std::string& uri, xmlDict* names) {
-    if ((stylesheet_ != nullptr) && uri == STYLESHEET_URI) return Load(*stylesheet_, uri, names);
+    if ((stylesheet_ != nullptr) && uri == stylesheetUri_) return Load(*stylesheet_, uri, names);
     std::string state = StateOf(processor_, uri);
     if (state.empty()) return NotFound(uri);
     loaded_.push_back({uri, std::move(state)});
     if (const Argument* argument = processor_ != nullptr ? processor_->FindArgument(ArgumentName(uri)) : nullptr)
         return Load(*argument, uri, names);
     const std::optional<std::string> text = File(LocalPath(uri)).Read();
-    return text ? ParseFile(uri, *text, names) : NotFound(uri);
+    if (!text) return NotFound(uri);
+    return Parse({text->data(), text->size(), uri.c_str(), nullptr}, uri, names);
 }
 
 TreePointer Sandbox::Load(const Argument& argument, const std::string& uri, xmlDict* names) {
     TreePointer parsed;
     const xmlDoc* original = argument.isTree ? (*argument.document)->Tree() : nullptr;
     if (!argument.isTree) {
-        ParseFailure failure;
-        parsed = ParseTree(SourceOf(argument.text), failure);
-        if (!parsed) {
-            errors_.Fail(
-                {.code = CODE_NOT_WELL_FORMED, .uri = uri, .line = failure.line, .text = std::move(failure.text)});
-            return nullptr;
-        }
+        parsed = Parse(SourceOf(argument.text), uri, nullptr);
+        if (!parsed) return nullptr;
         original = parsed.get();
     }
     TreePointer tree;
@@ -168,29 +142,19 @@ TreePointer Sandbox::Load(const Argument& argument, const std::string& uri, xmlD
     return tree;
 }
 
-TreePointer Sandbox::ParseFile(const std::string& uri, std::string_view text, xmlDict* names) {
-    std::unique_ptr<xmlParserCtxt, ParserDeleter> parser(xmlNewParserCtxt());
-    if (!parser) return nullptr;
-    if (names != nullptr) {
-        xmlDictReference(names);
-        xmlDictFree(parser->dict);
-        parser->dict = names;
-    }
-    TreePointer tree(xmlCtxtReadMemory(parser.get(), text.data(), static_cast<int>(text.size()), uri.c_str(), nullptr,
-                                       XML_PARSE_NOENT | XML_PARSE_DTDLOAD | XML_PARSE_DTDATTR | XML_PARSE_NOCDATA
-                                           | XML_PARSE_NONET | XML_PARSE_BIG_LINES));
-    const auto error = errors_.TakeParserError();
-    if (errors_.HasFailed()) return nullptr;
-    if (tree && parser->nsWellFormed) return tree;
-    errors_.Fail({.code = CODE_NOT_WELL_FORMED,
-                  .uri = uri,
-                  .line = error ? error->line : 0,
-                  .text = error ? error->text : "XML parser error"});
-    return nullptr;
+// Declarations of entities that a module takes from files (the stylesheets for DocBook do) are read; for data nothing
+// is.
+TreePointer Sandbox::Parse(const SablotSource& source, const std::string& uri, xmlDict* names) {
+    ParseFailure failure;
+    TreePointer tree =
+        ParseTree(source, failure, {.names = names, .declarations = names != nullptr ? OnDeclarations : nullptr});
+    if (!tree)
+        errors_.Fail({.code = CODE_NOT_WELL_FORMED, .uri = uri, .line = failure.line, .text = std::move(failure.text)});
+    return tree;
 }
 
 TreePointer Sandbox::NotFound(const std::string& uri) {
-    errors_.Fail({.code = CODE_NOT_FOUND, .text = "'" + uri + "' not found"});
+    errors_.Fail({.code = CODE_NOT_FOUND, .text = "'" + DisplayName(uri) + "' not found"});
     return nullptr;
 }
 
@@ -203,7 +167,7 @@ xmlDoc* Sandbox::OnDocument(const xmlChar* uri, xmlDict* names, int, void* conte
     // Modules that import and include each other in a circle, which libxslt does not always see.
     if (++current_->moduleLoads_[Chars(uri)] > MAX_MODULE_LOADS) {
         current_->errors_.Fail(
-            {.code = CODE_OTHER, .text = "'" + std::string(Chars(uri)) + "' is imported in a circle"});
+            {.code = CODE_OTHER, .text = "'" + DisplayName(Chars(uri)) + "' is imported in a circle"});
         return nullptr;
     }
     TreePointer tree = current_->Load(Chars(uri), names);
@@ -219,21 +183,19 @@ bool Sandbox::AdmitModule(xmlDoc* module) {
         if (++depth > MAX_INSTRUCTION_DEPTH && IsElement(node) && IsXslt(node)) tooDeep = true;
     };
     WalkTree(AsNode(module), enter, [&](const xmlNode*) { --depth; });
-    if (!tooDeep) return true;
+    if (!tooDeep) return check_.Prepare(module);
     errors_.Fail(
         {.code = CODE_OTHER, .uri = std::string(View(module->URL)), .text = "the instructions are nested too deeply"});
     return false;
 }
 
-// An external subset that is out of reach is skipped; an entity that is referenced must be there.
-xmlParserInput* Sandbox::OnEntity(const char* uri, const char*, xmlParserCtxt* parser) {
-    constexpr int EXTERNAL_SUBSET = 2;
+xmlParserInput* Sandbox::OnDeclarations(const char* uri, const char*, xmlParserCtxt* parser) {
     Sandbox& sandbox = *current_;
     const std::string name = uri != nullptr ? uri : "";
     File file(LocalPath(name));
     const std::optional<std::string> text = file.Read();
     if (!text) {
-        if (parser->inSubset != EXTERNAL_SUBSET) sandbox.NotFound(name);
+        sandbox.NotFound(name);
         return nullptr;
     }
     sandbox.loaded_.push_back({name, file.State()});

@@ -2,17 +2,15 @@
 #pragma once
 
 #include "sablotron/transform/error_collector.h"
+#include "sablotron/transform/module_check.h"
 #include "sablotron/transform/processor.h"
+#include "sablotron/transform/uri.h"
 #include "sablotron/tree/tree.h"
 
 #include <libxslt/documents.h>
 #include <libxslt/security.h>
 
 namespace sablot {
-
-// The local path that an absolute path, an absolute local file: URI (RFC 8089) or an arg: URI (see the code) names;
-// empty for anything else.
-std::string LocalPath(std::string_view uri);
 
 // Security preferences that forbid every way of writing. What is read goes through the sandbox, whatever its scheme.
 xsltSecurityPrefs* ReadOnlyPreferences();
@@ -32,19 +30,23 @@ public:
     // Asked about every document that a run reads, which may refuse it with a failure.
     using DocumentCheck = bool (*)(xsltTransformContext* run, const xmlDoc* tree);
     void SetDocumentCheck(DocumentCheck check) { isAllowed_ = check; }
-    // What STYLESHEET_URI means; without it the argument of that name.
-    void SetStylesheet(const Argument& stylesheet) { stylesheet_ = &stylesheet; }
+    // The main module and its URI.
+    void SetStylesheet(const Argument& stylesheet, std::string uri) {
+        stylesheet_ = &stylesheet;
+        stylesheetUri_ = std::move(uri);
+    }
     Sandbox(const Sandbox&) = delete;
     Sandbox& operator=(const Sandbox&) = delete;
     ~Sandbox();
 
-    // A fresh copy of the tree at the URI, with its names in `names` when given; null after a reported failure.
+    // A fresh copy of the tree at the URI, a module with its names in `names`; null after a reported failure.
     TreePointer Load(const std::string& uri, xmlDict* names);
     // The same for an argument, under that URI.
     TreePointer Load(const Argument& argument, const std::string& uri, xmlDict* names);
-    // Makes a module known for messages, as it was parsed; false after a failure when it is nested too deeply to
-    // compile.
+    // Makes a module known for messages, as it was parsed, and prepares it for the compiler; false after a failure.
     bool AdmitModule(xmlDoc* module);
+    // What is to be checked when all modules are there; false after a failure.
+    bool AdmitStylesheet() { return check_.CheckAttributeSets(); }
     // What was loaded so far.
     const std::vector<Dependency>& Loaded() const { return loaded_; }
 
@@ -53,20 +55,21 @@ public:
 
 private:
     static xmlDoc* OnDocument(const xmlChar* uri, xmlDict* names, int options, void* context, xsltLoadType type);
-    static xmlParserInput* OnEntity(const char* uri, const char* id, xmlParserCtxt* parser);
-    TreePointer ParseFile(const std::string& uri, std::string_view text, xmlDict* names);
+    static xmlParserInput* OnDeclarations(const char* uri, const char* id, xmlParserCtxt* parser);
+    TreePointer Parse(const SablotSource& source, const std::string& uri, xmlDict* names);
     TreePointer NotFound(const std::string& uri);
 
     static Sandbox* current_;
 
     SablotHandle processor_;
     ErrorCollector& errors_;
+    ModuleCheck check_;
     const Argument* stylesheet_ = nullptr;
+    std::string stylesheetUri_;
     DocumentCheck isAllowed_ = nullptr;
     std::vector<Dependency> loaded_;
     std::map<std::string, unsigned> moduleLoads_;
     xsltDocLoaderFunc oldDocumentLoader_;
-    LoaderScope entityLoader_;
 };
 
 } // namespace sablot

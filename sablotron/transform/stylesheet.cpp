@@ -28,9 +28,9 @@ std::shared_ptr<Stylesheet> Stylesheet::Compile(TreePointer tree, Sandbox& sandb
     if (!sandbox.AdmitModule(tree.get())) return nullptr;
     xsltStylesheet* compiled = xsltParseStylesheetDoc(tree.get());
     if (compiled == nullptr) return nullptr;
-    static_cast<void>(tree.release());
+    static_cast<void>(tree.release()); // the module is the compiled stylesheet's
     std::shared_ptr<Stylesheet> stylesheet(new Stylesheet(compiled));
-    if (errors.HasFailed()) return nullptr;
+    if (errors.HasFailed() || !sandbox.AdmitStylesheet()) return nullptr;
     stylesheet->dependencies_ = sandbox.Loaded();
     stylesheet->lines_ = errors.GetLines();
     return stylesheet;
@@ -51,14 +51,17 @@ bool Stylesheet::IsCurrent(SablotHandle processor) const {
 void Stylesheet::AddModules(ErrorCollector& errors) const {
     ForEachModule(stylesheet_, [&errors](const xmlDoc* module) { errors.AddModule(module); });
     errors.SetLines(lines_);
+    errors.SetStylesheetUri(Chars(stylesheet_->doc->URL));
 }
 
 namespace {
 
 std::shared_ptr<Stylesheet> CompileTree(TreePointer tree, SablotHandle processor, ErrorCollector& errors) {
     if (!tree) return nullptr;
+    const std::string uri = UriOf(*tree, STYLESHEET_URI);
     if (tree->URL != nullptr) xmlFree(const_cast<xmlChar*>(tree->URL));
-    tree->URL = xmlStrdup(Chars(STYLESHEET_URI));
+    tree->URL = xmlStrdup(Chars(uri.c_str()));
+    errors.SetStylesheetUri(uri);
     Sandbox sandbox(processor, errors);
     return Stylesheet::Compile(std::move(tree), sandbox, errors);
 }

@@ -155,8 +155,12 @@ bool DeclaresNoEntities(std::string_view text, const char* encoding) {
 }
 
 // A parser that will read the text; null when memory is short.
-ContextPointer NewParser(std::string_view& text) {
+ContextPointer NewParser(std::string_view& text, const char* baseUri, xmlDict* names) {
     ContextPointer context(xmlNewParserCtxt());
+    if (context && (names != nullptr)) {
+        xmlDictReference(names);
+        xmlDictFree(std::exchange(context->dict, names));
+    }
     // Read in pieces: libxml2 copies a text that it gets as a whole.
     xmlParserInputBuffer* buffer =
         context ? xmlParserInputBufferCreateIO(ReadPiece, nullptr, &text, XML_CHAR_ENCODING_NONE) : nullptr;
@@ -166,6 +170,7 @@ ContextPointer NewParser(std::string_view& text) {
         if (buffer != nullptr) xmlFreeParserInputBuffer(buffer);
         return nullptr;
     }
+    if (baseUri != nullptr) input->filename = Chars(xmlStrdup(Chars(baseUri)));
     inputPush(context.get(), input);
     return context;
 }
@@ -176,21 +181,36 @@ bool OverrideEncoding(xmlParserCtxt* context, const char* encoding) {
     return (handler != nullptr) && xmlSwitchToEncoding(context, handler) == 0;
 }
 
+// Keeps an unparsed entity, for unparsed-entity-uri(), in an external subset, which is not a node of the tree.
+void KeepUnparsedEntity(void* payload, void* data, const xmlChar*) {
+    const auto* entity = static_cast<const xmlEntity*>(payload);
+    auto* tree = static_cast<xmlDoc*>(data);
+    if (entity->etype != XML_EXTERNAL_GENERAL_UNPARSED_ENTITY) return;
+    if (tree->extSubset == nullptr) xmlNewDtd(tree, Chars(""), nullptr, nullptr);
+    xmlEntity* kept =
+        xmlAddDtdEntity(tree, entity->name, entity->etype, entity->ExternalID, entity->SystemID, entity->content);
+    if (kept != nullptr) kept->URI = xmlStrdup(entity->URI);
+}
+
 // Leaves what the interface shows of a document. The text in the tree is UTF-8 whatever the source was.
 void Tidy(xmlDoc* tree, const char* baseUri) {
     if (xmlDtd* subset = tree->intSubset) {
+        if (subset->entities != nullptr)
+            xmlHashScan(static_cast<xmlHashTable*>(subset->entities), KeepUnparsedEntity, tree);
         xmlUnlinkNode(reinterpret_cast<xmlNode*>(subset));
         tree->intSubset = nullptr;
         xmlFreeDtd(subset);
     }
     xmlFree(const_cast<xmlChar*>(tree->encoding));
     tree->encoding = nullptr;
+    xmlFree(const_cast<xmlChar*>(tree->URL));
+    tree->URL = nullptr;
     if ((baseUri != nullptr) && ((tree->URL = xmlStrdup(Chars(baseUri))) == nullptr)) throw std::bad_alloc();
 }
 
 } // namespace
 
-TreePointer ParseTree(const SablotSource& source, ParseFailure& failure) {
+TreePointer ParseTree(const SablotSource& source, ParseFailure& failure, const ParseOptions& options) {
     Parse parse{failure};
     const auto fail = [&parse](int code, int line, std::string_view text) {
         parse.Fail(code, line, text, true);
@@ -203,9 +223,9 @@ TreePointer ParseTree(const SablotSource& source, ParseFailure& failure) {
     const bool isHuge = DeclaresNoEntities(text, encoding);
 
     ErrorScope errors({.structured = OnError});
-    LoaderScope loader(LoadNothing);
+    LoaderScope loader(options.declarations != nullptr ? options.declarations : LoadNothing);
     std::string_view rest = text;
-    const ContextPointer context = NewParser(rest);
+    const ContextPointer context = NewParser(rest, source.baseUri, options.names);
     if (!context) return fail(XML_ERR_NO_MEMORY, 0, "Memory allocation failed");
     context->_private = &parse;
     xmlCtxtUseOptions(context.get(), XML_PARSE_NOENT | XML_PARSE_DTDATTR | XML_PARSE_NONET | XML_PARSE_BIG_LINES

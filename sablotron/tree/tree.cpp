@@ -143,6 +143,7 @@ TreePointer CopyTree(const xmlDoc* tree) {
         if (node == nullptr) return nullptr;
         LinkBefore(AsNode(copy.get()), node, nullptr);
     }
+    if ((tree->extSubset != nullptr) && ((copy->extSubset = xmlCopyDtd(tree->extSubset)) == nullptr)) return nullptr;
     return copy;
 }
 

@@ -1,0 +1,450 @@
+// The checks of a module, element by element, by a table of what XSLT 1.0 gives its attributes for.
+#include "sablotron/transform/module_check.h"
+
+#include "sablotron/transform/modules.h"
+#include "sablotron/tree/xpath_rewrite.h"
+
+#include <libxml/parserInternals.h>
+#include <libxml/uri.h>
+#include <libxml/xpathInternals.h>
+
+#include <algorithm>
+#include <optional>
+
+namespace sablot {
+namespace {
+
+enum class Content { EXPRESSION, PATTERN, TEMPLATE, NAMES, YES_NO, OTHER };
+
+constexpr std::string_view WITHOUT_ATTRIBUTES[] = {"apply-imports",  "choose",     "comment",  "copy",
+                                                   "decimal-format", "document",   "fallback", "otherwise",
+                                                   "output",         "stylesheet", "transform"};
+constexpr std::string_view BLANKS = " \t\r\n";
+
+std::string Value(const xmlAttr* attribute) {
+    std::string value;
+    for (const xmlNode* part = attribute->children; part != nullptr; part = part->next) value += View(part->content);
+    return value;
+}
+
+std::string Value(const xmlNode* element, const char* name) {
+    const xmlAttr* attribute = xmlHasProp(const_cast<xmlNode*>(element), Chars(name));
+    return attribute != nullptr ? Value(attribute) : "";
+}
+
+void SetValue(xmlNode* element, xmlAttr* attribute, const std::string& value) {
+    xmlFreeNodeList(attribute->children);
+    attribute->children = attribute->last = Checked(xmlNewDocText(element->doc, Chars(value.c_str())), value);
+    attribute->children->parent = AsNode(attribute);
+}
+
+std::string Tag(const xmlNode* element) {
+    std::string name;
+    if ((element->ns != nullptr) && (element->ns->prefix != nullptr))
+        name = std::string(View(element->ns->prefix)) + ':';
+    return name.append(View(element->name));
+}
+
+// The words of a list of names.
+std::vector<std::string> Words(const std::string& text) {
+    std::vector<std::string> words;
+    for (size_t at = text.find_first_not_of(BLANKS); at != std::string::npos;) {
+        const size_t end = std::min(text.find_first_of(BLANKS, at), text.size());
+        words.push_back(text.substr(at, end - at));
+        at = text.find_first_not_of(BLANKS, end);
+    }
+    return words;
+}
+
+bool IsBound(const xmlNode* element, const std::string& prefix) {
+    return xmlSearchNs(element->doc, const_cast<xmlNode*>(element), Chars(prefix.c_str())) != nullptr;
+}
+
+// A name as XSLT compares it, with its URI.
+std::string Expanded(const xmlNode* element, const std::string& name) {
+    const size_t colon = name.find(':');
+    if (colon == std::string::npos) return name;
+    const xmlNs* binding =
+        xmlSearchNs(element->doc, const_cast<xmlNode*>(element), Chars(name.substr(0, colon).c_str()));
+    return (binding != nullptr ? std::string(View(binding->href)) : "") + '}' + name.substr(colon + 1);
+}
+
+// Whether the expression can stand as the only argument of a function as it is: a faulty one could become right.
+bool IsClosed(std::string_view expression) {
+    int depth = 0;
+    for (size_t at = 0; at < expression.size(); ++at) {
+        const char c = expression[at];
+        if (c == '"' || c == '\'') {
+            at = expression.find(c, at + 1);
+            if (at == std::string_view::npos) return false;
+        } else if (c == '(' || c == '[') {
+            ++depth;
+        } else if (c == ')' || c == ']') {
+            --depth;
+        }
+        if (depth < 0 || (c == ',' && depth == 0)) return false;
+    }
+    return depth == 0;
+}
+
+// Whether the value can be a number. What consists of names, steps and axes only is a path.
+bool MayBeNumber(std::string_view expression) {
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    const auto isOfPath = [&isDigit](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || isDigit(c) || (c & '\x80') != 0
+               || std::string_view("/.@:_-").find(c) != std::string_view::npos;
+    };
+    if (expression.empty() || expression[0] == '-' || isDigit(expression[0])) return !expression.empty();
+    if (expression.size() > 1 && expression[0] == '.' && isDigit(expression[1])) return true;
+    return !std::all_of(expression.begin(), expression.end(), isOfPath);
+}
+
+std::string Wrapped(const std::string& expression) {
+    if (!MayBeNumber(expression) || !IsClosed(expression)) return expression;
+    return std::string(TEXT_FUNCTION) + '(' + expression + ')';
+}
+
+std::string Refused(const std::string& expression) {
+    xmlChar* escaped = xmlURIEscapeStr(Chars(expression.c_str()), Chars(""));
+    std::string call = std::string(REFUSED_FUNCTION) + "(\"" + std::string(View(escaped)) + "\")";
+    xmlFree(escaped);
+    return call;
+}
+
+// The end of the expression in braces that begins after `at`; npos when it has none.
+size_t ExpressionEnd(const std::string& value, size_t at) {
+    for (; at < value.size() && value[at] != '}'; ++at) {
+        if (value[at] != '"' && value[at] != '\'') continue;
+        at = value.find(value[at], at + 1);
+        if (at == std::string::npos) return at;
+    }
+    return at < value.size() ? at : std::string::npos;
+}
+
+const char* ReasonOf(int code) {
+    switch (code) {
+    case XML_XPATH_UNFINISHED_LITERAL_ERROR: return "Literal without end";
+    case XML_XPATH_VARIABLE_REF_ERROR: return "Invalid name of a variable";
+    case XML_XPATH_INVALID_PREDICATE_ERROR: return "Invalid predicate";
+    case XML_XPATH_UNCLOSED_ERROR: return "Parenthesis without end";
+    default: return "Invalid expression";
+    }
+}
+
+} // namespace
+
+// What an attribute of an XSLT element holds.
+struct ModuleCheck::Rule {
+    std::string_view element;
+    std::string_view attribute;
+    Content content;
+    bool isNeeded = false;
+    bool isText = false; // the value of the expression becomes text
+};
+
+constexpr bool NEEDED = true;
+constexpr bool TEXT = true;
+constexpr ModuleCheck::Rule ModuleCheck::RULES[] = {
+    {"apply-templates", "select", Content::EXPRESSION},
+    {"attribute", "name", Content::TEMPLATE, NEEDED},
+    {"attribute", "namespace", Content::TEMPLATE},
+    {"attribute-set", "name", Content::OTHER, NEEDED},
+    {"call-template", "name", Content::OTHER, NEEDED},
+    {"copy-of", "select", Content::EXPRESSION, NEEDED, TEXT},
+    {"element", "name", Content::TEMPLATE, NEEDED},
+    {"element", "namespace", Content::TEMPLATE},
+    {"for-each", "select", Content::EXPRESSION, NEEDED},
+    {"if", "test", Content::EXPRESSION, NEEDED},
+    {"import", "href", Content::OTHER, NEEDED},
+    {"include", "href", Content::OTHER, NEEDED},
+    {"key", "name", Content::OTHER, NEEDED},
+    {"key", "match", Content::PATTERN, NEEDED},
+    {"key", "use", Content::EXPRESSION, NEEDED, TEXT},
+    {"message", "terminate", Content::YES_NO},
+    {"namespace-alias", "stylesheet-prefix", Content::OTHER, NEEDED},
+    {"namespace-alias", "result-prefix", Content::OTHER, NEEDED},
+    {"number", "value", Content::EXPRESSION},
+    {"number", "count", Content::PATTERN},
+    {"number", "from", Content::PATTERN},
+    {"number", "format", Content::TEMPLATE},
+    {"param", "name", Content::OTHER, NEEDED},
+    {"param", "select", Content::EXPRESSION},
+    {"preserve-space", "elements", Content::NAMES, NEEDED},
+    {"processing-instruction", "name", Content::TEMPLATE, NEEDED},
+    {"sort", "select", Content::EXPRESSION, false, TEXT},
+    {"sort", "data-type", Content::TEMPLATE},
+    {"sort", "order", Content::TEMPLATE},
+    {"strip-space", "elements", Content::NAMES, NEEDED},
+    {"template", "match", Content::PATTERN},
+    {"text", "disable-output-escaping", Content::OTHER},
+    {"value-of", "select", Content::EXPRESSION, NEEDED, TEXT},
+    {"variable", "name", Content::OTHER, NEEDED},
+    {"variable", "select", Content::EXPRESSION},
+    {"when", "test", Content::EXPRESSION, NEEDED},
+    {"with-param", "name", Content::OTHER, NEEDED},
+    {"with-param", "select", Content::EXPRESSION},
+};
+
+std::string WithoutTextFunction(std::string text) {
+    const std::string call = std::string(TEXT_FUNCTION) + '(';
+    for (size_t at = text.find(call); at != std::string::npos; at = text.find(call)) {
+        text.erase(at, call.size());
+        int depth = 1;
+        for (size_t end = at; end < text.size(); ++end) {
+            depth += text[end] == '(' ? 1 : 0;
+            depth -= text[end] == ')' ? 1 : 0;
+            if (depth > 0) continue;
+            text.erase(end, 1);
+            break;
+        }
+    }
+    return text;
+}
+
+std::string RefusedExpression(const std::string& argument) {
+    char* expression = xmlURIUnescapeString(argument.c_str(), static_cast<int>(argument.size()), nullptr);
+    std::string text = expression != nullptr ? expression : argument;
+    xmlFree(expression);
+    return text;
+}
+
+ModuleCheck::ModuleCheck(ErrorCollector& errors) : errors_(errors), context_(xmlXPathNewContext(nullptr)) {
+    if (!context_) throw std::bad_alloc();
+    context_->userData = this;
+    context_->error = [](void* self, xmlErrorPtr error) {
+        static_cast<ModuleCheck*>(self)->reason_ = ReasonOf(error->code);
+    };
+}
+
+bool ModuleCheck::Prepare(xmlDoc* module) {
+    xmlNode* const root = xmlDocGetRootElement(module);
+    if (root == nullptr) return true;
+    const bool isStylesheet = IsXslt(root) && (View(root->name) == "stylesheet" || View(root->name) == "transform");
+    if (isStylesheet && !CheckTopLevelText(root)) return false;
+
+    // The elements around the one at work that set a version, with whether it is another one than 1.0 (2.5).
+    std::vector<std::pair<const xmlNode*, bool>> versions = {{nullptr, false}};
+    std::vector<xmlNode*> dropped;
+    const xmlNode* ignored = nullptr; // the element around that is not looked into
+    Verdict verdict = Verdict::RIGHT;
+    WalkTree(
+        root,
+        [&](xmlNode* node) {
+            if (!IsElement(node) || (ignored != nullptr) || verdict == Verdict::FAILED) return;
+            const bool isTop = isStylesheet && node->parent == root;
+            if (isTop && !IsXslt(node)) {
+                ignored = node; // data of the stylesheet's own
+                return;
+            }
+            const xmlAttr* version = IsXslt(node) ? (node == root ? xmlHasProp(node, Chars("version")) : nullptr)
+                                                  : xmlHasNsProp(node, Chars("version"), XSLT_NAMESPACE);
+            if (version != nullptr) versions.emplace_back(node, Value(version) != "1.0");
+            verdict = IsXslt(node) ? CheckInstruction(node, isTop, versions.back().second)
+                                   : CheckLiteral(node, versions.back().second);
+            if (verdict != Verdict::DROPPED) return;
+            ignored = node;
+            dropped.push_back(node);
+        },
+        [&](const xmlNode* node) {
+            if (ignored == node) ignored = nullptr;
+            if (versions.back().first == node) versions.pop_back();
+        });
+    for (xmlNode* node : dropped) {
+        xmlUnlinkNode(node);
+        xmlFreeNode(node);
+    }
+    return verdict != Verdict::FAILED;
+}
+
+ModuleCheck::Verdict ModuleCheck::CheckInstruction(xmlNode* element, bool isTop, bool isLater) {
+    const std::string_view name = View(element->name);
+    const auto isOfElement = [name](const Rule& rule) { return rule.element == name; };
+    const bool isKnown = std::any_of(std::begin(RULES), std::end(RULES), isOfElement)
+                         || std::find(std::begin(WITHOUT_ATTRIBUTES), std::end(WITHOUT_ATTRIBUTES), name)
+                                != std::end(WITHOUT_ATTRIBUTES);
+    if (!isKnown) {
+        if (!isLater) return Fail(element, CODE_UNKNOWN_INSTRUCTION, Tag(element) + " is no element of XSLT 1.0");
+        return isTop ? Verdict::DROPPED : Verdict::RIGHT; // where it stands in a template, it may never be reached
+    }
+    for (const Rule& rule : RULES) {
+        if (rule.element != name) continue;
+        xmlAttr* attribute = xmlHasProp(element, Chars(std::string(rule.attribute).c_str()));
+        if (attribute != nullptr) {
+            if (!CheckAttribute(element, attribute, rule, isLater)) return Verdict::FAILED;
+        } else if (rule.isNeeded) {
+            return Fail(element, CODE_OTHER,
+                        Tag(element) + " needs the attribute '" + std::string(rule.attribute) + "'");
+        }
+    }
+    if (name == "attribute-set") NoteAttributeSet(element);
+    return name == "decimal-format" ? CheckDecimalFormat(element) : Verdict::RIGHT;
+}
+
+ModuleCheck::Verdict ModuleCheck::CheckLiteral(xmlNode* element, bool isLater) {
+    for (xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next)
+        if (!IsXslt(AsNode(attribute)) && !CheckTemplate(element, attribute, isLater)) return Verdict::FAILED;
+    return Verdict::RIGHT;
+}
+
+bool ModuleCheck::CheckAttribute(xmlNode* element, xmlAttr* attribute, const Rule& rule, bool isLater) {
+    const std::string value = Value(attribute);
+    switch (rule.content) {
+    case Content::TEMPLATE: return CheckTemplate(element, attribute, isLater);
+    case Content::EXPRESSION:
+        if (isLater && !Parses(value)) {
+            SetValue(element, attribute, Refused(value));
+            return true;
+        }
+        if (!CheckExpression(element, value)) return false;
+        if (rule.isText && Wrapped(value) != value) SetValue(element, attribute, Wrapped(value));
+        return true;
+    case Content::PATTERN: return CheckExpression(element, value);
+    case Content::NAMES:
+        for (const std::string& name : Words(value)) {
+            const std::string prefix = name.substr(0, std::min(name.find(':'), name.size()));
+            if (prefix == name || IsBound(element, prefix)) continue;
+            Fail(element, CODE_UNBOUND_PREFIX, "The prefix '" + prefix + "' is not bound: '" + name + "'");
+            return false;
+        }
+        return true;
+    case Content::YES_NO:
+        if (value == "yes" || value == "no" || isLater) return true;
+        Fail(element, CODE_OTHER,
+             "The attribute '" + std::string(rule.attribute) + "' is 'yes' or 'no', not '" + value + "'");
+        return false;
+    default: return true;
+    }
+}
+
+bool ModuleCheck::Parses(const std::string& expression) {
+    const XPathPointer<xmlXPathCompExpr> compiled(xmlXPathCtxtCompile(context_.get(), Chars(expression.c_str())));
+    return compiled != nullptr;
+}
+
+bool ModuleCheck::CheckExpression(xmlNode* element, const std::string& expression) {
+    reason_ = ReasonOf(0);
+    if (!Parses(expression)) {
+        Fail(element, CODE_XPATH_SYNTAX, reason_ + ": '" + expression + "'");
+        return false;
+    }
+    for (const std::string_view name : PrefixesOf(expression)) {
+        const std::string prefix(name);
+        if (IsBound(element, prefix)) continue;
+        Fail(element, CODE_UNBOUND_PREFIX, "The prefix '" + prefix + "' is not bound: '" + expression + "'");
+        return false;
+    }
+    return true;
+}
+
+// An attribute value template (7.6.2).
+bool ModuleCheck::CheckTemplate(xmlNode* element, xmlAttr* attribute, bool isLater) {
+    const std::string value = Value(attribute);
+    if (value.find_first_of("{}") == std::string::npos) return true;
+    std::string prepared;
+    for (size_t at = 0; at < value.size(); ++at) {
+        const char c = value[at];
+        if (c != '{' && c != '}') {
+            prepared += c;
+            continue;
+        }
+        if (at + 1 < value.size() && value[at + 1] == c) {
+            prepared.append(2, c);
+            ++at;
+            continue;
+        }
+        const size_t end = c == '{' ? ExpressionEnd(value, at + 1) : std::string::npos;
+        if (end == std::string::npos) {
+            Fail(element, CODE_XPATH_SYNTAX,
+                 std::string("The '") + c + "' has no counterpart: " + Tag(AsNode(attribute)) + "='" + value + "'");
+            return false;
+        }
+        const std::string expression = value.substr(at + 1, end - at - 1);
+        if (isLater && !Parses(expression)) {
+            prepared += '{' + Refused(expression) + '}';
+        } else {
+            if (!CheckExpression(element, expression)) return false;
+            prepared += '{' + Wrapped(expression) + '}';
+        }
+        at = end;
+    }
+    if (prepared != value) SetValue(element, attribute, prepared);
+    return true;
+}
+
+bool ModuleCheck::CheckTopLevelText(const xmlNode* stylesheet) {
+    for (const xmlNode* child = stylesheet->children; child != nullptr; child = child->next) {
+        if (child->type != XML_TEXT_NODE && child->type != XML_CDATA_SECTION_NODE) continue;
+        std::string text;
+        for (const std::string& word : Words(std::string(View(child->content))))
+            text += (text.empty() ? "" : " ") + word;
+        if (text.empty()) continue;
+        Fail(stylesheet, CODE_OTHER, "Text is not allowed directly in " + Tag(stylesheet) + ": '" + text + "'");
+        return false;
+    }
+    return true;
+}
+
+// The same format may be declared again with the same values (12.3), which libxslt refuses.
+ModuleCheck::Verdict ModuleCheck::CheckDecimalFormat(const xmlNode* element) {
+    std::map<std::string, std::string> values = {{"decimal-separator", "."},
+                                                 {"grouping-separator", ","},
+                                                 {"infinity", "Infinity"},
+                                                 {"minus-sign", "-"},
+                                                 {"NaN", "NaN"},
+                                                 {"percent", "%"},
+                                                 {"per-mille", "\xE2\x80\xB0"},
+                                                 {"zero-digit", "0"},
+                                                 {"digit", "#"},
+                                                 {"pattern-separator", ";"}};
+    for (const xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next)
+        if (const auto known = values.find(Chars(attribute->name)); known != values.end())
+            known->second = Value(attribute);
+    const std::string name = Value(element, "name");
+    const auto [declared, isNew] = decimalFormats_.emplace(Expanded(element, name), values);
+    if (isNew) return Verdict::RIGHT;
+    if (declared->second == values) return Verdict::DROPPED;
+    return Fail(element, CODE_OTHER,
+                (name.empty() ? "The default decimal format" : "The decimal format '" + name + "'")
+                    + " is declared twice with different values");
+}
+
+void ModuleCheck::NoteAttributeSet(const xmlNode* element) {
+    AttributeSet& set = attributeSets_[Expanded(element, Value(element, "name"))];
+    set.declaration = element;
+    for (const std::string& used : Words(Value(element, "use-attribute-sets")))
+        set.uses.push_back(Expanded(element, used));
+}
+
+bool ModuleCheck::CheckAttributeSets() {
+    // The sets on the way to the one at work, each with the number of those that it uses that were followed already.
+    std::vector<std::pair<AttributeSet*, size_t>> way;
+    for (auto& [first, start] : attributeSets_) {
+        way.assign(1, {&start, 0});
+        while (!way.empty()) {
+            auto& [set, followed] = way.back();
+            set->isOnWay = true;
+            if (set->isDone || followed == set->uses.size()) {
+                set->isOnWay = false;
+                set->isDone = true;
+                way.pop_back();
+                continue;
+            }
+            const auto used = attributeSets_.find(set->uses[followed++]);
+            if (used == attributeSets_.end()) continue;
+            if (used->second.isOnWay) {
+                Fail(set->declaration, CODE_OTHER,
+                     "The attribute set '" + Value(set->declaration, "name") + "' uses itself");
+                return false;
+            }
+            way.emplace_back(&used->second, 0);
+        }
+    }
+    return true;
+}
+
+ModuleCheck::Verdict ModuleCheck::Fail(const xmlNode* element, int code, std::string text) {
+    errors_.FailAt(element, code, std::move(text));
+    return Verdict::FAILED;
+}
+
+} // namespace sablot

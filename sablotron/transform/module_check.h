@@ -1,0 +1,64 @@
+// What is done to the tree of a module before libxslt compiles it: a check that says plainly what is wrong and where,
+// and the changes that let libxslt do what XSLT 1.0 asks for.
+#pragma once
+
+#include "sablotron/transform/error_collector.h"
+#include "sablotron/tree/xpath.h"
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace sablot {
+
+// The XPath function in which expressions whose value becomes text are wrapped, and the one in place of an expression
+// that a stylesheet of a later version has and XPath 1.0 does not parse.
+constexpr std::string_view TEXT_FUNCTION = "sablot.text";
+constexpr std::string_view REFUSED_FUNCTION = "sablot.refused";
+
+// A text of libxslt without the wrapping.
+std::string WithoutTextFunction(std::string text);
+// The expression in whose place REFUSED_FUNCTION stands, from its argument.
+std::string RefusedExpression(const std::string& argument);
+
+// Checks the modules of one stylesheet.
+class ModuleCheck {
+public:
+    explicit ModuleCheck(ErrorCollector& errors);
+
+    // Checks and prepares a module; false after a failure.
+    bool Prepare(xmlDoc* module);
+    // Whether no attribute set uses itself; called when all modules are known.
+    bool CheckAttributeSets();
+
+private:
+    struct Rule;
+    enum class Verdict { RIGHT, DROPPED, FAILED }; // DROPPED: it means nothing and is taken out
+    struct AttributeSet {
+        const xmlNode* declaration = nullptr;
+        std::vector<std::string> uses = {};
+        bool isOnWay = false;
+        bool isDone = false;
+    };
+
+    Verdict CheckInstruction(xmlNode* element, bool isTop, bool isLater);
+    Verdict CheckLiteral(xmlNode* element, bool isLater);
+    bool CheckAttribute(xmlNode* element, xmlAttr* attribute, const Rule& rule, bool isLater);
+    bool CheckExpression(xmlNode* element, const std::string& expression);
+    bool CheckTemplate(xmlNode* element, xmlAttr* attribute, bool isLater);
+    bool CheckTopLevelText(const xmlNode* stylesheet);
+    Verdict CheckDecimalFormat(const xmlNode* element);
+    void NoteAttributeSet(const xmlNode* element);
+    bool Parses(const std::string& expression);
+    Verdict Fail(const xmlNode* element, int code, std::string text);
+
+    static const Rule RULES[];
+
+    ErrorCollector& errors_;
+    XPathPointer<xmlXPathContext> context_;
+    std::string reason_; // why the last expression did not parse
+    std::map<std::string, std::map<std::string, std::string>> decimalFormats_;
+    std::map<std::string, AttributeSet> attributeSets_;
+};
+
+} // namespace sablot
