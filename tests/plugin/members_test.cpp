@@ -1,5 +1,5 @@
 // All members of the plug-in's classes, as the bundle registers them.
-#include "host/runtime/names.h"
+#include "host/syntax/names.h"
 #include "tests/plugin/plugin_host.h"
 
 #include <algorithm>

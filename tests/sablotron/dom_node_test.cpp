@@ -13,46 +13,6 @@ namespace {
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 
-TEST(Exception, HasTextOfEachCode) {
-    const char* const TEXTS[] = {"OK",
-                                 "list index out of bounds",
-                                 "invalid size of string",
-                                 "hierarchy request error",
-                                 "node used in a document that did not create it",
-                                 "invalid character in string",
-                                 "data not allowed",
-                                 "modification not allowed",
-                                 "reference to a non-existent node",
-                                 "functionality not supported",
-                                 "attribute is inuse",
-                                 "attribute is inuse",
-                                 "invalid state",
-                                 "syntax error",
-                                 "invalid modification",
-                                 "namespace error",
-                                 "invalid access",
-                                 "invalid node type",
-                                 "query parsing error",
-                                 "query execution error"};
-    Dom dom;
-    for (int code = SDOM_OK; code <= SDOM_NOT_OK; ++code) {
-        dom.situation->exception = static_cast<SDOM_Exception>(code);
-        char* text = SDOM_getExceptionMessage(dom.situation);
-        EXPECT_STREQ(text, TEXTS[code]);
-        ::operator delete(text);
-        EXPECT_EQ(dom.Recorded(), code) << "reading the code must not change it";
-    }
-}
-
-TEST(Exception, IsRecordedByEveryCallAndClearedBySuccess) {
-    Dom dom;
-    SDOM_Node root = dom.Root(dom.Parse("<a/>"));
-    EXPECT_EQ(SDOM_removeChild(dom.situation, root, root), SDOM_NOT_FOUND_ERR);
-    EXPECT_EQ(dom.Recorded(), SDOM_NOT_FOUND_ERR);
-    dom.Name(root);
-    EXPECT_EQ(dom.Recorded(), SDOM_OK);
-}
-
 // Every function that takes a node, on a node that may be null or of the wrong type.
 struct NodeCall {
     const char* name;
@@ -211,44 +171,6 @@ TEST(Node, HasNamesAndValue) {
         EXPECT_EQ(dom.Text(SDOM_getNodePrefix, row.node), row.prefix);
         EXPECT_EQ(dom.Text(SDOM_getNodeLocalName, row.node), row.localName);
     }
-}
-
-TEST(Node, LeadsToItsRelatives) {
-    Dom dom;
-    SDOM_Document document = dom.Parse("<?p?><a x='1'>t<b/><!--c--></a>");
-    SDOM_Node node = Dom::Node(document);
-    SDOM_Node root = dom.Root(document);
-    EXPECT_EQ(dom.Count(node), 2);
-    EXPECT_EQ(dom.Get<SDOM_Node>(SDOM_getLastChild, node), root);
-    EXPECT_EQ(dom.Get<SDOM_Node>(SDOM_getParentNode, root), node);
-    EXPECT_EQ(dom.Name(dom.Get<SDOM_Node>(SDOM_getPreviousSibling, root)), "p");
-    SDOM_Node text = dom.Get<SDOM_Node>(SDOM_getFirstChild, root);
-    EXPECT_EQ(dom.Child(root, 0), text);
-    EXPECT_EQ(dom.Get<SDOM_Node>(SDOM_getNextSibling, text), dom.Child(root, 1));
-    EXPECT_EQ(dom.Get<SDOM_Document>(SDOM_getOwnerDocument, text), document);
-    EXPECT_EQ(dom.Get<SDOM_Document>(SDOM_getOwnerDocument, dom.Make(SDOM_createComment, document, "")), document);
-
-    // No such node, no failure.
-    auto attribute = dom.Get<SDOM_Node>(SDOM_getAttributeNode, root, "x");
-    auto implicit = dom.Get<SDOM_Node>(SDOM_getAttributeNodeIndex, root, 0);
-    for (SDOM_Node alone : {node, attribute, implicit})
-        for (auto function : {SDOM_getParentNode, SDOM_getPreviousSibling, SDOM_getNextSibling}) {
-            EXPECT_EQ(dom.Get<SDOM_Node>(function, alone), nullptr);
-            EXPECT_EQ(dom.Recorded(), SDOM_OK);
-        }
-    EXPECT_EQ(dom.Get<SDOM_Node>(SDOM_getFirstChild, attribute), nullptr);
-    EXPECT_EQ(dom.Get<SDOM_Document>(SDOM_getOwnerDocument, node), nullptr);
-    for (int index : {-1, 3, 1 << 30}) {
-        EXPECT_EQ(dom.Child(root, index), nullptr);
-        EXPECT_EQ(dom.Get<SDOM_Node>(SDOM_getAttributeNodeIndex, root, index), nullptr);
-        EXPECT_EQ(dom.Recorded(), SDOM_OK);
-    }
-    EXPECT_EQ(dom.Get<SDOM_Node>(SDOM_getAttributeElement, attribute), root);
-    EXPECT_EQ(dom.Get<SDOM_Node>(SDOM_getAttributeElement, implicit), root);
-    EXPECT_EQ(dom.Get<SDOM_Node>(SDOM_getAttributeElement, text), nullptr);
-    EXPECT_EQ(dom.Recorded(), SDOM_HIERARCHY_REQUEST_ERR);
-    EXPECT_EQ(dom.Root(dom.Create()), nullptr);
-    EXPECT_EQ(dom.Recorded(), SDOM_OK);
 }
 
 TEST(AttributeList, BeginsWithBindingsInScope) {
