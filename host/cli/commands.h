@@ -61,9 +61,11 @@ struct XqlCommandOptions {
 };
 
 struct TransformCommandOptions {
-    std::filesystem::path file;
-    std::filesystem::path stylesheet;
-    std::filesystem::path output; // empty: standard output
+    std::vector<std::string> files; // "-" is standard input; none is too
+    std::string stylesheet;
+    std::vector<std::pair<std::string, std::string>> parameters; // name, value
+    std::string output;                                          // empty: standard output
+    bool events = false;
 };
 
 int RunProgram(const HostOptions& host, const RunCommandOptions& options);

@@ -63,8 +63,8 @@ void AddXql(CLI::App& app, CommandLine& line) {
     auto xql = std::make_shared<XqlCommandOptions>();
     auto arguments = std::make_shared<std::vector<std::string>>();
     auto bindings = std::make_shared<std::vector<std::string>>();
-    command.add_option("FILE", *arguments, "XML files; - or none for standard input")->type_name("");
-    command.add_option("QUERY", "An XPath 1.0 expression")->type_name("");
+    command.add_option("FILE", *arguments, "XML files; - or none for standard input");
+    command.add_option("QUERY", "An XPath 1.0 expression");
     CLI::Option* count = command.add_flag("--count", xql->count, "Print how many nodes are found");
     CLI::Option* text = command.add_flag("--text", xql->text, "Print the nodes' text without markup");
     CLI::Option* json = command.add_flag("--json", xql->json, "Print an array with place, name and text of each node");
@@ -83,15 +83,35 @@ void AddXql(CLI::App& app, CommandLine& line) {
 
 void AddTransform(CLI::App& app, CommandLine& line) {
     CLI::App& command =
-        AddCommand(app, {"transform", "[OPTIONS] FILE STYLESHEET", "Transform a document by an XSLT stylesheet",
+        AddCommand(app, {"transform", "[OPTIONS] [FILE...] STYLESHEET", "Transform XML files by an XSLT stylesheet",
                          "  kova transform books.xml books.xsl\n"
-                         "  kova transform books.xml books.xsl --output books.html\n"});
+                         "  kova transform books.xml books.xsl --param currency=EUR --output books.html\n"
+                         "  kova transform chapter*.xml book.xsl --output 'html/*.html'\n"
+                         "  curl -s https://example.com/feed | kova transform feed.xsl\n"
+                         "\n"
+                         "What the stylesheet says by xsl:message goes to standard error.\n"});
     auto transform = std::make_shared<TransformCommandOptions>();
-    command.add_option("FILE", transform->file, "An XML file")->required();
-    command.add_option("STYLESHEET", transform->stylesheet, "An XSLT stylesheet")->required();
-    command.add_option("-o,--output", transform->output, "Write the result to this file")->type_name("FILE");
+    auto arguments = std::make_shared<std::vector<std::string>>();
+    auto parameters = std::make_shared<std::vector<std::string>>();
+    command.add_option("FILE", *arguments, "XML files; - or none for standard input");
+    command.add_option("STYLESHEET", "An XSLT 1.0 stylesheet");
+    AddRepeatable(command, "--param", *parameters, "Set a parameter of the stylesheet to a text (may be repeated)")
+        ->type_name("NAME=VALUE");
+    CLI::Option* output = command
+                              .add_option("-o,--output", transform->output,
+                                          "Write the result to a file, whole or not at all; * in "
+                                          "its name stands for the input's name")
+                              ->type_name("FILE");
+    command.add_flag("--events", transform->events, "Print the events of an XmlXsltHandler, one a line")
+        ->excludes(output);
     AddHostOptions(command, line.host);
-    SetAction(command, line, transform, Transform);
+    command.callback([=, &line] {
+        if (arguments->empty()) throw CLI::RequiredError("STYLESHEET");
+        transform->stylesheet = arguments->back();
+        transform->files.assign(arguments->begin(), arguments->end() - 1);
+        transform->parameters = SplitPairs("--param", "NAME=VALUE", *parameters);
+        line.action = [=, &line] { return Transform(line.host, *transform); };
+    });
 }
 
 } // namespace

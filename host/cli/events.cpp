@@ -1,11 +1,12 @@
 // `kova events`: native handlers on the events of XmlReader. No interpreter is involved, so that --quiet measures the
 // reader and the boundary alone.
+#include "host/cli/event_text.h"
 #include "host/cli/session.h"
 #include "host/runtime/class_program.h"
 #include "host/runtime/dynamic.h"
 #include "host/runtime/encoding.h"
-#include "host/syntax/names.h"
 #include "host/runtime/string.h"
+#include "host/syntax/names.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -31,26 +32,6 @@ constexpr off_t PROGRESS_SIZE = 16 * 1024 * 1024; // smaller files are done befo
 
 // Number of events of XmlReader.
 constexpr size_t EVENT_COUNT = 22;
-
-void AppendQuoted(std::string& out, std::string_view text) {
-    constexpr char HEX[] = "0123456789ABCDEF";
-    out += '"';
-    for (char c : text) {
-        switch (c) {
-        case '"': out += "\\\""; break;
-        case '\\': out += "\\\\"; break;
-        case '\n': out += "\\n"; break;
-        case '\r': out += "\\r"; break;
-        case '\t': out += "\\t"; break;
-        default:
-            if (static_cast<unsigned char>(c) < ' ' || c == '\x7F')
-                out.append("\\x").append(1, HEX[(c >> 4) & 15]).append(1, HEX[c & 15]);
-            else
-                out += c;
-        }
-    }
-    out += '"';
-}
 
 // A content model as the declaration writes it, e.g. (title, (para | list)*).
 void AppendModel(std::string& out, const ObjectRef& model, int depth) {
@@ -158,15 +139,7 @@ private:
         if (!value) {
             out_ += "nil";
         } else if (SameName(object->cls->name, "XmlAttributeList")) {
-            out_ += '{';
-            int32_t count = GetProperty(value, "Count").Integer();
-            for (int32_t i = 0; i < count; ++i) {
-                if (i > 0) out_ += ' ';
-                out_ += Call(value, "Key", {i}).Text();
-                out_ += '=';
-                AppendQuoted(out_, Call(value, "Value(index as Integer) as String", {i}).Text());
-            }
-            out_ += '}';
+            AppendAttributes(out_, value);
         } else {
             AppendModel(out_, value, 0);
         }

@@ -1,11 +1,19 @@
 // `kova transform`: the document classes, used through the runtime as a program uses them.
+#include "host/cli/event_text.h"
 #include "host/cli/files.h"
 #include "host/cli/session.h"
+#include "host/cli/terminal.h"
+#include "host/cli/xml_input.h"
 #include "host/framework/files.h"
 #include "host/runtime/dynamic.h"
 
-#include <cerrno>
+#include <algorithm>
+#include <array>
+#include <cctype>
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -15,63 +23,175 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Fails early, with the path as the user wrote it.
-ObjectRef FileToRead(const fs::path& path) {
-    std::FILE* file = std::fopen(path.c_str(), "re");
-    if (file == nullptr) throw fs::filesystem_error("", path, std::error_code(errno, std::generic_category()));
-    std::fclose(file);
-    return NewFolderItem(path);
-}
-
 // XmlException gives its parts as the library names them: "line:12", "msg:text".
 std::string WithoutName(std::string text, std::string_view name) {
     return text.starts_with(name) ? text.substr(name.size()) : text;
 }
 
-// "FILE:LINE: message" for what the parser found, "FILE: message" without a line.
-int ReportException(const fs::path& path, const ProgramException& error) {
-    std::string place = path.native();
-    if (error.className == "XmlException")
-        if (std::string line = GetProperty(error.exception, "Line").Text(); !line.empty())
-            place += ":" + WithoutName(line, "line:");
-    std::string message = error.message.empty() ? error.what() : WithoutName(error.message, "msg:");
-    std::fflush(stdout);
-    std::fprintf(stderr, "%s: %s\n", place.c_str(), message.c_str());
-    return EXIT_FAILED;
+// The classes tell the line of a fault; the caret stands under what begins it.
+Diagnostic Locate(const Input& input, const ProgramException& error) {
+    Diagnostic fault;
+    fault.file = input.name;
+    fault.message = error.message.empty() ? error.what() : WithoutName(error.message, "msg:");
+    if (error.className != "XmlException") return fault;
+    std::string line = WithoutName(GetProperty(error.exception, "Line").Text(), "line:");
+    fault.line = std::max(1U, static_cast<uint32_t>(std::strtoul(line.c_str(), nullptr, 10)));
+    fault.sourceLine = xml::LineOf(input.text, fault.line);
+    size_t begin = fault.sourceLine.find_first_not_of(" \t");
+    fault.column = begin == std::string::npos ? 1 : static_cast<uint32_t>(begin) + 1;
+    return fault;
 }
 
-// Whitespace is kept: lines of errors are those of the file.
-ObjectRef LoadDocument(const fs::path& path, std::string_view className) {
-    ObjectRef file = FileToRead(path);
-    ObjectRef document = Create(className, {}, "Constructor()");
-    SetProperty(document, "PreserveWhitespace", true);
-    Call(document, "LoadXml(fItem as FolderItem)", {file});
-    return document;
+// A document of the classes with the text it was made from, for messages.
+struct Loaded {
+    Input input;
+    ObjectRef document;
+};
+
+// Whitespace is kept, as XSLT wants it; so the lines of errors are those of the file.
+Loaded Load(const std::string& path, std::string_view className) {
+    Loaded loaded{ReadInput(path), Create(className, {}, "Constructor()")};
+    SetProperty(loaded.document, "PreserveWhitespace", true);
+    try {
+        if (path == "-")
+            Call(loaded.document, "LoadXml(doc as String)", {StringRef::Adopt(BuildString(loaded.input.text))});
+        else
+            Call(loaded.document, "LoadXml(fItem as FolderItem)", {NewFolderItem(path)});
+    } catch (const ProgramException& error) {
+        // The same parser knows the column too.
+        std::vector<Diagnostic> warnings;
+        xml::Parse(loaded.input, xml::References::KEEP, warnings);
+        throw xml::TextError({Locate(loaded.input, error)});
+    }
+    return loaded;
+}
+
+// An XPath 1.0 string has no escapes: one with both kinds of quotes is put together.
+std::string StringLiteral(const std::string& text) {
+    if (text.find('\'') == std::string::npos) return "'" + text + "'";
+    std::string parts = "concat('";
+    for (char c : text) parts += c == '\'' ? "', \"'\", '" : std::string(1, c);
+    return parts + "')";
+}
+
+std::string EscapeAttribute(const std::string& text) {
+    std::string result;
+    for (char c : text) {
+        bool isPlain =
+            static_cast<unsigned char>(c) >= ' ' && std::string_view("<&\"").find(c) == std::string_view::npos;
+        if (isPlain)
+            result += c;
+        else
+            result += "&#" + std::to_string(static_cast<unsigned char>(c)) + ";";
+    }
+    return result;
+}
+
+std::string FileUri(const fs::path& path) {
+    const fs::path absolute = fs::absolute(path).lexically_normal();
+    std::string uri = "file://";
+    for (char c : absolute.native()) {
+        bool isPlain = std::isalnum(static_cast<unsigned char>(c)) != 0
+                       || std::string_view("/-._~").find(c) != std::string_view::npos;
+        std::array<char, 4> escape{c, 0};
+        if (!isPlain) std::snprintf(escape.data(), escape.size(), "%%%02X", static_cast<unsigned char>(c));
+        uri += escape.data();
+    }
+    return uri;
+}
+
+// A stylesheet that imports the one given: what it defines itself comes before what is imported (XSLT 1.0, 2.6.2), in
+// whichever module the parameter is declared.
+Loaded LoadWithParameters(const TransformCommandOptions& options) {
+    if (options.stylesheet == "-") throw UsageError("--param needs a stylesheet in a file");
+    Load(options.stylesheet, "XmlStyleSheet"); // tells its faults
+    std::string text =
+        R"(<xsl:stylesheet version="1.0" xmlns:xsl="http://www.w3.org/1999/XSL/Transform"><xsl:import href=")"
+        + EscapeAttribute(FileUri(options.stylesheet)) + "\"/>";
+    for (const auto& [name, value] : options.parameters)
+        text += "<xsl:param name=\"" + EscapeAttribute(name) + "\" select=\"" + EscapeAttribute(StringLiteral(value))
+                + "\"/>";
+    text += "</xsl:stylesheet>";
+    Loaded loaded{{options.stylesheet, text}, Create("XmlStyleSheet", {}, "Constructor()")};
+    Call(loaded.document, "LoadXml(doc as String)", {text});
+    return loaded;
+}
+
+// Where the result of an input goes: "out/*.html" has the input's name for the asterisk.
+std::optional<fs::path> OutputFor(const std::string& pattern, const std::string& file) {
+    if (pattern.empty()) return std::nullopt;
+    std::string path = pattern;
+    if (size_t star = path.find('*'); star != std::string::npos)
+        path.replace(star, 1, file == "-" ? "stdin" : fs::path(file).stem().native());
+    return path;
+}
+
+class EventPrinter {
+public:
+    EventPrinter() : handler_("XmlXsltHandler") {
+        for (const auto& event : FindClass("XmlXsltHandler")->events)
+            handler_.On(event->signature.name, [found = event.get()](const ObjectRef&, Arguments arguments) {
+                Print(*found, arguments);
+                return Value();
+            });
+        object_ = handler_.Create();
+    }
+
+    const ObjectRef& Object() const { return object_; }
+
+private:
+    static void Print(const Event& event, Arguments arguments) {
+        std::string line = event.signature.name;
+        for (size_t i = 0; i < arguments.size(); ++i) {
+            line += " " + event.signature.parameters[i].name + "=";
+            if (ObjectRef list = arguments[i].GetObject())
+                AppendAttributes(line, list);
+            else
+                AppendQuoted(line, arguments[i].Text());
+        }
+        std::puts(line.c_str());
+    }
+
+    HandlerClass handler_;
+    ObjectRef object_;
+};
+
+void TransformFile(const std::string& file, const TransformCommandOptions& options, const Loaded& style) {
+    Progress progress(file);
+    Loaded source = Load(file, "XmlDocument");
+    try {
+        if (options.events) {
+            EventPrinter events;
+            Call(source.document, "Transform(xsl as XmlStylesheet, saxHandler as XmlXsltHandler) as String",
+                 {style.document, events.Object()});
+            return;
+        }
+        Value result = Call(source.document, "Transform(xsl as XmlStylesheet) as String", {style.document});
+        std::string_view text = result.GetString().View();
+        if (std::optional<fs::path> output = OutputFor(options.output, file))
+            ReplaceFile(*output, text);
+        else
+            std::fwrite(text.data(), 1, text.size(), stdout);
+    } catch (const ProgramException& error) {
+        throw xml::TextError({Locate(style.input, error)});
+    }
 }
 
 } // namespace
 
 int Transform(const HostOptions& host, const TransformCommandOptions& options) {
+    std::vector<std::string> files = FilesOrInput(options.files);
+    bool hasOneOutput = !options.output.empty() && options.output.find('*') == std::string::npos;
+    if (files.size() > 1 && hasOneOutput)
+        throw UsageError("--output: many inputs need a name with * for the name of each, as in 'out/*.html'");
     StartHost(host);
-    const fs::path* current = &options.file;
-    try {
-        ObjectRef document = LoadDocument(options.file, "XmlDocument");
-        current = &options.stylesheet;
-        ObjectRef style = LoadDocument(options.stylesheet, "XmlStyleSheet");
-        fs::path output = options.output.empty() ? fs::path() : fs::absolute(options.output);
-        // What the stylesheet includes or reads lies beside it.
-        fs::path folder = fs::absolute(options.stylesheet).parent_path();
-        fs::current_path(folder);
-        Value result = Call(document, "Transform(xsl as XmlStylesheet) as String", {style});
-        std::string_view text = result.GetString().View();
-        if (!output.empty())
-            WriteFile(output, text);
-        else
-            std::fwrite(text.data(), 1, text.size(), stdout);
-        return EXIT_OK;
-    } catch (const ProgramException& error) {
-        return ReportException(*current, error);
-    }
+    std::optional<Loaded> style;
+    bool isGood = ForEachFile({options.stylesheet}, [&](const std::string& file) {
+        style = options.parameters.empty() ? Load(file, "XmlStyleSheet") : LoadWithParameters(options);
+    });
+    if (!isGood) return EXIT_FAILED;
+    isGood = ForEachFile(files, [&](const std::string& file) { TransformFile(file, options, *style); });
+    return isGood ? EXIT_OK : EXIT_FAILED;
 }
 
 } // namespace host

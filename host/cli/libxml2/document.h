@@ -35,6 +35,9 @@ enum class References {
 // no fault (a reference to an external entity, a prefix without a namespace) is added to `warnings`.
 Document Parse(const Input& input, References references, std::vector<Diagnostic>& warnings);
 
+// The text of a line, counted from 1, without its end; empty if there is none or if it is no UTF-8.
+std::string LineOf(const std::string& text, uint32_t line);
+
 // A node as text: markup for what has some, with the namespaces that it uses from outside of it; the value of an
 // attribute; the characters of a text.
 std::string Markup(const _xmlNode* node);

@@ -1,7 +1,7 @@
 // libxml2's errors as the diagnostics that all commands show.
 #include "host/cli/libxml2/errors.h"
 
-#include <libxml/xmlstring.h>
+#include "host/cli/libxml2/document.h"
 
 #include <algorithm>
 
@@ -52,18 +52,6 @@ void ErrorCollector::Add(Severity severity, std::string file, int line, int colu
     if (file == input_.name) diagnostic.sourceLine = LineOf(input_.text, diagnostic.line);
     diagnostic.file = std::move(file);
     found.push_back(std::move(diagnostic));
-}
-
-std::string LineOf(const std::string& text, uint32_t line) {
-    size_t start = 0;
-    for (; line > 1; --line) {
-        start = text.find('\n', start);
-        if (start++ == std::string::npos) return "";
-    }
-    std::string found = text.substr(start, text.find('\n', start) - start);
-    if (found.ends_with('\r')) found.pop_back();
-    bool isReadable = found.find('\0') == std::string::npos && xmlCheckUTF8(Text(found)) != 0;
-    return isReadable ? found : "";
 }
 
 } // namespace host::xml

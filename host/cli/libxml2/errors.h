@@ -31,9 +31,6 @@ private:
     const Input& input_;
 };
 
-// The text of a line, counted from 1, without its end; empty if there is none or if it is no UTF-8.
-std::string LineOf(const std::string& text, uint32_t line);
-
 // Text of libxml2.
 inline const char* Text(const xmlChar* text) { return text != nullptr ? reinterpret_cast<const char*>(text) : ""; }
 inline const xmlChar* Text(const std::string& text) { return reinterpret_cast<const xmlChar*>(text.c_str()); }
