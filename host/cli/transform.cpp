@@ -172,6 +172,8 @@ void TransformFile(const std::string& file, const TransformCommandOptions& optio
             ReplaceFile(*output, text);
         else
             std::fwrite(text.data(), 1, text.size(), stdout);
+        bool needsLineEnd = options.files.size() > 1 && options.output.empty() && !text.ends_with('\n');
+        if (needsLineEnd) std::fputc('\n', stdout);
     } catch (const ProgramException& error) {
         throw xml::TextError({Locate(style.input, error)});
     }

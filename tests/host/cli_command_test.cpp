@@ -117,25 +117,6 @@ TEST_F(CliCommand, EventsNeedsNoMoreMemoryForALargerFile) {
     EXPECT_THAT(got.output, HasSubstr("   1200001  StartElement\n"));
 }
 
-TEST_F(CliCommand, Transforms) {
-    Write("a.xml", "<p:a xmlns:p='urn:p'>\n  <b k='1'>x</b><b k='2'/>\n</p:a>");
-    Write("style.xsl", "<xsl:stylesheet version='1.0' xmlns:xsl='http://www.w3.org/1999/XSL/Transform'>"
-                       "<xsl:output method='text'/><xsl:template match='/'>"
-                       "<xsl:value-of select='count(//b)'/></xsl:template></xsl:stylesheet>");
-    Outcome got = Kova({"transform", "a.xml", "style.xsl"});
-    EXPECT_EQ(got.code, 0) << got.errors;
-    EXPECT_EQ(got.output, "2");
-    EXPECT_EQ(Kova({"transform", "a.xml", "style.xsl", "-o", "result"}).output, "");
-    EXPECT_EQ(Read("result"), "2");
-
-    Write("broken.xml", "<a>\n</b>");
-    got = Kova({"transform", "broken.xml", "style.xsl"});
-    EXPECT_EQ(got.code, 1);
-    EXPECT_THAT(got.errors, StartsWith("broken.xml:2: "));
-    EXPECT_EQ(got.output, "");
-    EXPECT_THAT(Kova({"transform", "a.xml", "broken.xml"}).errors, StartsWith("broken.xml:2: "));
-}
-
 // For programs that leave objects alive because the test wants them to.
 constexpr const char* WITHOUT_LEAK_SANITIZER = "LSAN_OPTIONS=detect_leaks=0";
 
