@@ -2,8 +2,9 @@
 # make demo     shows it working            make bench   measures
 # make test     runs the whole suite        make lint    checks format and clang-tidy
 # make format   formats the sources         make install PREFIX=/usr/local
+# make conformance    runs public suites (fetched by npm)
 .DELETE_ON_ERROR:
-.PHONY: all demo test asan bench lint format install tools clean
+.PHONY: all demo test asan bench conformance lint format install tools clean
 
 PREFIX ?= /usr/local
 QUIET := $(if $(VERBOSE),,>build/configure.log || { cat build/configure.log >&2; exit 1; })
@@ -31,6 +32,9 @@ asan: build/i386-asan/build.ninja
 
 bench: all
 	@bench/run
+
+conformance: all
+	@tests/conformance/run
 
 lint: tools
 	@cmake --preset i386 $(QUIET)
