@@ -1,16 +1,18 @@
-// A parse with libxml2: from bytes in pieces to a tree that holds elements, text, comments and instructions only.
+// A parse with libxml2: from UTF-8 in pieces to a tree that holds elements, text, comments and instructions only.
 #include "sablotron/tree/parse.h"
 
+#include "sablotron/tree/decode.h"
 #include "sablotron/tree/library_scope.h"
 
+#include <libxml/HTMLparser.h>
 #include <libxml/SAX2.h>
 #include <libxml/parserInternals.h>
 
 #include <algorithm>
 #include <climits>
+#include <cstdio>
 #include <cstring>
 #include <new>
-#include <optional>
 #include <utility>
 
 namespace sablot {
@@ -25,36 +27,77 @@ struct ContextDeleter {
 };
 using ContextPointer = std::unique_ptr<xmlParserCtxt, ContextDeleter>;
 
+// A limit that libxml2 names by its own option, or by one of its functions.
+struct LimitText {
+    std::string_view part;
+    const char* text;
+};
+constexpr LimitText LIMIT_TEXTS[] = {
+    {"huge text node", "Text is longer than 10,000,000 bytes, the limit for a document that declares entities"},
+    {"Excessive depth in document", "Elements are nested deeper than 256, the limit for a document that declares "
+                                    "entities"},
+};
+
+// What libxml2 says, for a user: one line, without its functions and options.
+std::string UserText(std::string_view message) {
+    for (const LimitText& limit : LIMIT_TEXTS)
+        if (message.find(limit.part) != std::string_view::npos) return limit.text;
+    if (message.starts_with("xml") && message.size() > 3 && message[3] >= 'A' && message[3] <= 'Z')
+        if (const size_t colon = message.find(": "); colon < message.find(' ')) message.remove_prefix(colon + 2);
+    message = message.substr(0, message.find(" use XML_PARSE_HUGE option"));
+    while (!message.empty() && (message.back() == '\n' || message.back() == ' ')) message.remove_suffix(1);
+    std::string text(message);
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    return text;
+}
+
 // One parse: the failure is the first error that is fatal or concerns namespaces, else the first error of all.
 struct Parse {
     ParseFailure& failure;
     bool decided = false;
+    bool atEnd = false; // the parser had read all of its input when it decided
+    bool noMemory = false;
 
-    void Fail(int code, int line, std::string_view message, bool decisive) {
+    // Called below functions of libxml2, through which nothing may be thrown.
+    void Fail(int code, int line, std::string_view message, bool decisive) noexcept {
         if (decided || (!decisive && failure.code != 0)) return;
+        try {
+            failure.text = "XML parser error " + std::to_string(code) + ": " + UserText(message);
+        } catch (const std::bad_alloc&) {
+            noMemory = true;
+            return;
+        }
         decided = decisive;
-        while (!message.empty() && (message.back() == '\n' || message.back() == ' ')) message.remove_suffix(1);
         failure.code = code;
         failure.line = line;
-        failure.text = "XML parser error " + std::to_string(code) + ": ";
-        failure.text += message;
-        std::replace(failure.text.begin(), failure.text.end(), '\n', ' ');
     }
 };
 
+Parse& ParseOf(const xmlParserCtxt* context) { return *static_cast<Parse*>(context->_private); }
+
 void OnError(void* data, xmlErrorPtr error) noexcept {
     // A namespace name is any text (Namespaces in XML 1.0, section 2.1): libxml2 finds fault with one that is no URI.
-    if (error->level < XML_ERR_ERROR || error->code == XML_WAR_NS_URI) return;
-    bool decisive = error->level == XML_ERR_FATAL || error->domain == XML_FROM_NAMESPACE;
-    Parse* parse = data != nullptr ? static_cast<Parse*>(static_cast<xmlParserCtxt*>(data)->_private) : nullptr;
-    if (parse != nullptr)
-        parse->Fail(error->code, error->line, error->message != nullptr ? error->message : "", decisive);
+    if (error->level < XML_ERR_ERROR || error->code == XML_WAR_NS_URI || data == nullptr) return;
+    const auto* context = static_cast<xmlParserCtxt*>(data);
+    if (context->_private == nullptr) return;
+    Parse& parse = ParseOf(context);
+    const std::string_view message = error->message != nullptr ? error->message : "";
+    const bool isLimit = message.find(LIMIT_TEXTS[0].part) != std::string_view::npos;
+    if (error->code == XML_ERR_NO_MEMORY && !isLimit) {
+        parse.noMemory = true;
+        return;
+    }
+    const bool decisive = isLimit || error->level == XML_ERR_FATAL || error->domain == XML_FROM_NAMESPACE;
+    if (decisive && !parse.decided)
+        parse.atEnd = context->input == nullptr || context->input->cur >= context->input->end;
+    parse.Fail(error->code, error->line, message, decisive);
 }
 
 // Ends the parse as one that is not well-formed.
-void Refuse(xmlParserCtxt* context, int code, const std::string& text) noexcept {
-    int line = context->input != nullptr ? context->input->line : 0;
-    static_cast<Parse*>(context->_private)->Fail(code, line, text, true);
+void Refuse(xmlParserCtxt* context, int code, const char* format, const xmlChar* name) noexcept {
+    char text[200];
+    std::snprintf(text, sizeof text, format, Chars(name));
+    ParseOf(context).Fail(code, context->input != nullptr ? context->input->line : 0, text, true);
     context->wellFormed = 0;
     xmlStopParser(context);
 }
@@ -64,22 +107,35 @@ void AddSection(void* data, const xmlChar* text, int length) noexcept {
     if (length > 0) xmlSAX2Characters(data, text, length);
 }
 
+// Whether a reference to an undeclared entity is no error: what is not read may declare it (XML 1.0, 4.1, WFC: Entity
+// Declared).
+bool MayBeDeclaredElsewhere(const xmlParserCtxt* context) {
+    return context->standalone != 1 && (context->hasExternalSubset != 0 || context->hasPErefs != 0);
+}
+
+// The characters of HTML's entities, which XHTML's external subset declares.
+xmlEntityPtr AddHtmlEntity(const xmlParserCtxt* context, const xmlChar* name) {
+    const htmlEntityDesc* known = htmlEntityLookup(name);
+    if (known == nullptr || context->myDoc == nullptr || context->myDoc->intSubset == nullptr) return nullptr;
+    xmlChar character[8] = {};
+    character[xmlCopyCharMultiByte(character, static_cast<int>(known->value))] = 0;
+    return xmlAddDocEntity(context->myDoc, name, XML_INTERNAL_GENERAL_ENTITY, nullptr, nullptr, character);
+}
+
 // Entities whose replacement stands outside the buffer.
 xmlEntityPtr GetEntity(void* data, const xmlChar* name) noexcept {
     auto* context = static_cast<xmlParserCtxt*>(data);
     xmlEntityPtr entity = xmlSAX2GetEntity(data, name);
+    if (entity == nullptr && MayBeDeclaredElsewhere(context)) return AddHtmlEntity(context, name);
     if ((entity != nullptr) && entity->etype == XML_EXTERNAL_GENERAL_PARSED_ENTITY) {
-        Refuse(context, XML_ERR_ENTITY_IS_EXTERNAL, "External entity '" + std::string(View(name)) + "' is not read");
+        Refuse(context, XML_ERR_ENTITY_IS_EXTERNAL, "External entity '%.100s' is not read", name);
         return nullptr;
     }
     return entity;
 }
 
-// An entity that only the external subset could declare: libxml2 would leave a reference in the tree.
-void Reference(void* data, const xmlChar* name) noexcept {
-    Refuse(static_cast<xmlParserCtxt*>(data), XML_ERR_UNDECLARED_ENTITY,
-           "Entity '" + std::string(View(name)) + "' not defined");
-}
+// A reference whose replacement is not known: it is dropped. libxml2 would leave it in the tree.
+void DropReference(void*, const xmlChar*) noexcept {}
 
 int ReadPiece(void* data, char* buffer, int size) {
     auto* rest = static_cast<std::string_view*>(data);
@@ -99,59 +155,15 @@ void StartElement(void* data, const xmlChar* name, const xmlChar* prefix, const 
         context->node->psvi = reinterpret_cast<void*>(static_cast<intptr_t>(context->input->line));
 }
 
-xmlParserInputPtr LoadNothing(const char*, const char*, xmlParserCtxtPtr) { return nullptr; }
-
-// Encodings in which every ASCII byte that counts as markup stands for itself and nothing else gives that character.
-constexpr std::string_view ASCII_SUPERSETS[] = {
-    "utf-8",  "utf8",      "us-ascii",  "ascii",  "latin1",  "latin-1",  "big5",   "big5-hkscs",
-    "gbk",    "gb2312",    "gb18030",   "euc-jp", "euc-kr",  "euc-tw",   "euc-cn", "koi8-r",
-    "koi8-u", "shift_jis", "shift-jis", "sjis",   "tis-620", "macintosh"};
-constexpr std::string_view ASCII_SUPERSET_FAMILIES[] = {"iso-8859-", "iso8859-", "iso_8859-", "windows-125", "cp125"};
-
-// The encoding that the XML declaration of a text in a superset of ASCII names. Empty: there is none, so it is UTF-8.
-// Null when the text does not begin like one in such an encoding.
-std::optional<std::string_view> DeclaredEncoding(std::string_view text) {
-    if (text.starts_with("\xFE\xFF") || text.starts_with("\xFF\xFE")) return std::nullopt;
-    if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
-    if (!text.starts_with("<?xml")) {
-        if (text.find_first_not_of(" \t\r\n") != text.find('<')) return std::nullopt;
-        return std::string_view();
-    }
-    const std::string_view declaration = text.substr(0, text.find('>'));
-    size_t start = declaration.find("encoding");
-    if (start == std::string_view::npos) return std::string_view();
-    start = declaration.find_first_of("\"'", start);
-    if (start == std::string_view::npos) return std::nullopt;
-    const size_t end = declaration.find(declaration[start], start + 1);
-    if (end == std::string_view::npos) return std::nullopt;
-    return declaration.substr(start + 1, end - start - 1);
+// An external parameter entity counts as read and empty, so that libxml2 knows that it could declare something.
+xmlParserInputPtr LoadNothing(const char*, const char*, xmlParserCtxtPtr context) {
+    return xmlNewStringInputStream(context, Chars(""));
 }
 
-bool IsAsciiSuperset(std::string_view encoding) {
-    std::string name(encoding);
-    for (char& c : name) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
-    auto isName = [&](std::string_view superset) { return name == superset; };
-    auto isOf = [&](std::string_view family) { return name.starts_with(family); };
-    return std::any_of(std::begin(ASCII_SUPERSETS), std::end(ASCII_SUPERSETS), isName)
-           || std::any_of(std::begin(ASCII_SUPERSET_FAMILIES), std::end(ASCII_SUPERSET_FAMILIES), isOf);
-}
-
-// The name of UTF-32 in the byte order that the text begins with (XML 1.0, appendix F), or null: libxml2 takes its byte
-// order mark for that of UTF-16.
-const char* DetectUtf32(std::string_view text) {
-    using namespace std::string_view_literals;
-    if (text.starts_with("\xFF\xFE\0\0"sv) || text.starts_with("<\0\0\0"sv)) return "UTF-32LE";
-    if (text.starts_with("\0\0\xFE\xFF"sv) || text.starts_with("\0\0\0<"sv)) return "UTF-32BE";
-    return nullptr;
-}
-
-// Whether the text certainly declares no entities, which could make little text a lot: a search for the declaration in
-// the bytes can be trusted in a superset of ASCII.
-bool DeclaresNoEntities(std::string_view text, const char* encoding) {
-    const std::optional<std::string_view> name = encoding != nullptr ? encoding : DeclaredEncoding(text);
+// Whether the text declares entities, which could make little text a lot.
+bool DeclaresEntities(std::string_view text) {
     constexpr std::string_view DECLARATION = "<!ENTITY";
-    return name && (name->empty() || IsAsciiSuperset(*name))
-           && memmem(text.data(), text.size(), DECLARATION.data(), DECLARATION.size()) == nullptr;
+    return memmem(text.data(), text.size(), DECLARATION.data(), DECLARATION.size()) != nullptr;
 }
 
 // A parser that will read the text; null when memory is short.
@@ -173,12 +185,6 @@ ContextPointer NewParser(std::string_view& text, const char* baseUri, xmlDict* n
     if (baseUri != nullptr) input->filename = Chars(xmlStrdup(Chars(baseUri)));
     inputPush(context.get(), input);
     return context;
-}
-
-// Has the parser read the encoding whatever the text declares; false when it is not known.
-bool OverrideEncoding(xmlParserCtxt* context, const char* encoding) {
-    xmlCharEncodingHandler* handler = xmlFindCharEncodingHandler(encoding);
-    return (handler != nullptr) && xmlSwitchToEncoding(context, handler) == 0;
 }
 
 // Keeps an unparsed entity, for unparsed-entity-uri(), in an external subset, which is not a node of the tree.
@@ -212,40 +218,38 @@ void Tidy(xmlDoc* tree, const char* baseUri) {
 
 TreePointer ParseTree(const SablotSource& source, ParseFailure& failure, const ParseOptions& options) {
     Parse parse{failure};
-    const auto fail = [&parse](int code, int line, std::string_view text) {
-        parse.Fail(code, line, text, true);
+    const auto fail = [&parse](int code, long line, std::string_view text) {
+        parse.decided = false;
+        parse.Fail(code, static_cast<int>(line), text, true);
+        if (parse.noMemory) throw std::bad_alloc();
         return nullptr;
     };
-    if (source.length == 0) return fail(XML_ERR_DOCUMENT_EMPTY, 1, "Document is empty");
-    if (source.length > INT_MAX) return fail(XML_ERR_INTERNAL_ERROR, 1, "Document is too long");
-    const std::string_view text(source.text, source.length);
-    const char* encoding = source.encoding != nullptr ? source.encoding : DetectUtf32(text);
-    const bool isHuge = DeclaresNoEntities(text, encoding);
+    const DecodedText decoded(source);
+    const std::string_view text = decoded.Text();
+    const auto& fault = decoded.GetFault();
+    if (text.empty() && !fault) return fail(XML_ERR_DOCUMENT_EMPTY, 1, "Document is empty");
+    if (text.size() > INT_MAX) return fail(XML_ERR_INTERNAL_ERROR, 1, "Document is too long");
 
     ErrorScope errors({.structured = OnError});
     LoaderScope loader(options.declarations != nullptr ? options.declarations : LoadNothing);
     std::string_view rest = text;
     const ContextPointer context = NewParser(rest, source.baseUri, options.names);
-    if (!context) return fail(XML_ERR_NO_MEMORY, 0, "Memory allocation failed");
+    if (!context) throw std::bad_alloc();
     context->_private = &parse;
     xmlCtxtUseOptions(context.get(), XML_PARSE_NOENT | XML_PARSE_DTDATTR | XML_PARSE_NONET | XML_PARSE_BIG_LINES
-                                         | (isHuge ? XML_PARSE_HUGE : 0)
-                                         | (encoding != nullptr ? XML_PARSE_IGNORE_ENC : 0));
+                                         | XML_PARSE_IGNORE_ENC | (DeclaresEntities(text) ? 0 : XML_PARSE_HUGE));
     context->sax->serror = OnError;
     context->sax->startElementNs = StartElement;
     context->sax->cdataBlock = AddSection;
     context->sax->getEntity = GetEntity;
-    context->sax->reference = Reference;
+    context->sax->reference = DropReference;
     context->sax->externalSubset = nullptr; // XML_PARSE_DTDATTR, meant for the internal one, would read it
-    if ((encoding != nullptr) && !OverrideEncoding(context.get(), encoding))
-        return fail(XML_ERR_UNSUPPORTED_ENCODING, 1, "Unsupported encoding " + std::string(encoding));
 
     xmlParseDocument(context.get());
     TreePointer tree(std::exchange(context->myDoc, nullptr));
-    // libxml2 takes a zero for the end of the text.
-    const bool isWhole = rest.empty() && context->input->cur == context->input->end;
-    if (context->wellFormed && !parse.decided && !isWhole)
-        return fail(XML_ERR_INVALID_CHAR, context->input->line, "Char 0x0 out of allowed range");
+    if (parse.noMemory) throw std::bad_alloc();
+    if (fault && (!parse.decided || parse.atEnd))
+        return fail(fault->code, 1 + std::count(text.begin(), text.end(), '\n'), fault->text);
     if (!tree || !context->wellFormed || parse.decided) {
         if (failure.code == 0) fail(XML_ERR_INTERNAL_ERROR, 0, "Document could not be parsed");
         return nullptr;
