@@ -104,13 +104,16 @@ std::string InvalidBytes(const UConverter* converter) {
     return text + ")";
 }
 
-// The encoding of the text as far as its first bytes and its declaration tell; takes a byte order mark off it.
-std::string EncodingOf(std::string_view& text) {
+// The encoding of the text: what its byte order mark says, which is taken off it, else the one that is given, else as
+// far as its first bytes and its declaration tell.
+std::string EncodingOf(std::string_view& text, const char* given) {
     for (const Beginning& beginning : BEGINNINGS) {
         if (!text.starts_with(beginning.bytes)) continue;
-        if (beginning.isMark) text.remove_prefix(beginning.bytes.size());
+        if (!beginning.isMark) return given != nullptr ? given : beginning.encoding;
+        text.remove_prefix(beginning.bytes.size());
         return beginning.encoding;
     }
+    if (given != nullptr) return given;
     if (text.starts_with(EBCDIC_DECLARATION)) {
         UErrorCode status = U_ZERO_ERROR;
         const ConverterPointer converter = OpenConverter(EBCDIC);
@@ -129,8 +132,8 @@ std::string EncodingOf(std::string_view& text) {
 
 DecodedText::DecodedText(const SablotSource& source) : text_(source.text, source.length) {
     std::string_view bytes = text_;
-    const std::string found = EncodingOf(bytes);
-    Convert(bytes, source.encoding != nullptr ? source.encoding : found);
+    const std::string encoding = EncodingOf(bytes, source.encoding);
+    Convert(bytes, encoding);
     const size_t zero = text_.find('\0');
     if (zero == std::string_view::npos) return;
     text_ = text_.substr(0, zero);
