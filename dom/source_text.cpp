@@ -87,10 +87,10 @@ std::string ToUtf8(std::string_view text, const WideEncoding& encoding) {
 } // namespace
 
 SourceText::SourceText(KOVAString text, bool preserveWhitespace)
-    : bytes_(CStringOrEmpty(text)), isUtf8_(KOVAGetStringEncoding(text) == UTF8_ENCODING) {
+    : bytes_(""), isUtf8_(KOVAGetStringEncoding(text) == UTF8_ENCODING) {
     // There may be more behind a zero byte; a host that does not tell lengths shows what stands before it.
-    const auto length = static_cast<size_t>(StringLenB(text));
-    if (length > bytes_.size()) bytes_ = {bytes_.data(), length};
+    if (const char* bytes = text != nullptr ? StringGetCString(text) : nullptr)
+        bytes_ = {bytes, std::max(std::strlen(bytes), static_cast<size_t>(StringLenB(text)))};
     if (!preserveWhitespace) Scan();
 }
 
