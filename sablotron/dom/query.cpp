@@ -91,7 +91,7 @@ public:
         const std::string rewritten =
             defaultPrefix.empty() ? std::string(text) : QualifyElementNames(text, defaultPrefix);
         Query query;
-        const ErrorScope silence;
+        const ErrorScope silence({.structured = nullptr, .generic = DropGeneric}); // the context has a handler
         Reset(0);
         query.expression.reset(xmlXPathCtxtCompile(context_.get(), Chars(rewritten.c_str())));
         if (!query.expression) return nullptr;
@@ -108,7 +108,7 @@ public:
 
     // Null when it fails.
     ObjectPointer Evaluate(const Query& query, xmlDoc* tree, xmlNode* node, const Bindings& bindings) {
-        const ErrorScope silence;
+        const ErrorScope silence({.structured = nullptr, .generic = DropGeneric}); // the context has a handler
         // An expression nested deeper than what is left of the stack fails, as one beyond libxml2's limit does.
         const size_t remaining = RemainingStack() / DEPTH_BYTES;
         Reset(MAX_DEPTH - static_cast<int>(std::min(remaining, static_cast<size_t>(MAX_DEPTH))));
