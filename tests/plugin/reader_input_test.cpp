@@ -27,68 +27,6 @@ std::string FileText(const std::string& path) {
     return text.str();
 }
 
-struct CommandResult {
-    int status;
-    std::string output; // standard output and error
-};
-
-CommandResult RunCommand(const std::string& command) {
-    FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-    if (pipe == nullptr) return {-1, ""};
-    CommandResult result{};
-    char buffer[4096];
-    for (size_t count; (count = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) result.output.append(buffer, count);
-    result.status = pclose(pipe);
-    return result;
-}
-
-// Files of the system's packages, and what `kova events --quiet` counts in them (without the line that tells the time).
-struct FileCase {
-    const char* name;
-    const char* file;
-    const char* options;
-    const char* counts;
-};
-
-const FileCase FILES[] = {
-    {"MimeDatabase", "mime/packages/freedesktop.org.xml", "",
-     "1 StartDocument, 1 EndDocument, 41997 StartElement, 41997 EndElement, 124516 Characters, 105 Comment, "
-     "1 StartDoctypeDecl, 1 EndDoctypeDecl, 15 ElementDecl, 24 AttlistDecl, 1 XmlDecl, 208659 events"},
-    {"LanguageCodes", "xml/iso-codes/iso_639-3.xml", "",
-     "1 StartDocument, 1 EndDocument, 7911 StartElement, 7911 EndElement, 15821 Characters, 1 Comment, "
-     "1 StartDoctypeDecl, 1 EndDoctypeDecl, 2 ElementDecl, 10 AttlistDecl, 1 XmlDecl, 31661 events"},
-    {"StyleSheetWithNamespaces", "xml/docbook/stylesheet/docbook-xsl/html/docbook.xsl", "--namespaces '|'",
-     "1 StartDocument, 1 EndDocument, 2 StartPrefixMapping, 2 EndPrefixMapping, 305 StartElement, 305 EndElement, "
-     "855 Characters, 24 Comment, 1 XmlDecl, 1496 events"},
-    {"StyleSheetWithInternalSubset", "xml/docbook/stylesheet/docbook-xsl/html/autoidx.xsl", "",
-     "1 StartDocument, 1 EndDocument, 492 StartElement, 492 EndElement, 1526 Characters, 21 Comment, "
-     "1 StartDoctypeDecl, 1 EndDoctypeDecl, 1 EntityDecl, 1 XmlDecl, 1 ExternalEntityRef, 2538 events"},
-};
-
-class RealFiles : public testing::TestWithParam<FileCase> {};
-
-TEST_P(RealFiles, GiveTheseEvents) {
-    const std::string path = SHARE + std::string(GetParam().file);
-    const CommandResult result =
-        RunCommand(KOVA_COMMAND " events --quiet " + std::string(GetParam().options) + " " + path);
-    EXPECT_EQ(result.status, 0);
-    std::string counts;
-    std::istringstream lines(result.output);
-    for (std::string count, event, line; lines >> count >> event && std::getline(lines, line);)
-        counts += (counts.empty() ? "" : ", ") + count + " " + event;
-    EXPECT_EQ(counts, GetParam().counts);
-}
-
-INSTANTIATE_TEST_SUITE_P(Files, RealFiles, testing::ValuesIn(FILES), [](const auto& test) { return test.param.name; });
-
-// This file of the system really has an ampersand in an attribute.
-TEST(RealFiles, OneIsNotWellFormed) {
-    const std::string path = SHARE + std::string("xml/iso-codes/iso_3166-2.xml");
-    const CommandResult result = RunCommand(KOVA_COMMAND " events --quiet " + path);
-    EXPECT_EQ(WEXITSTATUS(result.status), 1);
-    EXPECT_EQ(result.output, path + ":6747:33: not well-formed (invalid token)\n");
-}
-
 TEST(RealFiles, ChunkSizeDoesNotMatter) {
     const std::string text = FileText(SHARE + std::string("xml/docbook/stylesheet/docbook-xsl/html/docbook.xsl"));
     ReaderTrace trace;

@@ -27,17 +27,6 @@ constexpr const char* TEXT = "<a x='1'><b>t</b></a>";
 constexpr const char* NO_PARSE = "XmlReaderException 23: a reader cannot parse inside one of its own events";
 
 const Case CASES[] = {
-    {"ParsesOn",
-     "StartElement",
-     [](const ObjectRef& reader) {
-         Call(reader, "Parse", {"<c/>", false});
-     },
-     {"StartDocument()", "StartElement('a', [x='1'])", "StartDocument()", NO_PARSE}},
-    {"GivesDefaultHandler",
-     "StartElement",
-     [](const ObjectRef& reader) { SetProperty(reader, "SetDefaultHandler", true); },
-     {"StartDocument()", "StartElement('a', [x='1'])", "StartElement('b', [])", "Characters('t')", "EndElement('b')",
-      "EndElement('a')", "EndDocument()"}},
     // The old parser goes on; the new one is the reader's.
     {"ConstructsAnew",
      "StartElement",
@@ -76,16 +65,6 @@ TEST_P(ReaderReentrance, GetsAnExceptionOrTheObviousEffect) {
 
 INSTANTIATE_TEST_SUITE_P(Cases, ReaderReentrance, testing::ValuesIn(CASES),
                          [](const auto& test) { return test.param.name; });
-
-TEST(ReaderReentrance, ExceptionCaughtInTheHandlerLetsTheParserGoOn) {
-    ReaderTrace trace;
-    trace.On("StartElement", [](const ObjectRef& reader, Arguments) -> Value {
-        EXPECT_THROW(Call(reader, "Parse", {"<c/>"}), host::ProgramException);
-        return {};
-    });
-    EXPECT_THAT(Joined(trace.Events("<a><b/></a>")),
-                ElementsAre("StartElement('a', [])", "StartElement('b', [])", "EndElement('b')", "EndElement('a')"));
-}
 
 TEST(ReaderReentrance, LastReferenceDroppedInAnEvent) {
     ReaderTrace trace;
