@@ -4,7 +4,6 @@
 #include "sablotron/transform/module_check.h"
 #include "sablotron/transform/modules.h"
 #include "sablotron/transform/uri.h"
-#include "sablotron/tree/xpath_rewrite.h"
 
 #include <libxml/xpath.h>
 #include <libxslt/xsltutils.h>
@@ -12,6 +11,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <span>
 #include <string_view>
 #include <utility>
 
@@ -38,27 +38,37 @@ struct TextCode {
     int code;
 };
 constexpr TextCode TEXT_CODES[] = {
-    {"unknown xsl:", CODE_UNKNOWN_INSTRUCTION},         {"xsltParseStylesheetTop: unknown", CODE_UNKNOWN_INSTRUCTION},
-    {"was not compiled", CODE_UNKNOWN_INSTRUCTION},     {"failed to compile", CODE_XPATH_SYNTAX},
-    {"could not compile", CODE_XPATH_SYNTAX},           {"no namespace bound to prefix", CODE_UNBOUND_PREFIX},
-    {"bound to undefined prefix", CODE_UNBOUND_PREFIX}, {"has not been declared", CODE_UNDECLARED_VARIABLE},
+    {"was not compiled", CODE_UNKNOWN_INSTRUCTION},
+    {"failed to compile", CODE_XPATH_SYNTAX},
+    {"Failed to compile", CODE_XPATH_SYNTAX},
+    {"pattern compilation failed", CODE_XPATH_SYNTAX},
+    {"has not been declared", CODE_UNDECLARED_VARIABLE},
     {"The called template", CODE_UNKNOWN_TEMPLATE},
 };
 
 // Reports about a stylesheet that do not keep it from being compiled.
 constexpr std::string_view WARNINGS[] = {
+    "unknown xsl:",
     "xsl:version: only 1.1 features are supported",
     "xsl:version is missing",
     "Namespaces prefix ",
-    "xsl:extension-element-prefix : undefined namespace",
-    "xsl:exclude-result-prefixes : undefined namespace",
-    "xsltSortComp: ",
-    "xsl:number : ",
-    "XSLT-with-param: The content should be empty",
-    "XSLT-param: The content should be empty",
+    "xsl:extension-element-prefix: undefined namespace",
+    "xsl:exclude-result-prefixes: undefined namespace",
+    "no support for data-type",
+    "not implemented",
+    "xsl:with-param: The content should be empty",
+    "xsl:param: The content should be empty",
     "invalid value for method",
     "disable-output-escaping allows only",
 };
+
+// Reports of a run after which libxslt goes on as XSLT 1.0 says or Instructions see to that.
+constexpr std::string_view RECOVERED[] = {"negative value", "not allowed in comment"};
+
+bool IsOneOf(const std::string& text, std::span<const std::string_view> parts) {
+    return std::any_of(parts.begin(), parts.end(),
+                       [&text](std::string_view part) { return text.find(part) != std::string::npos; });
+}
 
 // What an XPath error is when an instruction runs. Without an entry it is 1.
 struct XPathCode {
@@ -68,7 +78,6 @@ struct XPathCode {
 constexpr XPathCode RUN_CODES[] = {
     {XML_XPATH_UNDEF_VARIABLE_ERROR, CODE_UNDECLARED_VARIABLE},
     {XML_XPATH_UNKNOWN_FUNC_ERROR, CODE_UNKNOWN_FUNCTION},
-    {XML_XPATH_UNDEF_PREFIX_ERROR, CODE_UNBOUND_PREFIX},
 };
 
 int CodeOf(const std::string& text) {
@@ -87,6 +96,7 @@ constexpr UserText USER_TEXTS[] = {
     {"Operation limit exceeded", "The run takes too many steps"},
     {"document is not a stylesheet",
      "The document is not a stylesheet: its root is neither xsl:stylesheet nor an element with xsl:version"},
+    {"text content problem", "xsl:text holds text only"},
 };
 
 std::string Format(const char* format, std::va_list arguments) {
@@ -111,42 +121,33 @@ std::string Clean(std::string_view text) {
             clean += ' ';
     }
     if (!clean.empty() && clean.back() == ' ') clean.pop_back();
-    for (const std::string_view name : {"xslt", "xmlXPath", "exslt"}) {
-        const size_t end = clean.find_first_of(" :(");
-        const size_t colon = clean.find(": ");
-        if (!clean.starts_with(name) || end == std::string::npos || colon == std::string::npos || colon > end + 3)
-            continue;
-        clean.erase(0, colon + 2);
-    }
+    // "xsltFunction : ", "xmlXPathFunction: "
+    const size_t colon = clean.find(':');
+    const size_t name = clean.find_first_of(" :(");
+    const bool isFunction = clean.starts_with("xslt") || clean.starts_with("xmlXPath") || clean.starts_with("exslt");
+    if (isFunction && colon != std::string::npos && colon <= name + 1)
+        clean.erase(0, std::min(clean.find_first_not_of(": ", colon), clean.size()));
     for (const UserText& known : USER_TEXTS)
         if (clean.find(known.part) != std::string::npos) return known.text;
-    if (const size_t blank = clean.find(" : "); clean.starts_with("xsl:") && blank != std::string::npos)
-        clean.erase(blank, 1);
+    if (clean.starts_with("XSLT-")) clean.replace(0, 5, "xsl:");
+    if (const size_t blank = clean.find(" : "); blank != std::string::npos) clean.erase(blank, 1);
+    // URIs, which only the library writes this way.
+    for (const std::string_view scheme : {"file://", "arg://"}) {
+        const size_t begin = clean.find(scheme);
+        if (begin == std::string::npos) continue;
+        const size_t end = std::min(clean.find_first_of(" '", begin), clean.size());
+        clean.replace(begin, end - begin, DisplayName(clean.substr(begin, end - begin)));
+    }
     return WithoutTextFunction(clean);
 }
 
-// The first prefix in an expression of the instruction that nothing binds there; "" when there is none.
-std::string UnboundPrefix(const xmlNode* instruction) {
-    constexpr std::string_view EXPRESSIONS[] = {"select", "test", "match", "use", "count", "from", "value"};
-    if ((instruction == nullptr) || !IsElement(instruction)) return {};
-    auto* element = const_cast<xmlNode*>(instruction);
-    for (const xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next) {
-        const std::string_view value =
-            attribute->children != nullptr ? View(attribute->children->content) : std::string_view();
-        const bool whole = IsXslt(element)
-                           && std::find(std::begin(EXPRESSIONS), std::end(EXPRESSIONS), View(attribute->name))
-                                  != std::end(EXPRESSIONS);
-        // Anywhere else expressions stand in braces.
-        for (size_t at = 0; at < value.size();) {
-            const size_t begin = whole ? 0 : value.find('{', at);
-            if (begin == std::string_view::npos) break;
-            const size_t end = whole ? value.size() : std::min(value.find('}', begin), value.size());
-            for (const std::string_view name : PrefixesOf(value.substr(begin, end - begin))) {
-                const std::string prefix(name);
-                if (xmlSearchNs(element->doc, element, Chars(prefix.c_str())) == nullptr) return prefix;
-            }
-            at = end + 1;
-        }
+// ": 'count(1)'", the expression or pattern of the instruction; "" when it has none.
+std::string Quoted(const xmlNode* instruction) {
+    if (instruction == nullptr) return {};
+    for (const char* name : {"select", "test", "match", "use", "value", "count", "from"}) {
+        const xmlAttr* attribute = xmlHasNsProp(const_cast<xmlNode*>(instruction), Chars(name), nullptr);
+        if (IsXslt(instruction) && (attribute != nullptr) && (attribute->children != nullptr))
+            return ": '" + WithoutTextFunction(std::string(View(attribute->children->content))) + "'";
     }
     return {};
 }
@@ -204,7 +205,7 @@ void ErrorCollector::FailAt(const xmlNode* instruction, int code, std::string te
 }
 
 void ErrorCollector::EnsureFailure() {
-    if (!failure_ && xpathError_) OnReport({}, {{}, 0, {}, xpathError_->instruction});
+    FailOnXPathError();
     if (!failure_ && unplaced_) Keep(unplaced_->code, unplaced_->text, {});
     if (!failure_) Keep(CODE_OTHER, lastText_.empty() ? "failed for an unknown reason" : lastText_, {});
 }
@@ -279,18 +280,20 @@ void ErrorCollector::OnXPath(const xmlError& error) {
     xpathError_ = {error.code, error.message != nullptr ? Clean(error.message) : UNKNOWN, CurrentInstruction()};
 }
 
+void ErrorCollector::FailOnXPathError() {
+    if (!failure_ && xpathError_) OnReport({}, {{}, 0, {}, xpathError_->instruction});
+}
+
 void ErrorCollector::OnReport(std::string text, Place place) {
+    // After a failure modules may be gone.
+    if (failure_ && ((run_ != nullptr) || !failure_->uri.empty())) return;
     if (place.instruction == nullptr) place.instruction = FindInstruction(place, text);
     if ((run_ != nullptr) && (place.instruction == nullptr)) place.instruction = CurrentInstruction();
     if (failure_) {
-        // What asked for a module that could not be loaded is known only now.
-        if ((run_ == nullptr) && failure_->uri.empty()) SetPlace(place);
+        SetPlace(place); // what asked for a module that could not be loaded is known only now
         return;
     }
-    if ((run_ == nullptr) && std::any_of(std::begin(WARNINGS), std::end(WARNINGS), [&text](std::string_view warning) {
-            return text.find(warning) != std::string::npos;
-        }))
-        return;
+    if (run_ == nullptr ? IsOneOf(text, WARNINGS) : IsOneOf(text, RECOVERED)) return;
 
     const auto belongsHere = [this, &text](const std::optional<Detail>& detail) {
         return detail && (text.empty() || (run_ == nullptr) || detail->instruction == CurrentInstruction());
@@ -302,15 +305,15 @@ void ErrorCollector::OnReport(std::string text, Place place) {
         code = CodeOf(explanation->text);
         if (code != CODE_OTHER) text = explanation->text;
     }
-    if (belongsHere(xpath) && (code == CODE_OTHER || code == CODE_XPATH_SYNTAX)) {
-        if (run_ == nullptr) code = CODE_XPATH_SYNTAX;
+    if (code == CODE_XPATH_SYNTAX) {
+        text = "Invalid pattern" + Quoted(place.instruction) + (xpath ? " (" + xpath->text + ")" : "");
+    } else if (belongsHere(xpath) && code == CODE_OTHER) {
         for (const XPathCode& known : RUN_CODES)
-            if ((run_ != nullptr) && xpath->code == known.libxml2) code = known.code;
-        if (code == CODE_OTHER || code == CODE_XPATH_SYNTAX)
-            text = text.empty() ? xpath->text : text + " (" + xpath->text + ")";
+            if (xpath->code == known.libxml2) code = known.code;
+        if (code == CODE_OTHER)
+            text = xpath->text + Quoted(place.instruction);
         else
             text = belongsHere(explanation) ? explanation->text : xpath->text;
-        if (code == CODE_UNBOUND_PREFIX) text += ": " + UnboundPrefix(place.instruction);
     }
     if (unplaced_) {
         if (unplaced_->code != CODE_OTHER) code = unplaced_->code;

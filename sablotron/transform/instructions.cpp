@@ -10,6 +10,7 @@
 #include <libxml/xpathInternals.h>
 #include <libxslt/extensions.h>
 #include <libxslt/functions.h>
+#include <libxslt/pattern.h>
 #include <libxslt/templates.h>
 #include <libxslt/transform.h>
 
@@ -110,6 +111,52 @@ xmlXPathFunction LookUpFunction(void* xpathContext, const xmlChar* name, const x
     return xsltXPathFunctionLookup(xpathContext, name, uri) != nullptr ? CallFunction : nullptr;
 }
 
+// Whether xsl:number would put more levels into its list than libxslt has room for, which it leaves out.
+bool HasTooManyLevels(xsltTransformContext* context, xmlNode* node, const xsltNumberData& number) {
+    constexpr size_t MAX_LEVELS = 1024;
+    if (View(number.level) != "multiple") return false;
+    size_t depth = 0;
+    for (const xmlNode* ancestor = node; ancestor != nullptr; ancestor = ancestor->parent) ++depth;
+    if (depth <= MAX_LEVELS) return false;
+    size_t levels = 0;
+    for (xmlNode* ancestor = node; IsElement(ancestor); ancestor = ancestor->parent) {
+        if ((number.fromPat != nullptr) && xsltTestCompMatchList(context, ancestor, number.fromPat) == 1) break;
+        const bool counts = number.countPat != nullptr ? xsltTestCompMatchList(context, ancestor, number.countPat) == 1
+                                                       : View(ancestor->name) == View(node->name);
+        levels += counts ? 1 : 0;
+    }
+    return levels > MAX_LEVELS;
+}
+
+// Puts a space where a comment may not have two hyphens (7.4).
+void MendComment(xmlNode* comment) {
+    const std::string_view content = View(comment->content);
+    if (content.find("--") == std::string_view::npos && !content.ends_with('-')) return;
+    std::string mended;
+    for (const char c : content) {
+        if (c == '-' && mended.ends_with('-')) mended += ' ';
+        mended += c;
+    }
+    if (mended.ends_with('-')) mended += ' ';
+    xmlNodeSetContent(comment, nullptr);
+    xmlNodeAddContent(comment, Chars(mended.c_str()));
+}
+
+// What libxslt leaves to be seen to after an instruction.
+void Complete(xsltTransformContext* context, int type) {
+    Run& run = RunOf(context);
+    xmlNode* last = context->insert != nullptr ? context->insert->last : nullptr;
+    if (type == XSLT_FUNC_NUMBER) {
+        run.errors.FailOnXPathError();
+    } else if (type == XSLT_FUNC_COMMENT && (last != nullptr) && last->type == XML_COMMENT_NODE) {
+        MendComment(last);
+    } else if (type == XSLT_FUNC_PI && (last != nullptr) && last->type == XML_PI_NODE) {
+        if (xmlValidateNCName(last->name, 0) == 0 && xmlStrcasecmp(last->name, Chars("xml")) != 0) return;
+        run.errors.Fail({.code = CODE_OTHER,
+                         .text = "'" + std::string(View(last->name)) + "' is no name of a processing instruction"});
+    }
+}
+
 // Stands for the function of every compiled instruction.
 void RunInstruction(xsltTransformContext* context, xmlNode* node, xmlNode* instruction, xsltElemPreComp* compiled) {
     Run& run = RunOf(context);
@@ -119,20 +166,22 @@ void RunInstruction(xsltTransformContext* context, xmlNode* node, xmlNode* instr
     const bool walks = compiled->type == XSLT_FUNC_COPYOF || compiled->type == XSLT_FUNC_APPLYTEMPLATES
                        || compiled->type == XSLT_FUNC_APPLYIMPORTS;
     if (context->state == XSLT_STATE_STOPPED || !CheckStack(context, walks)) return;
+    if (compiled->type == XSLT_FUNC_NUMBER
+        && HasTooManyLevels(context, node, reinterpret_cast<const xsltStylePreComp*>(compiled)->numdata)) {
+        run.errors.Fail({.code = CODE_OTHER, .text = "More than 1,024 levels to number"});
+        return;
+    }
     context->xpathCtxt->opCount = 0; // the limit is one for each instruction
     run.instructions.FunctionOf(compiled)(context, node, instruction, compiled);
+    if (context->state != XSLT_STATE_STOPPED) Complete(context, compiled->type);
 }
 
-// The compiled form of every xsl:message.
-xsltElemPreComp* MessageInstruction() {
-    static xsltStylePreComp instruction = [] {
-        xsltStylePreComp compiled;
-        std::memset(&compiled, 0, sizeof compiled);
-        compiled.type = XSLT_FUNC_EXTENSION;
-        compiled.func = RunMessage;
-        return compiled;
-    }();
-    return reinterpret_cast<xsltElemPreComp*>(&instruction);
+xsltStylePreComp NewInstruction(xsltTransformFunction function) {
+    xsltStylePreComp compiled;
+    std::memset(&compiled, 0, sizeof compiled);
+    compiled.type = XSLT_FUNC_EXTENSION;
+    compiled.func = function;
+    return compiled;
 }
 
 } // namespace
@@ -148,10 +197,16 @@ Instructions::Instructions(xsltStylesheet* stylesheet) {
             compiled->func = RunInstruction;
         }
     }
-    // xsl:message is not compiled by libxslt.
+    // These two are not compiled by libxslt. xsl:fallback does nothing when it is instantiated itself (15).
+    static xsltStylePreComp message = NewInstruction(RunMessage);
+    static xsltStylePreComp fallback =
+        NewInstruction([](xsltTransformContext*, xmlNode*, xmlNode*, xsltElemPreComp*) {});
     ForEachModule(stylesheet, [](xmlDoc* module) {
-        for (xmlNode* node : Walk(AsNode(module)))
-            if (IsElement(node) && IsXslt(node) && View(node->name) == "message") node->psvi = MessageInstruction();
+        for (xmlNode* node : Walk(AsNode(module))) {
+            if (!IsElement(node) || !IsXslt(node)) continue;
+            if (View(node->name) == "message") node->psvi = &message;
+            if (View(node->name) == "fallback") node->psvi = &fallback;
+        }
     });
 }
 

@@ -16,9 +16,78 @@ namespace {
 
 enum class Content { EXPRESSION, PATTERN, TEMPLATE, NAMES, YES_NO, OTHER };
 
-constexpr std::string_view WITHOUT_ATTRIBUTES[] = {"apply-imports",  "choose",     "comment",  "copy",
-                                                   "decimal-format", "document",   "fallback", "otherwise",
-                                                   "output",         "stylesheet", "transform"};
+// The elements of XSLT and where they may stand.
+enum class Position { ROOT, TOP, TEMPLATE, ANYWHERE, CHILD };
+struct Element {
+    std::string_view name;
+    Position position;
+    std::string_view parents[2] = {}; // of a CHILD, and further ones of others
+};
+constexpr Element ELEMENTS[] = {
+    {"apply-imports", Position::TEMPLATE},
+    {"apply-templates", Position::TEMPLATE},
+    {"attribute", Position::TEMPLATE},
+    {"attribute-set", Position::TOP},
+    {"call-template", Position::TEMPLATE},
+    {"choose", Position::TEMPLATE},
+    {"comment", Position::TEMPLATE},
+    {"copy", Position::TEMPLATE},
+    {"copy-of", Position::TEMPLATE},
+    {"decimal-format", Position::TOP},
+    {"document", Position::TEMPLATE},
+    {"element", Position::TEMPLATE},
+    {"fallback", Position::ANYWHERE},
+    {"for-each", Position::TEMPLATE},
+    {"if", Position::TEMPLATE},
+    {"import", Position::TOP},
+    {"include", Position::TOP},
+    {"key", Position::TOP},
+    {"message", Position::TEMPLATE},
+    {"namespace-alias", Position::TOP},
+    {"number", Position::TEMPLATE},
+    {"otherwise", Position::CHILD, {"choose"}},
+    {"output", Position::TOP},
+    {"param", Position::ANYWHERE},
+    {"preserve-space", Position::TOP},
+    {"processing-instruction", Position::TEMPLATE},
+    {"sort", Position::CHILD, {"apply-templates", "for-each"}},
+    {"strip-space", Position::TOP},
+    {"stylesheet", Position::ROOT},
+    {"template", Position::TOP},
+    {"text", Position::TEMPLATE},
+    {"transform", Position::ROOT},
+    {"value-of", Position::TEMPLATE},
+    {"variable", Position::ANYWHERE},
+    {"when", Position::CHILD, {"choose"}},
+    {"with-param", Position::CHILD, {"apply-templates", "call-template"}},
+};
+
+const Element* FindElement(std::string_view name) {
+    const auto* found = std::find_if(std::begin(ELEMENTS), std::end(ELEMENTS),
+                                     [name](const Element& element) { return element.name == name; });
+    return found != std::end(ELEMENTS) ? found : nullptr;
+}
+
+bool StandsRight(const xmlNode* node, const Element& element, bool isTop) {
+    switch (element.position) {
+    case Position::ROOT: return !IsElement(node->parent);
+    case Position::TOP: return isTop;
+    case Position::TEMPLATE: return !isTop;
+    case Position::CHILD:
+        return IsXslt(node->parent)
+               && std::find(std::begin(element.parents), std::end(element.parents), View(node->parent->name))
+                      != std::end(element.parents);
+    default: return true;
+    }
+}
+
+// Whether only elements of the same name stand before it.
+bool StandsFirst(const xmlNode* node) {
+    for (const xmlNode* before = node->prev; before != nullptr; before = before->prev)
+        if (IsElement(before) && View(before->name) != View(node->name)) return false;
+    return true;
+}
+
 constexpr std::string_view BLANKS = " \t\r\n";
 
 std::string Value(const xmlAttr* attribute) {
@@ -220,6 +289,8 @@ bool ModuleCheck::Prepare(xmlDoc* module) {
     xmlNode* const root = xmlDocGetRootElement(module);
     if (root == nullptr) return true;
     const bool isStylesheet = IsXslt(root) && (View(root->name) == "stylesheet" || View(root->name) == "transform");
+    if (!isStylesheet && (IsXslt(root) || xmlHasNsProp(root, Chars("version"), XSLT_NAMESPACE) == nullptr))
+        return true; // no stylesheet, which libxslt will say
     if (isStylesheet && !CheckTopLevelText(root)) return false;
 
     // The elements around the one at work that set a version, with whether it is another one than 1.0 (2.5).
@@ -233,7 +304,8 @@ bool ModuleCheck::Prepare(xmlDoc* module) {
             if (!IsElement(node) || (ignored != nullptr) || verdict == Verdict::FAILED) return;
             const bool isTop = isStylesheet && node->parent == root;
             if (isTop && !IsXslt(node)) {
-                ignored = node; // data of the stylesheet's own
+                ignored = node; // data of the stylesheet's own (2.2)
+                if (node->ns == nullptr) verdict = FailPlace(node);
                 return;
             }
             const xmlAttr* version = IsXslt(node) ? (node == root ? xmlHasProp(node, Chars("version")) : nullptr)
@@ -258,14 +330,14 @@ bool ModuleCheck::Prepare(xmlDoc* module) {
 
 ModuleCheck::Verdict ModuleCheck::CheckInstruction(xmlNode* element, bool isTop, bool isLater) {
     const std::string_view name = View(element->name);
-    const auto isOfElement = [name](const Rule& rule) { return rule.element == name; };
-    const bool isKnown = std::any_of(std::begin(RULES), std::end(RULES), isOfElement)
-                         || std::find(std::begin(WITHOUT_ATTRIBUTES), std::end(WITHOUT_ATTRIBUTES), name)
-                                != std::end(WITHOUT_ATTRIBUTES);
-    if (!isKnown) {
+    const Element* known = FindElement(name);
+    if (known == nullptr) {
         if (!isLater) return Fail(element, CODE_UNKNOWN_INSTRUCTION, Tag(element) + " is no element of XSLT 1.0");
         return isTop ? Verdict::DROPPED : Verdict::RIGHT; // where it stands in a template, it may never be reached
     }
+    if (!isLater && !StandsRight(element, *known, isTop)) return FailPlace(element);
+    if (name == "import" && !StandsFirst(element))
+        return Fail(element, CODE_OTHER, Tag(element) + " must stand before all other elements");
     for (const Rule& rule : RULES) {
         if (rule.element != name) continue;
         xmlAttr* attribute = xmlHasProp(element, Chars(std::string(rule.attribute).c_str()));
@@ -276,6 +348,8 @@ ModuleCheck::Verdict ModuleCheck::CheckInstruction(xmlNode* element, bool isTop,
                         Tag(element) + " needs the attribute '" + std::string(rule.attribute) + "'");
         }
     }
+    if (name == "template" && Value(element, "match").empty() && Value(element, "name").empty())
+        return Fail(element, CODE_OTHER, Tag(element) + " needs the attribute 'match' or 'name'");
     if (name == "attribute-set") NoteAttributeSet(element);
     return name == "decimal-format" ? CheckDecimalFormat(element) : Verdict::RIGHT;
 }
@@ -440,6 +514,10 @@ bool ModuleCheck::CheckAttributeSets() {
         }
     }
     return true;
+}
+
+ModuleCheck::Verdict ModuleCheck::FailPlace(const xmlNode* element) {
+    return Fail(element, CODE_OTHER, Tag(element) + " is not allowed in " + Tag(element->parent));
 }
 
 ModuleCheck::Verdict ModuleCheck::Fail(const xmlNode* element, int code, std::string text) {

@@ -50,6 +50,7 @@ private:
     Verdict CheckDecimalFormat(const xmlNode* element);
     void NoteAttributeSet(const xmlNode* element);
     bool Parses(const std::string& expression);
+    Verdict FailPlace(const xmlNode* element);
     Verdict Fail(const xmlNode* element, int code, std::string text);
 
     static const Rule RULES[];
