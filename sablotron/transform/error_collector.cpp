@@ -1,7 +1,7 @@
 // Reading the reports of libxml2 and libxslt, which come in pieces and mostly without a code.
 #include "sablotron/transform/error_collector.h"
 
-#include "sablotron/transform/module_check.h"
+#include "sablotron/transform/expression_wrapping.h"
 #include "sablotron/transform/modules.h"
 #include "sablotron/transform/uri.h"
 

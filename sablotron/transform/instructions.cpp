@@ -1,7 +1,7 @@
 // The check of the stack and xsl:message, put in the place of libxslt's functions.
 #include "sablotron/transform/instructions.h"
 
-#include "sablotron/transform/module_check.h"
+#include "sablotron/transform/expression_wrapping.h"
 #include "sablotron/transform/modules.h"
 #include "sablotron/tree/number_text.h"
 #include "sablotron/tree/xpath.h"

@@ -1,11 +1,11 @@
 // The checks of a module, element by element, by a table of what XSLT 1.0 gives its attributes for.
 #include "sablotron/transform/module_check.h"
 
+#include "sablotron/transform/expression_wrapping.h"
 #include "sablotron/transform/modules.h"
 #include "sablotron/tree/xpath_rewrite.h"
 
 #include <libxml/parserInternals.h>
-#include <libxml/uri.h>
 #include <libxml/xpathInternals.h>
 
 #include <algorithm>
@@ -138,48 +138,6 @@ std::string Expanded(const xmlNode* element, const std::string& name) {
     return (binding != nullptr ? std::string(View(binding->href)) : "") + '}' + name.substr(colon + 1);
 }
 
-// Whether the expression can stand as the only argument of a function as it is: a faulty one could become right.
-bool IsClosed(std::string_view expression) {
-    int depth = 0;
-    for (size_t at = 0; at < expression.size(); ++at) {
-        const char c = expression[at];
-        if (c == '"' || c == '\'') {
-            at = expression.find(c, at + 1);
-            if (at == std::string_view::npos) return false;
-        } else if (c == '(' || c == '[') {
-            ++depth;
-        } else if (c == ')' || c == ']') {
-            --depth;
-        }
-        if (depth < 0 || (c == ',' && depth == 0)) return false;
-    }
-    return depth == 0;
-}
-
-// Whether the value can be a number. What consists of names, steps and axes only is a path.
-bool MayBeNumber(std::string_view expression) {
-    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
-    const auto isOfPath = [&isDigit](char c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || isDigit(c) || (c & '\x80') != 0
-               || std::string_view("/.@:_-").find(c) != std::string_view::npos;
-    };
-    if (expression.empty() || expression[0] == '-' || isDigit(expression[0])) return !expression.empty();
-    if (expression.size() > 1 && expression[0] == '.' && isDigit(expression[1])) return true;
-    return !std::all_of(expression.begin(), expression.end(), isOfPath);
-}
-
-std::string Wrapped(const std::string& expression) {
-    if (!MayBeNumber(expression) || !IsClosed(expression)) return expression;
-    return std::string(TEXT_FUNCTION) + '(' + expression + ')';
-}
-
-std::string Refused(const std::string& expression) {
-    xmlChar* escaped = xmlURIEscapeStr(Chars(expression.c_str()), Chars(""));
-    std::string call = std::string(REFUSED_FUNCTION) + "(\"" + std::string(View(escaped)) + "\")";
-    xmlFree(escaped);
-    return call;
-}
-
 // The end of the expression in braces that begins after `at`; npos when it has none.
 size_t ExpressionEnd(const std::string& value, size_t at) {
     for (; at < value.size() && value[at] != '}'; ++at) {
@@ -253,29 +211,6 @@ constexpr ModuleCheck::Rule ModuleCheck::RULES[] = {
     {"with-param", "name", Content::OTHER, NEEDED},
     {"with-param", "select", Content::EXPRESSION},
 };
-
-std::string WithoutTextFunction(std::string text) {
-    const std::string call = std::string(TEXT_FUNCTION) + '(';
-    for (size_t at = text.find(call); at != std::string::npos; at = text.find(call)) {
-        text.erase(at, call.size());
-        int depth = 1;
-        for (size_t end = at; end < text.size(); ++end) {
-            depth += text[end] == '(' ? 1 : 0;
-            depth -= text[end] == ')' ? 1 : 0;
-            if (depth > 0) continue;
-            text.erase(end, 1);
-            break;
-        }
-    }
-    return text;
-}
-
-std::string RefusedExpression(const std::string& argument) {
-    char* expression = xmlURIUnescapeString(argument.c_str(), static_cast<int>(argument.size()), nullptr);
-    std::string text = expression != nullptr ? expression : argument;
-    xmlFree(expression);
-    return text;
-}
 
 ModuleCheck::ModuleCheck(ErrorCollector& errors) : errors_(errors), context_(xmlXPathNewContext(nullptr)) {
     if (!context_) throw std::bad_alloc();
@@ -366,11 +301,11 @@ bool ModuleCheck::CheckAttribute(xmlNode* element, xmlAttr* attribute, const Rul
     case Content::TEMPLATE: return CheckTemplate(element, attribute, isLater);
     case Content::EXPRESSION:
         if (isLater && !Parses(value)) {
-            SetValue(element, attribute, Refused(value));
+            SetValue(element, attribute, WrappedAsRefused(value));
             return true;
         }
         if (!CheckExpression(element, value)) return false;
-        if (rule.isText && Wrapped(value) != value) SetValue(element, attribute, Wrapped(value));
+        if (rule.isText && WrappedAsText(value) != value) SetValue(element, attribute, WrappedAsText(value));
         return true;
     case Content::PATTERN: return CheckExpression(element, value);
     case Content::NAMES:
@@ -434,10 +369,10 @@ bool ModuleCheck::CheckTemplate(xmlNode* element, xmlAttr* attribute, bool isLat
         }
         const std::string expression = value.substr(at + 1, end - at - 1);
         if (isLater && !Parses(expression)) {
-            prepared += '{' + Refused(expression) + '}';
+            prepared += '{' + WrappedAsRefused(expression) + '}';
         } else {
             if (!CheckExpression(element, expression)) return false;
-            prepared += '{' + Wrapped(expression) + '}';
+            prepared += '{' + WrappedAsText(expression) + '}';
         }
         at = end;
     }

@@ -11,16 +11,6 @@
 
 namespace sablot {
 
-// The XPath function in which expressions whose value becomes text are wrapped, and the one in place of an expression
-// that a stylesheet of a later version has and XPath 1.0 does not parse.
-constexpr std::string_view TEXT_FUNCTION = "sablot.text";
-constexpr std::string_view REFUSED_FUNCTION = "sablot.refused";
-
-// A text of libxslt without the wrapping.
-std::string WithoutTextFunction(std::string text);
-// The expression in whose place REFUSED_FUNCTION stands, from its argument.
-std::string RefusedExpression(const std::string& argument);
-
 // Checks the modules of one stylesheet.
 class ModuleCheck {
 public:

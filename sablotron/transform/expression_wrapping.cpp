@@ -1,0 +1,80 @@
+// Which expressions can be wrapped, and how.
+#include "sablotron/transform/expression_wrapping.h"
+
+#include "sablotron/tree/tree.h"
+
+#include <libxml/uri.h>
+
+#include <algorithm>
+
+namespace sablot {
+namespace {
+
+// Whether the expression can stand as the only argument of a function as it is: a faulty one could become right.
+bool IsClosed(std::string_view expression) {
+    int depth = 0;
+    for (size_t at = 0; at < expression.size(); ++at) {
+        const char c = expression[at];
+        if (c == '"' || c == '\'') {
+            at = expression.find(c, at + 1);
+            if (at == std::string_view::npos) return false;
+        } else if (c == '(' || c == '[') {
+            ++depth;
+        } else if (c == ')' || c == ']') {
+            --depth;
+        }
+        if (depth < 0 || (c == ',' && depth == 0)) return false;
+    }
+    return depth == 0;
+}
+
+// Whether the value can be a number. What consists of names, steps and axes only is a path.
+bool MayBeNumber(std::string_view expression) {
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    const auto isOfPath = [&isDigit](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || isDigit(c) || (c & '\x80') != 0
+               || std::string_view("/.@:_-").find(c) != std::string_view::npos;
+    };
+    if (expression.empty() || expression[0] == '-' || isDigit(expression[0])) return !expression.empty();
+    if (expression.size() > 1 && expression[0] == '.' && isDigit(expression[1])) return true;
+    return !std::all_of(expression.begin(), expression.end(), isOfPath);
+}
+
+} // namespace
+
+std::string WrappedAsText(const std::string& expression) {
+    if (!MayBeNumber(expression) || !IsClosed(expression)) return expression;
+    return std::string(TEXT_FUNCTION) + '(' + expression + ')';
+}
+
+std::string WrappedAsRefused(const std::string& expression) {
+    xmlChar* escaped = xmlURIEscapeStr(Chars(expression.c_str()), Chars(""));
+    std::string call = std::string(REFUSED_FUNCTION) + "(\"" + std::string(View(escaped)) + "\")";
+    xmlFree(escaped);
+    return call;
+}
+
+std::string WithoutTextFunction(std::string text) {
+    const std::string call = std::string(TEXT_FUNCTION) + '(';
+    for (size_t at = text.find(call); at != std::string::npos; at = text.find(call)) {
+        text.erase(at, call.size());
+        int depth = 1;
+        for (size_t end = at; end < text.size(); ++end) {
+            depth += text[end] == '(' ? 1 : 0;
+            depth -= text[end] == ')' ? 1 : 0;
+            if (depth > 0) continue;
+            text.erase(end, 1);
+            break;
+        }
+    }
+    return text;
+}
+
+std::string RefusedExpression(const std::string& argument) {
+    char* expression = xmlURIUnescapeString(argument.c_str(), static_cast<int>(argument.size()), nullptr);
+    std::string text = expression != nullptr ? expression : argument;
+    xmlFree(expression);
+    return text;
+}
+
+} // namespace sablot
