@@ -4,15 +4,28 @@
 #include "host/framework/framework.h"
 #include "host/framework/tables.h"
 #include "host/runtime/encoding.h"
+#include "host/runtime/exception.h"
 
+#include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace host {
 
 namespace {
 
+// The object of each encoding that has one, by its value. Those of the module's members live as long as the process.
+std::unordered_map<uint32_t, Object*>& Objects() {
+    static auto& objects = *new std::unordered_map<uint32_t, Object*>;
+    return objects;
+}
+
 struct EncodingData {
     const Encoding* encoding = nullptr;
+
+    ~EncodingData() {
+        if (encoding != nullptr) Objects().erase(encoding->value);
+    }
 
     static ClassDefinition& Record();
 };
@@ -37,22 +50,16 @@ ClassDefinition& EncodingData::Record() {
     return record;
 }
 
-// One object for each row of Encodings(), in its order; they live as long as the process.
-std::vector<ObjectRef>& Objects() {
-    static std::vector<ObjectRef>& objects = *new std::vector<ObjectRef>;
-    return objects;
-}
-
-Object* GetEncoding(Object*, int32_t index) { return ObjectRef(Objects()[static_cast<size_t>(index)]).Detach(); }
+Object* GetEncoding(Object*, int32_t value) { return TextEncodingObject(static_cast<uint32_t>(value)).Detach(); }
 
 Object* FromName(String* name) {
     const Encoding* encoding = FindEncoding(StringView(name));
-    return encoding != nullptr ? ObjectRef::Share(TextEncodingObject(encoding->value)).Detach() : nullptr;
+    if (encoding != nullptr) return TextEncodingObject(encoding->value).Detach();
+    RaiseNew("IllegalArgumentException", 0, "FromName: there is no encoding \"" + std::string(StringView(name)) + "\"");
+    return nullptr;
 }
 
-Object* EncodingOf(String* text) {
-    return text != nullptr ? ObjectRef::Share(TextEncodingObject(text->encoding)).Detach() : nullptr;
-}
+Object* EncodingOf(String* text) { return text != nullptr ? TextEncodingObject(text->encoding).Detach() : nullptr; }
 
 String* ConvertEncoding(String* text, Object* encoding) {
     return ConvertString(text, EncodingValue(encoding, ENCODING_UTF8)).Detach();
@@ -62,7 +69,7 @@ String* ConvertEncoding(String* text, Object* encoding) {
 String* DefineEncoding(String* text, Object* encoding) {
     uint32_t value = EncodingValue(encoding, ENCODING_UNKNOWN);
     if ((text == nullptr) || text->encoding == value) return StringRef::Share(text).Detach();
-    return BuildString(text->View(), value);
+    return RetagString(text, value);
 }
 
 const GlobalFunction FUNCTIONS[] = {
@@ -77,10 +84,15 @@ const GlobalFunction MODULE_FUNCTIONS[] = {
 
 } // namespace
 
-Object* TextEncodingObject(uint32_t encoding) {
-    for (size_t i = 0; i < Objects().size(); ++i)
-        if (Encodings()[i].value == encoding) return Objects()[i].Get();
-    return nullptr;
+ObjectRef TextEncodingObject(uint32_t encoding) {
+    const Encoding* known = FindEncoding(encoding);
+    if (known == nullptr) return {};
+    Object*& object = Objects()[encoding];
+    if (object != nullptr) return ObjectRef::Share(object);
+    ObjectRef made = NewInstance(EncodingData::Record());
+    if (made) DataOf<EncodingData>(made.Get()).encoding = known;
+    object = made.Get();
+    return made;
 }
 
 uint32_t EncodingValue(Object* textEncoding, uint32_t otherwise) {
@@ -92,10 +104,9 @@ void RegisterEncodings() {
     RegisterClass(EncodingData::Record());
     std::vector<PropertyDefinition> members;
     for (const Encoding& encoding : Encodings()) {
+        TextEncodingObject(encoding.value).Detach();
         members.push_back(
-            ReadOnly(encoding.member, "TextEncoding", Native(GetEncoding), static_cast<int32_t>(Objects().size())));
-        Objects().push_back(NewInstance(EncodingData::Record()));
-        DataOf<EncodingData>(Objects().back().Get()).encoding = &encoding;
+            ReadOnly(encoding.member, "TextEncoding", Native(GetEncoding), static_cast<int32_t>(encoding.value)));
     }
     RegisterModuleProperties(members, "Encodings");
     RegisterFunctions(MODULE_FUNCTIONS, "Encodings");

@@ -196,9 +196,7 @@ String* ReadLine(Object* self) {
 
 String* ReadAll(Object* self) { return ReadRest(DataOf<InputData>(self)); }
 
-Object* GetEncoding(Object* self, int32_t) {
-    return ObjectRef::Share(TextEncodingObject(DataOf<InputData>(self).encoding)).Detach();
-}
+Object* GetEncoding(Object* self, int32_t) { return TextEncodingObject(DataOf<InputData>(self).encoding).Detach(); }
 
 void SetEncoding(Object* self, int32_t, Object* encoding) {
     DataOf<InputData>(self).encoding = EncodingValue(encoding, ENCODING_UNKNOWN);

@@ -3,9 +3,12 @@
 #include "host/framework/tables.h"
 #include "host/framework/text.h"
 #include "host/runtime/array.h"
+#include "host/runtime/characters.h"
 #include "host/runtime/encoding.h"
 #include "host/runtime/exception.h"
 #include "host/runtime/string.h"
+#include "host/runtime/text_buffer.h"
+#include "host/runtime/utf8.h"
 
 #include <algorithm>
 #include <string>
@@ -15,24 +18,17 @@ namespace host {
 
 namespace {
 
-// A string argument ready for the text operations: in an encoding whose characters they can count.
-// Strings of unknown and of one-byte encodings are taken byte by byte, the others as UTF-8.
+// A string argument ready for the text operations: in an encoding whose characters they can count. Strings of unknown
+// encoding and of those whose characters are bytes are taken byte by byte, the others as UTF-8.
 class Text {
 public:
     explicit Text(String* string) : string_(StringRef::Share(string)) {
-        uint32_t encoding = string != nullptr ? string->encoding : ENCODING_UTF8;
-        switch (encoding) {
-        case ENCODING_UTF8: break;
-        case ENCODING_UNKNOWN:
-        case ENCODING_ASCII:
-        case ENCODING_ISO_LATIN1:
-        case ENCODING_WINDOWS_LATIN1: characters = Characters::BYTES; break;
-        default:
-            if (FindEncoding(encoding) != nullptr)
-                string_ = ConvertString(string, ENCODING_UTF8);
-            else
-                characters = Characters::BYTES;
-        }
+        if (string == nullptr || string->encoding == ENCODING_UTF8) return;
+        const struct Encoding* encoding = FindEncoding(string->encoding);
+        if (encoding == nullptr || encoding->IsSingleByte())
+            characters = Characters::BYTES;
+        else
+            string_ = ConvertToUtf8(string);
     }
 
     // The string to look for in another one: in that one's encoding.
@@ -46,43 +42,75 @@ public:
     std::string_view View() const { return string_.View(); }
     uint32_t Encoding() const { return string_ ? string_.Get()->encoding : ENCODING_UTF8; }
 
+    size_t Length() const { return IndexAt(View().size()); }
+    // The byte offset of a character, counted from 0; the size of the text when there are fewer.
+    size_t Offset(size_t index) const {
+        if (characters == Characters::BYTES || !string_) return std::min(index, View().size());
+        return OffsetOfCharacter(string_.Get(), index);
+    }
+    // The byte offset `count` characters further on.
+    size_t OffsetAfter(size_t offset, size_t count) const {
+        if (characters == Characters::BYTES || !string_) return offset + std::min(count, View().size() - offset);
+        if (count <= FEW) return offset + CharacterOffset(View().substr(offset), count);
+        if (count >= View().size() - offset) return View().size();
+        return OffsetOfCharacter(string_.Get(), IndexAt(offset) + count);
+    }
+    size_t OffsetFromEnd(size_t count) const {
+        if (count >= View().size()) return 0;
+        if (characters == Characters::BYTES) return View().size() - count;
+        if (count <= FEW) return CharacterOffsetFromEnd(View(), count);
+        const size_t length = Length();
+        return OffsetOfCharacter(string_.Get(), length - std::min(count, length));
+    }
+    size_t IndexAt(size_t offset) const {
+        if (characters == Characters::BYTES || !string_) return offset;
+        return CharacterAtOffset(string_.Get(), offset);
+    }
+
     // A new string of this one's encoding; the whole of it is this string itself.
     String* Part(std::string_view part) const {
         if (part.size() == View().size()) return StringRef(string_).Detach();
-        return Make(part);
+        if (part.empty()) return Make({});
+        return PartOfString(string_.Get(), static_cast<size_t>(part.data() - View().data()), part.size());
     }
+    String* Part(size_t begin, size_t end) const { return Part(View().substr(begin, end - begin)); }
     String* Make(std::string_view text) const { return BuildString(text, Encoding()); }
+
+    FieldPlace* Field() const { return LastField(string_.Get()); }
 
     Characters characters = Characters::UTF8;
 
 private:
+    // So few characters are walked over sooner than looked up.
+    static constexpr size_t FEW = 64;
+
     StringRef string_;
 };
 
 // A count or position of a program, which may be negative.
 size_t Count(int32_t count) { return static_cast<size_t>(std::max(count, 0)); }
 
+// A position of a program, which counts from 1, as an index; one below 1 is the first.
+size_t Index(int32_t position) { return Count(position - static_cast<int32_t>(position > 0)); }
+
 String* BuildUtf8(std::string_view text) { return BuildString(text, ENCODING_UTF8); }
 
-int32_t Len(String* s) {
-    Text text(s);
-    return static_cast<int32_t>(CountCharacters(text.View(), text.characters));
-}
+int32_t Len(String* s) { return static_cast<int32_t>(Text(s).Length()); }
 
 int32_t LenB(String* s) { return static_cast<int32_t>(StringView(s).size()); }
 
-// Positions count from 1; a start below 1 begins at the first character.
 String* MidCount(String* s, int32_t start, int32_t count) {
     Text text(s);
-    return text.Part(Substring(text.View(), Count(start - static_cast<int>(start > 0)), Count(count), text.characters));
+    size_t begin = text.Offset(Index(start));
+    return text.Part(begin, text.OffsetAfter(begin, Count(count)));
 }
 
 String* Mid(String* s, int32_t start) { return MidCount(s, start, INT32_MAX); }
 
 String* MidBCount(String* s, int32_t start, int32_t count) {
-    std::string_view bytes = StringView(s);
-    bytes.remove_prefix(std::min(bytes.size(), Count(start - static_cast<int>(start > 0))));
-    return BuildString(bytes.substr(0, Count(count)), s != nullptr ? s->encoding : ENCODING_UTF8);
+    if (s == nullptr) return nullptr;
+    size_t begin = std::min<size_t>(Index(start), s->length);
+    return PartOfString(s, begin, std::min(Count(count), s->length - begin));
 }
 
 String* MidB(String* s, int32_t start) { return MidBCount(s, start, INT32_MAX); }
@@ -93,26 +121,25 @@ String* LeftB(String* s, int32_t count) { return MidBCount(s, 1, count); }
 
 String* Right(String* s, int32_t count) {
     Text text(s);
-    return text.Part(LastCharacters(text.View(), Count(count), text.characters));
+    return text.Part(text.OffsetFromEnd(Count(count)), text.View().size());
 }
 
 String* RightB(String* s, int32_t count) {
-    std::string_view bytes = StringView(s);
-    return BuildString(bytes.substr(bytes.size() - std::min(bytes.size(), Count(count))),
-                       s != nullptr ? s->encoding : ENCODING_UTF8);
+    if (s == nullptr) return nullptr;
+    size_t length = std::min<size_t>(Count(count), s->length);
+    return PartOfString(s, s->length - length, length);
 }
 
 int32_t InStrFrom(int32_t start, String* source, String* find) {
     Text text(source);
-    std::optional<size_t> index =
-        FindText(text.View(), Text(find, text).View(), Count(start - static_cast<int>(start > 0)), text.characters);
-    return index ? static_cast<int32_t>(*index + 1) : 0;
+    size_t found = text.View().find(Text(find, text).View(), text.Offset(Index(start)));
+    return found == std::string_view::npos ? 0 : static_cast<int32_t>(text.IndexAt(found) + 1);
 }
 
 int32_t InStr(String* source, String* find) { return InStrFrom(1, source, find); }
 
 int32_t InStrBFrom(int32_t start, String* source, String* find) {
-    size_t found = StringView(source).find(StringView(find), Count(start - static_cast<int>(start > 0)));
+    size_t found = StringView(source).find(StringView(find), Index(start));
     return found == std::string_view::npos ? 0 : static_cast<int32_t>(found + 1);
 }
 
@@ -189,18 +216,42 @@ String* Join(Array* parts, String* delimiter) {
     return model.Make(joined);
 }
 
-// Fields are counted from 1.
+// The offset of a field, counted from 1, or npos. Looking up one field after the other goes on where it was.
+size_t FieldOffset(const Text& text, std::string_view separator, size_t number) {
+    FieldPlace local;
+    FieldPlace* place = text.Field();
+    if (place == nullptr) place = &local;
+    if (place->text != text.View().data() || place->separator != separator || place->number > number
+        || place->offset > text.View().size())
+        *place = {std::string(separator), text.View().data(), 1, 0};
+    while (place->number < number) {
+        size_t found = text.View().find(separator, place->offset);
+        if (found == std::string_view::npos) return found;
+        place->offset = found + separator.size();
+        ++place->number;
+    }
+    return place->offset;
+}
+
+// Fields are counted from 1; an empty separator makes a field of each character.
 String* NthField(String* source, String* separator, int32_t index) {
+    if (index < 1) return nullptr;
     Text text(source);
-    std::vector<std::string_view> fields = SplitText(text.View(), Text(separator, text).View(), text.characters);
-    if (index < 1 || static_cast<size_t>(index) > fields.size()) return nullptr;
-    return text.Part(fields[static_cast<size_t>(index) - 1]);
+    Text between(separator, text);
+    if (between.View().empty()) return MidCount(source, index, 1);
+    size_t begin = FieldOffset(text, between.View(), static_cast<size_t>(index));
+    if (begin == std::string_view::npos) return nullptr;
+    return text.Part(begin, std::min(text.View().find(between.View(), begin), text.View().size()));
 }
 
 int32_t CountFields(String* source, String* separator) {
     Text text(source);
-    if (text.View().empty()) return 0;
-    return static_cast<int32_t>(SplitText(text.View(), Text(separator, text).View(), text.characters).size());
+    Text between(separator, text);
+    if (between.View().empty() || text.View().empty()) return static_cast<int32_t>(text.Length());
+    int32_t count = 1;
+    for (size_t found = 0; (found = text.View().find(between.View(), found)) != std::string_view::npos; ++count)
+        found += between.View().size();
+    return count;
 }
 
 String* Chr(int32_t code) {
@@ -221,8 +272,8 @@ String* ChrB(int32_t code) {
 int32_t Asc(String* s) {
     Text text(s);
     if (text.View().empty()) return 0;
-    if (text.Encoding() == ENCODING_ISO_LATIN1 || text.Encoding() == ENCODING_WINDOWS_LATIN1) {
-        StringRef first = StringRef::Adopt(text.Make(text.View().substr(0, 1)));
+    if (text.characters == Characters::BYTES && text.Encoding() != ENCODING_UNKNOWN) {
+        StringRef first = StringRef::Adopt(text.Part(0, 1));
         return FirstCodePoint(ConvertString(first.Get(), ENCODING_UTF8).View(), Characters::UTF8);
     }
     return FirstCodePoint(text.View(), text.characters);

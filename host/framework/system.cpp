@@ -52,7 +52,7 @@ Object* GetTemporaryFolder(Object*, int32_t) {
 }
 
 String* EnvironmentVariable(String* name) {
-    const char* value = std::getenv(StringBytes(name));
+    const char* value = std::getenv(CString(name));
     return value != nullptr ? BuildUtf8(value) : nullptr;
 }
 

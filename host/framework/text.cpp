@@ -1,13 +1,13 @@
 // Text operations over plain bytes.
 #include "host/framework/text.h"
 
+#include "host/runtime/utf8.h"
+
 #include <unicode/ucasemap.h>
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
-#include <algorithm>
 #include <array>
-#include <cstring>
 
 namespace host {
 
@@ -17,16 +17,6 @@ const uint8_t* Bytes(std::string_view text) { return reinterpret_cast<const uint
 
 // ICU counts in 32 bits, which every size of this process fits.
 int32_t Size(std::string_view text) { return static_cast<int32_t>(text.size()); }
-
-// Most text is ASCII: it is looked at in runs of this many bytes.
-constexpr int32_t ASCII_RUN = 16;
-
-bool IsAsciiRun(std::string_view text, int32_t offset) {
-    if (Size(text) - offset < ASCII_RUN) return false;
-    std::array<uint64_t, 2> words;
-    std::memcpy(words.data(), text.data() + offset, sizeof words);
-    return ((words[0] | words[1]) & 0x8080808080808080U) == 0;
-}
 
 // A byte above ASCII is part of a character that nobody knows.
 bool IsSpace(UChar32 character, Characters characters) {
@@ -66,64 +56,6 @@ std::string MapCase(std::string_view text, Characters characters, CaseMapping ma
 
 } // namespace
 
-bool IsAscii(std::string_view text) {
-    int32_t offset = 0;
-    while (IsAsciiRun(text, offset)) offset += ASCII_RUN;
-    text.remove_prefix(static_cast<size_t>(offset));
-    return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<signed char>(c) >= 0; });
-}
-
-size_t CountCharacters(std::string_view text, Characters characters) {
-    if (characters == Characters::BYTES) return text.size();
-    size_t count = 0;
-    for (int32_t offset = 0; offset < Size(text);) {
-        if (IsAsciiRun(text, offset)) {
-            offset += ASCII_RUN;
-            count += ASCII_RUN;
-        } else {
-            U8_FWD_1(Bytes(text), offset, Size(text));
-            ++count;
-        }
-    }
-    return count;
-}
-
-size_t CharacterOffset(std::string_view text, size_t index, Characters characters) {
-    if (characters == Characters::BYTES || index >= text.size()) return std::min(index, text.size());
-    int32_t offset = 0;
-    while (index > 0 && offset < Size(text)) {
-        if (index >= ASCII_RUN && IsAsciiRun(text, offset)) {
-            offset += ASCII_RUN;
-            index -= ASCII_RUN;
-        } else {
-            U8_FWD_1(Bytes(text), offset, Size(text));
-            --index;
-        }
-    }
-    return static_cast<size_t>(offset);
-}
-
-std::string_view Substring(std::string_view text, size_t start, size_t count, Characters characters) {
-    std::string_view rest = text.substr(CharacterOffset(text, start, characters));
-    return rest.substr(0, CharacterOffset(rest, count, characters));
-}
-
-std::string_view LastCharacters(std::string_view text, size_t count, Characters characters) {
-    if (count >= text.size()) return text;
-    if (characters == Characters::BYTES) return text.substr(text.size() - count);
-    int32_t offset = Size(text);
-    for (; count > 0 && offset > 0; --count) U8_BACK_1(Bytes(text), 0, offset);
-    return text.substr(static_cast<size_t>(offset));
-}
-
-std::optional<size_t> FindText(std::string_view text, std::string_view wanted, size_t start, Characters characters) {
-    size_t from = CharacterOffset(text, start, characters);
-    size_t found = text.find(wanted, from);
-    if (found == std::string_view::npos) return std::nullopt;
-    return std::min(start, CountCharacters(text.substr(0, from), characters))
-           + CountCharacters(text.substr(from, found - from), characters);
-}
-
 std::string ReplaceText(std::string_view text, std::string_view wanted, std::string_view replacement, bool all) {
     std::string result;
     size_t position = 0;
@@ -147,7 +79,8 @@ std::string_view TrimLeft(std::string_view text, Characters characters) {
 
 std::string_view TrimRight(std::string_view text, Characters characters) {
     while (!text.empty()) {
-        std::string_view last = LastCharacters(text, 1, characters);
+        size_t start = characters == Characters::BYTES ? text.size() - 1 : CharacterOffsetFromEnd(text, 1);
+        std::string_view last = text.substr(start);
         int32_t offset = 0;
         if (!IsSpace(CharacterAt(last, offset, characters), characters)) break;
         text.remove_suffix(last.size());

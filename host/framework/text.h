@@ -1,6 +1,4 @@
 // Text operations below the string functions of the language: plain bytes in, plain bytes out.
-// Positions and lengths count characters from 0. Ill-formed UTF-8 counts each maximal ill-formed
-// sequence as one character (Unicode, section 3.9), so every byte string has a length.
 #pragma once
 
 #include <cstddef>
@@ -14,19 +12,6 @@ namespace host {
 
 // What one character is: a byte, or a code point of UTF-8.
 enum class Characters { BYTES, UTF8 };
-
-bool IsAscii(std::string_view text);
-size_t CountCharacters(std::string_view text, Characters characters);
-
-// The byte offset of character `index`; the size of `text` when there are fewer characters.
-size_t CharacterOffset(std::string_view text, size_t index, Characters characters);
-
-// The part of `text` from character `start`, at most `count` characters long.
-std::string_view Substring(std::string_view text, size_t start, size_t count, Characters characters);
-std::string_view LastCharacters(std::string_view text, size_t count, Characters characters);
-
-// The character index of the first `wanted` at or after character `start`.
-std::optional<size_t> FindText(std::string_view text, std::string_view wanted, size_t start, Characters characters);
 
 std::string ReplaceText(std::string_view text, std::string_view wanted, std::string_view replacement, bool all);
 

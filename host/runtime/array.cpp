@@ -21,8 +21,10 @@ constexpr int32_t FIRST_CAPACITY = 4;
 size_t ElementSize(Kind element) { return element == Kind::DOUBLE ? sizeof(double) : sizeof(int32_t); }
 
 std::byte* ElementAt(const Array* array, int32_t index) {
-    return static_cast<std::byte*>(array->data) + static_cast<size_t>(index) * ElementSize(array->element);
+    return static_cast<std::byte*>(array->data) + index * static_cast<ptrdiff_t>(ElementSize(array->element));
 }
+
+void* MemoryOf(const Array* array) { return array->data != nullptr ? ElementAt(array, -array->front) : nullptr; }
 
 // Index and reference of an owned element are given up.
 void ReleaseElements(Array* array, int32_t first, int32_t end) {
@@ -42,24 +44,71 @@ void FreeArray(Object* object, Class*) {
         int32_t last = --array->count;
         ReleaseElements(array, last, last + 1);
     }
-    std::free(array->data);
+    std::free(MemoryOf(array));
 }
 
+bool HasRoomFor(size_t capacity, size_t elementSize) {
+    return capacity <= static_cast<size_t>(std::numeric_limits<int32_t>::max()) / elementSize;
+}
+
+// What to ask for when a capacity does not suffice: so much more that growing often costs little.
+size_t GrownCapacity(const Array* array, int32_t count) {
+    return std::max({static_cast<size_t>(count), static_cast<size_t>(array->capacity - array->front) * 2,
+                     static_cast<size_t>(FIRST_CAPACITY)});
+}
+
+// Room for `count` elements from the first one on.
 bool Reserve(Array* array, int32_t count) {
-    if (count <= array->capacity) return true;
+    if (count <= array->capacity - array->front) return true;
     const size_t size = ElementSize(array->element);
-    int32_t grown = array->capacity > std::numeric_limits<int32_t>::max() / 2 ? count : array->capacity * 2;
-    int32_t capacity = std::max({count, grown, FIRST_CAPACITY});
-    void* data = static_cast<size_t>(capacity) <= std::numeric_limits<int32_t>::max() / size
-                     ? std::realloc(array->data, static_cast<size_t>(capacity) * size)
-                     : nullptr;
-    if (data == nullptr) {
+    // A queue, whose elements come at the end and go at the front, does not grow.
+    if (array->front > array->count) {
+        void* memory = MemoryOf(array);
+        std::memcpy(memory, array->data, static_cast<size_t>(array->count) * size);
+        array->data = memory;
+        array->front = 0;
+        if (count <= array->capacity) return true;
+    }
+    const auto front = static_cast<size_t>(array->front);
+    void* memory = nullptr;
+    size_t capacity = front + GrownCapacity(array, count);
+    if (HasRoomFor(capacity, size)) memory = std::realloc(MemoryOf(array), capacity * size);
+    if (memory == nullptr && HasRoomFor(front + static_cast<size_t>(count), size)) {
+        capacity = front + static_cast<size_t>(count);
+        memory = std::realloc(MemoryOf(array), capacity * size);
+    }
+    if (memory == nullptr) {
         RaiseOutOfMemory();
         return false;
     }
-    array->data = data;
-    array->capacity = capacity;
+    array->data = static_cast<std::byte*>(memory) + front * size;
+    array->capacity = static_cast<int32_t>(capacity);
     return true;
+}
+
+// Room for an element before the first one: as many as there are.
+bool ReserveFront(Array* array) {
+    if (array->front > 0) return true;
+    const size_t size = ElementSize(array->element);
+    const auto used = static_cast<size_t>(array->count);
+    const size_t front = std::max(used, static_cast<size_t>(FIRST_CAPACITY));
+    void* memory = HasRoomFor(front + used, size) ? std::malloc((front + used) * size) : nullptr;
+    if (memory == nullptr) {
+        RaiseOutOfMemory();
+        return false;
+    }
+    auto* data = static_cast<std::byte*>(memory) + front * size;
+    if (used > 0) std::memcpy(data, array->data, used * size);
+    std::free(MemoryOf(array));
+    array->data = data;
+    array->front = static_cast<int32_t>(front);
+    array->capacity = static_cast<int32_t>(front + used);
+    return true;
+}
+
+// Moves the first elements by one place, back (-1) or forth (1).
+void MoveFirst(Array* array, int32_t count, int32_t places) {
+    std::memmove(ElementAt(array, places), array->data, static_cast<size_t>(count) * ElementSize(array->element));
 }
 
 } // namespace
@@ -122,10 +171,18 @@ bool ArrayResize(Array* array, int32_t count) {
 }
 
 bool ArrayInsert(Array* array, int32_t index, Slot value) {
-    if (array->count == std::numeric_limits<int32_t>::max() || !Reserve(array, array->count + 1)) return false;
+    if (array->count == std::numeric_limits<int32_t>::max()) return false;
     const size_t size = ElementSize(array->element);
-    std::memmove(ElementAt(array, index + 1), ElementAt(array, index),
-                 static_cast<size_t>(array->count - index) * size);
+    if (index < array->count / 2) {
+        if (!ReserveFront(array)) return false;
+        MoveFirst(array, index, -1);
+        array->data = ElementAt(array, -1);
+        --array->front;
+    } else {
+        if (!Reserve(array, array->count + 1)) return false;
+        std::memmove(ElementAt(array, index + 1), ElementAt(array, index),
+                     static_cast<size_t>(array->count - index) * size);
+    }
     std::memcpy(ElementAt(array, index), &value, size);
     ++array->count;
     return true;
@@ -134,6 +191,12 @@ bool ArrayInsert(Array* array, int32_t index, Slot value) {
 Slot ArrayTake(Array* array, int32_t index) {
     Slot value = ArrayGet(array, index);
     --array->count;
+    if (index < array->count / 2) {
+        MoveFirst(array, index, 1);
+        array->data = ElementAt(array, 1);
+        ++array->front;
+        return value;
+    }
     std::memmove(ElementAt(array, index), ElementAt(array, index + 1),
                  static_cast<size_t>(array->count - index) * ElementSize(array->element));
     return value;

@@ -9,12 +9,14 @@
 
 namespace host {
 
-// Elements lie one after the other: 8 bytes for Double, else a word. Strings, objects and variants are owned.
+// Elements lie one after the other: 8 bytes for Double, else a word. Strings, objects and variants are owned. There may
+// be room at both ends, so that elements come and go there in constant time.
 struct Array : Object {
     Kind element;
     int32_t count;
-    int32_t capacity;
-    void* data;
+    int32_t front;    // elements that there is room for before the first
+    int32_t capacity; // and in all
+    void* data;       // the first element
 
     int32_t* Integers() { return static_cast<int32_t*>(data); } // Integer and Boolean
     double* Numbers() { return static_cast<double*>(data); }

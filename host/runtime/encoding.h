@@ -18,17 +18,26 @@ inline constexpr uint32_t ENCODING_WINDOWS_LATIN1 = 0x0500;
 inline constexpr uint32_t ENCODING_ASCII = 0x0600;
 inline constexpr uint32_t ENCODING_UTF8 = 0x08000100;
 
-struct Encoding {
-    uint32_t value;
-    const char* member;  // the name programs use: Encodings.UTF8
-    const char* icuName; // the converter; also the name shown ("internet name")
-    bool asciiBytes;     // bytes below 128 are ASCII, so ASCII text needs no conversion
+enum class BytesOf : uint8_t {
+    CHARACTERS, // each byte is one character; those below 128 are ASCII
+    ASCII,      // bytes below 128 are ASCII, so ASCII text needs no conversion
+    NOTHING
 };
 
+struct Encoding {
+    uint32_t value;
+    const char* member;  // the name programs use: Encodings.UTF8; nullptr if it is found by name only
+    const char* icuName; // the converter; also the name shown ("internet name")
+    BytesOf bytes;
+
+    bool IsSingleByte() const { return bytes == BytesOf::CHARACTERS; }
+};
+
+// Those that programs know as members of Encodings.
 std::span<const Encoding> Encodings();
 
-// nullptr when there is none of that value or name. Names are matched as ICU does (case and punctuation ignored), and
-// every alias ICU knows for an encoding of the table is understood.
+// nullptr when there is none of that value or name. Names are matched as ICU does (case and punctuation ignored), with
+// every alias it knows; an encoding that only ICU knows gets a value when it is first asked for.
 const Encoding* FindEncoding(uint32_t value);
 const Encoding* FindEncoding(std::string_view name);
 
@@ -51,8 +60,5 @@ inline size_t ConversionPoolMark() { return detail::conversionPoolSize; }
 inline void ReleaseConversionPool(size_t mark) {
     if (detail::conversionPoolSize > mark) detail::ShrinkConversionPool(mark);
 }
-
-// Whether the bytes are well-formed UTF-8 (RFC 3629).
-bool IsValidUTF8(std::string_view bytes);
 
 } // namespace host

@@ -80,7 +80,6 @@ Object* PluginNewInstance(void* reference) {
 String* KOVABuildString(const char* bytes, int32_t length) { return BuildString(bytes, length); }
 void KOVALockString(String* string) { LockString(string); }
 void KOVAUnlockString(String* string) { UnlockString(string); }
-const char* StringGetCString(String* string) { return StringBytes(string); }
 uint32_t KOVAGetStringEncoding(String* string) { return string != nullptr ? string->encoding : ENCODING_UNKNOWN; }
 
 void KOVASetStringEncoding(String* string, uint32_t encoding) {
@@ -148,7 +147,7 @@ const std::array SERVICES = {
     Entry("KOVABuildString", KOVABuildString),
     Entry("KOVALockString", KOVALockString),
     Entry("KOVAUnlockString", KOVAUnlockString),
-    Entry("StringGetCString", StringGetCString),
+    Entry("StringGetCString", CString),
     Entry("KOVAGetStringEncoding", KOVAGetStringEncoding),
     Entry("KOVASetStringEncoding", KOVASetStringEncoding),
     Entry("KOVAConvertString", ConvertStringPooled),

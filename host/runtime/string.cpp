@@ -1,14 +1,14 @@
-// Strings: memory, joining and comparison.
+// Strings: their memory, joining and comparison.
 #include "host/runtime/string.h"
 
 #include "host/runtime/encoding.h"
 #include "host/runtime/exception.h"
+#include "host/runtime/long_string.h"
 #include "host/runtime/small_blocks.h"
-
-#include <malloc.h>
+#include "host/runtime/utf8.h"
 
 #include <algorithm>
-#include <cstddef>
+#include <cstdlib>
 #include <cstring>
 
 namespace host {
@@ -17,32 +17,149 @@ namespace {
 
 uint32_t liveStrings = 0;
 
+// Longer ones have a buffer.
+constexpr size_t LONGEST_SHORT = 111;
+
+size_t ShortSize(size_t length) { return sizeof(String) + length + 1; }
+
 // Whether the conversion of a string has kept all its characters.
 bool IsSameText(String* original, String* converted) {
     return StringView(original) == ConvertString(converted, original->encoding).View();
 }
 
-size_t SizeOf(uint32_t length) { return offsetof(String, bytes) + length + 1; }
-
-} // namespace
-
-String* AllocateString(uint32_t length, uint32_t encoding) {
-    // The length leaves room for header and NUL within 32 bits.
-    auto* string = length < 0xFFFFFF00 ? static_cast<String*>(SmallBlocks::Allocate(SizeOf(length))) : nullptr;
-    if (string == nullptr) {
-        RaiseOutOfMemory();
-        return nullptr;
-    }
+void FillHeader(String* string, char* bytes, size_t length, uint32_t encoding) {
     string->references = 1;
     string->encoding = encoding;
-    string->length = length;
-    string->bytes[length] = 0;
+    string->length = static_cast<uint32_t>(length);
+    string->bytes = bytes;
     ++liveStrings;
+}
+
+// nullptr without memory; nothing is raised.
+String* NewShortString(size_t length, uint32_t encoding) {
+    auto* string = static_cast<ShortString*>(SmallBlocks::Allocate(ShortSize(length)));
+    if (string == nullptr) return nullptr;
+    FillHeader(string, string->text, length, encoding);
+    string->text[length] = 0;
     return string;
 }
 
+// Takes over the reference to the buffer, also without memory.
+String* NewLongString(TextBuffer* buffer, size_t offset, size_t length, uint32_t encoding) {
+    auto* string = static_cast<LongString*>(SmallBlocks::Allocate(sizeof(LongString)));
+    if (string == nullptr) {
+        UnlockTextBuffer(buffer);
+        return nullptr;
+    }
+    FillHeader(string, buffer->bytes + offset, length, encoding);
+    string->buffer = buffer;
+    string->cString = nullptr;
+    return string;
+}
+
+String* ShareBuffer(TextBuffer* buffer, size_t offset, size_t length, uint32_t encoding) {
+    ++buffer->references;
+    return NewLongString(buffer, offset, length, encoding);
+}
+
+// Puts bytes at the end of those in use; there is room.
+void Append(TextBuffer* buffer, std::string_view bytes) {
+    if (!bytes.empty() && buffer->end > buffer->begin && !BeginsCharacter(bytes.front()))
+        buffer->splitsCharacters = true;
+    std::memcpy(buffer->bytes + buffer->end, bytes.data(), bytes.size());
+    buffer->end += static_cast<uint32_t>(bytes.size());
+    buffer->bytes[buffer->end] = 0;
+}
+
+// A string with a new buffer for two joined. What has been joined before will probably be joined again: there is room
+// on that side.
+String* JoinInNewBuffer(String* left, String* right) {
+    const size_t length = size_t{left->length} + right->length;
+    LongString* longLeft = AsLongString(left);
+    LongString* longRight = AsLongString(right);
+    const bool growsLeft = longLeft != nullptr && longLeft->buffer->isJoined && left->length >= right->length;
+    const bool growsRight = longRight != nullptr && longRight->buffer->isJoined && !growsLeft;
+    TextBuffer* buffer = NewTextBuffer(length, growsRight ? length / 2 : 0, growsLeft ? length / 2 : 0);
+    if (buffer == nullptr) return nullptr;
+    buffer->isJoined = true;
+    Append(buffer, left->View());
+    Append(buffer, right->View());
+    return NewLongString(buffer, buffer->begin, length, left->encoding);
+}
+
+// The two joined, neither of them empty, by their bytes; nullptr without memory.
+String* Join(String* left, String* right) {
+    const size_t length = size_t{left->length} + right->length;
+    if (length > MAX_TEXT) return nullptr;
+    if (length <= LONGEST_SHORT) {
+        String* joined = NewShortString(length, left->encoding);
+        if (joined == nullptr) return nullptr;
+        std::memcpy(joined->bytes, left->bytes, left->length);
+        std::memcpy(joined->bytes + left->length, right->bytes, right->length);
+        return joined;
+    }
+    if (LongString* grown = AsLongString(left)) {
+        TextBuffer* buffer = grown->buffer;
+        if (grown->End() == buffer->end && !buffer->isFixed && buffer->capacity - buffer->end >= right->length) {
+            Append(buffer, right->View());
+            return ShareBuffer(buffer, grown->Begin(), length, left->encoding);
+        }
+    }
+    if (LongString* grown = AsLongString(right)) {
+        TextBuffer* buffer = grown->buffer;
+        if (grown->Begin() == buffer->begin && buffer->begin >= left->length) {
+            if (!BeginsCharacter(right->bytes[0])) buffer->splitsCharacters = true;
+            buffer->begin -= left->length;
+            std::memcpy(buffer->bytes + buffer->begin, left->bytes, left->length);
+            return ShareBuffer(buffer, buffer->begin, length, left->encoding);
+        }
+    }
+    return JoinInNewBuffer(left, right);
+}
+
+// A string that nobody else refers to, with bytes appended where it is; nullptr if that cannot be done.
+String* GrowInPlace(String* left, std::string_view right) {
+    const size_t length = left->length + right.size();
+    LongString* grown = AsLongString(left);
+    if (grown == nullptr) {
+        if (length > LONGEST_SHORT || !SmallBlocks::FitsAs(ShortSize(left->length), ShortSize(length))) return nullptr;
+        std::memcpy(left->bytes + left->length, right.data(), right.size());
+        left->bytes[length] = 0;
+        left->length = static_cast<uint32_t>(length);
+        return left;
+    }
+    TextBuffer* buffer = grown->buffer;
+    if (buffer->references > 1 || grown->End() != buffer->end || !buffer->isJoined || length > MAX_TEXT) return nullptr;
+    if (buffer->capacity - buffer->end < right.size()) {
+        if (buffer->begin > 0) return nullptr;
+        buffer = GrowTextBuffer(buffer, length);
+        if (buffer == nullptr) return nullptr;
+        grown->buffer = buffer;
+        grown->bytes = buffer->bytes;
+    }
+    Append(buffer, right);
+    left->length = static_cast<uint32_t>(length);
+    return left;
+}
+
+String* OrOutOfMemory(String* string) {
+    if (string == nullptr) RaiseOutOfMemory();
+    return string;
+}
+
+} // namespace
+
+String* AllocateString(size_t length, uint32_t encoding) {
+    if (length <= LONGEST_SHORT) return OrOutOfMemory(NewShortString(length, encoding));
+    TextBuffer* buffer = NewTextBuffer(length);
+    if (buffer == nullptr) return OrOutOfMemory(nullptr);
+    buffer->end = static_cast<uint32_t>(length);
+    buffer->bytes[length] = 0;
+    return OrOutOfMemory(NewLongString(buffer, 0, length, encoding));
+}
+
 String* BuildString(std::string_view bytes, uint32_t encoding) {
-    String* string = AllocateString(static_cast<uint32_t>(bytes.size()), encoding);
+    String* string = AllocateString(bytes.size(), encoding);
     if ((string != nullptr) && !bytes.empty()) std::memcpy(string->bytes, bytes.data(), bytes.size());
     return string;
 }
@@ -52,66 +169,86 @@ String* BuildString(const char* bytes, int32_t length, uint32_t encoding) {
     return BuildString(std::string_view(bytes, static_cast<size_t>(length)), encoding);
 }
 
+String* PartOfString(String* string, size_t offset, size_t length) {
+    LongString* whole = AsLongString(string);
+    // A small part does not keep a large buffer alive.
+    if (whole == nullptr || length <= LONGEST_SHORT || length < whole->buffer->capacity / 2)
+        return BuildString(string->View().substr(offset, length), string->encoding);
+    TextBuffer* buffer = whole->buffer;
+    const size_t begin = whole->Begin() + offset;
+    auto splits = [buffer](size_t place) {
+        return place > buffer->begin && place < buffer->end && !BeginsCharacter(buffer->bytes[place]);
+    };
+    if (splits(begin) || splits(begin + length)) buffer->splitsCharacters = true;
+    return OrOutOfMemory(ShareBuffer(buffer, begin, length, string->encoding));
+}
+
+String* RetagString(String* string, uint32_t encoding) {
+    String* part = PartOfString(string, 0, string->length);
+    if (part != nullptr) part->encoding = encoding;
+    return part;
+}
+
 void FreeString(String* string) {
     --liveStrings;
-    SmallBlocks::Free(string, SizeOf(string->length));
+    LongString* longString = AsLongString(string);
+    if (longString == nullptr) {
+        SmallBlocks::Free(string, ShortSize(string->length));
+        return;
+    }
+    std::free(longString->cString);
+    UnlockTextBuffer(longString->buffer);
+    SmallBlocks::Free(string, sizeof(LongString));
 }
 
 uint32_t LiveStringCount() { return liveStrings; }
 
+const char* CString(String* string) {
+    LongString* longString = AsLongString(string);
+    if (longString == nullptr) return string != nullptr ? string->bytes : "";
+    if (longString->cString != nullptr) return longString->cString;
+    if (longString->End() == longString->buffer->end) {
+        longString->buffer->isFixed = true;
+        return longString->bytes;
+    }
+    longString->cString = static_cast<char*>(std::malloc(size_t{longString->length} + 1));
+    if (longString->cString == nullptr) {
+        RaiseOutOfMemory();
+        return "";
+    }
+    std::memcpy(longString->cString, longString->bytes, longString->length);
+    longString->cString[longString->length] = 0;
+    return longString->cString;
+}
+
 StringRef::StringRef(std::string_view utf8) : string_(BuildString(utf8, ENCODING_UTF8)) {}
 
 String* AddStrings(String* left, String* right) {
-    std::string_view leftBytes = StringView(left);
-    std::string_view rightBytes = StringView(right);
-    if (rightBytes.empty())
-        return BuildString(leftBytes, left != nullptr ? left->encoding : right != nullptr ? right->encoding : 0);
-    if (leftBytes.empty()) return BuildString(rightBytes, right->encoding);
-    StringRef convertedLeft = StringRef::Share(left);
-    StringRef convertedRight = ConvertString(right, left->encoding);
-    if (left->encoding != right->encoding && !IsSameText(right, convertedRight.Get())) {
-        convertedLeft = ConvertString(left, ENCODING_UTF8);
-        convertedRight = ConvertString(right, ENCODING_UTF8);
-        left = convertedLeft.Get();
-        leftBytes = convertedLeft.View();
+    if (StringView(right).empty()) {
+        if (left != nullptr) return RetagString(left, left->encoding);
+        return BuildString(std::string_view(), right != nullptr ? right->encoding : 0);
     }
-    rightBytes = convertedRight.View();
-
-    size_t length = leftBytes.size() + rightBytes.size();
-    String* joined = AllocateString(static_cast<uint32_t>(length), left->encoding);
-    if (joined == nullptr) return nullptr;
-    std::memcpy(joined->bytes, leftBytes.data(), leftBytes.size());
-    std::memcpy(joined->bytes + leftBytes.size(), rightBytes.data(), rightBytes.size());
-    return joined;
+    if (StringView(left).empty()) return RetagString(right, right->encoding);
+    if (left->encoding == right->encoding) return OrOutOfMemory(Join(left, right));
+    StringRef convertedRight = ConvertString(right, left->encoding);
+    if (IsSameText(right, convertedRight.Get())) return OrOutOfMemory(Join(left, convertedRight.Get()));
+    StringRef convertedLeft = ConvertString(left, ENCODING_UTF8);
+    convertedRight = ConvertString(right, ENCODING_UTF8);
+    if (!convertedLeft || !convertedRight) return nullptr;
+    return OrOutOfMemory(Join(convertedLeft.Get(), convertedRight.Get()));
 }
 
 String* AppendString(String* left, String* right) {
-    bool canGrow = (left != nullptr) && (right != nullptr) && left != right && left->references == 1 && left->length > 0
-                   && (left->encoding == right->encoding || right->length == 0)
-                   && right->length < 0xFFFFFF00 - left->length;
-    size_t length = canGrow ? size_t{left->length} + right->length : 0;
-    size_t needed = SizeOf(static_cast<uint32_t>(length));
-    if (canGrow && SmallBlocks::IsSmall(SizeOf(left->length))) {
-        canGrow = SmallBlocks::FitsAs(SizeOf(left->length), needed);
-    } else if (canGrow && malloc_usable_size(left) < needed) {
-        // Room for half as much again, unless that is too much to ask for.
-        void* grown = needed < 0x7FFFFFFF ? std::realloc(left, needed + needed / 2) : nullptr;
-        if (grown == nullptr) grown = std::realloc(left, needed);
-        if (grown == nullptr) {
-            RaiseOutOfMemory();
-            return left;
-        }
-        left = static_cast<String*>(grown);
+    if (StringView(right).empty() && left != nullptr) return left;
+    bool canGrow = (left != nullptr) && left != right && left->references == 1 && left->length > 0
+                   && left->encoding == right->encoding;
+    if (canGrow) {
+        if (String* grown = GrowInPlace(left, right->View())) return grown;
     }
-    if (!canGrow) {
-        String* joined = AddStrings(left, right);
-        if (joined == nullptr) return left;
-        UnlockString(left);
-        return joined;
-    }
-    std::memcpy(left->bytes + left->length, right->bytes, right->length + size_t{1});
-    left->length = static_cast<uint32_t>(length);
-    return left;
+    String* joined = AddStrings(left, right);
+    if (joined == nullptr) return left;
+    UnlockString(left);
+    return joined;
 }
 
 int32_t CompareStrings(String* left, String* right) {

@@ -8,11 +8,12 @@
 
 namespace host {
 
+// The bytes of a short string follow its header; those of a long one lie in a TextBuffer, which it shares.
 struct String {
     uint32_t references;
     uint32_t encoding;
-    uint32_t length; // in bytes, without the NUL
-    char bytes[1];   // `length` bytes and a NUL
+    uint32_t length; // in bytes
+    char* bytes;     // without a NUL at the end: see CString
 
     std::string_view View() const { return {bytes, length}; }
 };
@@ -22,9 +23,12 @@ struct String {
 String* BuildString(const char* bytes, int32_t length, uint32_t encoding = 0);
 String* BuildString(std::string_view bytes, uint32_t encoding = 0);
 
-// A new string of `length` bytes for the caller to fill before anyone else sees it; the NUL is in place. nil without
-// memory.
-String* AllocateString(uint32_t length, uint32_t encoding);
+// A new string of `length` bytes for the caller to fill before anyone else sees it. nil without memory.
+String* AllocateString(size_t length, uint32_t encoding);
+
+// A new string: part of another one, or all of it in another encoding. Long parts share the bytes.
+String* PartOfString(String* string, size_t offset, size_t length);
+String* RetagString(String* string, uint32_t encoding);
 
 void FreeString(String* string); // only for UnlockString
 
@@ -39,14 +43,18 @@ inline void UnlockString(String* string) {
 inline std::string_view StringView(const String* string) {
     return string != nullptr ? string->View() : std::string_view("");
 }
-inline const char* StringBytes(const String* string) { return string != nullptr ? string->bytes : ""; }
+
+// The bytes and a NUL, which stay while the string lives; "" for nil, and without memory.
+const char* CString(String* string);
 
 // A new string: the two joined, in the encoding they share. If they differ, the right one is converted to the left
-// one's (an empty side does not count), or both to UTF-8 when the left one's cannot express it.
+// one's (an empty side does not count), or both to UTF-8 when the left one's cannot express it. A string that was
+// joined shares its bytes with what is joined to its end or start: a loop of such joins takes linear time and memory,
+// whoever keeps the strings between.
 String* AddStrings(String* left, String* right);
 
-// As AddStrings, but takes over the reference of `left`: one that nobody else holds grows in place, so that building a
-// string piece by piece takes linear time. Without memory the result is `left` as it was.
+// As AddStrings, but takes over the reference of `left`: one that nobody else holds grows in place. Without memory the
+// result is `left` as it was.
 String* AppendString(String* left, String* right);
 
 // Below, equal or above 0 by bytes; nil equals the empty string. Case-sensitive. Strings of different known encodings

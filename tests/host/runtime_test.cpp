@@ -7,6 +7,7 @@
 #include "host/runtime/plugin.h"
 #include "host/runtime/property.h"
 #include "host/runtime/string.h"
+#include "host/runtime/utf8.h"
 #include "tests/host/runtime_fixture.h"
 
 #include <functional>
