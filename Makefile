@@ -1,49 +1,64 @@
 # make          builds everything           make asan    the suite under the sanitizers
 # make demo     shows it working            make bench   measures
-# make test     runs the whole suite        make lint    checks format and clang-tidy
+# make test     runs the whole suite        make lint    checks the sources
 # make format   formats the sources         make install PREFIX=/usr/local
 # make conformance    runs public suites (fetched by npm)
 .DELETE_ON_ERROR:
-.PHONY: all demo test asan bench conformance lint format install tools clean
+.PHONY: all product demo test asan bench conformance lint format install clean configure-product configure-tests
 
 PREFIX ?= /usr/local
-QUIET := $(if $(VERBOSE),,>build/configure.log || { cat build/configure.log >&2; exit 1; })
+# Ninja tells its progress on a terminal; elsewhere only faults.
+BUILD_FLAGS := $(if $(VERBOSE),-v,$(shell [ -t 2 ] || echo --quiet))
+BUILD = cmake --build --preset i386 --parallel
 
-all: build/i386/build.ninja
-	@cmake --build --preset i386 --parallel -- $(if $(VERBOSE),-v,--quiet)
+all: configure-tests
+	@$(BUILD) -- $(BUILD_FLAGS)
 
-tools:
-	@cmake/tools
-	@mkdir -p build
+product: configure-product
+	@$(BUILD) --target kova kova-xml -- $(BUILD_FLAGS)
+
+# Each task asks for the packages that it needs itself.
+configure-product:
+	@cmake/tools build
+	@cmake/sysroot build/sysroot product
+	@cmake/expat build/expat
+	@[ -f build/i386/build.ninja ] || cmake/progress Configuring cmake --preset product
+
+configure-tests:
+	@cmake/tools build test
 	@cmake/sysroot build/sysroot
+	@cmake/expat build/expat
+	@grep -qsx KOVA_TESTS:BOOL=ON build/i386/CMakeCache.txt || cmake/progress Configuring cmake --preset i386
 
-build/%/build.ninja: | tools
-	@cmake --preset $* $(QUIET)
-
-demo: all
+demo: product
 	@build/i386/kova run examples/tour.kova
 
 test: all
 	@ctest --preset i386 --parallel $$(nproc)
 
-asan: build/i386-asan/build.ninja
-	@cmake --build --preset i386-asan --parallel -- $(if $(VERBOSE),-v,--quiet)
+asan: configure-tests
+	@[ -f build/i386-asan/build.ninja ] || cmake/progress Configuring cmake --preset i386-asan
+	@cmake --build --preset i386-asan --parallel -- $(BUILD_FLAGS)
 	@ctest --preset i386-asan --parallel $$(nproc)
 
-bench: all
+bench: configure-tests
+	@cmake/tools bench
+	@$(BUILD) --target benchmarks -- $(BUILD_FLAGS)
 	@bench/run
 
-conformance: all
+conformance: product
 	@tests/conformance/run
 
-lint: tools
-	@cmake --preset i386 $(QUIET)
+lint: configure-tests
+	@cmake/tools lint
+	@cmake/updates build
 	@cmake/lint build/i386
 
-format: tools
+format:
+	@cmake/tools lint
 	@git ls-files -z '*.cpp' '*.h' | xargs -0 clang-format -i
 
-install: all
+install: product
 	@cmake --install build/i386 --prefix $(PREFIX)
 
 clean:

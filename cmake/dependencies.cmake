@@ -1,10 +1,18 @@
 # Libraries of the sysroot, as imported targets.
-find_package(EXPAT REQUIRED)
 find_package(LibXml2 REQUIRED)
 find_package(LibXslt REQUIRED)
 find_package(ICU REQUIRED COMPONENTS i18n uc data)
-find_package(GTest REQUIRED)
-find_package(benchmark REQUIRED)
+
+# Expat from its newest source (see cmake/expat), static and hidden.
+execute_process(COMMAND "${CMAKE_CURRENT_LIST_DIR}/expat" "${CMAKE_SOURCE_DIR}/build/expat" COMMAND_ERROR_IS_FATAL ANY)
+set(EXPAT_SHARED_LIBS OFF)
+foreach(part BUILD_DOCS BUILD_EXAMPLES BUILD_PKGCONFIG BUILD_TESTS BUILD_TOOLS ENABLE_INSTALL)
+  set(EXPAT_${part} OFF)
+endforeach()
+set(CMAKE_POLICY_DEFAULT_CMP0077 NEW)
+add_subdirectory("${CMAKE_SOURCE_DIR}/build/expat/source/expat" "${CMAKE_BINARY_DIR}/expat" EXCLUDE_FROM_ALL SYSTEM)
+target_compile_options(expat PRIVATE "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/="
+  $<$<BOOL:${KOVA_SANITIZE}>:-fsanitize=address>)
 
 find_library(LIBFFI ffi REQUIRED)
 find_path(LIBFFI_INCLUDE_DIR ffi.h REQUIRED)

@@ -544,7 +544,7 @@ TEST_F(RuntimeTest, LoadsABundleOnce) {
 TEST_F(RuntimeTest, SaysWhyABundleCannotBeUsed) {
     EXPECT_EQ(LoadError("/no/such/plugin.so"), "/no/such/plugin.so: No such file or directory");
     EXPECT_THAT(LoadError(KOVA_SOURCE_DIR "/CMakeLists.txt"), HasSubstr("cannot be loaded as a plug-in: "));
-    EXPECT_THAT(LoadError(KOVA_SYSROOT "/usr/lib/i386-linux-gnu/libexpat.so"),
+    EXPECT_THAT(LoadError(KOVA_SYSROOT "/usr/lib/i386-linux-gnu/libxml2.so"),
                 HasSubstr("this is no plug-in: it has no function KOVAPluginMain"));
     std::string error = LoadError(TEST_FAULTY_PLUGIN);
     EXPECT_THAT(error, HasSubstr("the plug-in has wrong definitions:\n  class Broken: its superclass Nothing"));
