@@ -46,6 +46,8 @@ void Load(NodeData& wrapper, KOVAString text, const char* baseUri, Parse parse) 
         RaiseOutOfMemoryException();
     }
     if (wrapper.lastError == 0) wrapper.node = reinterpret_cast<SDOM_Node>(xml.document);
+    // As after any other failure there is a document that can be loaded again.
+    if (xml.document == nullptr) SablotCreateDocument(xml.situation, &xml.document);
 }
 
 void LoadDocument(KOVAObject self, KOVAString text, const char* baseUri) {

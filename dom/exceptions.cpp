@@ -62,21 +62,10 @@ MessageFields ReadFields(char** fields) {
 // Messages of failures, told so far.
 uint32_t errorMessages = 0;
 
-// Whether the message says that the parser ran out of memory, which has number 2 there.
-bool IsOutOfMemory(char** fields) {
-    for (; fields != nullptr && *fields != nullptr; ++fields)
-        if (std::string_view(*fields).starts_with("msg:XML parser error 2:")) return true;
-    return false;
-}
-
 int Error(void* userData, SablotHandle, int code, int level, char** fields) {
     const XmlData& xml = *XmlOf(static_cast<KOVAObject>(userData));
     ++errorMessages;
     if (xml.minimumMessageLevel > level) return level;
-    if (IsOutOfMemory(fields)) {
-        RaiseOutOfMemoryException();
-        return code;
-    }
     const MessageFields read = ReadFields(fields);
     RaiseXmlException(code, read.message, read.line, read.node);
     return code;

@@ -30,8 +30,8 @@ void RaiseDomException(int32_t code, const char* message);
 // Turns the library's messages into XmlException. Its user data is the `Xml` object of the document.
 extern const SablotMessageHandler XML_MESSAGE_HANDLER;
 
-// Watches a call of the library. It tells each failure by a message, but for want of memory, which may leave it none:
-// a failure without a message is that.
+// Watches a call of the library, which tells each failure by a message but for want of memory: a failure without a
+// message is that.
 class FailureWatch {
 public:
     FailureWatch();

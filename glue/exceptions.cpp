@@ -20,6 +20,11 @@ void SetExceptionMessage(KOVAObject exception, const ClassDefinition& record, KO
 
 void RaiseNilObjectException() { RuntimeRaiseException(PluginNewInstance("NilObjectException")); }
 
-void RaiseOutOfMemoryException() { RuntimeRaiseException(PluginNewInstance("OutOfMemoryException")); }
+void RaiseOutOfMemoryException() {
+    const KOVAObject exception = PluginNewInstance("OutOfMemoryException");
+    const OwnedString message(BuildUTF8String("There is not enough memory."));
+    KOVASetPropValueString(exception, "Message", message.Get());
+    RuntimeRaiseException(exception);
+}
 
 } // namespace kova

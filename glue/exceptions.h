@@ -21,7 +21,7 @@ void SetExceptionMessage(KOVAObject exception, const ClassDefinition& record, KO
 // The host's own exception for a nil argument, without code and message.
 void RaiseNilObjectException();
 
-// The host's own exception for a member that could not do its work for want of memory, likewise.
+// The host's own exception for a member that could not do its work for want of memory.
 void RaiseOutOfMemoryException();
 
 } // namespace kova

@@ -104,17 +104,61 @@ TEST_F(CliCommand, EventsFeedsLargeFilesInChunks) {
     EXPECT_EQ(got.errors, "broken.xml:100001:1: no element found\n");
 }
 
+// A limit of memory means nothing to AddressSanitizer, which reserves its shadow.
+const bool IS_SANITIZED = fs::path(KOVA_COMMAND).parent_path().filename() == "i386-asan";
+
 TEST_F(CliCommand, EventsNeedsNoMoreMemoryForALargerFile) {
     std::string piece;
     for (int i = 0; i < 20'000; ++i) piece += "<element attribute='value'>some text</element>\n";
     std::string text = "<a>";
     for (int i = 0; i < 60; ++i) text += piece;
     Write("huge.xml", text + "</a>");
-    // 55 MB of file in 40 MB of data; the limit means nothing to AddressSanitizer, which reserves its shadow.
-    bool sanitized = fs::path(KOVA_COMMAND).parent_path().filename() == "i386-asan";
-    Outcome got = Kova({"events", "--quiet", "huge.xml"}, sanitized ? "" : "ulimit -d 40000;");
+    // 55 MB of file in 40 MB of data.
+    Outcome got = Kova({"events", "--quiet", "huge.xml"}, IS_SANITIZED ? "" : "ulimit -d 40000;");
     EXPECT_EQ(got.code, 0) << got.errors;
     EXPECT_THAT(got.output, HasSubstr("   1200001  StartElement\n"));
+}
+
+// What a document cannot do for want of memory is an exception, and no file is the worse for it.
+TEST_F(CliCommand, MembersWithoutMemoryRaise) {
+    if (IS_SANITIZED) GTEST_SKIP();
+    Write("grow.kova", R"(
+Dim text As String = "0123456789abcdef"
+For i As Integer = 1 To 17
+  text = text + text
+Next
+Dim document As New XmlDocument("<a/>")
+Dim file As FolderItem = GetFolderItem("saved.xml")
+document.SaveXml(file)
+Try
+  Do
+    document.DocumentElement.AppendChild(document.CreateTextNode(text))
+  Loop
+Catch e As OutOfMemoryException
+  Print "full"
+End Try
+Try
+  document.SaveXml(file)
+Catch e As OutOfMemoryException
+  Print "not saved"
+End Try
+Dim saved As New XmlDocument(file)
+Print saved.ToString
+Try
+  document.LoadXml(GetFolderItem("many.xml"))
+Catch e As OutOfMemoryException
+  Print "not loaded"
+End Try
+document.LoadXml("<b/>")
+Print document.ToString
+)");
+    std::string text = "<m>";
+    for (int i = 0; i < 400'000; ++i) text += "<n/>";
+    Write("many.xml", text + "</m>");
+    const Outcome got = Kova({"run", "grow.kova"}, "ulimit -d 40000;");
+    EXPECT_EQ(got.errors, "");
+    EXPECT_EQ(got.output, "full\nnot saved\n<?xml version=\"1.0\" encoding=\"UTF-8\"?><a/>\nnot loaded\n"
+                          "<?xml version=\"1.0\" encoding=\"UTF-8\"?><b/>\n");
 }
 
 // For programs that leave objects alive because the test wants them to.
