@@ -30,7 +30,7 @@ void HandleInterrupt(int) { RequestInterrupt(); }
 } // namespace
 
 Compilation CompileFile(const std::filesystem::path& path, bool showWarnings) {
-    Compilation compilation = Compile({Source{path.native(), ReadFile(path)}});
+    Compilation compilation = Compile({Source{path.native(), ReadFile(path), path.native()}});
     for (const Diagnostic& diagnostic : compilation.diagnostics)
         if (showWarnings || diagnostic.severity == Severity::ERROR) ShowDiagnostic(diagnostic);
     return compilation;

@@ -81,7 +81,7 @@ private:
 
     void RunText(const fs::path& program, const std::string& text) {
         SetProgramEnvironment({program, expectations_.arguments});
-        Compilation compilation = Compile({Source{program.filename().native(), text}});
+        Compilation compilation = Compile({Source{program.filename().native(), text, program.native()}});
         CheckDiagnostics(compilation.diagnostics);
         if (!compilation.program) return;
         RunOptions options;

@@ -100,6 +100,15 @@ NodePtr ExpressionChecker::CallPlace(const Expression& target) {
     return Call(std::move(object), functions, std::move(arguments), target.span, callee.nameSpan, Use::TARGET);
 }
 
+NodePtr ExpressionChecker::CheckCompound(const ast::Statement& statement, const Node& place, NodePtr value) {
+    if (place.IsInvalid() || value->IsInvalid()) return InvalidNode(statement.span);
+    if (place.property != nullptr && !place.property->isReadable) {
+        Error(statement.target->span, "\"" + place.property->name + "\" can only be set");
+        return InvalidNode(statement.span);
+    }
+    return Binary(*statement.operation, CopyNode(place), std::move(value), statement.operationSpan);
+}
+
 bool ExpressionChecker::CheckStore(const Expression& target, Node& place, NodePtr& value) {
     if (place.IsInvalid() || value->IsInvalid()) return false;
     if (place.kind == NodeKind::CALL && place.function->IsAssignable()) {

@@ -61,18 +61,22 @@ NodePtr ExpressionChecker::UpperBound(NodePtr array, const Span& span) {
 }
 
 NodePtr ExpressionChecker::ArrayOf(std::vector<NodePtr> elements, const Span& span) {
-    ValueType type = elements[0]->type;
+    // An empty one takes the type that is wanted.
+    ValueType type = elements.empty() ? NIL_TYPE : elements[0]->type;
     // Integer and Double values together make an array of Doubles, classes one of the class they share.
     for (const NodePtr& element : elements) {
         if (element->IsInvalid()) return InvalidNode(span);
         bool fits = ConversionCost(element->type, type) >= 0;
         if (!fits && ConversionCost(type, element->type) >= 0) type = element->type;
     }
-    if (type.Is(TypeKind::NIL) || type.Is(TypeKind::ARRAY)) {
+    if (!elements.empty() && (type.Is(TypeKind::NIL) || type.Is(TypeKind::ARRAY) || type.Is(TypeKind::NOTHING))) {
         Error(span, "an array cannot hold " + type.Text());
         return InvalidNode(span);
     }
-    for (NodePtr& element : elements) element = Convert(std::move(element), type);
+    for (NodePtr& element : elements) {
+        element = Convert(std::move(element), type);
+        if (element->IsInvalid()) return InvalidNode(span);
+    }
     auto node = MakeNode(NodeKind::ARRAY, type.ArrayOf(), span);
     node->arguments = std::move(elements);
     return node;

@@ -221,6 +221,21 @@ std::vector<FunctionSymbol*> Environment::FindFunctions(std::string_view name) {
     return result;
 }
 
+std::vector<FunctionSymbol*> Environment::FindExtensions(std::string_view name) {
+    std::string key = FoldName(name);
+    std::vector<FunctionSymbol*> result;
+    auto add = [&](const auto& known) {
+        auto found = known.find(key);
+        if (found == known.end()) return;
+        for (const auto& function : found->second) {
+            if (function->IsExtension()) result.push_back(function.get());
+        }
+    };
+    add(functions);
+    for (const auto& [moduleKey, module] : modules) add(module->functions);
+    return result;
+}
+
 VariableSymbol* Environment::FindVariable(std::string_view name) { return Find(variables, name); }
 
 ConstantSymbol* Environment::FindConstant(std::string_view name) { return Find(constants, name); }

@@ -7,6 +7,8 @@
 
 #include <map>
 #include <memory>
+#include <set>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -23,6 +25,8 @@ public:
     ClassSymbol* FindClass(std::string_view name);
     ModuleSymbol* FindModule(std::string_view name);
     std::vector<FunctionSymbol*> FindFunctions(std::string_view name);
+    // Functions of the program, of modules too, whose first parameter Extends a type.
+    std::vector<FunctionSymbol*> FindExtensions(std::string_view name);
     VariableSymbol* FindVariable(std::string_view name);
     ConstantSymbol* FindConstant(std::string_view name);
 
@@ -64,6 +68,7 @@ public:
     static constexpr uint32_t MAX_GLOBALS = 65536;
 
     SourceFiles files;
+    std::set<std::string> importedPaths; // of the sources read so far
     std::vector<std::unique_ptr<ast::Unit>> units;
     Names<std::unique_ptr<ClassSymbol>> classes; // of the program
     std::vector<ClassSymbol*> classOrder;        // superclasses first, once the classes are defined

@@ -28,6 +28,8 @@ NodePtr ExpressionChecker::Check(const Expression& expression, Use use) {
         break;
     case ExpressionKind::IS_A: node = CheckIsA(expression); break;
     case ExpressionKind::SELF: node = CheckSelf(expression); break;
+    case ExpressionKind::CONDITIONAL: node = CheckConditional(expression); break;
+    case ExpressionKind::ARRAY: node = ArrayOf(CheckArguments(expression), expression.span); break;
     case ExpressionKind::SUPER:
         Error(expression.span, "\"Super\" must be followed by a member");
         return InvalidNode(expression.span);
@@ -64,6 +66,7 @@ NodePtr ExpressionChecker::Convert(NodePtr node, const ValueType& type) {
     if (node->IsInvalid() || type.Is(TypeKind::INVALID)) return InvalidNode(node->span);
     const ValueType from = node->type;
     if (from == type) return node;
+    if (node->kind == NodeKind::ARRAY && type.Is(TypeKind::ARRAY)) return ConvertElements(std::move(node), type);
     if (ConversionCost(from, type) < 0) {
         Error(node->span, "expected " + type.Text() + ", not " + from.Text() + ConversionHint(from, type));
         return InvalidNode(node->span);
@@ -85,6 +88,16 @@ NodePtr ExpressionChecker::Convert(NodePtr node, const ValueType& type) {
     }
     conversion->left = std::move(node);
     return conversion;
+}
+
+// An array that is being made takes the element type that is wanted.
+NodePtr ExpressionChecker::ConvertElements(NodePtr array, const ValueType& type) {
+    for (NodePtr& element : array->arguments) {
+        element = Convert(std::move(element), type.Element());
+        if (element->IsInvalid()) return InvalidNode(array->span);
+    }
+    array->type = type;
+    return array;
 }
 
 NodePtr ExpressionChecker::CheckCast(const ValueType& type, const Expression& call) {
@@ -163,6 +176,25 @@ NodePtr ExpressionChecker::CheckIsA(const Expression& expression) {
     auto node = MakeNode(NodeKind::IS_A, BOOLEAN_TYPE, expression.span);
     node->cls = cls;
     node->left = std::move(object);
+    return node;
+}
+
+NodePtr ExpressionChecker::CheckConditional(const Expression& expression) {
+    if (expression.arguments.size() != 3) {
+        Error(expression.nameSpan, "\"If\" in an expression takes a condition and two values");
+        return InvalidNode(expression.span);
+    }
+    auto node = MakeNode(NodeKind::CONDITIONAL, INVALID_TYPE, expression.span);
+    node->left = CheckCondition(*expression.arguments[0]);
+    for (size_t i = 1; i <= 2; ++i) node->arguments.push_back(Check(*expression.arguments[i]));
+    NodePtr& first = node->arguments[0];
+    NodePtr& second = node->arguments[1];
+    if (node->left->IsInvalid() || first->IsInvalid() || second->IsInvalid()) return InvalidNode(expression.span);
+    // The two become the more general of their types.
+    node->type = ConversionCost(second->type, first->type) >= 0 ? first->type : second->type;
+    first = Convert(std::move(first), node->type);
+    second = Convert(std::move(second), node->type);
+    if (first->IsInvalid() || second->IsInvalid()) return InvalidNode(expression.span);
     return node;
 }
 

@@ -38,6 +38,8 @@ public:
 
     // Where an assignment stores: a VARIABLE, FIELD, PROPERTY or ELEMENT, or the CALL of a method with a setter.
     NodePtr CheckPlace(const ast::Expression& target);
+    // The value of `place operation value`, for += and the like.
+    NodePtr CheckCompound(const ast::Statement& statement, const Node& place, NodePtr value);
     // Whether the value can be stored there, and is converted for it. A CALL takes it as its last argument; `value` is
     // null then, and the call stores.
     bool CheckStore(const ast::Expression& target, Node& place, NodePtr& value);
@@ -76,6 +78,7 @@ private:
     NodePtr CheckCall(const ast::Expression& expression, Use use);
     NodePtr CheckNew(const ast::Expression& expression);
     NodePtr CheckUnary(const ast::Expression& expression);
+    NodePtr CheckConditional(const ast::Expression& expression);
     NodePtr CheckIsA(const ast::Expression& expression);
     NodePtr CheckSelf(const ast::Expression& expression);
 
@@ -95,8 +98,11 @@ private:
     NodePtr CheckSuperCall(const ast::Expression& member, const ast::Expression& call, Use use);
     NodePtr CheckArrayMember(NodePtr array, const ast::Expression& member, const ast::Expression* call);
     NodePtr CheckMemberCall(const ast::Expression& member, const ast::Expression* call, Use use);
+    // A call of a function that extends the object's type with a method of the name; null when there is none.
+    NodePtr ExtensionCall(NodePtr& object, const ast::Expression& member, const ast::Expression* call, Use use);
     // What a method call on a node would be; null when there is no such method.
     NodePtr CallMember(NodePtr object, const std::string& name, std::vector<NodePtr> arguments, const Span& span);
+    NodePtr ConvertElements(NodePtr array, const ValueType& type);
     NodePtr CheckCast(const ValueType& type, const ast::Expression& call);
     NodePtr Index(NodePtr array, const ast::Expression& call);
     NodePtr UpperBound(NodePtr array, const Span& span);

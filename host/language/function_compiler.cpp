@@ -84,14 +84,15 @@ void StatementCompiler::CallInheritedConstructor(const FunctionSymbol& function)
     if (call != nullptr && Generating()) generator_.GenerateEffect(*call);
 }
 
-void StatementCompiler::CompileProgram(const ast::Unit& unit, uint32_t file) {
-    code_.file = file;
+void StatementCompiler::CompileProgram(const ast::Unit& unit) {
+    code_.file = unit.file;
     context_.isTopLevel = true;
     OpenScope();
     Flow flow = CompileStatements(unit.statements);
     if (!options_.keepsVariables) {
         for (const auto& [key, variable] : environment_.variables) {
-            if (variable->span.file == file) WarnUnused(*variable);
+            // Those of an imported file are there for others too.
+            if (variable->span.file == unit.file && !variable->isGlobal) WarnUnused(*variable);
         }
     }
     if (flow == Flow::CONTINUES && Generating()) {
@@ -99,7 +100,7 @@ void StatementCompiler::CompileProgram(const ast::Unit& unit, uint32_t file) {
         generator_.Emit(Opcode::RETURN);
     }
     CloseScope(Flow::ENDS);
-    Finish({file, 0, 1});
+    Finish({unit.file, 0, 1});
 }
 
 void StatementCompiler::CompileInitializer(ClassSymbol& cls) {

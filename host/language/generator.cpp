@@ -191,6 +191,7 @@ Value Generator::Produce(const Node& node, uint16_t reg) {
         Release(object, node.left->type);
         break;
     }
+    case NodeKind::CONDITIONAL: value = ProduceConditional(node, reg); break;
     case NodeKind::AND:
     case NodeKind::OR: {
         Label isFalse;
@@ -206,6 +207,18 @@ Value Generator::Produce(const Node& node, uint16_t reg) {
     }
     next_ = top;
     return value;
+}
+
+Value Generator::ProduceConditional(const Node& node, uint16_t reg) {
+    Label otherwise;
+    Label end;
+    Branch(*node.left, otherwise, false);
+    EndLifetime(GenerateInto(*node.arguments[0], reg).lifetime);
+    Jump(Opcode::JUMP, 0, end);
+    Bind(otherwise);
+    EndLifetime(GenerateInto(*node.arguments[1], reg).lifetime);
+    Bind(end);
+    return Owned(reg, node.type);
 }
 
 void Generator::EmitUnary(Opcode opcode, const Node& operand, uint16_t reg) {

@@ -83,6 +83,7 @@ private:
     Value ProduceNew(const Node& node, uint16_t reg);
     Value ProduceArray(const Node& node, uint16_t reg);
     Value ProduceArrayCall(const Node& node, uint16_t reg);
+    Value ProduceConditional(const Node& node, uint16_t reg);
     Value ProduceConversion(const Node& node, uint16_t reg);
     Value ProduceBinary(const Node& node, uint16_t reg);
     Value ProduceConcatenation(const Node& node, uint16_t reg);

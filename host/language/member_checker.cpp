@@ -9,6 +9,28 @@ namespace host::language {
 using ast::Expression;
 using ast::ExpressionKind;
 
+namespace {
+
+struct ArrayMember {
+    const char* name;
+    ArrayOperation operation;
+    const char* parameters; // i an index, e an element
+};
+constexpr ArrayMember ARRAY_MEMBERS[] = {
+    {"Append", ArrayOperation::APPEND, "e"},    {"Insert", ArrayOperation::INSERT, "ie"},
+    {"Remove", ArrayOperation::REMOVE, "i"},    {"Ubound", ArrayOperation::UBOUND, ""},
+    {"Sort", ArrayOperation::SORT, ""},         {"Pop", ArrayOperation::POP, ""},
+    {"IndexOf", ArrayOperation::INDEX_OF, "e"},
+};
+
+const ArrayMember* FindArrayMember(std::string_view name) {
+    const auto* row = std::find_if(std::begin(ARRAY_MEMBERS), std::end(ARRAY_MEMBERS),
+                                   [name](const ArrayMember& candidate) { return SameName(candidate.name, name); });
+    return row == std::end(ARRAY_MEMBERS) ? nullptr : row;
+}
+
+} // namespace
+
 ModuleSymbol* ExpressionChecker::QualifyingModule(const Expression& expression) {
     if (expression.kind != ExpressionKind::NAME || IsInstanceName(expression)) return nullptr;
     return environment_.FindModule(expression.name);
@@ -112,8 +134,12 @@ NodePtr ExpressionChecker::CheckMemberCall(const Expression& member, const Expre
         if (call != nullptr) CheckArguments(*call);
         return InvalidNode(whole.span);
     }
-    if (type.Is(TypeKind::ARRAY)) return CheckArrayMember(std::move(object), member, call);
+    if (type.Is(TypeKind::ARRAY) && FindArrayMember(member.name) != nullptr) {
+        return CheckArrayMember(std::move(object), member, call);
+    }
     if (!type.Is(TypeKind::OBJECT)) {
+        if (NodePtr extension = ExtensionCall(object, member, call, use)) return extension;
+        if (type.Is(TypeKind::ARRAY)) return CheckArrayMember(std::move(object), member, call);
         std::string hint = type.Is(TypeKind::VARIANT) ? " (cast it to its class first)" : "";
         Error(member.nameSpan, type.Text() + " has no members" + hint);
         if (call != nullptr) CheckArguments(*call);
@@ -129,6 +155,9 @@ NodePtr ExpressionChecker::CheckMemberCall(const Expression& member, const Expre
         }
         NodePtr value = PropertyNode(std::move(object), property, member.span);
         return call == nullptr ? std::move(value) : Index(std::move(value), *call);
+    }
+    if (methods.empty()) {
+        if (NodePtr extension = ExtensionCall(object, member, call, use)) return extension;
     }
     auto arguments = call != nullptr ? CheckArguments(*call) : std::vector<NodePtr>();
     if (!methods.empty()) {
@@ -155,26 +184,30 @@ NodePtr ExpressionChecker::CallMember(NodePtr object, const std::string& name, s
     return Call(std::move(object), methods, std::move(arguments), span, span, Use::VALUE);
 }
 
+NodePtr ExpressionChecker::ExtensionCall(NodePtr& object, const Expression& member, const Expression* call, Use use) {
+    std::vector<FunctionSymbol*> functions;
+    for (FunctionSymbol* function : environment_.FindExtensions(member.name)) {
+        bool fits = ConversionCost(object->type, function->parameters[0].type) >= 0;
+        if (fits) functions.push_back(function);
+    }
+    if (functions.empty()) return nullptr;
+    std::vector<NodePtr> arguments;
+    arguments.push_back(std::move(object));
+    if (call != nullptr) {
+        for (NodePtr& argument : CheckArguments(*call)) arguments.push_back(std::move(argument));
+    }
+    return Call(nullptr, functions, std::move(arguments), call != nullptr ? call->span : member.span, member.nameSpan,
+                use);
+}
+
 NodePtr ExpressionChecker::CheckArrayMember(NodePtr array, const Expression& member, const Expression* call) {
-    struct Row {
-        const char* name;
-        ArrayOperation operation;
-        const char* parameters; // i an index, e an element
-    };
-    static constexpr Row ROWS[] = {
-        {"Append", ArrayOperation::APPEND, "e"},    {"Insert", ArrayOperation::INSERT, "ie"},
-        {"Remove", ArrayOperation::REMOVE, "i"},    {"Ubound", ArrayOperation::UBOUND, ""},
-        {"Sort", ArrayOperation::SORT, ""},         {"Pop", ArrayOperation::POP, ""},
-        {"IndexOf", ArrayOperation::INDEX_OF, "e"},
-    };
     const Span& span = call != nullptr ? call->span : member.span;
     const ValueType element = array->type.Element();
     auto arguments = call != nullptr ? CheckArguments(*call) : std::vector<NodePtr>();
-    auto row = std::find_if(std::begin(ROWS), std::end(ROWS),
-                            [&member](const Row& candidate) { return SameName(candidate.name, member.name); });
-    if (row == std::end(ROWS)) {
+    const ArrayMember* row = FindArrayMember(member.name);
+    if (row == nullptr) {
         std::vector<std::string> names;
-        for (const Row& known : ROWS) names.emplace_back(known.name);
+        for (const ArrayMember& known : ARRAY_MEMBERS) names.emplace_back(known.name);
         Error(member.nameSpan, "an array has no member \"" + member.name + "\"" + Suggestion(member.name, names));
         return InvalidNode(span);
     }

@@ -1,6 +1,8 @@
 // Makes the nodes of checked expressions.
 #include "host/language/node.h"
 
+#include <algorithm>
+
 namespace host::language {
 
 NodePtr MakeNode(NodeKind kind, const ValueType& type, const Span& span) {
@@ -29,6 +31,32 @@ NodePtr VariableNode(VariableSymbol& variable, const Span& span) {
     auto node = MakeNode(NodeKind::VARIABLE, variable.type, span);
     node->variable = &variable;
     return node;
+}
+
+NodePtr CopyNode(const Node& node) {
+    auto copy = MakeNode(node.kind, node.type, node.span);
+    copy->conversion = node.conversion;
+    copy->arrayOperation = node.arrayOperation;
+    copy->operation = node.operation;
+    copy->isSuper = node.isSuper;
+    copy->reg = node.reg;
+    copy->constant = node.constant;
+    copy->variable = node.variable;
+    copy->property = node.property;
+    copy->function = node.function;
+    copy->cls = node.cls;
+    if (node.left != nullptr) copy->left = CopyNode(*node.left);
+    if (node.right != nullptr) copy->right = CopyNode(*node.right);
+    for (const NodePtr& argument : node.arguments) copy->arguments.push_back(CopyNode(*argument));
+    return copy;
+}
+
+bool CallsCode(const Node& node) {
+    if (node.kind == NodeKind::CALL || node.kind == NodeKind::NEW || node.kind == NodeKind::PROPERTY) return true;
+    if (node.left != nullptr && CallsCode(*node.left)) return true;
+    if (node.right != nullptr && CallsCode(*node.right)) return true;
+    return std::any_of(node.arguments.begin(), node.arguments.end(),
+                       [](const NodePtr& argument) { return CallsCode(*argument); });
 }
 
 } // namespace host::language

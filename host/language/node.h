@@ -27,7 +27,8 @@ enum class NodeKind : uint8_t {
     BINARY, // left `operation` right, both of type operandType
     AND,    // of Booleans, the right side only if needed
     OR,
-    IS_A, // left IsA cls
+    IS_A,        // left IsA cls
+    CONDITIONAL, // If(left, arguments[0], arguments[1])
 };
 
 enum class Conversion : uint8_t {
@@ -73,5 +74,9 @@ NodePtr ConstantNode(ConstantValue value, const Span& span);
 // What a statement holds in a register already.
 NodePtr RegisterNode(uint16_t reg, const ValueType& type, const Span& span);
 NodePtr VariableNode(VariableSymbol& variable, const Span& span);
+// The same once more, with all below it.
+NodePtr CopyNode(const Node& node);
+// Whether computing it can run code of the program or of a class, which may change anything.
+bool CallsCode(const Node& node);
 
 } // namespace host::language

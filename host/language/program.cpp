@@ -1,9 +1,9 @@
 // Compiles sources into a program and runs it.
 #include "host/language/program.h"
 
+#include "host/language/importer.h"
 #include "host/language/machine.h"
 #include "host/language/program_compiler.h"
-#include "host/syntax/parser.h"
 
 namespace host {
 
@@ -24,14 +24,12 @@ Compilation Compile(const std::vector<Source>& sources) {
     auto environment = std::make_unique<Environment>();
     DiagnosticList diagnostics(environment->files);
     std::vector<const ast::Unit*> units;
+    language::Importer importer(*environment, diagnostics);
     for (const Source& source : sources) {
-        environment->files.push_back(std::make_shared<SourceFile>(source.name, source.text));
+        environment->files.push_back(std::make_shared<SourceFile>(source.name, source.text, source.path));
+        importer.Add(static_cast<uint32_t>(environment->files.size() - 1), units);
     }
-    for (uint32_t i = 0; i < sources.size(); ++i) {
-        environment->units.push_back(Parse(environment->files, i, diagnostics));
-        units.push_back(environment->units.back().get());
-    }
-    bool isCompiled = language::ProgramCompiler(*environment, diagnostics, {}).Compile(units, 0);
+    bool isCompiled = language::ProgramCompiler(*environment, diagnostics, {}).Compile(units);
     Compilation result;
     result.diagnostics = diagnostics.Sorted();
     if (isCompiled) result.program = std::make_unique<Program>(std::move(environment));

@@ -21,6 +21,7 @@ class Environment;
 struct Source {
     std::string name; // as errors show it
     std::string text;
+    std::string path = {}; // where it lies: imports are relative to it, or to the current folder without
 };
 
 // A compiled program. Its classes are registered with the runtime while it lives.

@@ -44,45 +44,27 @@ void ReleaseFields(Object* object, Class* cls) {
 
 } // namespace
 
-bool ProgramCompiler::Compile(const std::vector<const ast::Unit*>& units, uint32_t firstFile) {
-    for (size_t i = 0; i < units.size(); ++i) {
-        auto file = firstFile + static_cast<uint32_t>(i);
-        for (const auto& cls : units[i]->classes) DeclareClass(*cls, file);
-        for (const auto& module : units[i]->modules) DeclareModule(*module, file);
+bool ProgramCompiler::Compile(const std::vector<const ast::Unit*>& units) {
+    for (const ast::Unit* unit : units) {
+        for (const auto& cls : unit->classes) DeclareClass(*cls, unit->file);
+        for (const auto& module : unit->modules) DeclareModule(*module, unit->file);
     }
     ResolveSuperclasses();
     for (ClassSymbol* cls : classes_) DeclareClassMembers(*cls);
     for (ClassSymbol* cls : classes_) AssignVirtualSlots(*cls);
     for (ModuleSymbol* module : modules_) DeclareModuleMembers(*module);
-    for (size_t i = 0; i < units.size(); ++i) {
-        for (const auto& function : units[i]->functions) {
-            DeclareFunction(*function, firstFile + static_cast<uint32_t>(i));
-        }
-        DeclareConstants(*units[i]);
-        DeclareVariables(*units[i]);
+    for (const ast::Unit* unit : units) {
+        for (const auto& function : unit->functions) DeclareFunction(*function, unit->file);
+        DeclareConstants(*unit);
+        DeclareVariables(*unit, unit != units.back());
     }
     EvaluateConstants();
     if (!diagnostics_.HasErrors()) DefineClasses();
     CompileFunctions();
 
-    std::vector<uint32_t> mains;
-    for (ModuleSymbol* module : modules_) {
-        uint32_t index = environment_.NewCode();
-        FunctionContext context;
-        context.module = module;
-        StatementCompiler(environment_, diagnostics_, context, *environment_.tables.codes[index])
-            .CompileModuleVariables(*module);
-        mains.push_back(index);
-    }
-    for (size_t i = 0; i < units.size(); ++i) {
-        uint32_t index = environment_.NewCode();
-        FunctionContext context;
-        StatementCompiler(environment_, diagnostics_, context, *environment_.tables.codes[index], options_)
-            .CompileProgram(*units[i], firstFile + static_cast<uint32_t>(i));
-        mains.push_back(index);
-    }
+    std::vector<uint32_t> mains = CompileStatements(units);
     if (environment_.globalStorages.size() > Environment::MAX_GLOBALS) {
-        diagnostics_.Error({firstFile, 0, 1}, "the program has too many variables");
+        diagnostics_.Error({units.back()->file, 0, 1}, "the program has too many variables");
     }
     if (diagnostics_.HasErrors()) {
         for (auto step = undo_.rbegin(); step != undo_.rend(); ++step) (*step)();
@@ -91,6 +73,24 @@ bool ProgramCompiler::Compile(const std::vector<const ast::Unit*>& units, uint32
     CompleteClasses();
     environment_.mainCodes = std::move(mains);
     return true;
+}
+
+std::vector<uint32_t> ProgramCompiler::CompileStatements(const std::vector<const ast::Unit*>& units) {
+    std::vector<uint32_t> mains;
+    for (ModuleSymbol* module : modules_) {
+        mains.push_back(environment_.NewCode());
+        FunctionContext context;
+        context.module = module;
+        StatementCompiler(environment_, diagnostics_, context, *environment_.tables.codes[mains.back()])
+            .CompileModuleVariables(*module);
+    }
+    for (const ast::Unit* unit : units) {
+        mains.push_back(environment_.NewCode());
+        FunctionContext context;
+        StatementCompiler(environment_, diagnostics_, context, *environment_.tables.codes[mains.back()], options_)
+            .CompileProgram(*unit);
+    }
+    return mains;
 }
 
 ValueType ProgramCompiler::ResolveType(const TypeName& type) {
@@ -164,7 +164,8 @@ void ProgramCompiler::DeclareModule(const ast::ModuleDefinition& definition, uin
     });
 }
 
-std::unique_ptr<FunctionSymbol> ProgramCompiler::MakeFunction(const ast::Function& definition, uint32_t file) {
+std::unique_ptr<FunctionSymbol> ProgramCompiler::MakeFunction(const ast::Function& definition, uint32_t file,
+                                                              bool isMethod) {
     auto function = std::make_unique<FunctionSymbol>();
     function->name = definition.declaration.name;
     function->definition = &definition;
@@ -173,7 +174,13 @@ std::unique_ptr<FunctionSymbol> ProgramCompiler::MakeFunction(const ast::Functio
     bool hasDefault = false;
     for (const Parameter& parameter : definition.declaration.parameters) {
         ParameterSymbol symbol{parameter.name, ResolveType(parameter.type), parameter.isByRef, parameter.defaultValue,
-                               parameter.span};
+                               parameter.span, parameter.isExtended};
+        bool isFirst = function->parameters.empty();
+        if (parameter.isExtended && (!isFirst || isMethod)) {
+            diagnostics_.Error(parameter.span, isFirst
+                                                   ? "a method cannot extend another type (use a function of a module)"
+                                                   : "only the first parameter can be that of \"Extends\"");
+        }
         if (hasDefault && !parameter.defaultValue) {
             diagnostics_.Error(parameter.span, "\"" + parameter.name + "\" needs a default value like those before it");
             symbol.defaultValue = ConstantValue();
@@ -254,7 +261,7 @@ void ProgramCompiler::DeclareConstants(const ast::Unit& unit) {
     }
 }
 
-void ProgramCompiler::DeclareVariables(const ast::Unit& unit) {
+void ProgramCompiler::DeclareVariables(const ast::Unit& unit, bool isImported) {
     Names<bool> seen;
     for (const auto& statement : unit.statements) {
         if (statement->kind != ast::StatementKind::DIM) continue;
@@ -270,7 +277,7 @@ void ProgramCompiler::DeclareVariables(const ast::Unit& unit) {
             variable->type = ResolveType(definition);
             variable->isTopLevel = true;
             variable->isDeclared = false;
-            if (options_.keepsVariables) {
+            if (options_.keepsVariables || isImported) {
                 variable->isGlobal = true;
                 variable->slot = environment_.NewGlobal(StorageOf(variable->type));
             }
@@ -346,7 +353,7 @@ void ProgramCompiler::DeclareProperty(ClassSymbol& cls, const ast::Variable& def
 }
 
 void ProgramCompiler::DeclareMethod(ClassSymbol& cls, const ast::Function& definition) {
-    auto method = MakeFunction(definition, cls.file);
+    auto method = MakeFunction(definition, cls.file, true);
     method->owner = &cls;
     const Span& span = definition.declaration.span;
     bool isSpecial = IsConstructor(*method) || IsDestructor(*method);
@@ -366,7 +373,7 @@ void ProgramCompiler::DeclareMethod(ClassSymbol& cls, const ast::Function& defin
 }
 
 void ProgramCompiler::DeclareHandler(ClassSymbol& cls, const ast::Function& definition) {
-    auto handler = MakeFunction(definition, cls.file);
+    auto handler = MakeFunction(definition, cls.file, true);
     handler->owner = &cls;
     const Span& span = definition.declaration.span;
     EventSymbol* event = cls.super != nullptr ? environment_.FindEvent(cls.super, handler->name) : nullptr;

@@ -12,15 +12,16 @@ public:
     ProgramCompiler(Environment& environment, DiagnosticList& diagnostics, CompileOptions options)
         : environment_(environment), diagnostics_(diagnostics), options_(options) {}
 
-    // Adds the units, which are those of the files from `firstFile` on. After errors the environment is as before,
+    // Adds the units, whose statements run in this order. After errors the environment is as before,
     // except that classes which were to be replaced are gone.
-    bool Compile(const std::vector<const ast::Unit*>& units, uint32_t firstFile);
+    bool Compile(const std::vector<const ast::Unit*>& units);
 
 private:
     void DeclareClass(const ast::ClassDefinition& definition, uint32_t file);
     void DeclareModule(const ast::ModuleDefinition& definition, uint32_t file);
     void DeclareFunction(const ast::Function& definition, uint32_t file);
-    void DeclareVariables(const ast::Unit& unit);
+    void DeclareVariables(const ast::Unit& unit, bool isImported);
+    std::vector<uint32_t> CompileStatements(const std::vector<const ast::Unit*>& units);
     void DeclareConstants(const ast::Unit& unit);
     void ResolveSuperclasses();
     void DeclareClassMembers(ClassSymbol& cls);
@@ -31,7 +32,7 @@ private:
     void AssignVirtualSlots(ClassSymbol& cls);
     std::unique_ptr<ConstantSymbol> MakeConstant(const std::string& name, const Span& span,
                                                  const ast::Expression* expression);
-    std::unique_ptr<FunctionSymbol> MakeFunction(const ast::Function& definition, uint32_t file);
+    std::unique_ptr<FunctionSymbol> MakeFunction(const ast::Function& definition, uint32_t file, bool isMethod = false);
     void EvaluateConstants();
     void DefineClasses();
     void DefineClass(ClassSymbol& cls);

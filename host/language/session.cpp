@@ -1,4 +1,5 @@
 // Interactive sessions and their completions.
+#include "host/language/importer.h"
 #include "host/language/machine.h"
 #include "host/language/program.h"
 #include "host/language/program_compiler.h"
@@ -33,12 +34,18 @@ Session::Result Session::Enter(const std::string& text) {
         return result;
     }
     entryCount_++;
-    const ast::Unit* added = unit.get();
+    std::vector<const ast::Unit*> units;
+    std::set<std::string> importedBefore = environment.importedPaths;
+    language::Importer(environment, diagnostics).AddImports(*unit, units);
+    units.push_back(unit.get());
     environment.units.push_back(std::move(unit));
     language::CompileOptions options{.printsExpressions = true, .keepsVariables = true};
-    bool isCompiled = language::ProgramCompiler(environment, diagnostics, options).Compile({added}, file);
+    bool isCompiled = language::ProgramCompiler(environment, diagnostics, options).Compile(units);
     result.diagnostics = diagnostics.Sorted();
-    if (!isCompiled) return result;
+    if (!isCompiled) {
+        environment.importedPaths = std::move(importedBefore);
+        return result;
+    }
 
     Machine machine(environment, options_);
     // What an entry's variables of the same names held is not reachable any more.

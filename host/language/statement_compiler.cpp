@@ -232,6 +232,7 @@ StatementCompiler::Flow StatementCompiler::CompileConst(const Statement& stateme
 }
 
 StatementCompiler::Flow StatementCompiler::CompileAssign(const Statement& statement) {
+    if (statement.operation) return CompileCompound(statement);
     NodePtr place = checker_.CheckPlace(*statement.target);
     NodePtr value = checker_.Check(*statement.value);
     bool isSound = checker_.CheckStore(*statement.target, *place, value);
@@ -240,6 +241,37 @@ StatementCompiler::Flow StatementCompiler::CompileAssign(const Statement& statem
         generator_.GenerateEffect(*place);
     else
         generator_.Assign(*place, *value);
+    return Flow::CONTINUES;
+}
+
+// What the place is found by is computed once.
+void StatementCompiler::HoldOperands(Node& place) {
+    auto hold = [this](NodePtr& part) {
+        bool isHeld =
+            part == nullptr || part->kind == NodeKind::REGISTER || part->kind == NodeKind::SELF || part->IsConstant();
+        if (!isHeld) part = RegisterNode(Hidden(*part), part->type, part->span);
+    };
+    hold(place.left);
+    hold(place.right);
+    for (NodePtr& argument : place.arguments) hold(argument);
+}
+
+// place += value, and the like
+StatementCompiler::Flow StatementCompiler::CompileCompound(const Statement& statement) {
+    OpenScope();
+    NodePtr place = checker_.CheckPlace(*statement.target);
+    NodePtr value = checker_.Check(*statement.value);
+    bool isSimple = !CallsCode(*place) && !CallsCode(*value);
+    if (Generating() && !isSimple) HoldOperands(*place);
+    value = checker_.CheckCompound(statement, *place, std::move(value));
+    bool isSound = checker_.CheckStore(*statement.target, *place, value);
+    if (isSound && Generating()) {
+        if (value == nullptr)
+            generator_.GenerateEffect(*place);
+        else
+            generator_.Assign(*place, *value);
+    }
+    CloseScope(Flow::CONTINUES);
     return Flow::CONTINUES;
 }
 

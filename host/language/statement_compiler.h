@@ -20,7 +20,7 @@ public:
     // A function, method or event handler.
     void CompileFunction(FunctionSymbol& function);
     // The statements outside of functions.
-    void CompileProgram(const ast::Unit& unit, uint32_t file);
+    void CompileProgram(const ast::Unit& unit);
     // The code that sets the initial values of the variables of a class (`cls`) or of a module.
     void CompileInitializer(ClassSymbol& cls);
     void CompileModuleVariables(ModuleSymbol& module);
@@ -59,6 +59,8 @@ private:
     void ProduceDefault(uint16_t reg, const ValueType& type, const Node* bound);
     Flow CompileConst(const ast::Statement& statement);
     Flow CompileAssign(const ast::Statement& statement);
+    Flow CompileCompound(const ast::Statement& statement);
+    void HoldOperands(Node& place);
     Flow CompileCall(const ast::Statement& statement);
     Flow CompileIf(const ast::Statement& statement);
     Flow CompileSelect(const ast::Statement& statement);

@@ -71,6 +71,7 @@ std::string FormatParameters(const std::vector<ParameterSymbol>& parameters) {
         bool isArray = parameter.type.Is(TypeKind::ARRAY);
         text += separator;
         if (parameter.isByRef) text += "ByRef ";
+        if (parameter.isExtended) text += "Extends ";
         text += parameter.name + (isArray ? "()" : "") + " As "
                 + (isArray ? parameter.type.Element() : parameter.type).Text();
         if (parameter.defaultValue) text += " = " + FormatConstant(*parameter.defaultValue);

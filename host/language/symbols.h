@@ -99,6 +99,7 @@ struct ParameterSymbol {
     bool isByRef = false;
     std::optional<ConstantValue> defaultValue;
     Span span;
+    bool isExtended = false;
 };
 
 // A property with storage or accessors of its own.
@@ -127,6 +128,7 @@ struct FunctionSymbol {
     int32_t virtualSlot = -1; // of a program's method: in the class's table
 
     bool IsAssignable() const { return native != nullptr && native->setter != nullptr; }
+    bool IsExtension() const { return !parameters.empty() && parameters[0].isExtended; }
     bool HasResult() const { return !result.Is(TypeKind::NOTHING); }
     size_t RequiredArguments() const;
     std::string Text() const;          // "Parse(s As String) As Boolean"

@@ -6,6 +6,7 @@
 #include "host/syntax/token.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,8 @@ enum class ExpressionKind : uint8_t {
     IS_A,   // left IsA name
     SELF,
     SUPER,
+    CONDITIONAL, // If(condition, value, value): the arguments
+    ARRAY,       // [arguments]
 };
 
 enum class Operation : uint8_t {
@@ -117,13 +120,15 @@ enum class LoopKind : uint8_t { ANY, FOR, WHILE, DO, FUNCTION };
 
 struct Statement {
     StatementKind kind = StatementKind::CALL;
-    LoopKind loop = LoopKind::ANY; // EXIT, CONTINUE; FUNCTION for `Exit Sub`
-    bool isUntil = false;          // DO
-    bool testsAtEnd = false;       // DO
-    bool isDescending = false;     // FOR … DownTo
-    bool hasElse = false;          // IF, SELECT, TRY: elseBody is written
-    Span span;                     // of the statement, without the blocks in it
-    Span endSpan;                  // of what closes it
+    LoopKind loop = LoopKind::ANY;      // EXIT, CONTINUE; FUNCTION for `Exit Sub`
+    bool isUntil = false;               // DO
+    bool testsAtEnd = false;            // DO
+    bool isDescending = false;          // FOR … DownTo
+    std::optional<Operation> operation; // ASSIGN: += and the like
+    Span operationSpan;
+    bool hasElse = false; // IF, SELECT, TRY: elseBody is written
+    Span span;            // of the statement, without the blocks in it
+    Span endSpan;         // of what closes it
     std::string name;
     Span nameSpan;
     TypeName type; // FOR, FOR_EACH: of a variable declared there, else empty
@@ -170,8 +175,17 @@ struct ModuleDefinition {
     std::vector<std::unique_ptr<Function>> functions;
 };
 
+// Import "name" or Import <name>
+struct Import {
+    std::string name;
+    bool isLibrary = false;
+    Span span;
+};
+
 // One source.
 struct Unit {
+    uint32_t file = 0;
+    std::vector<Import> imports;
     Block statements;
     std::vector<std::unique_ptr<Function>> functions;
     std::vector<std::unique_ptr<ClassDefinition>> classes;

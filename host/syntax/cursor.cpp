@@ -1,6 +1,8 @@
 // The grammar of declarations.
 #include "host/syntax/cursor.h"
 
+#include <algorithm>
+
 namespace host {
 
 namespace {
@@ -12,17 +14,75 @@ std::string Describe(const Token& token) {
     return "\"" + std::string(token.text) + "\"";
 }
 
-} // namespace
-
-const Token& TokenCursor::Peek(size_t ahead) const {
-    size_t index = at_ + ahead;
-    return tokens_[index < tokens_.size() ? index : tokens_.size() - 1];
+// Whether a line begins here with a word that no expression goes on with: then a parenthesis before it was left open.
+bool StartsStatement(const Token& token, const Token* next) {
+    switch (token.keyword) {
+    case Keyword::IF: return next == nullptr || next->kind != TokenKind::LEFT_PARENTHESIS;
+    case Keyword::CASE:
+    case Keyword::CATCH:
+    case Keyword::CLASS:
+    case Keyword::CONST:
+    case Keyword::CONTINUE:
+    case Keyword::DIM:
+    case Keyword::DO:
+    case Keyword::ELSE:
+    case Keyword::ELSEIF:
+    case Keyword::END:
+    case Keyword::EXIT:
+    case Keyword::FINALLY:
+    case Keyword::FOR:
+    case Keyword::FUNCTION:
+    case Keyword::LOOP:
+    case Keyword::MODULE:
+    case Keyword::NEXT:
+    case Keyword::PRINT:
+    case Keyword::RAISE:
+    case Keyword::REDIM:
+    case Keyword::RETURN:
+    case Keyword::SELECT:
+    case Keyword::SUB:
+    case Keyword::TRY:
+    case Keyword::WEND:
+    case Keyword::WHILE: return true;
+    default: return false;
+    }
 }
 
+} // namespace
+
+size_t TokenCursor::Index(size_t ahead) const {
+    size_t index = at_;
+    for (;; ++index) {
+        bool isJoined =
+            parentheses_ > 0 && index + 1 < tokens_.size() && tokens_[index].kind == TokenKind::END_OF_LINE
+            && !StartsStatement(tokens_[index + 1], index + 2 < tokens_.size() ? &tokens_[index + 2] : nullptr);
+        if (isJoined) continue;
+        if (ahead-- == 0) break;
+    }
+    return std::min(index, tokens_.size() - 1);
+}
+
+const Token& TokenCursor::Peek(size_t ahead) const { return tokens_[Index(ahead)]; }
+
 const Token& TokenCursor::Next() {
-    const Token& token = Peek();
+    at_ = Index(0);
+    const Token& token = tokens_[at_];
     if (at_ + 1 < tokens_.size()) at_++;
     return token;
+}
+
+void TokenCursor::OpenParenthesis() {
+    Next();
+    ++parentheses_;
+}
+
+bool TokenCursor::CloseParenthesis(TokenKind closer, const std::string& what) {
+    bool isClosed = At(closer);
+    // What is missing is missing at the end of its line, wherever the next one goes on.
+    endsInParentheses_ |= At(TokenKind::END_OF_FILE);
+    if (isClosed) at_ = Index(0);
+    parentheses_ = isClosed ? parentheses_ - 1 : 0;
+    return Expect(closer, what);
 }
 
 bool TokenCursor::Accept(TokenKind kind) {
@@ -38,6 +98,10 @@ bool TokenCursor::Accept(Keyword keyword) {
 }
 
 void TokenCursor::Expected(const std::string& what) {
+    if (At(TokenKind::END_OF_FILE)) {
+        endsInParentheses_ |= parentheses_ > 0;
+        parentheses_ = 0;
+    }
     Fail(Peek().span, "expected " + what + ", found " + Describe(Peek()));
 }
 
@@ -45,6 +109,7 @@ void TokenCursor::Fail(const Span& span, std::string message) {
     bool isReported = hasFailed_ || At(TokenKind::INVALID);
     if (!isReported) diagnostics_.Error(span, std::move(message));
     hasFailed_ = true;
+    parentheses_ = 0;
 }
 
 bool TokenCursor::Expect(TokenKind kind, const std::string& what) {
@@ -106,6 +171,8 @@ bool TokenCursor::ReadParameter(Parameter& parameter) {
     bool nameFollows = Peek(1).kind == TokenKind::NAME && Peek(1).keyword != Keyword::AS;
     if (nameFollows && Accept(Keyword::BYREF))
         parameter.isByRef = true;
+    else if (nameFollows && Accept(Keyword::EXTENDS))
+        parameter.isExtended = true;
     else if (nameFollows)
         Accept(Keyword::BYVAL);
 
@@ -132,14 +199,15 @@ bool TokenCursor::ReadDeclaration(Declaration& declaration) {
     if (name == nullptr) return false;
     declaration.name = name->text;
     declaration.span = name->span;
-    if (Accept(TokenKind::LEFT_PARENTHESIS)) {
+    if (At(TokenKind::LEFT_PARENTHESIS)) {
+        OpenParenthesis();
         declaration.hasParameterList = true;
         if (!At(TokenKind::RIGHT_PARENTHESIS)) {
             do {
                 if (!ReadParameter(declaration.parameters.emplace_back())) return false;
             } while (Accept(TokenKind::COMMA));
         }
-        if (!Expect(TokenKind::RIGHT_PARENTHESIS, "\",\" or \")\"")) return false;
+        if (!CloseParenthesis(TokenKind::RIGHT_PARENTHESIS, "\",\" or \")\"")) return false;
     }
     if (Accept(Keyword::AS)) return ReadTypeName(declaration.result);
     return true;

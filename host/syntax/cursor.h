@@ -26,6 +26,11 @@ public:
     bool At(Keyword keyword) const { return Peek().keyword == keyword; }
     bool AtLineEnd() const { return At(TokenKind::END_OF_LINE) || At(TokenKind::END_OF_FILE); }
     bool Accept(TokenKind kind);
+    // Between the two, lines are joined.
+    void OpenParenthesis();
+    bool CloseParenthesis(TokenKind closer, const std::string& what);
+    // The text ends within parentheses.
+    bool EndsInParentheses() const { return endsInParentheses_; }
     bool Accept(Keyword keyword);
     // Reports "expected WHAT" at the present token. After one report the cursor keeps quiet until ClearFailure, so that
     // what follows from an error is not reported as another.
@@ -45,12 +50,15 @@ public:
     std::optional<ConstantValue> ReadConstant();
 
 private:
+    size_t Index(size_t ahead) const;
     bool ReadParameter(Parameter& parameter);
 
     const std::vector<Token>& tokens_;
     DiagnosticList& diagnostics_;
     size_t at_ = 0;
     bool hasFailed_ = false;
+    int parentheses_ = 0;
+    bool endsInParentheses_ = false;
 };
 
 } // namespace host

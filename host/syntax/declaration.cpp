@@ -73,6 +73,7 @@ std::string FormatDeclaration(const Declaration& declaration) {
         for (const Parameter& parameter : declaration.parameters) {
             text += separator;
             if (parameter.isByRef) text += "ByRef ";
+            if (parameter.isExtended) text += "Extends ";
             text += parameter.name + (parameter.type.isArray ? "()" : "") + " As " + parameter.type.name;
             if (parameter.defaultValue) text += " = " + FormatConstant(*parameter.defaultValue);
             separator = ", ";

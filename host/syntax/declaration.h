@@ -26,6 +26,7 @@ struct Parameter {
     std::string name;
     TypeName type;
     bool isByRef = false;
+    bool isExtended = false; // Extends: the object that the function is called on like a method
     std::optional<ConstantValue> defaultValue;
     Span span; // of the name
 };

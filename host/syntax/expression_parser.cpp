@@ -60,6 +60,8 @@ bool CanBeName(Keyword keyword) {
     case Keyword::DOWNTO:
     case Keyword::EACH:
     case Keyword::EVENT:
+    case Keyword::EXTENDS:
+    case Keyword::IMPORT:
     case Keyword::IN:
     case Keyword::INHERITS:
     case Keyword::MODULE:
@@ -215,14 +217,26 @@ ExpressionPtr ExpressionParser::ParsePostfix() {
 }
 
 bool ExpressionParser::ParseArguments(Expression& call) {
-    cursor_.Next();
+    bool isBracket = cursor_.At(TokenKind::LEFT_BRACKET);
+    cursor_.OpenParenthesis();
+    TokenKind closer = isBracket ? TokenKind::RIGHT_BRACKET : TokenKind::RIGHT_PARENTHESIS;
     call.hasParentheses = true;
-    if (!cursor_.At(TokenKind::RIGHT_PARENTHESIS)) {
+    if (!cursor_.At(closer)) {
         do {
             call.arguments.push_back(Parse());
         } while (cursor_.Accept(TokenKind::COMMA));
     }
-    return cursor_.Expect(TokenKind::RIGHT_PARENTHESIS, "\",\" or \")\"");
+    return cursor_.CloseParenthesis(closer, isBracket ? "\",\" or \"]\"" : "\",\" or \")\"");
+}
+
+// If(condition, value, value) and [value, …]
+ExpressionPtr ExpressionParser::ParseList(const Token& token) {
+    bool isConditional = token.keyword == Keyword::IF;
+    auto list = Make(isConditional ? ExpressionKind::CONDITIONAL : ExpressionKind::ARRAY);
+    list->nameSpan = token.span;
+    if (isConditional) cursor_.Next();
+    if (!ParseArguments(*list)) list->kind = ExpressionKind::INVALID;
+    return Finish(std::move(list), token.span);
 }
 
 ExpressionPtr ExpressionParser::ParseBareArguments(ExpressionPtr callee) {
@@ -255,6 +269,7 @@ bool ExpressionParser::AtOperand() const {
     switch (token.kind) {
     case TokenKind::INTEGER:
     case TokenKind::DOUBLE:
+    case TokenKind::LEFT_BRACKET:
     case TokenKind::STRING: return true;
     case TokenKind::NAME: break;
     default: return false;
@@ -267,6 +282,7 @@ bool ExpressionParser::AtOperand() const {
     case Keyword::NOT:
     case Keyword::SELF:
     case Keyword::SUPER: return true;
+    case Keyword::IF: return cursor_.Peek(1).kind == TokenKind::LEFT_PARENTHESIS;
     default: return CanBeName(token.keyword);
     }
 }
@@ -274,9 +290,9 @@ bool ExpressionParser::AtOperand() const {
 ExpressionPtr ExpressionParser::ParsePrimary() {
     const Token& token = cursor_.Peek();
     if (token.kind == TokenKind::LEFT_PARENTHESIS) {
-        cursor_.Next();
+        cursor_.OpenParenthesis();
         ExpressionPtr inner = Parse();
-        if (!cursor_.Expect(TokenKind::RIGHT_PARENTHESIS, "\")\"")) return Invalid(inner->span);
+        if (!cursor_.CloseParenthesis(TokenKind::RIGHT_PARENTHESIS, "\")\"")) return Invalid(inner->span);
         inner->span = Join(token.span, cursor_.Previous().span);
         return inner;
     }
@@ -285,6 +301,7 @@ ExpressionPtr ExpressionParser::ParsePrimary() {
         return Invalid(token.span);
     }
     if (token.keyword == Keyword::NEW) return ParseNew();
+    if (token.keyword == Keyword::IF || token.kind == TokenKind::LEFT_BRACKET) return ParseList(token);
 
     ExpressionPtr expression = Make(ExpressionKind::CONSTANT);
     if (token.kind == TokenKind::INTEGER) {

@@ -10,24 +10,25 @@ namespace host {
 namespace {
 
 constexpr std::pair<Keyword, std::string_view> KEYWORDS[] = {
-    {Keyword::AND, "And"},           {Keyword::AS, "As"},           {Keyword::BYREF, "ByRef"},
-    {Keyword::BYVAL, "ByVal"},       {Keyword::CASE, "Case"},       {Keyword::CATCH, "Catch"},
-    {Keyword::CLASS, "Class"},       {Keyword::CONST, "Const"},     {Keyword::CONTINUE, "Continue"},
-    {Keyword::DIM, "Dim"},           {Keyword::DO, "Do"},           {Keyword::DOWNTO, "DownTo"},
-    {Keyword::EACH, "Each"},         {Keyword::ELSE, "Else"},       {Keyword::ELSEIF, "ElseIf"},
-    {Keyword::END, "End"},           {Keyword::EVENT, "Event"},     {Keyword::EXIT, "Exit"},
-    {Keyword::FALSE, "False"},       {Keyword::FINALLY, "Finally"}, {Keyword::FOR, "For"},
-    {Keyword::FUNCTION, "Function"}, {Keyword::IF, "If"},           {Keyword::IN, "In"},
-    {Keyword::INHERITS, "Inherits"}, {Keyword::IS, "Is"},           {Keyword::ISA, "IsA"},
-    {Keyword::LOOP, "Loop"},         {Keyword::MOD, "Mod"},         {Keyword::MODULE, "Module"},
-    {Keyword::NEW, "New"},           {Keyword::NEXT, "Next"},       {Keyword::NIL, "Nil"},
-    {Keyword::NOT, "Not"},           {Keyword::OR, "Or"},           {Keyword::PRINT, "Print"},
-    {Keyword::PROPERTY, "Property"}, {Keyword::RAISE, "Raise"},     {Keyword::REDIM, "Redim"},
-    {Keyword::RETURN, "Return"},     {Keyword::SELECT, "Select"},   {Keyword::SELF, "Self"},
-    {Keyword::STEP, "Step"},         {Keyword::SUB, "Sub"},         {Keyword::SUPER, "Super"},
-    {Keyword::THEN, "Then"},         {Keyword::TO, "To"},           {Keyword::TRUE, "True"},
-    {Keyword::TRY, "Try"},           {Keyword::UNTIL, "Until"},     {Keyword::WEND, "Wend"},
-    {Keyword::WHILE, "While"},       {Keyword::XOR, "Xor"},
+    {Keyword::AND, "And"},         {Keyword::AS, "As"},           {Keyword::BYREF, "ByRef"},
+    {Keyword::BYVAL, "ByVal"},     {Keyword::CASE, "Case"},       {Keyword::CATCH, "Catch"},
+    {Keyword::CLASS, "Class"},     {Keyword::CONST, "Const"},     {Keyword::CONTINUE, "Continue"},
+    {Keyword::DIM, "Dim"},         {Keyword::DO, "Do"},           {Keyword::DOWNTO, "DownTo"},
+    {Keyword::EACH, "Each"},       {Keyword::ELSE, "Else"},       {Keyword::ELSEIF, "ElseIf"},
+    {Keyword::END, "End"},         {Keyword::EXTENDS, "Extends"}, {Keyword::IMPORT, "Import"},
+    {Keyword::EVENT, "Event"},     {Keyword::EXIT, "Exit"},       {Keyword::FALSE, "False"},
+    {Keyword::FINALLY, "Finally"}, {Keyword::FOR, "For"},         {Keyword::FUNCTION, "Function"},
+    {Keyword::IF, "If"},           {Keyword::IN, "In"},           {Keyword::INHERITS, "Inherits"},
+    {Keyword::IS, "Is"},           {Keyword::ISA, "IsA"},         {Keyword::LOOP, "Loop"},
+    {Keyword::MOD, "Mod"},         {Keyword::MODULE, "Module"},   {Keyword::NEW, "New"},
+    {Keyword::NEXT, "Next"},       {Keyword::NIL, "Nil"},         {Keyword::NOT, "Not"},
+    {Keyword::OR, "Or"},           {Keyword::PRINT, "Print"},     {Keyword::PROPERTY, "Property"},
+    {Keyword::RAISE, "Raise"},     {Keyword::REDIM, "Redim"},     {Keyword::RETURN, "Return"},
+    {Keyword::SELECT, "Select"},   {Keyword::SELF, "Self"},       {Keyword::STEP, "Step"},
+    {Keyword::SUB, "Sub"},         {Keyword::SUPER, "Super"},     {Keyword::THEN, "Then"},
+    {Keyword::TO, "To"},           {Keyword::TRUE, "True"},       {Keyword::TRY, "Try"},
+    {Keyword::UNTIL, "Until"},     {Keyword::WEND, "Wend"},       {Keyword::WHILE, "While"},
+    {Keyword::XOR, "Xor"},
 };
 
 Keyword FindKeyword(std::string_view word) {
@@ -253,6 +254,10 @@ private:
 
     void Symbol() {
         static constexpr std::pair<std::string_view, TokenKind> SYMBOLS[] = {
+            {"+=", TokenKind::PLUS_EQUAL},
+            {"-=", TokenKind::MINUS_EQUAL},
+            {"*=", TokenKind::STAR_EQUAL},
+            {"/=", TokenKind::SLASH_EQUAL},
             {"<>", TokenKind::NOT_EQUAL},
             {"<=", TokenKind::LESS_EQUAL},
             {">=", TokenKind::GREATER_EQUAL},
@@ -267,6 +272,8 @@ private:
             {">", TokenKind::GREATER},
             {"(", TokenKind::LEFT_PARENTHESIS},
             {")", TokenKind::RIGHT_PARENTHESIS},
+            {"[", TokenKind::LEFT_BRACKET},
+            {"]", TokenKind::RIGHT_BRACKET},
             {",", TokenKind::COMMA},
             {".", TokenKind::DOT},
         };

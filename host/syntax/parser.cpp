@@ -23,7 +23,7 @@ public:
             cursor_.ClearFailure();
             TopLevel();
         }
-        unit_->isIncomplete = lexed_.endsInContinuation || statements_.IsIncomplete();
+        unit_->isIncomplete = lexed_.endsInContinuation || cursor_.EndsInParentheses() || statements_.IsIncomplete();
         return std::move(unit_);
     }
 
@@ -34,9 +34,33 @@ public:
     }
 
 private:
+    // Import "helpers.kova", Import <xml>
+    bool AtImport() const {
+        TokenKind next = cursor_.Peek(1).kind;
+        return cursor_.At(Keyword::IMPORT) && (next == TokenKind::STRING || next == TokenKind::LESS);
+    }
+
+    void Import() {
+        Span start = cursor_.Next().span;
+        ast::Import import;
+        if (cursor_.At(TokenKind::STRING)) {
+            import.name = StringValue(cursor_.Next());
+        } else {
+            import.isLibrary = true;
+            cursor_.Next();
+            if (const Token* name = cursor_.ReadName("the name of a library")) import.name = name->text;
+            cursor_.Expect(TokenKind::GREATER, "\">\"");
+        }
+        import.span = Join(start, cursor_.Previous().span);
+        if (!cursor_.HasFailed()) unit_->imports.push_back(import);
+        statements_.EndLine();
+    }
+
     void TopLevel() {
         if (cursor_.AtLineEnd()) {
             cursor_.Next();
+        } else if (AtImport()) {
+            Import();
         } else if (statements_.AtDefinition()) {
             Definition();
         } else {
@@ -172,7 +196,9 @@ private:
 
 std::unique_ptr<Unit> Parse(const SourceFiles& files, uint32_t file, DiagnosticList& diagnostics,
                             ParseOptions options) {
-    return Parser(Lex(files, file, diagnostics), diagnostics, options).Run();
+    auto unit = Parser(Lex(files, file, diagnostics), diagnostics, options).Run();
+    unit->file = file;
+    return unit;
 }
 
 ExpressionPtr ParseExpression(const SourceFiles& files, uint32_t file, DiagnosticList& diagnostics) {

@@ -10,7 +10,8 @@ Span Join(const Span& first, const Span& last) {
     return {first.file, first.offset, end - first.offset};
 }
 
-SourceFile::SourceFile(std::string name, std::string text) : name_(std::move(name)), text_(std::move(text)) {
+SourceFile::SourceFile(std::string name, std::string text, std::string path)
+    : name_(std::move(name)), path_(std::move(path)), text_(std::move(text)) {
     lineStarts_.push_back(0);
     for (size_t i = 0; i < text_.size(); ++i) {
         bool endsLine = text_[i] == '\n' || (text_[i] == '\r' && (i + 1 == text_.size() || text_[i + 1] != '\n'));

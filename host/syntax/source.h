@@ -26,9 +26,11 @@ struct LineColumn {
 // A program text with its name and a table of its lines. Lines end with LF, CR LF or CR.
 class SourceFile {
 public:
-    SourceFile(std::string name, std::string text);
+    // `path` is where the text lies, if it was read from a file.
+    SourceFile(std::string name, std::string text, std::string path = {});
 
     const std::string& Name() const { return name_; }
+    const std::string& Path() const { return path_; }
     std::string_view Text() const { return text_; }
     std::string_view Text(const Span& span) const { return Text().substr(span.offset, span.length); }
     LineColumn Locate(uint32_t offset) const;
@@ -37,6 +39,7 @@ public:
 
 private:
     std::string name_;
+    std::string path_;
     std::string text_;
     std::vector<uint32_t> lineStarts_;
 };

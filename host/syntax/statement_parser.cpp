@@ -306,7 +306,17 @@ bool StatementParser::CallOrAssignment(Statement& statement) {
         return true;
     }
     ExpressionPtr target = expressions_.ParsePostfix();
-    if (cursor_.Accept(TokenKind::EQUAL)) {
+    static constexpr std::pair<TokenKind, Operation> COMPOUNDS[] = {
+        {TokenKind::PLUS_EQUAL, Operation::ADD},
+        {TokenKind::MINUS_EQUAL, Operation::SUBTRACT},
+        {TokenKind::STAR_EQUAL, Operation::MULTIPLY},
+        {TokenKind::SLASH_EQUAL, Operation::DIVIDE},
+    };
+    for (const auto& [kind, operation] : COMPOUNDS) {
+        if (cursor_.At(kind)) statement.operation = operation;
+    }
+    if (statement.operation || cursor_.At(TokenKind::EQUAL)) {
+        statement.operationSpan = cursor_.Next().span;
         statement.kind = StatementKind::ASSIGN;
         statement.target = std::move(target);
         statement.value = expressions_.Parse();

@@ -184,7 +184,7 @@ TEST_F(LanguageSession, EntriesBuildOnEachOther) {
         {"a", "10\n"},
         {"If a = 10 Then", "…"},
         {"Print a + _", "…"},
-        {"Print (1 +", "expected an expression, found the end of the line"},
+        {"Print 1 +", "expected an expression, found the end of the line"},
         {"Print b", "unknown name \"b\""},
         {"Dim b As Strin", "there is no type \"Strin\" (did you mean \"String\"?)"},
         {"Print b", "unknown name \"b\""},
