@@ -34,6 +34,15 @@ struct RunCommandOptions {
     double memoryLimit = 0; // megabytes, 0 for none
 };
 
+struct CheckCommandOptions {
+    std::vector<std::string> files; // programs and XML files; "-" is XML on standard input
+    bool xml = false;               // all are XML, whatever their names
+    bool ownDocumentType = false;   // validate by what the document's DOCTYPE names
+    std::string dtd;                // files to validate by; empty for none
+    std::string schema;
+    std::string relaxNg;
+};
+
 struct TestCommandOptions {
     std::filesystem::path folder;
     std::string filter; // part of a program's name
@@ -60,6 +69,27 @@ struct XqlCommandOptions {
     bool json = false;
 };
 
+struct FormatCommandOptions {
+    std::vector<std::string> files;
+    int indent = 2;
+    bool canonical = false;
+    bool inPlace = false;
+};
+
+struct Edit {
+    enum class Kind { SET, DELETE, APPEND };
+    Kind kind;
+    std::string query;
+    std::string value; // text or markup
+};
+
+struct EditCommandOptions {
+    std::vector<std::string> files;
+    std::vector<Edit> edits;                                     // in this order
+    std::vector<std::pair<std::string, std::string>> namespaces; // prefix, URI
+    std::string output;                                          // empty: the file itself
+};
+
 struct TransformCommandOptions {
     std::vector<std::string> files; // "-" is standard input; none is too
     std::string stylesheet;
@@ -69,12 +99,14 @@ struct TransformCommandOptions {
 };
 
 int RunProgram(const HostOptions& host, const RunCommandOptions& options);
-int CheckPrograms(const HostOptions& host, const std::vector<std::filesystem::path>& programs);
+int Check(const HostOptions& host, const CheckCommandOptions& options);
 int RunRepl(const HostOptions& host);
 int Describe(const HostOptions& host, const std::string& name);
 int RunTests(const HostOptions& host, const TestCommandOptions& options);
 int ShowEvents(const HostOptions& host, const EventsCommandOptions& options);
 int Query(const XqlCommandOptions& options);
+int Format(const FormatCommandOptions& options);
+int EditFiles(const EditCommandOptions& options);
 int Transform(const HostOptions& host, const TransformCommandOptions& options);
 
 } // namespace host

@@ -1,6 +1,8 @@
 // The options of the commands for documents and classes.
 #include "host/cli/command_line.h"
 
+#include <algorithm>
+#include <array>
 #include <memory>
 #include <string>
 #include <utility>
@@ -114,6 +116,97 @@ void AddTransform(CLI::App& app, CommandLine& line) {
     });
 }
 
+void AddFormat(CLI::App& app, CommandLine& line) {
+    CLI::App& command =
+        AddCommand(app, {"format", "[OPTIONS] [FILE...]", "Indent XML files, or print their canonical form",
+                         "  kova format books.xml\n"
+                         "  kova format --in-place --indent 4 *.xml\n"
+                         "  kova format --canonical books.xml | sha256sum\n"
+                         "\n"
+                         "White space is changed only where it means nothing: elements that hold text stay as\n"
+                         "they are, and so does what has xml:space=\"preserve\".\n"});
+    auto format = std::make_shared<FormatCommandOptions>();
+    command.add_option("FILE", format->files, "XML files; - or none for standard input");
+    CLI::Option* indent = command.add_option("--indent", format->indent, "Blanks for each level")
+                              ->type_name("N")
+                              ->capture_default_str()
+                              ->check(CLI::Range(0, 64));
+    command.add_flag("--canonical", format->canonical, "Canonical XML 1.0, with comments")->excludes(indent);
+    command.add_flag("-i,--in-place", format->inPlace, "Rewrite the files, each whole or not at all");
+    command.callback([=, &line] { line.action = [=] { return Format(*format); }; });
+}
+
+// Where the value begins in XPATH=VALUE: the first "=" that is not inside brackets or quotes.
+size_t FindEquals(const std::string& text) {
+    int depth = 0;
+    char quote = 0;
+    for (size_t i = 0; i < text.size(); ++i) {
+        char c = text[i];
+        if (quote != 0) {
+            if (c == quote) quote = 0;
+        } else if (c == '"' || c == '\'') {
+            quote = c;
+        } else if (c == '[' || c == '(') {
+            ++depth;
+        } else if (c == ']' || c == ')') {
+            --depth;
+        } else if (c == '=' && depth == 0) {
+            return i;
+        }
+    }
+    return std::string::npos;
+}
+
+Edit MakeEdit(Edit::Kind kind, const std::string& name, const std::string& text) {
+    if (kind == Edit::Kind::DELETE) return {kind, text, ""};
+    size_t equals = FindEquals(text);
+    if (equals == std::string::npos || equals == 0)
+        throw CLI::ValidationError(name, "an XPath expression, = and a value are expected, not " + text);
+    return {kind, text.substr(0, equals), text.substr(equals + 1)};
+}
+
+void AddEdit(CLI::App& app, CommandLine& line) {
+    CLI::App& command =
+        AddCommand(app, {"edit", "[OPTIONS] [FILE...]", "Change what XPath expressions find in XML files",
+                         "  kova edit books.xml --set '//book[@id=\"b7\"]/@price=9.50'\n"
+                         "  kova edit books.xml --delete '//comment()' --append '/books=<book id=\"b9\"/>'\n"
+                         "  kova edit settings.xml --set /settings/debug=off --output -\n"
+                         "  curl -s https://example.com/feed | kova edit --delete //description\n"
+                         "\n"
+                         "Changes are made in the order given. A file is saved when all of them found something,\n"
+                         "whole or not at all; standard input goes to standard output.\n"});
+    auto edit = std::make_shared<EditCommandOptions>();
+    auto changes = std::make_shared<std::array<std::vector<std::string>, 3>>();
+    auto bindings = std::make_shared<std::vector<std::string>>();
+    command.add_option("FILE", edit->files, "XML files; - or none for standard input");
+    const std::array<CLI::Option*, 3> options = {
+        AddRepeatable(command, "--set", changes->at(0), "Give nodes a text; PATH/@NAME adds the attribute if need be")
+            ->type_name("XPATH=VALUE"),
+        AddRepeatable(command, "--delete", changes->at(1), "Remove nodes")->type_name("XPATH"),
+        AddRepeatable(command, "--append", changes->at(2), "Add markup or text at the end of elements")
+            ->type_name("XPATH=XML"),
+    };
+    AddRepeatable(command, "--namespace", *bindings, "Bind a prefix for the expressions (may be repeated)")
+        ->type_name("PREFIX=URI");
+    command.add_option("-o,--output", edit->output, "Write to this file (- for standard output) instead")
+        ->type_name("FILE");
+    command.callback([=, &command, &line] {
+        // Changes in the order of the command line, whatever their kinds.
+        std::array<size_t, 3> next{};
+        for (const CLI::Option* option : command.parse_order()) {
+            auto kind = static_cast<size_t>(std::find(options.begin(), options.end(), option) - options.begin());
+            if (kind == options.size()) continue;
+            edit->edits.push_back(
+                MakeEdit(static_cast<Edit::Kind>(kind), option->get_name(), changes->at(kind)[next.at(kind)++]));
+        }
+        if (edit->edits.empty()) throw CLI::RequiredError("a change: --set, --delete or --append");
+        if (edit->files.size() > 1 && !edit->output.empty() && edit->output != "-")
+            throw CLI::ValidationError("--output", "one file cannot take the results of many");
+        edit->namespaces = SplitPairs("--namespace", "PREFIX=URI", *bindings);
+        line.action = [=] { return EditFiles(*edit); };
+    });
+}
+
 } // namespace
 
 void AddDocumentCommands(CLI::App& app, CommandLine& line) {
@@ -121,6 +214,8 @@ void AddDocumentCommands(CLI::App& app, CommandLine& line) {
     AddEvents(app, line);
     AddXql(app, line);
     AddTransform(app, line);
+    AddFormat(app, line);
+    AddEdit(app, line);
 }
 
 } // namespace host

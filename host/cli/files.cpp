@@ -92,7 +92,7 @@ void ReplaceFile(const fs::path& path, std::string_view text) {
     struct stat status {};
     bool exists = stat(path.c_str(), &status) == 0;
     if (exists && !S_ISREG(status.st_mode)) return WriteFile(path, text);
-    fs::path target = exists ? fs::canonical(path) : path;
+    fs::path target = fs::is_symlink(path) ? fs::canonical(path) : path;
     Replacement(target).Commit(text, exists ? &status : nullptr);
 }
 

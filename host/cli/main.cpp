@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <new>
 
 namespace {
 
@@ -18,6 +19,8 @@ int Main(int argc, char** argv) {
         return host::EXIT_USAGE;
     } catch (const std::filesystem::filesystem_error& error) {
         std::fprintf(stderr, "kova: %s: %s\n", error.path1().c_str(), error.code().message().c_str());
+    } catch (const std::bad_alloc&) {
+        std::fputs("kova: there is not enough memory\n", stderr);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "kova: %s\n", error.what());
     }

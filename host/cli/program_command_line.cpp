@@ -37,12 +37,23 @@ void AddRun(CLI::App& app, CommandLine& line) {
 }
 
 void AddCheck(CLI::App& app, CommandLine& line) {
-    CLI::App& command = AddCommand(app, {"check", "[OPTIONS] PROGRAM...", "Compile programs and report what is wrong",
-                                         "  kova check convert.kova\n"});
-    auto programs = std::make_shared<std::vector<std::filesystem::path>>();
-    command.add_option("PROGRAM", *programs, "The programs' files")->required();
+    CLI::App& command =
+        AddCommand(app, {"check", "[OPTIONS] FILE...", "Say what is wrong with programs and XML files",
+                         "  kova check convert.kova books.xml\n"
+                         "  kova check --schema books.xsd books*.xml\n"
+                         "  kova check --dtd book.xml\n"
+                         "\n"
+                         "Files named *.kova or without a dot are programs, which are compiled; others are XML,\n"
+                         "which has to be well-formed, and valid if rules are given. Exit code 1 for any error.\n"});
+    auto check = std::make_shared<CheckCommandOptions>();
+    command.add_option("FILE", check->files, "Programs and XML files; - for XML on standard input");
+    command.add_flag("--xml", check->xml, "All files are XML, whatever their names");
+    command.add_flag("--dtd", check->ownDocumentType, "Validate by the document type that the document names");
+    command.add_option("--dtd-file", check->dtd, "Validate by this DTD")->type_name("FILE");
+    command.add_option("--schema", check->schema, "Validate by this XML Schema")->type_name("FILE");
+    command.add_option("--relaxng", check->relaxNg, "Validate by this RELAX NG schema (XML syntax)")->type_name("FILE");
     AddHostOptions(command, line.host);
-    SetAction(command, line, programs, CheckPrograms);
+    SetAction(command, line, check, Check);
 }
 
 void AddRepl(CLI::App& app, CommandLine& line) {

@@ -1,4 +1,4 @@
-// `kova run` and `kova check`: one program, from its text to its exit code.
+// `kova run`: one program, from its text to its exit code.
 #include "host/cli/program_session.h"
 #include "host/cli/session.h"
 #include "host/framework/framework.h"
@@ -30,14 +30,6 @@ int RunProgram(const HostOptions& host, const RunCommandOptions& options) {
         std::fflush(stdout);
         if (!ReportLeaks(std::cerr, before)) std::cerr << "Nothing is left\n";
     }
-    return result;
-}
-
-int CheckPrograms(const HostOptions& host, const std::vector<std::filesystem::path>& programs) {
-    StartHost(host);
-    int result = EXIT_OK;
-    for (const std::filesystem::path& program : programs)
-        if (!CompileFile(program, true).program) result = EXIT_FAILED;
     return result;
 }
 

@@ -37,8 +37,7 @@ Diagnostic Locate(const Input& input, const ProgramException& error) {
     std::string line = WithoutName(GetProperty(error.exception, "Line").Text(), "line:");
     fault.line = std::max(1U, static_cast<uint32_t>(std::strtoul(line.c_str(), nullptr, 10)));
     fault.sourceLine = xml::LineOf(input.text, fault.line);
-    size_t begin = fault.sourceLine.find_first_not_of(" \t");
-    fault.column = begin == std::string::npos ? 1 : static_cast<uint32_t>(begin) + 1;
+    fault.column = xml::FirstColumn(fault.sourceLine);
     return fault;
 }
 

@@ -1,11 +1,9 @@
 // Parsing, and nodes as text.
 #include "host/cli/libxml2/document.h"
 
-#include "host/cli/libxml2/errors.h"
+#include "host/cli/libxml2/parsing.h"
+#include "host/cli/libxml2/tree.h"
 
-#include <libxml/parser.h>
-#include <libxml/parserInternals.h>
-#include <libxml/tree.h>
 #include <libxml/xmlsave.h>
 
 #include <limits>
@@ -15,40 +13,23 @@ namespace host::xml {
 
 namespace {
 
-struct FreeParser {
-    void operator()(xmlParserCtxtPtr parser) const { xmlFreeParserCtxt(parser); }
-};
-struct FreeText {
-    void operator()(xmlChar* text) const { xmlFree(text); }
-};
 struct CloseOutput {
     void operator()(xmlOutputBufferPtr output) const { xmlOutputBufferClose(output); }
 };
 
-// While it lives no text besides the document is read; what would have been is reported.
-class NoExternalText {
-public:
-    NoExternalText(ErrorCollector& errors, xmlParserCtxtPtr reading) : previous_(xmlGetExternalEntityLoader()) {
-        collector = &errors;
-        parser = reading;
-        xmlSetExternalEntityLoader(Refuse);
-    }
-    ~NoExternalText() { xmlSetExternalEntityLoader(previous_); }
-    NoExternalText(const NoExternalText&) = delete;
-    NoExternalText& operator=(const NoExternalText&) = delete;
-
-private:
-    static xmlParserInputPtr Refuse(const char* name, const char*, xmlParserCtxtPtr) {
-        bool isInMarkup = parser->input != nullptr;
-        collector->Warn(isInMarkup ? parser->input->line : 1, isInMarkup ? parser->input->col : 1,
-                        std::string("the external entity \"") + (name != nullptr ? name : "") + "\" is not read");
-        return nullptr;
-    }
-
-    static inline ErrorCollector* collector;
-    static inline xmlParserCtxtPtr parser;
-    xmlExternalEntityLoader previous_;
+// What a document refers to is not read but reported, to whoever collects the document's errors.
+struct Reading {
+    xmlParserCtxtPtr parser;
+    ErrorCollector& errors;
 };
+Reading* reading;
+
+xmlParserInputPtr Refuse(const char* name, const char*, xmlParserCtxtPtr) {
+    const xmlParserInput* place = reading->parser->input;
+    reading->errors.Add(Severity::WARNING, place != nullptr ? place->line : 1, place != nullptr ? place->col : 0,
+                        std::string("the external entity \"") + (name != nullptr ? name : "") + "\" is not read");
+    return nullptr;
+}
 
 // libxml2 guards against entities that multiply only as long as it limits the size of everything else too.
 bool MayDeclareEntities(const std::string& text) {
@@ -127,24 +108,57 @@ void FreeDocument::operator()(_xmlDoc* document) const { xmlFreeDoc(document); }
 TextError::TextError(std::vector<Diagnostic> found)
     : std::runtime_error(found.empty() ? "unknown error" : found.front().message), faults(std::move(found)) {}
 
-Document Parse(const Input& input, References references, std::vector<Diagnostic>& warnings) {
+Parser NewParser() {
+    Parser parser(xmlNewParserCtxt());
+    if (parser == nullptr) throw std::bad_alloc();
+    return parser;
+}
+
+Document ReadText(xmlParserCtxtPtr parser, const Input& input, int options) {
     if (input.text.size() > static_cast<size_t>(std::numeric_limits<int>::max()))
         throw std::runtime_error(input.name + ": the text is larger than 2 GB");
-    ErrorCollector errors(input);
-    std::unique_ptr<xmlParserCtxt, FreeParser> parser(xmlNewParserCtxt());
-    if (parser == nullptr) throw std::bad_alloc();
-    NoExternalText guard(errors, parser.get());
-    int options = XML_PARSE_NONET | XML_PARSE_BIG_LINES;
+    options |= XML_PARSE_NONET | XML_PARSE_BIG_LINES;
     if (!MayDeclareEntities(input.text)) options |= XML_PARSE_HUGE;
-    if (references == References::REPLACE) options |= XML_PARSE_NOENT;
-    Document document(xmlCtxtReadMemory(parser.get(), input.text.data(), static_cast<int>(input.text.size()),
-                                        input.name.c_str(), nullptr, options));
+    return Document(xmlCtxtReadMemory(parser, input.text.data(), static_cast<int>(input.text.size()),
+                                      input.name.c_str(), nullptr, options));
+}
+
+Document Parse(const Input& input, References references, std::vector<Diagnostic>& warnings) {
+    ErrorCollector errors(input);
+    Parser parser = NewParser();
+    Reading current{parser.get(), errors};
+    reading = &current;
+    EntityLoader loader(Refuse);
+    Document document = ReadText(parser.get(), input, references == References::REPLACE ? XML_PARSE_NOENT : 0);
     for (Diagnostic& fault : errors.found) {
         if (fault.severity == Severity::ERROR) throw TextError({fault});
         warnings.push_back(std::move(fault));
     }
-    if (document == nullptr || parser->wellFormed == 0) throw std::runtime_error(input.name + ": this is no XML");
+    if (document == nullptr) throw std::runtime_error(input.name + ": this is no XML");
     return document;
+}
+
+void CheckDepth(const _xmlDoc* document, const std::string& name) {
+    constexpr int MAX_DEPTH = 5000;
+    int depth = 0;
+    const xmlNode* node = document->children;
+    while (node != nullptr) {
+        if (node->type == XML_ELEMENT_NODE && node->children != nullptr) {
+            if (++depth > MAX_DEPTH) throw std::runtime_error(name + ": it is nested deeper than 5,000 elements");
+            node = node->children;
+            continue;
+        }
+        while (node->next == nullptr && depth > 0) {
+            node = node->parent;
+            --depth;
+        }
+        node = node->next;
+    }
+}
+
+uint32_t FirstColumn(std::string_view line) {
+    size_t first = line.find_first_not_of(" \t");
+    return first == std::string_view::npos ? 1 : static_cast<uint32_t>(first) + 1;
 }
 
 std::string LineOf(const std::string& text, uint32_t line) {
@@ -181,7 +195,7 @@ std::string Markup(const _xmlNode* found) {
 
 std::string StringValue(const _xmlNode* node) {
     if (node->type == XML_NAMESPACE_DECL) return Text(reinterpret_cast<const xmlNs*>(node)->href);
-    std::unique_ptr<xmlChar, FreeText> text(xmlNodeGetContent(node));
+    CString text(xmlNodeGetContent(node));
     return Text(text.get());
 }
 

@@ -32,25 +32,25 @@ void ErrorCollector::Collect(void* collector, xmlErrorPtr error) {
     // What breaks another rule than those of well-formed documents: a prefix without namespace, an ID given twice.
     bool isMinor = error->domain == XML_FROM_NAMESPACE || (error->domain == XML_FROM_VALID && !self.validates);
     bool isWarning = error->level == XML_ERR_WARNING || isMinor;
-    self.Add(isWarning ? Severity::WARNING : Severity::ERROR, error->file != nullptr ? error->file : self.input_.name,
-             error->line, error->int2, error->message != nullptr ? error->message : "unknown error");
+    std::string message = error->message != nullptr ? error->message : "unknown error";
+    self.Add(isWarning ? Severity::WARNING : Severity::ERROR, error->line, error->int2, std::move(message));
+    bool isElsewhere = error->file != nullptr && self.input_.name != error->file && !self.found.empty();
+    if (!isElsewhere) return;
+    self.found.back().file = error->file;
+    self.found.back().sourceLine.clear();
 }
 
-void ErrorCollector::Warn(int line, int column, std::string message) {
-    Add(Severity::WARNING, input_.name, line, column, std::move(message));
-}
-
-void ErrorCollector::Add(Severity severity, std::string file, int line, int column, std::string message) {
+void ErrorCollector::Add(Severity severity, int line, int column, std::string message) {
     if (found.size() >= MAX_FOUND) return;
     while (message.ends_with('\n')) message.pop_back();
     std::replace(message.begin(), message.end(), '\n', ' ');
     Diagnostic diagnostic;
     diagnostic.severity = severity;
+    diagnostic.file = input_.name;
     diagnostic.line = static_cast<uint32_t>(std::max(line, 1));
-    diagnostic.column = static_cast<uint32_t>(std::max(column, 1));
     diagnostic.message = std::move(message);
-    if (file == input_.name) diagnostic.sourceLine = LineOf(input_.text, diagnostic.line);
-    diagnostic.file = std::move(file);
+    diagnostic.sourceLine = LineOf(input_.text, diagnostic.line);
+    diagnostic.column = column > 0 ? static_cast<uint32_t>(column) : FirstColumn(diagnostic.sourceLine);
     found.push_back(std::move(diagnostic));
 }
 

@@ -19,20 +19,16 @@ public:
     ErrorCollector(const ErrorCollector&) = delete;
     ErrorCollector& operator=(const ErrorCollector&) = delete;
 
-    void Warn(int line, int column, std::string message);
+    // Adds a finding about the input; without a column (0) it means the line as a whole.
+    void Add(Severity severity, int line, int column, std::string message);
 
     std::vector<Diagnostic> found;
     bool validates = false; // whether what is not valid by the document type is an error
 
 private:
     static void Collect(void* collector, xmlErrorPtr error);
-    void Add(Severity severity, std::string file, int line, int column, std::string message);
 
     const Input& input_;
 };
-
-// Text of libxml2.
-inline const char* Text(const xmlChar* text) { return text != nullptr ? reinterpret_cast<const char*>(text) : ""; }
-inline const xmlChar* Text(const std::string& text) { return reinterpret_cast<const xmlChar*>(text.c_str()); }
 
 } // namespace host::xml

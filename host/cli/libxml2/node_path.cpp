@@ -1,9 +1,7 @@
 // Steps of a path, from the node up.
 #include "host/cli/libxml2/node_path.h"
 
-#include "host/cli/libxml2/errors.h"
-
-#include <libxml/tree.h>
+#include "host/cli/libxml2/tree.h"
 
 #include <algorithm>
 #include <vector>

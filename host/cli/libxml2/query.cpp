@@ -2,6 +2,7 @@
 #include "host/cli/libxml2/query.h"
 
 #include "host/cli/libxml2/errors.h"
+#include "host/cli/libxml2/tree.h"
 
 #include <libxml/tree.h>
 #include <libxml/xpath.h>
@@ -23,9 +24,6 @@ struct FreeContext {
 };
 struct FreeExpression {
     void operator()(xmlXPathCompExprPtr expression) const { xmlXPathFreeCompExpr(expression); }
-};
-struct FreeText {
-    void operator()(xmlChar* text) const { xmlFree(text); }
 };
 
 std::string String(const xmlChar* text) { return Text(text); }
@@ -185,7 +183,7 @@ bool QueryResult::Boolean() const { return xmlXPathCastToBoolean(object_.get()) 
 
 std::string QueryResult::String() const {
     if (object_->type == XPATH_NUMBER) return FormatNumber(object_->floatval);
-    std::unique_ptr<xmlChar, FreeText> text(xmlXPathCastToString(object_.get()));
+    CString text(xmlXPathCastToString(object_.get()));
     return Text(text.get());
 }
 

@@ -1,0 +1,119 @@
+// Validation by libxml2. All its reports arrive at the collector of the text in question.
+#include "host/cli/libxml2/validation.h"
+
+#include "host/cli/libxml2/parsing.h"
+#include "host/cli/libxml2/tree.h"
+
+#include <libxml/relaxng.h>
+#include <libxml/valid.h>
+#include <libxml/xmlschemas.h>
+
+#include <algorithm>
+#include <new>
+
+namespace host::xml {
+
+namespace {
+
+// Owns what libxml2 made, and gives it back by its function.
+template <auto FREE>
+struct Free {
+    template <typename T>
+    void operator()(T* made) const {
+        FREE(made);
+    }
+};
+using Dtd = std::unique_ptr<xmlDtd, Free<xmlFreeDtd>>;
+using Schema = std::unique_ptr<xmlSchema, Free<xmlSchemaFree>>;
+using RelaxNg = std::unique_ptr<xmlRelaxNG, Free<xmlRelaxNGFree>>;
+
+// Reads one file of rules, if there is one; `read(path)` answers null when it is wrong.
+template <typename Owner, typename Read>
+Owner ReadRules(const Input& input, Read read) {
+    if (input.name.empty()) return nullptr;
+    ErrorCollector errors(input);
+    errors.validates = true;
+    Owner made(read(input.name.c_str()));
+    std::erase_if(errors.found, [](const Diagnostic& found) { return found.severity == Severity::WARNING; });
+    if (made == nullptr && errors.found.empty()) errors.Add(Severity::ERROR, 1, 0, "these rules cannot be read");
+    if (made == nullptr) throw TextError(errors.found);
+    return made;
+}
+
+Schema ReadSchema(const Input& input) {
+    return ReadRules<Schema>(input, [](const char* name) {
+        std::unique_ptr<xmlSchemaParserCtxt, Free<xmlSchemaFreeParserCtxt>> parser(xmlSchemaNewParserCtxt(name));
+        return parser != nullptr ? xmlSchemaParse(parser.get()) : nullptr;
+    });
+}
+
+RelaxNg ReadRelaxNg(const Input& input) {
+    return ReadRules<RelaxNg>(input, [](const char* name) {
+        std::unique_ptr<xmlRelaxNGParserCtxt, Free<xmlRelaxNGFreeParserCtxt>> parser(xmlRelaxNGNewParserCtxt(name));
+        return parser != nullptr ? xmlRelaxNGParse(parser.get()) : nullptr;
+    });
+}
+
+Dtd ReadDtd(const Input& input) {
+    return ReadRules<Dtd>(input, [](const char* name) { return xmlParseDTD(nullptr, Text(name)); });
+}
+
+void CheckDtd(xmlDtdPtr dtd, xmlDocPtr document) {
+    std::unique_ptr<xmlValidCtxt, Free<xmlFreeValidCtxt>> validator(xmlNewValidCtxt());
+    if (validator == nullptr) throw std::bad_alloc();
+    xmlValidateDtd(validator.get(), document, dtd);
+}
+
+void CheckSchema(xmlSchemaPtr schema, xmlDocPtr document) {
+    std::unique_ptr<xmlSchemaValidCtxt, Free<xmlSchemaFreeValidCtxt>> validator(xmlSchemaNewValidCtxt(schema));
+    if (validator == nullptr) throw std::bad_alloc();
+    xmlSchemaValidateDoc(validator.get(), document);
+}
+
+void CheckRelaxNg(xmlRelaxNGPtr grammar, xmlDocPtr document) {
+    std::unique_ptr<xmlRelaxNGValidCtxt, Free<xmlRelaxNGFreeValidCtxt>> validator(xmlRelaxNGNewValidCtxt(grammar));
+    if (validator == nullptr) throw std::bad_alloc();
+    xmlRelaxNGValidateDoc(validator.get(), document);
+}
+
+} // namespace
+
+struct Validator::Compiled {
+    EntityLoader localFilesOnly{xmlNoNetExternalEntityLoader};
+    bool ownDocumentType = false;
+    Dtd dtd;
+    Schema schema;
+    RelaxNg relaxNg;
+};
+
+Validator::Validator(const Rules& rules) : compiled_(std::make_unique<Compiled>()) {
+    compiled_->ownDocumentType = rules.ownDocumentType;
+    compiled_->dtd = ReadDtd(rules.dtd);
+    compiled_->schema = ReadSchema(rules.schema);
+    compiled_->relaxNg = ReadRelaxNg(rules.relaxNg);
+}
+
+Validator::~Validator() = default;
+
+std::vector<Diagnostic> Validator::Check(const Input& input) const {
+    const Compiled& rules = *compiled_;
+    std::vector<Diagnostic> warnings;
+    Document document;
+    if (!rules.ownDocumentType) document = Parse(input, References::REPLACE, warnings);
+    ErrorCollector errors(input);
+    errors.validates = true;
+    if (rules.ownDocumentType) {
+        Parser parser = NewParser();
+        document = ReadText(parser.get(), input, XML_PARSE_NOENT | XML_PARSE_DTDVALID);
+        if (document == nullptr) throw TextError(errors.found);
+    }
+    if (rules.dtd != nullptr || rules.schema != nullptr || rules.relaxNg != nullptr)
+        CheckDepth(document.get(), input.name);
+    if (rules.dtd != nullptr) CheckDtd(rules.dtd.get(), document.get());
+    if (rules.schema != nullptr) CheckSchema(rules.schema.get(), document.get());
+    if (rules.relaxNg != nullptr) CheckRelaxNg(rules.relaxNg.get(), document.get());
+    warnings.insert(warnings.end(), errors.found.begin(), errors.found.end());
+    return warnings;
+}
+
+} // namespace host::xml
