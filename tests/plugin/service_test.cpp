@@ -7,6 +7,7 @@
 #include "tests/plugin/reader_trace.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <fstream>
 #include <regex>
@@ -281,5 +282,58 @@ TEST_P(MissingForDocuments, ItsFallbackFlowsOn) {
 
 INSTANTIATE_TEST_SUITE_P(Services, MissingForDocuments, testing::ValuesIn(STORY_CASES),
                          ServiceName<testing::TestParamInfo<StoryCase>>);
+
+// ---- Services that answer, and are watched or fail ------------------------------------------------------------------
+
+template <typename Function>
+Function* HostService(const char* name) {
+    return reinterpret_cast<Function*>(host::ResolveService(name));
+}
+
+int closed = 0;
+
+void* LoadAndCountClose(host::Object* object, const char* declaration) {
+    if (std::string_view(declaration) == "Close()") ++closed;
+    return HostService<void*(host::Object*, const char*)>("KOVALoadObjectMethod")(object, declaration);
+}
+
+TEST(Services, EveryStreamIsClosed) {
+    ReplacedServices() = {{"KOVALoadObjectMethod", reinterpret_cast<void*>(LoadAndCountClose)}};
+    ExpectStory(
+        [] {
+            const ObjectRef document = MakeDocument("<a/>");
+            const ObjectRef file = host::NewFolderItem("file.xml");
+            const ObjectRef reader = host::Create("XmlReader", {});
+            Call(document, "SaveXml(fItem as FolderItem)", {file});
+            Call(document, "LoadXml(fItem as FolderItem)", {file});
+            Call(reader, "Parse", {file});
+            return std::to_string(closed);
+        },
+        "3");
+    ReplacedServices().clear();
+}
+
+bool refuses = false;
+
+host::Object* NewInstanceUnlessRefused(void* reference) {
+    return refuses ? nullptr : HostService<host::Object*(void*)>("PluginNewInstance")(reference);
+}
+
+// What the library made goes again when the host makes no object for it.
+TEST(Services, NothingStaysWithoutAnInstance) {
+    ReplacedServices() = {{"PluginNewInstance", reinterpret_cast<void*>(NewInstanceUnlessRefused)}};
+    ExpectStory(
+        [] {
+            const ObjectRef document = MakeDocument("<a/>");
+            const auto query = [&] { Call(document, "Xql(query as String) as XmlNodeList", {"//a"}); };
+            refuses = true;
+            query();
+            const struct mallinfo2 before = mallinfo2();
+            for (int i = 0; i < 1000; ++i) query();
+            return std::string(mallinfo2().uordblks < before.uordblks + 10'000 ? "freed" : "kept");
+        },
+        "freed");
+    ReplacedServices().clear();
+}
 
 } // namespace

@@ -401,6 +401,9 @@ TEST(Attributes, OfIdTypeStayFindable) {
     SDOM_setNodeName(dom.situation, dom.Get<SDOM_Node>(SDOM_getAttributeNode, dom.Child(root, 2), "xml:id"),
                      "xml:lang");
     EXPECT_EQ(found("two"), nullptr);
+    SDOM_setAttribute(dom.situation, dom.Child(root, 2), "plain", "four");
+    SDOM_setNodeName(dom.situation, dom.Get<SDOM_Node>(SDOM_getAttributeNode, dom.Child(root, 2), "plain"), "xml:id");
+    EXPECT_EQ(found("four"), dom.Child(root, 2));
 }
 
 TEST(Rename, ChangesNames) {

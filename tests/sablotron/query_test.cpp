@@ -161,6 +161,15 @@ TEST_F(Queries, SeeEveryEdit) {
     }
 }
 
+TEST_F(Queries, KeepTheirOrderAfterARun) {
+    SDOM_Document document = Parse("<r><a><b/></a><c/></r>");
+    const char* const QUERY = "//c | //b | //a";
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_THAT(Query(Node(document), QUERY), ElementsAre("a", "b", "c"));
+        EXPECT_EQ(Transform(Template("<o><xsl:copy-of select='//c | //b'/></o>"), document), 0);
+    }
+}
+
 TEST_F(Queries, ListsEndTheirItemsWithTheirDocument) {
     SDOM_Document document = Parse("<r><a/></r>");
     SDOM_NodeList list = nullptr;

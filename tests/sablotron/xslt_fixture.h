@@ -118,9 +118,12 @@ protected:
     const unsigned long operationLimit = sablot::maxXPathOperations; // which a test may change
     SablotSituation situation = nullptr;
     SablotHandle processor = nullptr;
-    SablotMessageHandler handler{
-        [](void*, SablotHandle, int, unsigned short, unsigned short code) { return static_cast<int>(code); }, Keep,
-        Keep};
+    SablotMessageHandler handler{[](void* self, SablotHandle, int latest, unsigned short, unsigned short code) {
+                                     static_cast<XsltFixture*>(self)->severity = latest;
+                                     return static_cast<int>(code);
+                                 },
+                                 Keep, Keep};
+    int severity = -1; // of the latest message
     std::vector<Message> messages;
     std::function<void()> onMessage;
     std::vector<SDOM_Document> documents;

@@ -43,6 +43,7 @@ TEST_P(Messages, OneForEachFailure) {
     const Message& message = messages[0];
     EXPECT_EQ(message.code, failure.code);
     EXPECT_EQ(message.level, 3);
+    EXPECT_EQ(severity, 1);
     EXPECT_EQ(message.Field("msgtype"), "error");
     EXPECT_EQ(message.Field("code"), std::to_string(failure.code));
     EXPECT_EQ(message.Field("module"), "Sablotron");
@@ -77,6 +78,7 @@ TEST_F(MessageFields, OfXslMessageGoToLog) {
                 testing::ElementsAre("msgtype:warning", "code:89", "module:Sablotron", "URI:arg:/style", "line:2",
                                      "node:element '<xsl:message>'", "msg:xsl:message (one two)"));
     EXPECT_EQ(messages[0].level, 2);
+    EXPECT_EQ(severity, 0);
     EXPECT_EQ(messages[1].Field("msg"), "xsl:message ()");
 }
 
@@ -101,6 +103,30 @@ TEST_F(MessageFields, KeepLinesBeyond65535) {
     EXPECT_EQ(Transform(Template(lines + "<xsl:value-of select='$v'/>"), "<a/>"), 46);
     ASSERT_EQ(messages.size(), 1U);
     EXPECT_EQ(messages[0].Field("line"), "70001");
+}
+
+// Lines go with copies of the tree, also into another document.
+TEST_F(MessageFields, KeepTheLinesOfCopies) {
+    SDOM_Document style = Parse(Template(std::string(70000, '\n') + "<xsl:value-of select='$v'/>"));
+    for (const bool foreign : {false, true}) {
+        SDOM_Document other = Parse("<a/>");
+        SDOM_Node copy = nullptr;
+        SDOM_cloneForeignNode(situation, other, Root(style), 1, &copy);
+        if (!foreign) SDOM_cloneNode(situation, copy, 1, &copy);
+        SDOM_replaceChild(situation, reinterpret_cast<SDOM_Node>(other), copy, Root(other));
+        EXPECT_EQ(Transform(other, Parse("<a/>")), 46);
+        ASSERT_EQ(messages.size(), 1U);
+        EXPECT_EQ(messages[0].Field("line"), "70001");
+    }
+}
+
+TEST_F(MessageFields, EndWithTheProcessor) {
+    SablotDestroyProcessor(processor);
+    processor = nullptr;
+    SDOM_Document document = nullptr;
+    EXPECT_EQ(SablotParseBuffer(situation, "<a", &document), 2);
+    documents.push_back(document);
+    EXPECT_TRUE(messages.empty());
 }
 
 TEST_F(MessageFields, OfAStylesheetThatIsParsed) {
