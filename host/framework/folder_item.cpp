@@ -127,7 +127,8 @@ void Delete(Object* self) {
 // The place a file is copied or moved to: in the folder, when the destination is one.
 fs::path Destination(Object* self, Object* destination) {
     const fs::path& path = Path(destination);
-    return fs::is_directory(path) ? path / Path(self).filename() : path;
+    std::error_code error; // what cannot be examined is no folder
+    return fs::is_directory(path, error) ? path / Path(self).filename() : path;
 }
 
 void CopyFileTo(Object* self, Object* destination) {

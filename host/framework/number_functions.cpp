@@ -5,6 +5,7 @@
 #include "host/runtime/class.h"
 #include "host/runtime/encoding.h"
 #include "host/runtime/exception.h"
+#include "host/runtime/number_text.h"
 #include "host/runtime/string.h"
 #include "host/runtime/variant.h"
 

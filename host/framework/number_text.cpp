@@ -4,7 +4,6 @@
 #include <unicode/unum.h>
 #include <unicode/ustring.h>
 
-#include <array>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -58,14 +57,6 @@ double DigitsValue(std::string_view digits, int base) {
 }
 
 } // namespace
-
-std::string NumberText(double number) {
-    if (std::isnan(number)) return "NaN";
-    if (std::isinf(number)) return number < 0 ? "-Infinity" : "Infinity";
-    std::array<char, 32> text;
-    auto [end, error] = std::to_chars(text.data(), text.data() + text.size(), number);
-    return {text.data(), end};
-}
 
 double NumberValue(std::string_view text) {
     text = TrimLeft(text, Characters::BYTES);

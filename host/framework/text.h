@@ -31,8 +31,6 @@ std::optional<std::string> EncodeCodePoint(uint32_t codePoint);
 // The code point of the first character, U+FFFD when it is ill-formed, -1 for empty text.
 int32_t FirstCodePoint(std::string_view text, Characters characters);
 
-// The shortest text that reads back as the same number.
-std::string NumberText(double number);
 // The number at the start of `text` (also &h, &o and &b forms), 0 when there is none.
 double NumberValue(std::string_view text);
 

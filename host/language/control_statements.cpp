@@ -221,6 +221,11 @@ StatementCompiler::Flow StatementCompiler::CompileForEach(const Statement& state
     Label next;
     Label exit;
     bool hasExit = false;
+    // An object is asked once, so that a loop may delete what it walks over; an array may grow.
+    if (Generating() && count != nullptr) {
+        generator_.SetPlace(statement.span);
+        generator_.GenerateInto(*count, last);
+    }
     generator_.Bind(next);
     if (Generating()) {
         generator_.SetPlace(statement.span);
@@ -229,7 +234,6 @@ StatementCompiler::Flow StatementCompiler::CompileForEach(const Statement& state
             generator_.Emit(Opcode::ARRAY_BOUND, last, listRegister);
             generator_.Emit(Opcode::TEST_LESS_EQUAL, index, last);
         } else {
-            generator_.GenerateInto(*count, last);
             generator_.Emit(Opcode::TEST_LESS, index, last);
         }
         generator_.Jump(Opcode::JUMP, 0, exit);

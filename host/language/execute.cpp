@@ -4,6 +4,7 @@
 #include "host/language/operations.h"
 #include "host/runtime/array.h"
 #include "host/runtime/encoding.h"
+#include "host/runtime/number_text.h"
 #include "host/runtime/property.h"
 #include "host/runtime/value.h"
 #include "host/runtime/variant.h"
@@ -491,7 +492,7 @@ RAISE_AGAIN:
 
     SIMPLE(PRINT_INTEGER, PrintText(std::to_string(A.integer) + "\n"));
     SIMPLE(PRINT_BOOLEAN, PrintText(A.integer != 0 ? "True\n" : "False\n"));
-    SIMPLE(PRINT_DOUBLE, PrintText(TextOf(A.number) + "\n"));
+    SIMPLE(PRINT_DOUBLE, PrintText(NumberText(A.number) + "\n"));
     SIMPLE(PRINT_STRING, PrintString(A.string));
     SIMPLE(PRINT_VARIANT, PrintText(TextOfVariant(A.object) + "\n"));
     SIMPLE(PRINT_LINE, PrintText("\n"));

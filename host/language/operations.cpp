@@ -4,11 +4,10 @@
 #include "host/language/folding.h"
 #include "host/runtime/class.h"
 #include "host/runtime/exception.h"
+#include "host/runtime/number_text.h"
 #include "host/runtime/variant.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cmath>
 #include <limits>
 
@@ -228,18 +227,11 @@ void RaiseOutOfBounds(int32_t index, const Array* array) {
 
 void RaiseNilObject(std::string_view what) { RaiseNew("NilObjectException", 0, what); }
 
-std::string TextOf(double value) {
-    if (std::isnan(value)) return "NaN";
-    if (std::isinf(value)) return value < 0 ? "-Infinity" : "Infinity";
-    std::array<char, 32> text{};
-    return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
-}
-
 std::string TextOfVariant(Object* variant) {
     switch (VariantKind(variant)) {
     case Kind::INTEGER: return std::to_string(UnboxInteger(variant));
     case Kind::BOOLEAN: return UnboxInteger(variant) != 0 ? "True" : "False";
-    case Kind::DOUBLE: return TextOf(UnboxDouble(variant));
+    case Kind::DOUBLE: return NumberText(UnboxDouble(variant));
     case Kind::STRING: return std::string(StringView(UnboxString(variant)));
     default: return NameOf(variant);
     }

@@ -44,7 +44,6 @@ void RaiseOutOfBounds(int32_t index, const Array* array);
 void RaiseNilObject(std::string_view what);
 
 // What Print shows.
-std::string TextOf(double value);
 std::string TextOfVariant(Object* variant);
 
 // Gives back what a variable or argument of this storage holds.
