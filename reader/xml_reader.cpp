@@ -66,8 +66,6 @@ bool ParseText(XML_Parser target, XML_Parser main, KOVAString text, KOVABoolean 
         BePromptAboutSmallConstructs(target);
         const std::string_view bytes = StringBytes(text);
         parsed = XML_Parse(target, bytes.data(), static_cast<int>(bytes.size()), isFinal) != XML_STATUS_ERROR;
-        // Expat counts lines on demand, in the text itself, which may be gone when the program asks.
-        if (target == main && (isFinal || !parsed)) XML_GetCurrentLineNumber(main);
     }
     if (!parsed) RaiseReaderException(main);
     return parsed;
