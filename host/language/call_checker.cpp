@@ -20,14 +20,15 @@ NodePtr ExpressionChecker::CheckCall(const Expression& expression, Use use) {
     if (callee.kind == ExpressionKind::MEMBER) return CheckMemberCall(callee, &expression, use);
     if (callee.kind != ExpressionKind::NAME) {
         NodePtr array = Check(callee);
-        return Index(std::move(array), expression);
+        return Index(std::move(array), expression, use);
     }
 
     bool onSelf = false;
     auto functions = ResolveFunctions(callee.name, onSelf);
     NodePtr value = functions.empty() || IsInstanceName(callee) ? ResolveValue(callee.name, callee.span) : nullptr;
+    bool isDelegate = value != nullptr && value->type.Is(TypeKind::OBJECT) && value->type.cls->delegate != nullptr;
     bool isArray = value != nullptr && (value->type.Is(TypeKind::ARRAY) || value->IsInvalid());
-    if (isArray) return Index(std::move(value), expression);
+    if (isArray || isDelegate) return Index(std::move(value), expression, use);
     if (functions.empty()) {
         // A variable may have the name of a class; as it cannot be called, the class is meant.
         ValueType type = environment_.TypeNamed(callee.name, false);
@@ -69,7 +70,9 @@ NodePtr ExpressionChecker::ArrayOf(std::vector<NodePtr> elements, const Span& sp
         bool fits = ConversionCost(element->type, type) >= 0;
         if (!fits && ConversionCost(type, element->type) >= 0) type = element->type;
     }
-    if (!elements.empty() && (type.Is(TypeKind::NIL) || type.Is(TypeKind::ARRAY) || type.Is(TypeKind::NOTHING))) {
+    if (!elements.empty()
+        && (type.Is(TypeKind::NIL) || type.Is(TypeKind::ARRAY) || type.Is(TypeKind::ADDRESS)
+            || type.Is(TypeKind::NOTHING))) {
         Error(span, "an array cannot hold " + type.Text());
         return InvalidNode(span);
     }
@@ -105,7 +108,9 @@ NodePtr ExpressionChecker::CheckNew(const Expression& expression) {
     return node;
 }
 
-NodePtr ExpressionChecker::Index(NodePtr array, const Expression& call) {
+NodePtr ExpressionChecker::Index(NodePtr array, const Expression& call, Use use) {
+    bool isDelegate = array->type.Is(TypeKind::OBJECT) && array->type.cls->delegate != nullptr;
+    if (isDelegate) return CallDelegate(std::move(array), call, use);
     auto arguments = CheckArguments(call);
     if (array->IsInvalid()) return InvalidNode(call.span);
     if (!array->type.Is(TypeKind::ARRAY)) {

@@ -17,7 +17,7 @@
 namespace host::language {
 
 // Every instruction: name and what its operands a, b, c mean (see Disassemble): r register, k small constant, n number,
-// F function, o byte offset, C class, N native function, P property, A array class. Operands that fill b and c
+// F function, o byte offset, C class, N native function, P property, E event, A array class. Operands that fill b and c
 // together: i integer, j jump (relative to the next instruction), f function, g global, s string, d double, c class.
 // The list is the only one: enumeration, dispatch table and disassembler are made from it.
 #define KOVA_INSTRUCTIONS(X)                                                                                           \
@@ -154,6 +154,13 @@ namespace host::language {
     X(FOR_NEXT_DOUBLE, "rrr")                                                                                          \
     X(CALL, "rf")                                                                                                      \
     X(CALL_VIRTUAL, "rnF")                                                                                             \
+    X(CALL_DELEGATE, "rnF")                                                                                            \
+    X(RAISE_EVENT, "rrE")                                                                                              \
+    X(BIND_FUNCTION, "rf")                                                                                             \
+    X(BIND_METHOD, "rrF")                                                                                              \
+    X(BIND_VIRTUAL, "rrn")                                                                                             \
+    X(ADD_HANDLER, "rrE")                                                                                              \
+    X(REMOVE_HANDLER, "rrE")                                                                                           \
     X(CALL_NATIVE, "rrN")                                                                                              \
     X(GET_PROPERTY, "rrP")                                                                                             \
     X(SET_PROPERTY, "rrP")                                                                                             \
@@ -210,6 +217,7 @@ struct Handler {
 struct Code {
     std::string name; // for stack traces: "Counter.Add", "" for a program's statements
     uint32_t file = 0;
+    bool isHidden = false;           // left out of stack traces
     uint16_t frameSize = 0;          // registers, with the windows of calls
     std::vector<Storage> parameters; // the object of a method first; a ByRef parameter is PLAIN
     std::vector<Kind> parameterKinds;
@@ -237,6 +245,7 @@ struct Tables {
     std::vector<double> doubles;
     std::vector<NativeCall> natives;
     std::vector<const Property*> properties;
+    std::vector<const Event*> events;
     std::vector<Class*> classes;
     std::vector<Class*> arrayClasses;
 };

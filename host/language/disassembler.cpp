@@ -24,6 +24,7 @@ std::string Operand(char kind, const Instruction& instruction, uint16_t value, s
     case 'k': return std::to_string(static_cast<int16_t>(value));
     case 'C': return tables.classes[value]->name;
     case 'N': return tables.natives[value].name;
+    case 'E': return tables.events[value]->signature.name;
     case 'P': return tables.properties[value]->name;
     case 'A': return tables.arrayClasses[value]->name;
     case 'F': return tables.codes[value]->name;

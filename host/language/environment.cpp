@@ -1,6 +1,8 @@
 // Looks symbols up, and makes those of registered classes and modules.
 #include "host/language/environment.h"
 
+#include "host/language/attachments.h"
+#include "host/language/delegate.h"
 #include "host/runtime/array.h"
 #include "host/runtime/encoding.h"
 #include "host/runtime/module.h"
@@ -12,12 +14,6 @@
 namespace host::language {
 
 namespace {
-
-// Whether a method of a subclass hides one of a superclass.
-bool SameParameters(const FunctionSymbol& left, const FunctionSymbol& right) {
-    return std::equal(left.parameters.begin(), left.parameters.end(), right.parameters.begin(), right.parameters.end(),
-                      [](const auto& a, const auto& b) { return a.type == b.type && a.isByRef == b.isByRef; });
-}
 
 template <typename Symbol>
 auto* Find(const Names<std::unique_ptr<Symbol>>& names, std::string_view name) {
@@ -42,10 +38,24 @@ std::unique_ptr<ConstantSymbol> ImportConstant(const Constant& constant) {
 
 } // namespace
 
+void DescribeParameters(const FunctionSymbol& function, Code& code) {
+    code.resultKind = KindOf(function.result.kind);
+    code.result = StorageOf(function.result);
+    if (function.owner != nullptr) {
+        code.parameters.push_back(Storage::OBJECT);
+        code.parameterKinds.push_back(Kind::OBJECT);
+    }
+    for (const ParameterSymbol& parameter : function.parameters) {
+        code.parameters.push_back(parameter.isByRef ? Storage::PLAIN : StorageOf(parameter.type));
+        code.parameterKinds.push_back(KindOf(parameter.type.kind));
+    }
+}
+
 Environment::Environment() : globals(static_cast<Slot*>(std::calloc(MAX_GLOBALS, sizeof(Slot)))) {}
 
 Environment::~Environment() {
     ReleaseGlobals();
+    RemoveStandIns();
     // Subclasses go before their superclasses.
     for (auto cls = classOrder.rbegin(); cls != classOrder.rend(); ++cls) {
         if ((*cls)->native != nullptr) RemoveClass((*cls)->native);
@@ -70,6 +80,7 @@ bool Environment::RemoveProgramClass(const std::string& key) {
     auto found = classes.find(key);
     if (found == classes.end()) return true;
     ClassSymbol* cls = found->second.get();
+    RemoveStandIns();
     if (cls->native != nullptr && !RemoveClass(cls->native)) return false;
     cls->native = nullptr;
     std::erase(classOrder, cls);
@@ -174,9 +185,12 @@ void Environment::ImportMembers(ClassSymbol& cls) {
         auto symbol = std::make_unique<EventSymbol>();
         symbol->name = event->signature.name;
         symbol->native = event.get();
-        symbol->result = FromRuntime(event->signature.result);
+        symbol->signature.name = symbol->name;
+        symbol->signature.owner = &cls;
+        symbol->signature.result = FromRuntime(event->signature.result);
         for (const FormalParameter& parameter : event->signature.parameters) {
-            symbol->parameters.push_back({parameter.name, FromRuntime(parameter.type), parameter.byRef, {}, {}});
+            symbol->signature.parameters.push_back(
+                {parameter.name, FromRuntime(parameter.type), parameter.byRef, {}, {}});
         }
         cls.events.emplace(FoldName(symbol->name), std::move(symbol));
     }
@@ -376,6 +390,51 @@ uint32_t Environment::PropertyIndex(const Property* property) {
     auto [entry, isNew] = propertyIndices_.emplace(property, static_cast<uint32_t>(tables.properties.size()));
     if (isNew) tables.properties.push_back(property);
     return entry->second;
+}
+
+uint32_t Environment::EventIndex(const Event* event) {
+    auto [entry, isNew] = eventIndices_.emplace(event, static_cast<uint32_t>(tables.events.size()));
+    if (isNew) tables.events.push_back(event);
+    return entry->second;
+}
+
+uint32_t Environment::PlainEntry(FunctionSymbol& function) {
+    if (function.plainEntry) return *function.plainEntry;
+    function.plainEntry = NewCode();
+    Code& code = *tables.codes[*function.plainEntry];
+    DescribeParameters(function, code);
+    code.parameters.insert(code.parameters.begin(), Storage::OBJECT);
+    code.parameterKinds.insert(code.parameterKinds.begin(), Kind::OBJECT);
+    code.name = function.QualifiedName();
+    code.file = function.file;
+    code.isHidden = true;
+    code.frameSize = static_cast<uint16_t>(function.parameters.size() + 2);
+    // The arguments lie where the function wants them already.
+    Instruction call{.opcode = Opcode::CALL, .a = 1, .i = static_cast<int32_t>(function.index)};
+    Instruction back{.opcode = function.HasResult() ? Opcode::RETURN_VALUE : Opcode::RETURN, .a = 1, .i = 0};
+    code.instructions = {call, back};
+    code.offsets.assign(2, function.definition->span.offset);
+    return *function.plainEntry;
+}
+
+ClassSymbol* Environment::DelegateFor(EventSymbol& event) {
+    auto& cls = eventDelegates_[&event];
+    if (cls == nullptr) {
+        cls = std::make_unique<ClassSymbol>();
+        cls->name = "handler of " + event.Text();
+        DefineDelegate(*cls, std::make_unique<FunctionSymbol>());
+        cls->delegate->name = event.name;
+        cls->delegate->parameters = event.signature.parameters;
+        cls->delegate->result = event.signature.result;
+    }
+    return cls.get();
+}
+
+void Environment::DefineDelegate(ClassSymbol& cls, std::unique_ptr<FunctionSymbol> signature) {
+    cls.delegate = std::move(signature);
+    cls.delegate->owner = &cls;
+    cls.native = DelegateClass(cls.name);
+    classOrder.push_back(&cls);
 }
 
 uint32_t Environment::ClassIndex(ClassSymbol* cls) {

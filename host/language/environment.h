@@ -54,9 +54,16 @@ public:
     uint32_t DoubleIndex(double value);
     uint32_t NativeIndex(const Method& method, bool isSetter, bool hasObject);
     uint32_t PropertyIndex(const Property* property);
+    uint32_t EventIndex(const Event* event);
     uint32_t ClassIndex(ClassSymbol* cls);
     uint32_t ArrayClassIndex(const ValueType& elementType);
     uint32_t NewCode(); // an empty function
+    // Code that ignores its first argument and calls the function, which has no object.
+    uint32_t PlainEntry(FunctionSymbol& function);
+    // The type of what can handle an event.
+    ClassSymbol* DelegateFor(EventSymbol& event);
+    // Makes the class a type of delegates.
+    void DefineDelegate(ClassSymbol& cls, std::unique_ptr<FunctionSymbol> signature);
     // A variable that lives as long as the environment.
     uint32_t NewGlobal(Storage storage);
 
@@ -101,8 +108,13 @@ private:
     std::unordered_map<uint64_t, uint32_t> doubleIndices_;
     std::map<std::pair<const Method*, bool>, uint32_t> nativeIndices_;
     std::unordered_map<const Property*, uint32_t> propertyIndices_;
+    std::unordered_map<const Event*, uint32_t> eventIndices_;
+    std::unordered_map<EventSymbol*, std::unique_ptr<ClassSymbol>> eventDelegates_;
     std::unordered_map<ClassSymbol*, uint32_t> classIndices_;
     std::unordered_map<Class*, uint32_t> arrayIndices_;
 };
+
+// What the code of a function takes and returns.
+void DescribeParameters(const FunctionSymbol& function, Code& code);
 
 } // namespace host::language

@@ -1,4 +1,5 @@
 // The opcode loop.
+#include "host/language/attachments.h"
 #include "host/language/folding.h"
 #include "host/language/machine.h"
 #include "host/language/operations.h"
@@ -24,6 +25,12 @@ void ReleaseArguments(const Code& code, const Slot* window) {
 void ReleaseResult(Kind kind, Slot value) {
     if (kind == Kind::STRING) UnlockString(value.string);
     if (kind == Kind::OBJECT || kind == Kind::VARIANT || kind == Kind::ARRAY) UnlockObject(value.object);
+}
+
+void Bind(Object* delegate, Object* target, const Code* code) {
+    LockObject(target);
+    AsDelegate(delegate)->target = target;
+    AsDelegate(delegate)->code = code;
 }
 
 void RaiseMismatch(const Object* object, const std::string& wanted) {
@@ -424,6 +431,61 @@ CALL_VIRTUAL : {
     POLL();
     DISPATCH();
 }
+CALL_DELEGATE : {
+    Slot* window = &A;
+    SAVE();
+    const Code* code = tables.codes[pc->c].get();
+    Delegate* delegate = AsDelegate(window->object);
+    if (delegate == nullptr) [[unlikely]] {
+        ReleaseArguments(*code, window);
+        RaiseNilObject("the delegate is Nil");
+        goto failed;
+    }
+    code = delegate->code;
+    window->object = delegate->target;
+    LockObject(window->object);
+    UnlockObject(delegate);
+    if (!Push(*code, window)) [[unlikely]] {
+        ReleaseArguments(*code, window);
+        goto failed;
+    }
+    base = window;
+    pc = code->instructions.data();
+    POLL();
+    DISPATCH();
+}
+RAISE_EVENT : {
+    const Event& event = *tables.events[pc->c];
+    SAVE();
+    Slot value{};
+    if (void* handler = EventHandlerOf(B.object, &event)) CallNative(event.shape, handler, &B, &value);
+    if (IsExceptionPending() || isStopped_) [[unlikely]] {
+        ReleaseResult(event.shape->result, value);
+        goto failed;
+    }
+    A = value;
+    NEXT();
+}
+    SIMPLE(BIND_FUNCTION, AsDelegate(A.object)->code = tables.codes[static_cast<size_t>(pc->i)].get());
+BIND_METHOD:
+    NEED_OBJECT(B.object, "the object is Nil");
+    Bind(A.object, B.object, tables.codes[pc->c].get());
+    NEXT();
+BIND_VIRTUAL:
+    NEED_OBJECT(B.object, "the object is Nil");
+    Bind(A.object, B.object, static_cast<const ClassCode*>(B.object->cls->program)->virtualMethods[pc->c]);
+    NEXT();
+ADD_HANDLER:
+    NEED_OBJECT(A.object, "the object is Nil");
+    NEED_OBJECT(B.object, "the delegate is Nil");
+    AttachHandler(A.object, tables.events[pc->c], B.object, CallAttached);
+    NEXT();
+REMOVE_HANDLER:
+    NEED_OBJECT(A.object, "the object is Nil");
+    NEED_OBJECT(B.object, "the delegate is Nil");
+    SAVE();
+    DetachHandler(A.object, tables.events[pc->c], B.object);
+    NEXT();
 CALL_NATIVE : {
     const NativeCall& call = tables.natives[pc->c];
     SAVE();

@@ -28,6 +28,8 @@ NodePtr ExpressionChecker::Check(const Expression& expression, Use use) {
         break;
     case ExpressionKind::IS_A: node = CheckIsA(expression); break;
     case ExpressionKind::SELF: node = CheckSelf(expression); break;
+    case ExpressionKind::RAISE_EVENT: node = CheckRaise(expression, use); break;
+    case ExpressionKind::ADDRESS_OF: node = CheckAddress(expression); break;
     case ExpressionKind::CONDITIONAL: node = CheckConditional(expression); break;
     case ExpressionKind::ARRAY: node = ArrayOf(CheckArguments(expression), expression.span); break;
     case ExpressionKind::SUPER:
@@ -55,6 +57,7 @@ int ExpressionChecker::ConversionCost(const ValueType& from, const ValueType& ty
         if (type.Is(TypeKind::OBJECT) || type.Is(TypeKind::ARRAY)) return 1;
         return type.Is(TypeKind::VARIANT) ? 2 : -1;
     }
+    if (from.Is(TypeKind::ADDRESS)) return type.Is(TypeKind::OBJECT) && type.cls->delegate != nullptr ? 1 : -1;
     if (type.Is(TypeKind::VARIANT)) return 100;
     if (from.Is(TypeKind::VARIANT)) return 120;
     if (from.Is(TypeKind::INTEGER) && type.Is(TypeKind::DOUBLE)) return 50;
@@ -66,6 +69,7 @@ NodePtr ExpressionChecker::Convert(NodePtr node, const ValueType& type) {
     if (node->IsInvalid() || type.Is(TypeKind::INVALID)) return InvalidNode(node->span);
     const ValueType from = node->type;
     if (from == type) return node;
+    if (from.Is(TypeKind::ADDRESS)) return BindAddress(std::move(node), type);
     if (node->kind == NodeKind::ARRAY && type.Is(TypeKind::ARRAY)) return ConvertElements(std::move(node), type);
     if (ConversionCost(from, type) < 0) {
         Error(node->span, "expected " + type.Text() + ", not " + from.Text() + ConversionHint(from, type));

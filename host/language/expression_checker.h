@@ -63,6 +63,8 @@ public:
         NodePtr item;
     };
     Items CheckItems(const Node& list, uint16_t listRegister, uint16_t index);
+    // What AddHandler or RemoveHandler does.
+    NodePtr CheckHandler(const ast::Statement& statement);
     bool IsException(const ValueType& type);
     ValueType CaughtType(const ast::Branch& branch);
 
@@ -81,6 +83,13 @@ private:
     NodePtr CheckConditional(const ast::Expression& expression);
     NodePtr CheckIsA(const ast::Expression& expression);
     NodePtr CheckSelf(const ast::Expression& expression);
+    NodePtr CheckRaise(const ast::Expression& expression, Use use);
+    // Super.Event(…)
+    NodePtr CheckInheritedHandler(EventSymbol& event, std::vector<NodePtr> arguments, const ast::Expression& member,
+                                  const Span& span, Use use);
+    NodePtr CheckAddress(const ast::Expression& expression);
+    NodePtr BindAddress(NodePtr address, const ValueType& type);
+    NodePtr CallDelegate(NodePtr delegate, const ast::Expression& call, Use use);
 
     // What a name means as it stands, without a call: a value, or nothing (null, nothing reported).
     NodePtr ResolveValue(std::string_view name, const Span& span);
@@ -104,7 +113,8 @@ private:
     NodePtr CallMember(NodePtr object, const std::string& name, std::vector<NodePtr> arguments, const Span& span);
     NodePtr ConvertElements(NodePtr array, const ValueType& type);
     NodePtr CheckCast(const ValueType& type, const ast::Expression& call);
-    NodePtr Index(NodePtr array, const ast::Expression& call);
+    // What `value(arguments)` is: an element of an array, or a call of a delegate.
+    NodePtr Index(NodePtr array, const ast::Expression& call, Use use = Use::VALUE);
     NodePtr UpperBound(NodePtr array, const Span& span);
     NodePtr ArrayOf(std::vector<NodePtr> elements, const Span& span);
     std::vector<NodePtr> CheckArguments(const ast::Expression& call);

@@ -29,13 +29,10 @@ bool CallsSuperConstructor(const ast::Block& block) {
 void StatementCompiler::BeginFunction(const FunctionSymbol& function, uint32_t file) {
     code_.name = function.QualifiedName();
     code_.file = file;
-    code_.resultKind = KindOf(function.result.kind);
-    code_.result = StorageOf(function.result);
+    DescribeParameters(function, code_);
     result_ = function.result;
     if (function.owner != nullptr) {
         ValueType type{TypeKind::OBJECT, TypeKind::INVALID, function.owner};
-        code_.parameters.push_back(Storage::OBJECT);
-        code_.parameterKinds.push_back(Kind::OBJECT);
         Hold(generator_.NewRegister(), type);
     }
     for (const ParameterSymbol& parameter : function.parameters) {
@@ -46,8 +43,6 @@ void StatementCompiler::BeginFunction(const FunctionSymbol& function, uint32_t f
         variable->isParameter = true;
         variable->isByRef = parameter.isByRef;
         variable->slot = generator_.NewRegister();
-        code_.parameters.push_back(parameter.isByRef ? Storage::PLAIN : StorageOf(parameter.type));
-        code_.parameterKinds.push_back(KindOf(parameter.type.kind));
         if (!parameter.isByRef) Hold(static_cast<uint16_t>(variable->slot), parameter.type);
     }
     generator_.SetVariableTop();

@@ -173,7 +173,12 @@ Value Generator::Produce(const Node& node, uint16_t reg) {
     case NodeKind::FIELD:
     case NodeKind::PROPERTY: value = ProduceField(node, reg); break;
     case NodeKind::ELEMENT: value = ProduceElement(node, reg); break;
-    case NodeKind::CALL: value = ProduceCall(node, reg); break;
+    case NodeKind::CALL:
+    case NodeKind::DELEGATE_CALL:
+    case NodeKind::RAISE_EVENT: value = ProduceCall(node, reg); break;
+    case NodeKind::DELEGATE: value = ProduceDelegate(node, reg); break;
+    case NodeKind::HANDLER: AttachHandler(node); break;
+    case NodeKind::ADDRESS_OF: break;
     case NodeKind::ARRAY_CALL: value = ProduceArrayCall(node, reg); break;
     case NodeKind::ARRAY: value = ProduceArray(node, reg); break;
     case NodeKind::NEW: value = ProduceNew(node, reg); break;

@@ -70,6 +70,9 @@ public:
     bool Finish();
 
 private:
+    // How the code of a call is found: by the function, by the object's class, or by the delegate.
+    enum class Dispatch : uint8_t { DIRECT, VIRTUAL, DELEGATE };
+
     Value Produce(const Node& node, uint16_t reg);
     Value Argument(const Node& node, uint16_t reg);
     Value Owned(uint16_t reg, const ValueType& type) { return {reg, BeginLifetime(reg, type)}; }
@@ -80,6 +83,8 @@ private:
     Value ProduceField(const Node& node, uint16_t reg);
     Value ProduceElement(const Node& node, uint16_t reg);
     Value ProduceCall(const Node& node, uint16_t reg);
+    Value ProduceDelegate(const Node& node, uint16_t reg);
+    void AttachHandler(const Node& node);
     Value ProduceNew(const Node& node, uint16_t reg);
     Value ProduceArray(const Node& node, uint16_t reg);
     Value ProduceArrayCall(const Node& node, uint16_t reg);
@@ -89,9 +94,10 @@ private:
     Value ProduceConcatenation(const Node& node, uint16_t reg);
     // The object is a node or, if that is null, in a register. Answers the register in which the result lies.
     uint16_t CallProgram(const FunctionSymbol& function, const Node* object, uint16_t objectRegister,
-                         const std::vector<NodePtr>& arguments, uint16_t result, bool isVirtual);
+                         const std::vector<NodePtr>& arguments, uint16_t result, Dispatch dispatch);
+    // A function of a class or of the framework, or the handler of an event.
     void CallNative(const FunctionSymbol& function, const Node* object, uint16_t objectRegister,
-                    const std::vector<NodePtr>& arguments, uint16_t result);
+                    const std::vector<NodePtr>& arguments, uint16_t result, const EventSymbol* event = nullptr);
     std::vector<std::pair<Value, ValueType>> HoldFieldOwners(const FunctionSymbol& function,
                                                              const std::vector<NodePtr>& arguments);
     void ByRefArgument(const Node& node, uint16_t reg, uint16_t owner);

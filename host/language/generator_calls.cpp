@@ -34,7 +34,7 @@ void Generator::ByRefArgument(const Node& node, uint16_t reg, uint16_t owner) {
 }
 
 uint16_t Generator::CallProgram(const FunctionSymbol& function, const Node* object, uint16_t objectRegister,
-                                const std::vector<NodePtr>& arguments, uint16_t result, bool isVirtual) {
+                                const std::vector<NodePtr>& arguments, uint16_t result, Dispatch dispatch) {
     bool hasObject = function.owner != nullptr;
     size_t count = arguments.size() + (hasObject ? 1 : 0);
     auto owners = HoldFieldOwners(function, arguments);
@@ -54,7 +54,7 @@ uint16_t Generator::CallProgram(const FunctionSymbol& function, const Node* obje
             value = Owned(reg, NIL_TYPE);
         }
         passed.push_back(value);
-        bool needsCheck = object != nullptr && object->kind != NodeKind::SELF && !isVirtual;
+        bool needsCheck = object != nullptr && object->kind != NodeKind::SELF && dispatch == Dispatch::DIRECT;
         if (needsCheck) Emit(Opcode::CHECK_NIL, reg);
         reg++;
     }
@@ -67,8 +67,10 @@ uint16_t Generator::CallProgram(const FunctionSymbol& function, const Node* obje
         }
     }
     for (const Value& value : passed) EndLifetime(value.lifetime);
-    if (isVirtual)
+    if (dispatch == Dispatch::VIRTUAL)
         Emit(Opcode::CALL_VIRTUAL, window, static_cast<uint16_t>(function.virtualSlot), function.index);
+    else if (dispatch == Dispatch::DELEGATE)
+        Emit(Opcode::CALL_DELEGATE, window, 0, function.index);
     else
         EmitLong(Opcode::CALL, window, static_cast<int32_t>(function.index));
     if (owners.empty()) return window;
@@ -80,7 +82,7 @@ uint16_t Generator::CallProgram(const FunctionSymbol& function, const Node* obje
 }
 
 void Generator::CallNative(const FunctionSymbol& function, const Node* object, uint16_t objectRegister,
-                           const std::vector<NodePtr>& arguments, uint16_t result) {
+                           const std::vector<NodePtr>& arguments, uint16_t result, const EventSymbol* event) {
     bool hasObject = function.owner != nullptr;
     bool isSetter = arguments.size() > function.parameters.size();
     size_t count = arguments.size() + (hasObject ? 1 : 0);
@@ -107,7 +109,10 @@ void Generator::CallNative(const FunctionSymbol& function, const Node* object, u
             ByRefArgument(*arguments[i], reg, isField ? owned[owner++].first.reg : uint16_t{0});
         }
     }
-    Emit(Opcode::CALL_NATIVE, result, window, environment_.NativeIndex(*function.native, isSetter, hasObject));
+    if (event != nullptr)
+        Emit(Opcode::RAISE_EVENT, result, window, environment_.EventIndex(event->native));
+    else
+        Emit(Opcode::CALL_NATIVE, result, window, environment_.NativeIndex(*function.native, isSetter, hasObject));
     bool hasResult = function.HasResult() && !isSetter;
     Value returned = hasResult ? Owned(result, function.result) : Value();
     for (auto& [value, type] : owned) Release(value, type);
@@ -118,11 +123,14 @@ Value Generator::ProduceCall(const Node& node, uint16_t reg) {
     const FunctionSymbol& function = *node.function;
     SetPlace(node.span);
     bool hasResult = !node.type.Is(TypeKind::NOTHING);
-    if (function.native != nullptr) {
-        CallNative(function, node.left.get(), 0, node.arguments, hasResult ? reg : NewRegister());
+    if (function.native != nullptr || node.event != nullptr) {
+        CallNative(function, node.left.get(), 0, node.arguments, hasResult ? reg : NewRegister(), node.event);
     } else {
         bool isVirtual = function.virtualSlot >= 0 && !node.isSuper;
-        uint16_t window = CallProgram(function, node.left.get(), 0, node.arguments, reg, isVirtual);
+        Dispatch dispatch = node.kind == NodeKind::DELEGATE_CALL ? Dispatch::DELEGATE
+                            : isVirtual                          ? Dispatch::VIRTUAL
+                                                                 : Dispatch::DIRECT;
+        uint16_t window = CallProgram(function, node.left.get(), 0, node.arguments, reg, dispatch);
         if (hasResult && window != reg) Emit(Opcode::MOVE, reg, window);
     }
     return hasResult ? Owned(reg, node.type) : Value{reg, -1};
@@ -136,14 +144,43 @@ Value Generator::ProduceNew(const Node& node, uint16_t reg) {
     const ClassSymbol* initialized = node.cls;
     while (initialized != nullptr && initialized->initializer == nullptr) initialized = initialized->super;
     uint16_t top = next_;
-    if (initialized != nullptr) CallProgram(*initialized->initializer, nullptr, reg, {}, NewRegister(), false);
+    if (initialized != nullptr)
+        CallProgram(*initialized->initializer, nullptr, reg, {}, NewRegister(), Dispatch::DIRECT);
     next_ = top;
     if (node.function != nullptr && node.function->native != nullptr) {
         CallNative(*node.function, nullptr, reg, node.arguments, NewRegister());
     } else if (node.function != nullptr) {
-        CallProgram(*node.function, nullptr, reg, node.arguments, NewRegister(), false);
+        CallProgram(*node.function, nullptr, reg, node.arguments, NewRegister(), Dispatch::DIRECT);
     }
     return object;
+}
+
+Value Generator::ProduceDelegate(const Node& node, uint16_t reg) {
+    SetPlace(node.span);
+    FunctionSymbol& function = *node.function;
+    EmitLong(Opcode::NEW_OBJECT, reg, static_cast<int32_t>(environment_.ClassIndex(node.cls)));
+    Value delegate = Owned(reg, node.type);
+    if (node.left == nullptr) {
+        EmitLong(Opcode::BIND_FUNCTION, reg, static_cast<int32_t>(environment_.PlainEntry(function)));
+        return delegate;
+    }
+    Value object = Generate(*node.left);
+    if (function.virtualSlot >= 0)
+        Emit(Opcode::BIND_VIRTUAL, reg, object.reg, static_cast<size_t>(function.virtualSlot));
+    else
+        Emit(Opcode::BIND_METHOD, reg, object.reg, function.index);
+    Release(object, node.left->type);
+    return delegate;
+}
+
+void Generator::AttachHandler(const Node& node) {
+    Value object = Generate(*node.left);
+    Value delegate = Generate(*node.right);
+    SetPlace(node.span);
+    Emit(node.isRemoval ? Opcode::REMOVE_HANDLER : Opcode::ADD_HANDLER, object.reg, delegate.reg,
+         environment_.EventIndex(node.event->native));
+    Release(delegate, node.right->type);
+    Release(object, node.left->type);
 }
 
 Value Generator::ProduceArray(const Node& node, uint16_t reg) {

@@ -176,6 +176,13 @@ void Machine::CallBack(void* context, const Slot* arguments, Slot* result) {
     current->Invoke(*static_cast<const Code*>(context), arguments, result);
 }
 
+void Machine::CallAttached(Delegate& delegate, const Slot* arguments, Slot* result) {
+    if (current == nullptr) return;
+    std::vector<Slot> passed(arguments, arguments + delegate.code->parameters.size());
+    passed[0].object = delegate.target;
+    current->Invoke(*delegate.code, passed.data(), result);
+}
+
 void Machine::RunDestructor(Object* object, Class* cls) {
     const Code* destructor = static_cast<const ClassCode*>(cls->program)->destructor;
     if (destructor == nullptr || current == nullptr) return;
@@ -227,6 +234,7 @@ std::vector<StackEntry> Machine::StackTrace() const {
     std::vector<StackEntry> trace;
     for (auto frame = frames_.rbegin(); frame != frames_.rend() && trace.size() < MAX_TRACE; ++frame) {
         const Code& code = *frame->code;
+        if (code.isHidden) continue;
         const SourceFile& file = *environment_.files[code.file];
         auto index = static_cast<size_t>(frame->pc - code.instructions.data());
         trace.push_back({code.name, file.Name(), file.Locate(code.offsets[index]).line});

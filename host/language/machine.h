@@ -2,6 +2,7 @@
 // calls that come back from native code do.
 #pragma once
 
+#include "host/language/delegate.h"
 #include "host/language/environment.h"
 #include "host/language/run.h"
 #include "host/runtime/exception.h"
@@ -31,6 +32,7 @@ public:
     // Callbacks for the runtime. `context` is the Code.
     static void CallBack(void* context, const Slot* arguments, Slot* result);
     static void RunDestructor(Object* object, Class* cls);
+    static void CallAttached(Delegate& delegate, const Slot* arguments, Slot* result);
 
     // Asks the running program to stop. Safe in a signal handler.
     static void Interrupt();

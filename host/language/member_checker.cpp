@@ -63,7 +63,7 @@ NodePtr ExpressionChecker::CheckModuleMember(ModuleSymbol& module, const Express
     } else if (auto constant = module.constants.find(key); constant != module.constants.end()) {
         value = SymbolValue(*constant->second, member.span);
     }
-    if (value != nullptr) return call == nullptr ? std::move(value) : Index(std::move(value), *call);
+    if (value != nullptr) return call == nullptr ? std::move(value) : Index(std::move(value), *call, use);
     auto found = module.functions.find(key);
     if (found == module.functions.end()) {
         Error(member.nameSpan, module.name + " has no member \"" + member.name + "\""
@@ -105,6 +105,9 @@ NodePtr ExpressionChecker::CheckSuperCall(const Expression& member, const Expres
         return nothing;
     }
     if (methods.empty()) {
+        if (EventSymbol* event = environment_.FindEvent(super, member.name)) {
+            return CheckInheritedHandler(*event, std::move(arguments), member, call.span, use);
+        }
         if (PropertySymbol* property = environment_.FindProperty(super, member.name);
             (property != nullptr) && &call == &member) {
             return PropertyNode(SelfNode(member.span), property, member.span);
@@ -154,7 +157,7 @@ NodePtr ExpressionChecker::CheckMemberCall(const Expression& member, const Expre
             return InvalidNode(whole.span);
         }
         NodePtr value = PropertyNode(std::move(object), property, member.span);
-        return call == nullptr ? std::move(value) : Index(std::move(value), *call);
+        return call == nullptr ? std::move(value) : Index(std::move(value), *call, use);
     }
     if (methods.empty()) {
         if (NodePtr extension = ExtensionCall(object, member, call, use)) return extension;

@@ -39,12 +39,15 @@ NodePtr CopyNode(const Node& node) {
     copy->arrayOperation = node.arrayOperation;
     copy->operation = node.operation;
     copy->isSuper = node.isSuper;
+    copy->isRemoval = node.isRemoval;
     copy->reg = node.reg;
     copy->constant = node.constant;
     copy->variable = node.variable;
     copy->property = node.property;
     copy->function = node.function;
+    copy->event = node.event;
     copy->cls = node.cls;
+    copy->overloads = node.overloads;
     if (node.left != nullptr) copy->left = CopyNode(*node.left);
     if (node.right != nullptr) copy->right = CopyNode(*node.right);
     for (const NodePtr& argument : node.arguments) copy->arguments.push_back(CopyNode(*argument));
@@ -52,7 +55,14 @@ NodePtr CopyNode(const Node& node) {
 }
 
 bool CallsCode(const Node& node) {
-    if (node.kind == NodeKind::CALL || node.kind == NodeKind::NEW || node.kind == NodeKind::PROPERTY) return true;
+    switch (node.kind) {
+    case NodeKind::CALL:
+    case NodeKind::DELEGATE_CALL:
+    case NodeKind::RAISE_EVENT:
+    case NodeKind::NEW:
+    case NodeKind::PROPERTY: return true;
+    default: break;
+    }
     if (node.left != nullptr && CallsCode(*node.left)) return true;
     if (node.right != nullptr && CallsCode(*node.right)) return true;
     return std::any_of(node.arguments.begin(), node.arguments.end(),

@@ -27,8 +27,13 @@ enum class NodeKind : uint8_t {
     BINARY, // left `operation` right, both of type operandType
     AND,    // of Booleans, the right side only if needed
     OR,
-    IS_A,        // left IsA cls
-    CONDITIONAL, // If(left, arguments[0], arguments[1])
+    IS_A,          // left IsA cls
+    RAISE_EVENT,   // Self raises event(arguments)
+    ADDRESS_OF,    // of one of `overloads`, of the object `left` or of none
+    DELEGATE,      // function, of the object `left` or of none, as an object of cls
+    DELEGATE_CALL, // left(arguments); function is its signature
+    HANDLER,       // right handles the event of left from now on, or no longer (isRemoval)
+    CONDITIONAL,   // If(left, arguments[0], arguments[1])
 };
 
 enum class Conversion : uint8_t {
@@ -50,6 +55,7 @@ struct Node {
     Conversion conversion = Conversion::NONE;
     ArrayOperation arrayOperation = ArrayOperation::APPEND;
     ast::Operation operation = ast::Operation::ADD;
+    bool isRemoval = false;
     bool isSuper = false; // CALL: exactly this method, whatever the object's class
     uint16_t reg = 0;
     ValueType type;
@@ -58,7 +64,9 @@ struct Node {
     VariableSymbol* variable = nullptr;
     PropertySymbol* property = nullptr;
     FunctionSymbol* function = nullptr;
+    EventSymbol* event = nullptr;
     ClassSymbol* cls = nullptr;
+    std::vector<FunctionSymbol*> overloads;
     NodePtr left;
     NodePtr right;
     std::vector<NodePtr> arguments;

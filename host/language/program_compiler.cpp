@@ -13,11 +13,6 @@ namespace host::language {
 
 namespace {
 
-bool SameParameters(const std::vector<ParameterSymbol>& left, const std::vector<ParameterSymbol>& right) {
-    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                      [](const auto& a, const auto& b) { return a.type == b.type && a.isByRef == b.isByRef; });
-}
-
 bool IsConstructor(const FunctionSymbol& function) { return SameName(function.name, "Constructor"); }
 bool IsDestructor(const FunctionSymbol& function) { return SameName(function.name, "Destructor"); }
 
@@ -48,7 +43,9 @@ bool ProgramCompiler::Compile(const std::vector<const ast::Unit*>& units) {
     for (const ast::Unit* unit : units) {
         for (const auto& cls : unit->classes) DeclareClass(*cls, unit->file);
         for (const auto& module : unit->modules) DeclareModule(*module, unit->file);
+        for (const auto& delegate : unit->delegates) DeclareDelegate(*delegate);
     }
+    for (auto& [cls, declaration] : delegates_) ResolveDelegate(*cls, *declaration);
     ResolveSuperclasses();
     for (ClassSymbol* cls : classes_) DeclareClassMembers(*cls);
     for (ClassSymbol* cls : classes_) AssignVirtualSlots(*cls);
@@ -135,6 +132,36 @@ void ProgramCompiler::DeclareClass(const ast::ClassDefinition& definition, uint3
     undo_.push_back([this, key] { environment_.RemoveProgramClass(key); });
 }
 
+void ProgramCompiler::DeclareDelegate(const ast::DelegateDefinition& definition) {
+    const Declaration& declaration = definition.declaration;
+    if (declaration.name.empty()) return;
+    std::string key = FoldName(declaration.name);
+    bool isTaken = !environment_.TypeNamed(declaration.name, false).Is(TypeKind::INVALID)
+                   || environment_.modules.contains(key) || host::FindModule(declaration.name) != nullptr;
+    if (!CheckFree(declaration.name, declaration.span, isTaken)) return;
+    auto cls = std::make_unique<ClassSymbol>();
+    cls->name = declaration.name;
+    environment_.DefineDelegate(*cls, std::make_unique<FunctionSymbol>());
+    delegates_.emplace_back(cls.get(), &declaration);
+    environment_.classes.emplace(key, std::move(cls));
+    undo_.push_back([this, key] { environment_.RemoveProgramClass(key); });
+}
+
+void ProgramCompiler::ResolveDelegate(ClassSymbol& cls, const Declaration& declaration) {
+    FunctionSymbol& signature = *cls.delegate;
+    signature.name = declaration.name;
+    signature.result = ResolveType(declaration.result);
+    for (const Parameter& parameter : declaration.parameters) {
+        if (parameter.isExtended || parameter.defaultValue) {
+            diagnostics_.Error(parameter.span, "the parameters of a delegate have a name and a type only");
+        }
+        signature.parameters.push_back(
+            {parameter.name, ResolveType(parameter.type), parameter.isByRef, {}, parameter.span});
+    }
+    signature.index = environment_.NewCode();
+    DescribeParameters(signature, *environment_.tables.codes[signature.index]);
+}
+
 void ProgramCompiler::DeclareModule(const ast::ModuleDefinition& definition, uint32_t file) {
     if (definition.name.empty()) return;
     std::string key = FoldName(definition.name);
@@ -204,7 +231,7 @@ void ProgramCompiler::DeclareFunction(const ast::Function& definition, uint32_t 
     auto function = MakeFunction(definition, file);
     auto& overloads = environment_.functions[FoldName(function->name)];
     for (auto& other : overloads) {
-        if (!SameParameters(other->parameters, function->parameters)) continue;
+        if (!SameParameters(*other, *function)) continue;
         bool isOwn = std::find(functions_.begin(), functions_.end(), other.get()) != functions_.end();
         if (isOwn) {
             CheckFree(function->name, definition.declaration.span, true);
@@ -219,7 +246,7 @@ void ProgramCompiler::DeclareFunction(const ast::Function& definition, uint32_t 
             for (auto& kept : environment_.replacedFunctions) {
                 if (kept.get() != replaced) continue;
                 for (auto& current : environment_.functions[name]) {
-                    if (SameParameters(current->parameters, kept->parameters)) std::swap(current, kept);
+                    if (SameParameters(*current, *kept)) std::swap(current, kept);
                 }
                 return;
             }
@@ -366,10 +393,34 @@ void ProgramCompiler::DeclareMethod(ClassSymbol& cls, const ast::Function& defin
     std::string key = FoldName(method->name);
     bool isTaken = cls.properties.contains(key) || cls.constants.contains(key);
     auto& overloads = cls.methods[key];
-    for (const auto& other : overloads) isTaken |= SameParameters(other->parameters, method->parameters);
+    for (const auto& other : overloads) isTaken |= SameParameters(*other, *method);
     CheckFree(method->name, span, isTaken);
     if (IsDestructor(*method)) cls.destructor = method.get();
     overloads.push_back(std::move(method));
+}
+
+void ProgramCompiler::DeclareEvent(ClassSymbol& cls, const Declaration& declaration) {
+    if (declaration.name.empty()) return;
+    bool isTaken = environment_.FindEvent(&cls, declaration.name) != nullptr;
+    if (!CheckFree(declaration.name, declaration.span, isTaken)) return;
+    auto event = std::make_unique<EventSymbol>();
+    event->name = declaration.name;
+    event->signature.name = declaration.name;
+    event->signature.owner = &cls;
+    event->signature.result = ResolveType(declaration.result);
+    for (const Parameter& parameter : declaration.parameters) {
+        if (parameter.isByRef || parameter.isExtended || parameter.defaultValue) {
+            diagnostics_.Error(parameter.span, "the parameters of an event have a name and a type only");
+        }
+        event->signature.parameters.push_back({parameter.name, ResolveType(parameter.type), false, {}, parameter.span});
+    }
+    cls.events.emplace(FoldName(declaration.name), std::move(event));
+}
+
+// A handler that stands where its event was to be declared.
+std::string ProgramCompiler::EventHint(ClassSymbol& cls, const std::string& name) {
+    std::string hint = Suggestion(name, environment_.EventNames(cls.super));
+    return hint.empty() ? " (\"Declare Event " + name + "(…)\" declares one)" : hint;
 }
 
 void ProgramCompiler::DeclareHandler(ClassSymbol& cls, const ast::Function& definition) {
@@ -381,15 +432,13 @@ void ProgramCompiler::DeclareHandler(ClassSymbol& cls, const ast::Function& defi
                                      [](const auto& parameter) { return parameter.type.Is(TypeKind::INVALID); });
     if (event == nullptr) {
         std::string owner = cls.super != nullptr ? cls.super->name : cls.name;
-        diagnostics_.Error(span, owner + " has no event \"" + handler->name + "\""
-                                     + Suggestion(handler->name, environment_.EventNames(cls.super)));
+        diagnostics_.Error(span, owner + " has no event \"" + handler->name + "\"" + EventHint(cls, handler->name));
     } else if (isWellFormed
-               && (!SameParameters(event->parameters, handler->parameters) || !(event->result == handler->result))) {
+               && (!SameParameters(event->signature, *handler) || !(event->signature.result == handler->result))) {
         diagnostics_.Error(span, "the event is declared as \"" + event->Text() + "\"");
     } else {
-        const Event* native = event->native;
-        bool isTaken = std::find(cls.handledEvents.begin(), cls.handledEvents.end(), native) != cls.handledEvents.end();
-        if (CheckFree(handler->name, span, isTaken)) cls.handledEvents.push_back(native);
+        bool isTaken = std::find(cls.handledEvents.begin(), cls.handledEvents.end(), event) != cls.handledEvents.end();
+        if (CheckFree(handler->name, span, isTaken)) cls.handledEvents.push_back(event);
     }
     cls.handlers.push_back(std::move(handler));
 }
@@ -404,6 +453,7 @@ void ProgramCompiler::DeclareClassMembers(ClassSymbol& cls) {
         cls.constants.emplace(key, std::move(symbol));
     }
     for (const ast::Variable& property : definition.properties) DeclareProperty(cls, property);
+    for (const Declaration& event : definition.events) DeclareEvent(cls, event);
     for (const auto& function : definition.functions) {
         if (function->declaration.name.empty()) continue;
         if (function->kind == ast::FunctionKind::EVENT)
@@ -430,11 +480,10 @@ void ProgramCompiler::AssignVirtualSlots(ClassSymbol& cls) {
         if (found == cls.methods.end()) continue;
         for (const auto& method : found->second) {
             if (method->definition != definition.get() || IsConstructor(*method) || IsDestructor(*method)) continue;
-            auto overridden = std::find_if(cls.virtualMethods.begin(), cls.virtualMethods.end(),
-                                           [&method](const FunctionSymbol* inherited) {
-                                               return SameName(inherited->name, method->name)
-                                                      && SameParameters(inherited->parameters, method->parameters);
-                                           });
+            auto overridden = std::find_if(
+                cls.virtualMethods.begin(), cls.virtualMethods.end(), [&method](const FunctionSymbol* inherited) {
+                    return SameName(inherited->name, method->name) && SameParameters(*inherited, *method);
+                });
             if (overridden == cls.virtualMethods.end()) {
                 method->virtualSlot = static_cast<int32_t>(cls.virtualMethods.size());
                 cls.virtualMethods.push_back(method.get());
@@ -480,7 +529,7 @@ void ProgramCompiler::DeclareModuleMembers(ModuleSymbol& module) {
         std::string key = FoldName(symbol->name);
         bool isTwice = module.constants.contains(key) || module.variables.contains(key);
         for (const auto& other : module.functions[key]) {
-            isTwice |= SameParameters(other->parameters, symbol->parameters);
+            isTwice |= SameParameters(*other, *symbol);
         }
         CheckFree(symbol->name, function->declaration.span, isTwice);
         module.functions[key].push_back(std::move(symbol));
@@ -522,7 +571,13 @@ void ProgramCompiler::DefineClass(ClassSymbol& cls) {
     }
     for (const auto& [key, constant] : cls.constants)
         description.constants.push_back({constant->name, constant->value});
+    std::vector<EventSymbol*> events;
+    for (const auto& [key, event] : cls.events) {
+        events.push_back(event.get());
+        description.events.push_back(RuntimeSignature(event->signature));
+    }
     cls.native = host::DefineClass(description);
+    for (EventSymbol* event : events) event->native = cls.native->FindEvent(event->name);
     environment_.classOrder.push_back(&cls);
     for (PropertySymbol* field : cls.fields) {
         field->offset = static_cast<uint32_t>(cls.native->FindProperty(field->name)->offset);
@@ -574,7 +629,7 @@ void ProgramCompiler::CompleteClasses() {
             code->destructor = environment_.tables.codes[cls->destructor->index].get();
         }
         for (size_t i = 0; i < cls->handlers.size(); ++i) {
-            SetEventHandler(cls->native, cls->handledEvents[i], Machine::CallBack,
+            SetEventHandler(cls->native, cls->handledEvents[i]->native, Machine::CallBack,
                             environment_.tables.codes[cls->handlers[i]->index].get());
         }
     }

@@ -19,6 +19,8 @@ public:
 private:
     void DeclareClass(const ast::ClassDefinition& definition, uint32_t file);
     void DeclareModule(const ast::ModuleDefinition& definition, uint32_t file);
+    void DeclareDelegate(const ast::DelegateDefinition& definition);
+    void ResolveDelegate(ClassSymbol& cls, const Declaration& declaration);
     void DeclareFunction(const ast::Function& definition, uint32_t file);
     void DeclareVariables(const ast::Unit& unit, bool isImported);
     std::vector<uint32_t> CompileStatements(const std::vector<const ast::Unit*>& units);
@@ -28,6 +30,8 @@ private:
     void DeclareModuleMembers(ModuleSymbol& module);
     void DeclareProperty(ClassSymbol& cls, const ast::Variable& definition);
     void DeclareMethod(ClassSymbol& cls, const ast::Function& definition);
+    void DeclareEvent(ClassSymbol& cls, const Declaration& declaration);
+    std::string EventHint(ClassSymbol& cls, const std::string& name);
     void DeclareHandler(ClassSymbol& cls, const ast::Function& definition);
     void AssignVirtualSlots(ClassSymbol& cls);
     std::unique_ptr<ConstantSymbol> MakeConstant(const std::string& name, const Span& span,
@@ -48,6 +52,7 @@ private:
     CompileOptions options_;
     std::vector<ClassSymbol*> classes_; // of these units; superclasses first after ResolveSuperclasses
     std::vector<ModuleSymbol*> modules_;
+    std::vector<std::pair<ClassSymbol*, const Declaration*>> delegates_;
     std::vector<FunctionSymbol*> functions_;
     std::vector<ConstantSymbol*> constants_;
     std::vector<std::function<void()>> undo_; // what takes back the declarations after errors

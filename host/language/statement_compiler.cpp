@@ -139,6 +139,7 @@ StatementCompiler::Flow StatementCompiler::Compile(const Statement& statement) {
     case StatementKind::RAISE: return CompileRaise(statement);
     case StatementKind::PRINT: return CompilePrint(statement);
     case StatementKind::REDIM: return CompileRedim(statement);
+    case StatementKind::HANDLER: return CompileHandler(statement);
     }
     return Flow::CONTINUES;
 }
@@ -279,6 +280,7 @@ StatementCompiler::Flow StatementCompiler::CompileCall(const Statement& statemen
     NodePtr node = checker_.Check(*statement.value, Use::STATEMENT);
     if (node->kind == NodeKind::INVALID) return Flow::CONTINUES;
     bool isCall = node->kind == NodeKind::CALL || node->kind == NodeKind::ARRAY_CALL
+                  || node->kind == NodeKind::RAISE_EVENT || node->kind == NodeKind::DELEGATE_CALL
                   || (node->kind == NodeKind::CONSTANT && node->type.Is(TypeKind::NOTHING));
     bool isExpression = options_.printsExpressions && context_.isTopLevel && context_.scopes.size() == 1
                         && !node->type.Is(TypeKind::NOTHING);
@@ -307,7 +309,8 @@ StatementCompiler::Flow StatementCompiler::CompilePrint(const Statement& stateme
 
 void StatementCompiler::Print(NodePtr value, bool isExpression) {
     if (value->IsInvalid()) return;
-    bool isObject = value->type.IsReference() && !value->type.Is(TypeKind::VARIANT);
+    bool isObject =
+        (value->type.IsReference() && !value->type.Is(TypeKind::VARIANT)) || value->type.Is(TypeKind::ADDRESS);
     if (isObject && !isExpression) {
         diagnostics_.Error(value->span, "a value of type " + value->type.Text() + " cannot be printed");
         return;
@@ -338,6 +341,12 @@ StatementCompiler::Flow StatementCompiler::CompileRedim(const Statement& stateme
     generator_.Emit(Opcode::ARRAY_RESIZE, value.reg, upper.reg);
     generator_.Release(value, array->type);
     generator_.SetTop(top);
+    return Flow::CONTINUES;
+}
+
+StatementCompiler::Flow StatementCompiler::CompileHandler(const Statement& statement) {
+    NodePtr handler = checker_.CheckHandler(statement);
+    if (Generating()) generator_.GenerateEffect(*handler);
     return Flow::CONTINUES;
 }
 

@@ -75,6 +75,7 @@ private:
     Flow CompileRaise(const ast::Statement& statement);
     Flow CompilePrint(const ast::Statement& statement);
     Flow CompileRedim(const ast::Statement& statement);
+    Flow CompileHandler(const ast::Statement& statement);
     void Print(NodePtr value, bool isExpression);
     NodePtr CaseCondition(const ast::CaseTest& test, const Node& selector, uint16_t reg);
 

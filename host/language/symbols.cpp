@@ -1,6 +1,8 @@
 // Texts of types and signatures as messages show them, and the class hierarchy.
 #include "host/language/symbols.h"
 
+#include <algorithm>
+
 namespace host::language {
 
 namespace {
@@ -17,6 +19,7 @@ const char* NameOf(TypeKind kind) {
     case TypeKind::VARIANT: return "Variant";
     case TypeKind::OBJECT: return "Object";
     case TypeKind::ARRAY: return "Array";
+    case TypeKind::ADDRESS: return "the address of a function";
     }
     return "";
 }
@@ -97,11 +100,6 @@ std::string FunctionSymbol::QualifiedName() const {
     return name;
 }
 
-std::string EventSymbol::Text() const {
-    std::string text = name + FormatParameters(parameters);
-    return result.Is(TypeKind::NOTHING) ? text : text + " As " + result.Text();
-}
-
 bool ClassSymbol::IsA(const ClassSymbol* other) const { return DistanceTo(other) >= 0; }
 
 int ClassSymbol::DistanceTo(const ClassSymbol* other) const {
@@ -111,6 +109,11 @@ int ClassSymbol::DistanceTo(const ClassSymbol* other) const {
         distance++;
     }
     return -1;
+}
+
+bool SameParameters(const FunctionSymbol& left, const FunctionSymbol& right) {
+    return std::equal(left.parameters.begin(), left.parameters.end(), right.parameters.begin(), right.parameters.end(),
+                      [](const auto& a, const auto& b) { return a.type == b.type && a.isByRef == b.isByRef; });
 }
 
 } // namespace host::language

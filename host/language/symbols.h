@@ -28,6 +28,7 @@ enum class TypeKind : uint8_t {
     VARIANT,
     OBJECT,
     ARRAY,
+    ADDRESS, // of a function, until it is known what it is wanted for
 };
 
 struct ValueType {
@@ -124,8 +125,9 @@ struct FunctionSymbol {
     Method* native = nullptr; // of a registered class, module or function
     const ast::Function* definition = nullptr;
     uint32_t file = 0;
-    uint32_t index = 0;       // of a program's function: of its code
-    int32_t virtualSlot = -1; // of a program's method: in the class's table
+    uint32_t index = 0;                 // of a program's function: of its code
+    std::optional<uint32_t> plainEntry; // of its code for delegates, which pass an object
+    int32_t virtualSlot = -1;           // of a program's method: in the class's table
 
     bool IsAssignable() const { return native != nullptr && native->setter != nullptr; }
     bool IsExtension() const { return !parameters.empty() && parameters[0].isExtended; }
@@ -140,11 +142,10 @@ bool IsReserved(std::string_view member);
 
 struct EventSymbol {
     std::string name;
-    const Event* native = nullptr;
-    std::vector<ParameterSymbol> parameters;
-    ValueType result = NO_TYPE;
+    const Event* native = nullptr; // null until a program's class is defined in the runtime
+    FunctionSymbol signature;      // owner: the class that declares it
 
-    std::string Text() const;
+    std::string Text() const { return signature.Text(); }
 };
 
 // Keys are names in lower case.
@@ -166,9 +167,10 @@ struct ClassSymbol {
     Names<std::unique_ptr<ConstantSymbol>> constants;
     std::vector<PropertySymbol*> fields;                   // of a program class, in order
     std::vector<std::unique_ptr<FunctionSymbol>> handlers; // of a program class
-    std::vector<const Event*> handledEvents;               // by handler
+    std::vector<EventSymbol*> handledEvents;               // by handler
     std::vector<FunctionSymbol*> virtualMethods;           // with the inherited ones
     FunctionSymbol* destructor = nullptr;
+    std::unique_ptr<FunctionSymbol> delegate;    // of a type of delegates: what it calls
     std::unique_ptr<FunctionSymbol> initializer; // sets the fields' initial values
 
     bool IsProgram() const { return definition != nullptr; }
@@ -187,6 +189,9 @@ struct ModuleSymbol {
     Names<std::vector<std::unique_ptr<FunctionSymbol>>> functions;
     Names<std::unique_ptr<ConstantSymbol>> constants;
 };
+
+// Whether the two can stand for each other as far as their parameters go.
+bool SameParameters(const FunctionSymbol& left, const FunctionSymbol& right);
 
 std::string FormatParameters(const std::vector<ParameterSymbol>& parameters);
 

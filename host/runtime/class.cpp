@@ -175,7 +175,7 @@ bool RemoveClass(Class* cls) {
                        return other->super == cls;
                    });
     if (isInUse) return false;
-    Registry::Get().classesByName.erase(FoldName(cls->name));
+    if (!cls->isInternal) Registry::Get().classesByName.erase(FoldName(cls->name));
     std::erase_if(classes, [cls](const auto& other) { return other.get() == cls; });
     return true;
 }

@@ -56,6 +56,7 @@ Class* DefineClass(const ClassDescription& description) {
             Naming("property " + field.name, [&] { AddProperty(*cls, FieldProperty(*cls, field)); });
         }
         for (const ClassDescription::ProgramMethod& method : description.methods) AddMethod(cls.get(), method);
+        for (const Signature& event : description.events) AddEvent(*cls, event);
         return Publish(std::move(cls));
     });
 }
@@ -87,6 +88,23 @@ Class* DefineInternalClass(std::string name, int32_t dataSize, ClassHook destruc
     LayOut(*cls, nullptr, dataSize);
     cls->destructor = destructor;
     return Publish(std::move(cls));
+}
+
+Class* DefineStandIn(Class* original, ClassHook destructor) {
+    auto cls = std::make_unique<Class>();
+    cls->name = original->name;
+    cls->isInternal = true;
+    LayOut(*cls, original, 0);
+    cls->objectSize = original->objectSize;
+    cls->program = original->program;
+    cls->destructor = destructor;
+    return Publish(std::move(cls));
+}
+
+void MoveToStandIn(Object* object, Class* standIn) {
+    --object->cls->liveCount;
+    object->cls = standIn;
+    ++standIn->liveCount;
 }
 
 } // namespace host

@@ -32,6 +32,7 @@ struct ClassDescription {
     std::vector<Field> fields; // reached as properties, by native code too
     std::vector<ProgramMethod> methods;
     std::vector<Constant> constants;
+    std::vector<Signature> events; // that the class declares
 };
 
 // Throws DefinitionError.
@@ -46,5 +47,11 @@ void SetEventHandler(Class* cls, const Event* event, void* function);
 
 // An internal class (a box or an array type) that programs cannot name.
 Class* DefineInternalClass(std::string name, int32_t dataSize, ClassHook destructor);
+
+// A class that stands in for another one: like it in everything, but with handlers and a destructor of its own, for
+// single objects.
+Class* DefineStandIn(Class* original, ClassHook destructor);
+// Makes an object of the original class one of the class that stands in for it.
+void MoveToStandIn(Object* object, Class* standIn);
 
 } // namespace host

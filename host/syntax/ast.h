@@ -27,6 +27,8 @@ enum class ExpressionKind : uint8_t {
     SUPER,
     CONDITIONAL, // If(condition, value, value): the arguments
     ARRAY,       // [arguments]
+    RAISE_EVENT, // RaiseEvent name(arguments)
+    ADDRESS_OF,  // AddressOf left: the name of a function, or object.method
 };
 
 enum class Operation : uint8_t {
@@ -87,6 +89,7 @@ enum class StatementKind : uint8_t {
     RAISE,    // value
     PRINT,    // value (may be missing)
     REDIM,    // target(value)
+    HANDLER,  // AddHandler target, value; or RemoveHandler
 };
 
 // One variable of a Dim or a property of a class or module.
@@ -122,6 +125,7 @@ struct Statement {
     StatementKind kind = StatementKind::CALL;
     LoopKind loop = LoopKind::ANY;      // EXIT, CONTINUE; FUNCTION for `Exit Sub`
     bool isUntil = false;               // DO
+    bool isRemoval = false;             // HANDLER
     bool testsAtEnd = false;            // DO
     bool isDescending = false;          // FOR … DownTo
     std::optional<Operation> operation; // ASSIGN: += and the like
@@ -165,6 +169,7 @@ struct ClassDefinition {
     std::vector<Variable> properties;
     std::vector<ConstantDefinition> constants;
     std::vector<std::unique_ptr<Function>> functions; // methods and event handlers
+    std::vector<Declaration> events;                  // that it declares
 };
 
 struct ModuleDefinition {
@@ -173,6 +178,11 @@ struct ModuleDefinition {
     std::vector<Variable> properties;
     std::vector<ConstantDefinition> constants;
     std::vector<std::unique_ptr<Function>> functions;
+};
+
+// Delegate Sub Name(parameters), or Delegate Function
+struct DelegateDefinition {
+    Declaration declaration;
 };
 
 // Import "name" or Import <name>
@@ -190,6 +200,7 @@ struct Unit {
     std::vector<std::unique_ptr<Function>> functions;
     std::vector<std::unique_ptr<ClassDefinition>> classes;
     std::vector<std::unique_ptr<ModuleDefinition>> modules;
+    std::vector<std::unique_ptr<DelegateDefinition>> delegates;
     bool isIncomplete = false; // the text ends within a block or a continued line
 };
 

@@ -57,6 +57,8 @@ bool CanBeName(Keyword keyword) {
     case Keyword::BYREF:
     case Keyword::BYVAL:
     case Keyword::CLASS:
+    case Keyword::DECLARE:
+    case Keyword::DELEGATE:
     case Keyword::DOWNTO:
     case Keyword::EACH:
     case Keyword::EVENT:
@@ -229,6 +231,29 @@ bool ExpressionParser::ParseArguments(Expression& call) {
     return cursor_.CloseParenthesis(closer, isBracket ? "\",\" or \"]\"" : "\",\" or \")\"");
 }
 
+// AddressOf name, AddressOf object.name
+ExpressionPtr ExpressionParser::ParseAddress() {
+    Span start = cursor_.Next().span;
+    auto address = Make(ExpressionKind::ADDRESS_OF);
+    address->left = ParsePostfix();
+    return Finish(std::move(address), start);
+}
+
+// RaiseEvent Name(arguments)
+ExpressionPtr ExpressionParser::ParseRaise() {
+    Span start = cursor_.Next().span;
+    auto raise = Make(ExpressionKind::RAISE_EVENT);
+    if (const Token* name = cursor_.ReadName("the name of an event")) {
+        raise->name = name->text;
+        raise->nameSpan = name->span;
+        bool hasArguments = cursor_.At(TokenKind::LEFT_PARENTHESIS);
+        if (hasArguments && !ParseArguments(*raise)) raise->kind = ExpressionKind::INVALID;
+    } else {
+        raise->kind = ExpressionKind::INVALID;
+    }
+    return Finish(std::move(raise), start);
+}
+
 // If(condition, value, value) and [value, …]
 ExpressionPtr ExpressionParser::ParseList(const Token& token) {
     bool isConditional = token.keyword == Keyword::IF;
@@ -275,6 +300,8 @@ bool ExpressionParser::AtOperand() const {
     default: return false;
     }
     switch (token.keyword) {
+    case Keyword::ADDRESSOF:
+    case Keyword::RAISEEVENT:
     case Keyword::TRUE:
     case Keyword::FALSE:
     case Keyword::NIL:
@@ -301,6 +328,8 @@ ExpressionPtr ExpressionParser::ParsePrimary() {
         return Invalid(token.span);
     }
     if (token.keyword == Keyword::NEW) return ParseNew();
+    if (token.keyword == Keyword::ADDRESSOF) return ParseAddress();
+    if (token.keyword == Keyword::RAISEEVENT) return ParseRaise();
     if (token.keyword == Keyword::IF || token.kind == TokenKind::LEFT_BRACKET) return ParseList(token);
 
     ExpressionPtr expression = Make(ExpressionKind::CONSTANT);

@@ -31,6 +31,8 @@ private:
     ast::ExpressionPtr ParsePower();
     ast::ExpressionPtr ParsePrimary();
     ast::ExpressionPtr ParseList(const Token& token);
+    ast::ExpressionPtr ParseAddress();
+    ast::ExpressionPtr ParseRaise();
     bool ParseArguments(ast::Expression& call);
     // Completes a node: its span reaches to the last token, its depth is that of its deepest part.
     ast::ExpressionPtr Finish(ast::ExpressionPtr expression, const Span& start);

@@ -68,8 +68,30 @@ private:
         }
     }
 
+    // Delegate Sub Name(parameters), Delegate Function Name(parameters) As Type
+    void Delegate() {
+        cursor_.Next();
+        bool isFunction = cursor_.Next().keyword == Keyword::FUNCTION;
+        auto definition = std::make_unique<DelegateDefinition>();
+        ReadSignature(definition->declaration, isFunction);
+        statements_.EndLine();
+        unit_->delegates.push_back(std::move(definition));
+    }
+
+    void ReadSignature(Declaration& declaration, bool isFunction) {
+        if (!cursor_.ReadDeclaration(declaration)) return;
+        const TypeName& result = declaration.result;
+        if (!isFunction && !result.name.empty()) {
+            diagnostics_.Error(result.span, "a Sub has no result (use Function)");
+        } else if (isFunction && result.name.empty()) {
+            cursor_.Expected("\"As\" and the type of the result");
+        }
+    }
+
     void Definition() {
-        if (cursor_.At(Keyword::CLASS)) {
+        if (cursor_.At(Keyword::DELEGATE)) {
+            Delegate();
+        } else if (cursor_.At(Keyword::CLASS)) {
             unit_->classes.push_back(Class());
         } else if (cursor_.At(Keyword::MODULE)) {
             unit_->modules.push_back(Module());
@@ -128,6 +150,12 @@ private:
             if (!result.super.name.empty()) diagnostics_.Error(span, "a class inherits from one class only");
             cursor_.ReadTypeName(result.super);
             statements_.EndLine();
+        } else if (cursor_.At(Keyword::DECLARE) && cursor_.Peek(1).keyword == Keyword::EVENT) {
+            cursor_.ClearFailure();
+            cursor_.Next();
+            cursor_.Next();
+            cursor_.ReadDeclaration(result.events.emplace_back());
+            statements_.EndLine();
         } else {
             Member(result);
         }
@@ -169,13 +197,10 @@ private:
                          : kind == BlockKind::FUNCTION ? FunctionKind::FUNCTION
                                                        : FunctionKind::EVENT;
         cursor_.Next();
-        bool isRead = cursor_.ReadDeclaration(function->declaration);
-        const TypeName& result = function->declaration.result;
-        if (isRead && kind == BlockKind::SUB && !result.name.empty()) {
-            diagnostics_.Error(result.span, "a Sub has no result (use Function)");
-        } else if (isRead && kind == BlockKind::FUNCTION && result.name.empty()) {
-            cursor_.Expected("\"As\" and the type of the result");
-        }
+        if (kind == BlockKind::EVENT)
+            cursor_.ReadDeclaration(function->declaration);
+        else
+            ReadSignature(function->declaration, kind == BlockKind::FUNCTION);
         function->span = Join(opener, cursor_.Previous().span);
         statements_.EndLine();
         statements_.Open(kind);

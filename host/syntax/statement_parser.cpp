@@ -39,6 +39,8 @@ bool StatementParser::AtDefinition() const {
     case Keyword::EVENT:
     case Keyword::CLASS:
     case Keyword::MODULE: return cursor_.Peek(1).kind == TokenKind::NAME && cursor_.Peek(1).keyword != Keyword::AS;
+    case Keyword::DELEGATE:
+        return cursor_.Peek(1).keyword == Keyword::SUB || cursor_.Peek(1).keyword == Keyword::FUNCTION;
     default: return false;
     }
 }
@@ -90,7 +92,7 @@ bool StatementParser::IsOpen(BlockKind kind) const {
 bool StatementParser::AtBlockEnd(BlockKind kind) const {
     if (cursor_.At(TokenKind::END_OF_FILE)) return true;
     if (AtDefinition()) {
-        bool isFunction = !cursor_.At(Keyword::CLASS) && !cursor_.At(Keyword::MODULE);
+        bool isFunction = !cursor_.At(Keyword::CLASS) && !cursor_.At(Keyword::MODULE) && !cursor_.At(Keyword::DELEGATE);
         return !(isFunction && (kind == BlockKind::CLASS || kind == BlockKind::MODULE));
     }
     const BlockNames* closer = Closer();
@@ -258,6 +260,8 @@ bool StatementParser::Simple(Statement& statement) {
         if (!AtStatementEnd()) statement.value = expressions_.Parse();
         return true;
     case Keyword::REDIM: return Redim(statement);
+    case Keyword::ADDHANDLER:
+    case Keyword::REMOVEHANDLER: return Handler(statement);
     default: return CallOrAssignment(statement);
     }
 }
@@ -290,6 +294,16 @@ bool StatementParser::Redim(Statement& statement) {
     }
     statement.target = std::move(call->left);
     statement.value = std::move(call->arguments[0]);
+    return true;
+}
+
+// AddHandler object.Event, AddressOf Function
+bool StatementParser::Handler(Statement& statement) {
+    statement.kind = StatementKind::HANDLER;
+    statement.isRemoval = cursor_.Next().keyword == Keyword::REMOVEHANDLER;
+    statement.target = expressions_.ParsePostfix();
+    if (!cursor_.Expect(TokenKind::COMMA, "\",\"")) return false;
+    statement.value = expressions_.Parse();
     return true;
 }
 

@@ -60,6 +60,7 @@ private:
     bool Simple(ast::Statement& statement);
     bool Jump(ast::Statement& statement);
     bool Redim(ast::Statement& statement);
+    bool Handler(ast::Statement& statement);
     bool CallOrAssignment(ast::Statement& statement);
     // Marks the end of a block statement's first line.
     void Header(ast::Statement& statement);

@@ -15,6 +15,8 @@ namespace host {
 // only a name can follow: after a dot, for a parameter, for a member.
 enum class Keyword : uint8_t {
     NONE,
+    ADDHANDLER,
+    ADDRESSOF,
     AND,
     AS,
     BYREF,
@@ -24,6 +26,8 @@ enum class Keyword : uint8_t {
     CLASS,
     CONST,
     CONTINUE,
+    DECLARE,
+    DELEGATE,
     DIM,
     DO,
     DOWNTO,
@@ -55,7 +59,9 @@ enum class Keyword : uint8_t {
     PRINT,
     PROPERTY,
     RAISE,
+    RAISEEVENT,
     REDIM,
+    REMOVEHANDLER,
     RETURN,
     SELECT,
     SELF,

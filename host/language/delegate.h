@@ -1,0 +1,21 @@
+// Delegates: objects that call a function, or a method of an object that they hold.
+#pragma once
+
+#include "host/language/code.h"
+#include "host/runtime/object.h"
+
+#include <string>
+
+namespace host::language {
+
+struct Delegate : Object {
+    Object* target;   // owned; nil for a function
+    const Code* code; // takes the target first
+};
+
+// A class of delegates that programs do not find by name in the runtime.
+Class* DelegateClass(std::string name);
+
+inline Delegate* AsDelegate(Object* object) { return static_cast<Delegate*>(object); }
+
+} // namespace host::language
