@@ -1,6 +1,7 @@
 // Queries: XPath 1.0 over live trees.
 #include "sablotron/dom/caches.h"
 #include "sablotron/dom/call.h"
+#include "sablotron/dom/path_evaluator.h"
 #include "sablotron/tree/bindings.h"
 #include "sablotron/tree/library_scope.h"
 #include "sablotron/tree/stack.h"
@@ -33,31 +34,22 @@ constexpr size_t DEPTH_BYTES = 256; // of the stack for one level of it
 
 using ObjectPointer = XPathPointer<xmlXPathObject>;
 
-bool Contains(std::string_view text, std::initializer_list<std::string_view> parts) {
-    return std::any_of(parts.begin(), parts.end(),
-                       [text](std::string_view part) { return text.find(part) != std::string_view::npos; });
-}
-
-// What an index of the elements' document order, by which libxml2 compares nodes, does for a query.
-enum class OrderIndexing {
-    USELESS,    // steps go down only: what they find needs no sorting, or hardly any
-    USEFUL,     // sorting looks for the way from node to node unless elements are indexed
-    MISLEADING, // elements come together with text: libxml2 puts text that follows an element before what is in it
-};
-
-OrderIndexing IndexingFor(std::string_view text) {
-    if (Contains(text, {"node("}) || (Contains(text, {"|"}) && Contains(text, {"text", "comment", "processing"})))
-        return OrderIndexing::MISLEADING;
-    const size_t first = text.find("//");
-    const bool again = first != std::string_view::npos && text.find("//", first + 2) != std::string_view::npos;
-    return again || Contains(text, {"|", "..", "::"}) ? OrderIndexing::USEFUL : OrderIndexing::USELESS;
-}
-
 struct Query {
     XPathPointer<xmlXPathCompExpr> expression;
     std::vector<std::string> prefixes; // that the text uses
-    OrderIndexing indexing = OrderIndexing::USELESS;
+    std::optional<PathUnion> paths;    // what the expression is, if no more than that
 };
+
+// Whether every parenthesis is closed: libxml2 takes the end of the text for that of a call's arguments.
+bool IsClosed(std::string_view text) {
+    int depth = 0;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (c == '"' || c == '\'') i = std::min(text.find(c, i + 1), text.size());
+        depth += c == '(' ? 1 : c == ')' ? -1 : 0;
+    }
+    return depth == 0;
+}
 
 // The bindings of one evaluation. An empty `defaultPrefix`: unprefixed names are in no namespace.
 struct Bindings {
@@ -94,9 +86,10 @@ public:
         const ErrorScope silence({.structured = nullptr, .generic = DropGeneric}); // the context has a handler
         Reset(0);
         query.expression.reset(xmlXPathCtxtCompile(context_.get(), Chars(rewritten.c_str())));
-        if (!query.expression) return nullptr;
+        if (!query.expression || !IsClosed(text)) return nullptr;
         for (const std::string_view prefix : PrefixesOf(text)) query.prefixes.emplace_back(prefix);
-        query.indexing = IndexingFor(text);
+        query.paths = ParsePaths(rewritten);
+        if (query.paths && !CompilePredicates(*query.paths)) query.paths.reset();
         if (queries_.size() == MAX_COMPILED) {
             index_.erase(queries_.back().first);
             queries_.pop_back();
@@ -106,20 +99,32 @@ public:
         return &queries_.front().second;
     }
 
-    // Null when it fails.
-    ObjectPointer Evaluate(const Query& query, xmlDoc* tree, xmlNode* node, const Bindings& bindings) {
+    // The nodes of a query, from a node of the tree of `root`; nothing when it fails. Declarations among
+    // them are copies that live until the next call.
+    std::optional<Nodes> Evaluate(const Query& query, xmlDoc* root, xmlNode* node, const Bindings& bindings) {
         const ErrorScope silence({.structured = nullptr, .generic = DropGeneric}); // the context has a handler
         // An expression nested deeper than what is left of the stack fails, as one beyond libxml2's limit does.
         const size_t remaining = RemainingStack() / DEPTH_BYTES;
         Reset(MAX_DEPTH - static_cast<int>(std::min(remaining, static_cast<size_t>(MAX_DEPTH))));
-        context_->doc = tree;
+        context_->doc = root;
         context_->node = node;
         std::vector<xmlNs*> declarations = bindings.declarations;
         context_->namespaces = declarations.data();
         context_->nsNr = static_cast<int>(declarations.size());
-        ObjectPointer value(xmlXPathCompiledEval(query.expression.get(), context_.get()));
+        std::optional<Nodes> result;
+        value_.reset();
+        if (query.paths && !IsDeclaration(node)) {
+            result.emplace();
+            if (!PathEvaluator(*context_, AsNode(root)).Evaluate(*query.paths, node, *result)) result.reset();
+        } else {
+            value_.reset(xmlXPathCompiledEval(query.expression.get(), context_.get()));
+            if (value_ && value_->type == XPATH_NODESET) {
+                const xmlNodeSet* nodes = value_->nodesetval;
+                result = nodes != nullptr ? Nodes(nodes->nodeTab, nodes->nodeTab + nodes->nodeNr) : Nodes();
+            }
+        }
         Reset(0);
-        return value;
+        return result;
     }
 
 private:
@@ -131,57 +136,69 @@ private:
         context_->opLimit = maxXPathOperations;
         context_->opCount = 0;
         context_->depth = depth;
+        context_->contextSize = -1;
+        context_->proximityPosition = -1;
         xmlResetError(&context_->lastError);
+    }
+
+    bool CompilePredicates(PathUnion& paths) {
+        return std::all_of(paths.paths.begin(), paths.paths.end(), [this](Path& path) {
+            return std::all_of(path.start.begin(), path.start.end(),
+                               [this](PathUnion& start) { return CompilePredicates(start); })
+                   && CompilePredicates(path.startPredicates)
+                   && std::all_of(path.steps.begin(), path.steps.end(),
+                                  [this](Step& step) { return CompilePredicates(step.predicates); });
+        });
+    }
+    bool CompilePredicates(std::vector<Predicate>& predicates) {
+        for (Predicate& predicate : predicates) {
+            if (predicate.kind != Predicate::EXPRESSION) continue;
+            // Without parentheses libxml2 might evaluate it as a stream, which ends at 10,000 levels.
+            const std::string text = "(" + predicate.text + ")";
+            predicate.compiled.reset(xmlXPathCtxtCompile(context_.get(), Chars(text.c_str())));
+            if (!predicate.compiled) return false;
+        }
+        return true;
     }
 
     using Entry = std::pair<std::string, Query>;
     XPathPointer<xmlXPathContext> context_;
+    ObjectPointer value_; // owns the copies of declarations in the latest result
     std::list<Entry> queries_;
     std::unordered_map<std::string, std::list<Entry>::iterator> index_;
 };
 
-// Indexes the document order of the tree's elements as libxml2 does, or takes the index away, for a query that starts
-// at the node. It stays until it is wrong. The elements of a detached tree, which is small as a rule, never keep
-// theirs.
-void IndexElements(Document& document, xmlNode* node, OrderIndexing indexing) {
-    xmlNode* root = node;
-    while (root->parent != nullptr) root = root->parent;
-    bool wanted = false;
-    if (IsDocument(root)) {
-        const unsigned now = document.EditCount() + 1;
-        wanted = indexing == OrderIndexing::USEFUL && node->type != XML_TEXT_NODE && node->type != XML_COMMENT_NODE
-                 && node->type != XML_PI_NODE && node->type != XML_CDATA_SECTION_NODE;
-        if (document.orderIndexedAt == now && indexing != OrderIndexing::MISLEADING) return;
-        if (document.orderIndexedAt == 0 && !wanted) return;
-        document.orderIndexedAt = wanted ? now : 0;
-    }
-    ptrdiff_t position = 0; // libxml2 counts down
-    for (xmlNode* element : Walk(root))
-        if (IsElement(element)) element->content = wanted ? reinterpret_cast<xmlChar*>(--position) : nullptr;
-}
-
-// The parent that libxml2's axes take for granted, given to an attribute that stands on no element for one evaluation.
-class ScratchParent {
+// The root node that XPath takes for granted, and the parent of an attribute, given for one evaluation to a tree that
+// stands outside the document: paths do not lead out of it.
+class ScratchRoot {
 public:
-    explicit ScratchParent(xmlNode* node) {
-        if (!IsAttribute(node) || (node->parent != nullptr)) return;
-        attribute_ = node;
-        element_.type = XML_ELEMENT_NODE;
-        element_.name = Chars("");
-        element_.doc = node->doc;
-        element_.properties = AsAttribute(node);
-        node->parent = &element_;
+    explicit ScratchRoot(xmlNode* node) : top_(node) {
+        while (top_->parent != nullptr) top_ = top_->parent;
+        if (IsDocument(top_)) return;
+        document_.type = XML_DOCUMENT_NODE;
+        document_.children = document_.last = top_;
+        if (IsAttribute(top_)) {
+            element_.type = XML_ELEMENT_NODE;
+            element_.name = Chars("");
+            element_.doc = top_->doc;
+            element_.properties = AsAttribute(top_);
+            element_.parent = AsNode(&document_);
+            document_.children = document_.last = &element_;
+        }
+        top_->parent = IsAttribute(top_) ? &element_ : AsNode(&document_);
     }
-    ScratchParent(const ScratchParent&) = delete;
-    ScratchParent& operator=(const ScratchParent&) = delete;
-    ~ScratchParent() {
-        if (attribute_ != nullptr) attribute_->parent = nullptr;
+    ScratchRoot(const ScratchRoot&) = delete;
+    ScratchRoot& operator=(const ScratchRoot&) = delete;
+    ~ScratchRoot() {
+        if (!IsDocument(top_)) top_->parent = nullptr;
     }
 
-    bool Is(const xmlNode* node) const { return node == &element_; }
+    xmlDoc* Get() { return IsDocument(top_) ? reinterpret_cast<xmlDoc*>(top_) : &document_; }
+    bool Holds(const xmlNode* node) const { return node == &element_ || node == AsNode(&document_); }
 
 private:
-    xmlNode* attribute_ = nullptr;
+    xmlNode* top_;
+    xmlDoc document_{};
     xmlNode element_{};
 };
 
@@ -225,23 +242,23 @@ SDOM_Exception Run(std::string_view text, SDOM_Node handle, const Bindings& name
     const XPathPointer<xmlNodeSet> namespaceNode(xmlXPathNodeSetCreate(nullptr));
     if (IsDeclaration(node)) {
         anchor = handle->Owner();
+        // The implicit bindings stand on the document element.
+        if (anchor == nullptr && (node == AsNode(document.XmlBinding()) || node == AsNode(document.EmptyBinding())))
+            anchor = document.Root();
         if ((anchor == nullptr) || xmlXPathNodeSetAddNs(namespaceNode.get(), anchor, AsDeclaration(node)) < 0)
             return SDOM_QUERY_EXECUTION_ERR;
         node = namespaceNode->nodeTab[0];
     }
-    IndexElements(document, anchor, query->indexing);
-    const ScratchParent parent(node);
-    const ObjectPointer value = engine.Evaluate(*query, document.Tree(), node, bindings);
-    if (!value || value->type != XPATH_NODESET) return SDOM_QUERY_EXECUTION_ERR;
+    ScratchRoot root(anchor);
+    const std::optional<Nodes> nodes = engine.Evaluate(*query, root.Get(), node, bindings);
+    if (!nodes) return SDOM_QUERY_EXECUTION_ERR;
 
     auto result = std::make_unique<SDOM_NodeListRecord>();
     result->document = document.Anchor();
-    if (const xmlNodeSet* nodes = value->nodesetval) {
-        result->items.reserve(static_cast<size_t>(nodes->nodeNr));
-        for (int i = 0; i < nodes->nodeNr; ++i)
-            if (!parent.Is(nodes->nodeTab[i])) result->items.push_back(ItemOf(document, nodes->nodeTab[i]));
-        SortDeclarations(document, result->items);
-    }
+    result->items.reserve(nodes->size());
+    for (xmlNode* found : *nodes)
+        if (!root.Holds(found)) result->items.push_back(ItemOf(document, found));
+    SortDeclarations(document, result->items);
     *list = result.release();
     return SDOM_OK;
 }

@@ -117,7 +117,6 @@ private:
         sandbox.SetDocumentCheck(RegisterTree);
         if (input->isTree && !stylesheet->StripsSpace()) {
             Document& document = **input->document;
-            document.orderIndexedAt = 0; // the run takes the index away
             const BorrowedTree borrowed(document.Tree(), UriOf(*document.Tree(), inputUri));
             if (!Apply(*stylesheet, document.Tree())) return false;
         } else {

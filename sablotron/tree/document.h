@@ -79,9 +79,6 @@ public:
     // What makes indexed access and comparing cheap in loops, or null.
     std::unique_ptr<DocumentExtra> caches;
 
-    // One more than the edit count at which a query has indexed the document order of the elements; 0 when none has.
-    unsigned orderIndexedAt = 0;
-
     // Holds this document for as long as it is not destroyed, then null.
     const std::shared_ptr<Document*>& Anchor() const { return anchor_; }
 

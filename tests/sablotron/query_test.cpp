@@ -73,6 +73,7 @@ TEST_F(Queries, FindNodesInDocumentOrder) {
         // What is no query.
         {"", {"code 17"}},
         {"a[", {"code 17"}},
+        {"bogus(", {"code 17"}},
         {"q:a", {"code 17"}},
         {"none[q:a]", {"code 17"}},
         {"q:f()", {"code 17"}},
@@ -112,6 +113,13 @@ TEST_F(Queries, StartAtTheirNode) {
     EXPECT_EQ(SDOM_removeChild(situation, parent, second), SDOM_OK);
     EXPECT_THAT(Query(second, "b | @k"), ElementsAre("k=2", "b"));
     EXPECT_THAT(Query(second, "descendant::text()"), ElementsAre("#text=y"));
+    for (const char* query : {"..", "/", "ancestor::node()", "b/../..", "id('x')", "following::node()"})
+        EXPECT_THAT(Query(second, query), ElementsAre()) << query;
+    EXPECT_THAT(Query(second, "//b | /a | ancestor-or-self::*"), ElementsAre("a", "b"));
+    EXPECT_THAT(Query(First(Node(document), "/r/namespace::xml"), ".."), ElementsAre("r"));
+    SDOM_Node lone = nullptr;
+    SDOM_createAttribute(situation, document, &lone, "l");
+    EXPECT_THAT(Query(lone, ". | .."), ElementsAre("l="));
 }
 
 TEST_F(Queries, MeanTheDefaultNamespaceByUnprefixedElements) {
