@@ -50,7 +50,7 @@ CLI::Validator AboveZero();
 // The commands for programs: run, check, repl, test.
 void AddProgramCommands(CLI::App& app, CommandLine& line);
 
-// The commands for documents and classes: describe, events, xql, transform, format, edit.
+// The commands for documents and classes: describe, events, xql, transform, format, edit, view.
 void AddDocumentCommands(CLI::App& app, CommandLine& line);
 
 } // namespace host

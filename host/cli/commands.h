@@ -90,6 +90,13 @@ struct EditCommandOptions {
     std::string output;                                          // empty: the file itself
 };
 
+struct ViewCommandOptions {
+    std::string file;
+    std::string query;                                           // marks what it finds; may be empty
+    std::vector<std::pair<std::string, std::string>> namespaces; // prefix, URI
+    std::string output;                                          // empty: standard output
+};
+
 struct TransformCommandOptions {
     std::vector<std::string> files; // "-" is standard input; none is too
     std::string stylesheet;
@@ -107,6 +114,7 @@ int ShowEvents(const HostOptions& host, const EventsCommandOptions& options);
 int Query(const XqlCommandOptions& options);
 int Format(const FormatCommandOptions& options);
 int EditFiles(const EditCommandOptions& options);
+int View(const ViewCommandOptions& options);
 int Transform(const HostOptions& host, const TransformCommandOptions& options);
 
 } // namespace host

@@ -207,6 +207,26 @@ void AddEdit(CLI::App& app, CommandLine& line) {
     });
 }
 
+void AddView(CLI::App& app, CommandLine& line) {
+    CLI::App& command =
+        AddCommand(app, {"view", "[OPTIONS] FILE", "Make an HTML page that shows an XML file as a tree",
+                         "  kova view books.xml --output books.html\n"
+                         "  kova view books.xml --query '//book[price > 15]' --output books.html\n"
+                         "\n"
+                         "The page needs nothing else: it folds, searches, and steps through what the query found.\n"});
+    auto view = std::make_shared<ViewCommandOptions>();
+    auto bindings = std::make_shared<std::vector<std::string>>();
+    command.add_option("FILE", view->file, "An XML file; - for standard input")->required();
+    command.add_option("--query", view->query, "Mark what this XPath expression finds")->type_name("XPATH");
+    AddRepeatable(command, "--namespace", *bindings, "Bind a prefix for the query (may be repeated)")
+        ->type_name("PREFIX=URI");
+    command.add_option("-o,--output", view->output, "Write the page to this file")->type_name("FILE");
+    command.callback([=, &line] {
+        view->namespaces = SplitPairs("--namespace", "PREFIX=URI", *bindings);
+        line.action = [=] { return View(*view); };
+    });
+}
+
 } // namespace
 
 void AddDocumentCommands(CLI::App& app, CommandLine& line) {
@@ -216,6 +236,7 @@ void AddDocumentCommands(CLI::App& app, CommandLine& line) {
     AddTransform(app, line);
     AddFormat(app, line);
     AddEdit(app, line);
+    AddView(app, line);
 }
 
 } // namespace host
