@@ -15,11 +15,7 @@ namespace {
 using host::ObjectRef;
 using host::Value;
 
-#if defined(__SANITIZE_ADDRESS__)
 constexpr unsigned DEFAULT_CALLS = 300'000;
-#else
-constexpr unsigned DEFAULT_CALLS = 2'000'000;
-#endif
 constexpr unsigned CALLS_BETWEEN_CHECKS = 20'000;
 constexpr unsigned CALLS_BETWEEN_SIZE_CHECKS = 100;
 constexpr size_t LARGEST_DOCUMENT = 20'000; // bytes of markup; a larger one is loaded anew

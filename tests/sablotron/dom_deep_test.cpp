@@ -74,28 +74,6 @@ TEST(Deep, ParsesSerialisesComparesClonesAndFrees) {
     });
 }
 
-TEST(Deep, IsBuiltFromBothEnds) {
-    for (const char* uri : {"", "u"}) {
-        Dom dom;
-        SDOM_Document document = dom.Create();
-        SDOM_Node inner = dom.Make(SDOM_createElementNS, document, uri, "e");
-        SDOM_Node down = inner;
-        for (int i = 1; i < DEPTH / 2; ++i) {
-            SDOM_Node child = dom.Make(SDOM_createElementNS, document, uri, "e");
-            SDOM_appendChild(dom.situation, down, child);
-            down = child;
-        }
-        for (int i = 0; i < DEPTH / 2; ++i) {
-            SDOM_Node parent = dom.Make(SDOM_createElementNS, document, uri, "e");
-            ASSERT_EQ(SDOM_appendChild(dom.situation, parent, inner), SDOM_OK);
-            inner = parent;
-        }
-        SDOM_appendChild(dom.situation, Dom::Node(document), inner);
-        SDOM_appendChild(dom.situation, down, dom.Make(SDOM_createTextNode, document, "t"));
-        EXPECT_TRUE(dom.Markup(document) == Nested(DEPTH, *uri ? " xmlns=\"u\"" : ""));
-    }
-}
-
 TEST(Wide, IsWalkedAndComparedInAnyOrder) {
     constexpr int WIDTH = 300'000;
     std::string source = "<r>";

@@ -60,28 +60,6 @@ TEST(Create, ChecksNames) {
     }
 }
 
-TEST(Create, ChecksContent) {
-    Dom dom;
-    SDOM_Document document = dom.Create();
-    auto text = [&](const char* data) { return dom.Make(SDOM_createTextNode, document, data) != nullptr; };
-    auto comment = [&](const char* data) { return dom.Make(SDOM_createComment, document, data) != nullptr; };
-    auto section = [&](const char* data) { return dom.Make(SDOM_createCDATASection, document, data) != nullptr; };
-    auto instruction = [&](const char* target, const char* data) {
-        return dom.Make(SDOM_createProcessingInstruction, document, target, data) != nullptr;
-    };
-    EXPECT_TRUE(text("a\t\r\n\x7F\xC3\xA4\xF0\x9F\x98\x80]]>") && text("") && text(nullptr));
-    for (const char* bad :
-         {"\x01", "\x1F", "\xFF", "\xC3", "\xC0\x80", "\xED\xA0\x80", "\xEF\xBF\xBE", "\xF5\x80\x80\x80"}) {
-        EXPECT_FALSE(text(bad) || comment(bad) || section(bad) || instruction("p", bad)) << bad;
-        EXPECT_EQ(dom.Recorded(), SDOM_INVALID_CHARACTER_ERR);
-    }
-    EXPECT_TRUE(comment("a-b") && comment("-a") && !comment("a--b") && !comment("a-"));
-    EXPECT_TRUE(section("a]]>b"));
-    EXPECT_TRUE(instruction("p", "d") && instruction("p", nullptr) && instruction("xmlish", ""));
-    EXPECT_FALSE(instruction("p", "d?>") || instruction("xml", "") || instruction("XmL", "") || instruction("p:q", "")
-                 || instruction("", ""));
-}
-
 // Edits of <r><a><b/>t</a><c x='1' xmlns:p='u'/></r>, named r, a, b, t, c, with new nodes n (element), s (text), k
 // (comment).
 struct EditCase {
@@ -160,40 +138,6 @@ INSTANTIATE_TEST_SUITE_P(
                     EditCase{"replace a n c", SDOM_NOT_FOUND_ERR, nullptr},
                     EditCase{"replace a f b", SDOM_WRONG_DOCUMENT_ERR, nullptr}));
 
-TEST(Edit, FollowsLongChildListsByIndex) {
-    Dom dom;
-    SDOM_Document document = dom.Parse("<r/>");
-    SDOM_Node root = dom.Root(document);
-    std::vector<SDOM_Node> expected;
-    auto check = [&] {
-        ASSERT_EQ(dom.Count(root), static_cast<int>(expected.size()));
-        for (size_t i = 0; i < expected.size(); ++i) ASSERT_EQ(dom.Child(root, static_cast<int>(i)), expected[i]);
-    };
-    for (int i = 0; i < 100; ++i) {
-        expected.push_back(dom.Make(SDOM_createElement, document, "e"));
-        SDOM_appendChild(dom.situation, root, expected.back());
-        check();
-    }
-    for (int i = 0; i < 90; i += 3) {
-        SDOM_Node moved = expected[50];
-        expected.erase(expected.begin() + 50);
-        expected.insert(expected.begin() + i, moved);
-        SDOM_insertBefore(dom.situation, root, moved, expected[static_cast<size_t>(i) + 1]);
-        check();
-    }
-    for (int i = 0; i < 90; i += 9) {
-        SDOM_Node fresh = dom.Make(SDOM_createElement, document, "f");
-        SDOM_insertBefore(dom.situation, root, fresh, expected[static_cast<size_t>(i)]);
-        expected.insert(expected.begin() + i, fresh);
-        check();
-    }
-    while (expected.size() > 3) {
-        SDOM_removeChild(dom.situation, root, expected[1]);
-        expected.erase(expected.begin() + 1);
-        check();
-    }
-}
-
 TEST(Namespaces, TravelWithWhatUsesThem) {
     Dom dom;
     SDOM_Document document = dom.Parse("<r xmlns='d' xmlns:p='u' xmlns:q='v'><p:a q:x='1'><b/><p:c/></p:a></r>");
@@ -223,39 +167,6 @@ TEST(Namespaces, HiddenByNewDeclarationsAreDeclaredAgain) {
                                     "<p:c xmlns:p=\"u\" p:x=\"1\"/></a></r>");
     EXPECT_EQ(SDOM_setAttributeNS(dom.situation, a, "v", "p:y", "2"), SDOM_OK);
     EXPECT_EQ(SDOM_removeAttribute(dom.situation, a, "xmlns:p"), SDOM_NO_MODIFICATION_ALLOWED_ERR);
-}
-
-TEST(Clone, CopiesWithNames) {
-    Dom dom, elsewhere;
-    SDOM_Document document =
-        dom.Parse("<r xmlns='d' xmlns:p='u'><p:a xml:id='i' p:x='1'><b><?i j?><!--k-->t</b></p:a></r>");
-    SDOM_Node a = dom.Child(dom.Root(document), 0);
-    auto deep = dom.Get<SDOM_Node>(SDOM_cloneNode, a, 1);
-    auto shallow = dom.Get<SDOM_Node>(SDOM_cloneNode, a, 0);
-    const std::string WHOLE = "<p:a xmlns:p=\"u\" xmlns=\"d\" xml:id=\"i\" p:x=\"1\"><b><?i j?><!--k-->t</b></p:a>";
-    EXPECT_EQ(dom.Markup(deep), WHOLE);
-    EXPECT_EQ(dom.Markup(shallow), "<p:a xmlns:p=\"u\" xml:id=\"i\" p:x=\"1\"/>");
-    EXPECT_EQ(dom.Get<SDOM_Node>(SDOM_getParentNode, deep), nullptr);
-    EXPECT_EQ(dom.Get<SDOM_Document>(SDOM_getOwnerDocument, deep), document);
-
-    SDOM_Document other = elsewhere.Create();
-    auto foreign = elsewhere.Get<SDOM_Node>(SDOM_cloneForeignNode, other, a, 1);
-    SablotDestroyDocument(dom.situation, document);
-    EXPECT_EQ(elsewhere.Markup(foreign), WHOLE);
-    EXPECT_EQ(SDOM_appendChild(elsewhere.situation, Dom::Node(other), foreign), SDOM_OK);
-    EXPECT_EQ(elsewhere.Markup(other), WHOLE);
-    EXPECT_EQ(elsewhere.Get<SDOM_Node>(SDOM_cloneNode, Dom::Node(other), 1), nullptr);
-    EXPECT_EQ(elsewhere.Recorded(), SDOM_INVALID_NODE_TYPE);
-
-    // Attributes, declarations, text.
-    for (const char* name : {"p:x", "xmlns:p"}) {
-        auto original = elsewhere.Get<SDOM_Node>(SDOM_getAttributeNode, foreign, name);
-        auto copy = elsewhere.Get<SDOM_Node>(SDOM_cloneNode, original, 0);
-        EXPECT_NE(copy, original);
-        EXPECT_EQ(elsewhere.Name(copy), name);
-        EXPECT_EQ(elsewhere.Value(copy), elsewhere.Value(original));
-        EXPECT_EQ(elsewhere.Get<SDOM_Node>(SDOM_getAttributeElement, copy), nullptr);
-    }
 }
 
 TEST(Attributes, AreReadSetAndRemoved) {
@@ -313,68 +224,6 @@ TEST(Attributes, AreReadSetAndRemoved) {
         EXPECT_EQ(SDOM_removeAttribute(dom.situation, e, name), SDOM_OK) << name;
     EXPECT_EQ(dom.Markup(document), "<r xmlns:p=\"u\"><e p:x=\"6\" p:z=\"4\"/></r>");
     EXPECT_EQ(dom.Value(kept), "3") << "outside its element";
-}
-
-TEST(Attributes, NodesChangePlaces) {
-    Dom dom, elsewhere;
-    SDOM_Document document = dom.Parse("<r x='1' xmlns:p='u' p:y='2'><c xmlns:p='v'/></r>");
-    SDOM_Node root = dom.Root(document);
-    SDOM_Node child = dom.Child(root, 0);
-    auto find = [&](SDOM_Node element, const char* name) {
-        return dom.Get<SDOM_Node>(SDOM_getAttributeNode, element, name);
-    };
-    SDOM_Node old = find(root, "x");
-    SDOM_Node fresh = dom.Make(SDOM_createAttribute, document, "x");
-    SDOM_setNodeValue(dom.situation, fresh, "new");
-    EXPECT_EQ(dom.Get<SDOM_Node>(SDOM_setAttributeNode, root, fresh), old);
-    EXPECT_EQ(dom.Value(old), "1");
-    EXPECT_EQ(dom.Get<SDOM_Node>(SDOM_getAttributeElement, fresh), root);
-    EXPECT_EQ(dom.Get<SDOM_Node>(SDOM_getAttributeElement, old), nullptr);
-
-    SDOM_Node other = elsewhere.Make(SDOM_createAttribute, elsewhere.Create(), "x");
-    struct {
-        SDOM_Node element, attribute;
-        SDOM_Exception set, remove;
-    } const CASES[] = {
-        {root, fresh, SDOM_INUSE_ATTRIBUTE_ERR, SDOM_OK},
-        {child, find(root, "p:y"), SDOM_INUSE_ATTRIBUTE_ERR, SDOM_NOT_FOUND_ERR},
-        {child, find(root, "xmlns:p"), SDOM_INUSE_ATTRIBUTE_ERR, SDOM_NOT_FOUND_ERR},
-        {root, find(root, "xmlns:p"), SDOM_INUSE_ATTRIBUTE_ERR, SDOM_NO_MODIFICATION_ALLOWED_ERR},
-        {root, dom.Get<SDOM_Node>(SDOM_getAttributeNodeIndex, root, 0), SDOM_INUSE_ATTRIBUTE_ERR, SDOM_NOT_FOUND_ERR},
-        {root, other, SDOM_WRONG_DOCUMENT_ERR, SDOM_NOT_FOUND_ERR},
-        {root, child, SDOM_INVALID_NODE_TYPE, SDOM_INVALID_NODE_TYPE},
-        {root, nullptr, SDOM_NOT_FOUND_ERR, SDOM_NOT_FOUND_ERR},
-    };
-    for (const auto& row : CASES) {
-        SDOM_Node result = nullptr;
-        EXPECT_EQ(SDOM_setAttributeNode(dom.situation, row.element, row.attribute, &result), row.set);
-        EXPECT_EQ(SDOM_setAttributeNodeNS(dom.situation, row.element, row.attribute, &result), row.set);
-        EXPECT_EQ(SDOM_removeAttributeNode(dom.situation, row.element, row.attribute, &result), row.remove);
-        EXPECT_EQ(result, row.remove == SDOM_OK ? row.attribute : nullptr);
-    }
-
-    // The name keeps its URI; a prefix that means something else on the element is refused.
-    SDOM_Node moved = find(root, "p:y");
-    SDOM_Node result = nullptr;
-    EXPECT_EQ(SDOM_removeAttributeNode(dom.situation, root, moved, &result), SDOM_OK);
-    EXPECT_EQ(SDOM_setAttributeNodeNS(dom.situation, child, moved, &result), SDOM_NAMESPACE_ERR);
-    EXPECT_EQ(SDOM_removeAttribute(dom.situation, child, "xmlns:p"), SDOM_OK);
-    EXPECT_EQ(SDOM_setAttributeNodeNS(dom.situation, child, moved, &result), SDOM_OK);
-    EXPECT_EQ(dom.Markup(document), "<r xmlns:p=\"u\"><c p:y=\"2\"/></r>");
-    SDOM_Node twin = dom.Make(SDOM_createAttributeNS, document, "u", "q:y");
-    EXPECT_EQ(dom.Get<SDOM_Node>(SDOM_setAttributeNodeNS, child, twin), moved);
-    EXPECT_EQ(dom.Markup(document), "<r xmlns:p=\"u\"><c xmlns:q=\"u\" q:y=\"\"/></r>");
-
-    // Declarations are attribute nodes too.
-    SDOM_Node declaration = dom.Make(SDOM_createAttribute, document, "xmlns:n");
-    EXPECT_EQ(SDOM_setAttributeNode(dom.situation, child, declaration, &result), SDOM_NAMESPACE_ERR)
-        << "a prefix for \"\"";
-    EXPECT_EQ(SDOM_setNodeValue(dom.situation, declaration, "w"), SDOM_OK);
-    EXPECT_EQ(SDOM_setAttributeNode(dom.situation, child, declaration, &result), SDOM_OK);
-    EXPECT_EQ(dom.Text(SDOM_getAttribute, child, "xmlns:n"), "w");
-    EXPECT_EQ(SDOM_removeAttributeNode(dom.situation, child, declaration, &result), SDOM_OK);
-    EXPECT_EQ(result, declaration);
-    EXPECT_EQ(dom.Value(declaration), "w");
 }
 
 TEST(Attributes, OfIdTypeStayFindable) {
@@ -454,40 +303,6 @@ TEST(Rename, ChangesNames) {
         EXPECT_EQ(SDOM_setNodeName(dom.situation, nodes[row.node], row.name), row.code);
         EXPECT_EQ(dom.Markup(document), row.markup ? row.markup : SOURCE);
     }
-}
-
-TEST(SetValue, ChangesContent) {
-    Dom dom;
-    SDOM_Document document = dom.Parse("<r xmlns:p='u' xmlns:q='v' p:x='1'>t<!--k--><?i d?></r>");
-    SDOM_Node root = dom.Root(document);
-    auto find = [&](const char* name) { return dom.Get<SDOM_Node>(SDOM_getAttributeNode, root, name); };
-    auto at = [&](int index) { return dom.Get<SDOM_Node>(SDOM_getAttributeNodeIndex, root, index); };
-    struct {
-        SDOM_Node node;
-        const char* value;
-        SDOM_Exception code;
-    } const CASES[] = {
-        {find("p:x"), "<2>", SDOM_OK},
-        {find("p:x"), "\x01", SDOM_INVALID_CHARACTER_ERR},
-        {find("xmlns:q"), "w", SDOM_OK},
-        {find("xmlns:q"), "", SDOM_NAMESPACE_ERR},
-        {find("xmlns:q"), XML_URI, SDOM_NAMESPACE_ERR},
-        {find("xmlns:p"), "w", SDOM_NAMESPACE_ERR},
-        {find("xmlns:p"), "u", SDOM_OK},
-        {at(0), "w", SDOM_NAMESPACE_ERR}, // the implicit bindings
-        {at(3), "w", SDOM_NAMESPACE_ERR},
-        {dom.Child(root, 0), "<t>", SDOM_OK},
-        {dom.Child(root, 0), "\xFF", SDOM_INVALID_CHARACTER_ERR},
-        {dom.Child(root, 1), "l", SDOM_OK},
-        {dom.Child(root, 1), "--", SDOM_INVALID_CHARACTER_ERR},
-        {dom.Child(root, 2), "e", SDOM_OK},
-        {dom.Child(root, 2), "?>", SDOM_INVALID_CHARACTER_ERR},
-        {root, "x", SDOM_NO_MODIFICATION_ALLOWED_ERR},
-        {Dom::Node(document), "x", SDOM_NO_MODIFICATION_ALLOWED_ERR},
-    };
-    for (const auto& row : CASES)
-        EXPECT_EQ(SDOM_setNodeValue(dom.situation, row.node, row.value), row.code) << dom.Name(row.node) << row.value;
-    EXPECT_EQ(dom.Markup(document), "<r xmlns:p=\"u\" xmlns:q=\"w\" p:x=\"&lt;2&gt;\">&lt;t&gt;<!--l--><?i e?></r>");
 }
 
 } // namespace

@@ -128,51 +128,6 @@ TEST(NodeCalls, RefuseNodesThatAreNoElements) {
     EXPECT_EQ(dom.Markup(document), "<a x=\"1\">t<!--c--><?p d?></a>");
 }
 
-TEST(Node, HasNamesAndValue) {
-    Dom dom;
-    SDOM_Document document =
-        dom.Parse("<a xmlns='u' xmlns:p='v'><p:c p:x='1' y='2' xml:z='3'/>t<!--k--><?i d?><n xmlns=''/></a>");
-    SDOM_Node root = dom.Root(document);
-    SDOM_Node child = dom.Child(root, 0);
-    auto attribute = [&](SDOM_Node element, const char* name) {
-        return dom.Get<SDOM_Node>(SDOM_getAttributeNode, element, name);
-    };
-    const std::string XMLNS = "http://www.w3.org/2000/xmlns/";
-    struct {
-        SDOM_Node node;
-        SDOM_NodeType type;
-        const char* name;
-        std::optional<std::string> value;
-        std::optional<std::string> uri, prefix, localName;
-    } const CASES[] = {
-        {Dom::Node(document), SDOM_DOCUMENT_NODE, "#document", {}, {}, {}, {}},
-        {root, SDOM_ELEMENT_NODE, "a", {}, "u", "", "a"},
-        {child, SDOM_ELEMENT_NODE, "p:c", {}, "v", "p", "c"},
-        {dom.Child(root, 4), SDOM_ELEMENT_NODE, "n", {}, "", "", "n"},
-        {attribute(child, "p:x"), SDOM_ATTRIBUTE_NODE, "p:x", "1", "v", "p", "x"},
-        {attribute(child, "y"), SDOM_ATTRIBUTE_NODE, "y", "2", "", "", "y"},
-        {attribute(child, "xml:z"), SDOM_ATTRIBUTE_NODE, "xml:z", "3", "http://www.w3.org/XML/1998/namespace", "xml",
-         "z"},
-        {attribute(root, "xmlns:p"), SDOM_ATTRIBUTE_NODE, "xmlns:p", "v", XMLNS, "xmlns", "p"},
-        {attribute(root, "xmlns"), SDOM_ATTRIBUTE_NODE, "xmlns", "u", XMLNS, "", "xmlns"},
-        {dom.Child(root, 1), SDOM_TEXT_NODE, "#text", "t", {}, {}, {}},
-        {dom.Child(root, 2), SDOM_COMMENT_NODE, "#comment", "k", {}, {}, {}},
-        {dom.Child(root, 3), SDOM_PROCESSING_INSTRUCTION_NODE, "i", "d", {}, {}, {}},
-        {dom.Make(SDOM_createCDATASection, document, "s"), SDOM_CDATA_SECTION_NODE, "#cdata-section", "s", {}, {}, {}},
-        // A prefix that nothing binds is part of the name.
-        {dom.Make(SDOM_createElement, document, "q:e"), SDOM_ELEMENT_NODE, "q:e", {}, "", "", "q:e"},
-    };
-    for (const auto& row : CASES) {
-        SCOPED_TRACE(row.name);
-        EXPECT_EQ(dom.Get<SDOM_NodeType>(SDOM_getNodeType, row.node), row.type);
-        EXPECT_EQ(dom.Name(row.node), row.name);
-        EXPECT_EQ(dom.Text(SDOM_getNodeValue, row.node), row.value);
-        EXPECT_EQ(dom.Text(SDOM_getNodeNSUri, row.node), row.uri);
-        EXPECT_EQ(dom.Text(SDOM_getNodePrefix, row.node), row.prefix);
-        EXPECT_EQ(dom.Text(SDOM_getNodeLocalName, row.node), row.localName);
-    }
-}
-
 TEST(AttributeList, BeginsWithBindingsInScope) {
     const std::string XML = "xmlns:xml=http://www.w3.org/XML/1998/namespace";
     struct {
@@ -198,20 +153,6 @@ TEST(AttributeList, BeginsWithBindingsInScope) {
         for (int i = 0; i < row.depth; ++i) element = dom.Child(element, 0);
         EXPECT_THAT(dom.Attributes(element), ElementsAreArray(row.list)) << row.source;
     }
-}
-
-TEST(AttributeList, OfCreatedDocumentHasNoImplicitDefault) {
-    const std::string XML = "xmlns:xml=http://www.w3.org/XML/1998/namespace";
-    Dom dom;
-    SDOM_Document document = dom.Create();
-    SDOM_Node root = dom.Make(SDOM_createElementNS, document, "u", "p:a");
-    EXPECT_THAT(dom.Attributes(root), ElementsAre("xmlns:p=u"));
-    SDOM_appendChild(dom.situation, Dom::Node(document), root);
-    EXPECT_THAT(dom.Attributes(root), ElementsAre("xmlns:p=u", XML));
-    SDOM_Node child = dom.Make(SDOM_createElement, document, "b");
-    EXPECT_THAT(dom.Attributes(child), ElementsAre());
-    SDOM_appendChild(dom.situation, root, child);
-    EXPECT_THAT(dom.Attributes(child), ElementsAre("xmlns:p=u", XML));
 }
 
 TEST(AttributeList, GivesDeclarationsAnIdentity) {

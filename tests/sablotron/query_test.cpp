@@ -137,23 +137,6 @@ TEST_F(Queries, MeanTheDefaultNamespaceByUnprefixedElements) {
     EXPECT_THAT(Query(Node(Parse("<r xmlns='urn:e'><b/></r>")), "//b"), ElementsAre("b"));
 }
 
-TEST_F(Queries, WithAMapUseNothingElse) {
-    SDOM_Node node = Node(Parse("<r xmlns='urn:d' xmlns:p='urn:p'><b/><p:b k='1'/><b xmlns=''/></r>"));
-    EXPECT_THAT(Query(node, "//b", {}), ElementsAre("b"));
-    EXPECT_THAT(Query(node, "//d:b", {"d", "urn:d"}), ElementsAre("b"));
-    EXPECT_THAT(Query(node, "//q:b/@k", {"d", "urn:d", "q", "urn:p"}), ElementsAre("k=1"));
-    EXPECT_THAT(Query(node, "//p:b", {}), ElementsAre("code 17"));
-    EXPECT_THAT(Query(node, "//b", {"", "urn:d"}), ElementsAre("b"));
-    EXPECT_THAT(Query(node, "//q:b", {"", "urn:d", "q", "urn:p"}), ElementsAre("p:b"));
-    EXPECT_THAT(Query(node, "//q:b", {"q"}), ElementsAre("code 17"));
-    // A prefix that means something else the next time.
-    EXPECT_THAT(Query(node, "//q:b/namespace::q", {"q", "urn:d"}), ElementsAre());
-    EXPECT_THAT(Query(node, "//q:b", {"q", "urn:d"}), ElementsAre("b"));
-    EXPECT_THAT(Query(node, "//q:b", {"q", "urn:p"}), ElementsAre("p:b"));
-    SDOM_NodeList list = nullptr;
-    EXPECT_EQ(SDOM_xql_ns(situation, "//p:b", node, nullptr, &list), 17);
-}
-
 TEST_F(Queries, SeeEveryEdit) {
     SDOM_Document document = Parse("<r><a/><b/></r>");
     SDOM_Node root = Root(document);

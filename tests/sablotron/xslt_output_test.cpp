@@ -89,36 +89,6 @@ protected:
     std::function<void(const std::string&)> onEvent;
 };
 
-TEST_F(Events, TellTheResultTree) {
-    const struct {
-        std::string stylesheet;
-        std::vector<std::string> expected; // between start and end of the document
-    } CASES[] = {
-        {Template("<o:x xmlns='urn:def' xmlns:o='urn:o' o:a='1'><y xmlns:n='urn:n' xmlns='urn:e' b='2'/>"
-                  "<xsl:comment>c</xsl:comment><xsl:processing-instruction name='t'>d</xsl:processing-instruction>"
-                  "xyz</o:x>"),
-         {"+'' 'urn:def'", "+'o' 'urn:o'", "<o:x o:a='1'", "+'n' 'urn:n'", "+'' 'urn:e'", "<y b='2'", "</y", "-''",
-          "-'n'", "!c", "?t d", "\"xyz\"", "</o:x", "-'o'", "-''"}},
-        {Template("<a xmlns='urn:d'><b xmlns=''/></a>"),
-         {"+'' 'urn:d'", "<a", "+'' ''", "<b", "</b", "-''", "</a", "-''"}},
-        {WithOutput("cdata-section-elements='a'", "<a>1&lt;<xsl:value-of select='r'/></a>"),
-         {"+'' ''", "<a", "\"1<x\"", "</a", "-''"}},
-        {WithOutput("method='text'", "<a>1</a>2<xsl:comment>c</xsl:comment>3"), {"\"123\""}},
-        {WithOutput("method='html'", "<p a='&quot;'>x<br/></p>"),
-         {"+'' ''", "<p a='\"'", "\"x\"", "<br", "</br", "</p", "-''"}},
-        {Template(""), {}},
-    };
-    for (const auto& c : CASES) {
-        seen.clear();
-        ASSERT_EQ(Transform(c.stylesheet, "<r>x</r>"), 0);
-        std::vector<std::string> expected = c.expected;
-        expected.insert(expected.begin(), "start document");
-        expected.emplace_back("end document");
-        EXPECT_EQ(seen, expected) << c.stylesheet;
-        EXPECT_NE(Out(), "(none)");
-    }
-}
-
 TEST_F(Events, AreNotSentWhenTheRunFailsOrTheHandlerHasGone) {
     EXPECT_EQ(Transform(Template("<a/><xsl:value-of select='$v'/>"), "<r/>"), 46);
     EXPECT_TRUE(seen.empty());
