@@ -14,11 +14,13 @@ ObjectRef NewFolderItem(const std::filesystem::path& path);
 // Raises IOException "PATH: REASON" with the system's error number.
 void RaiseFileError(const std::filesystem::path& path, int error);
 
-// New streams over an opened file, which they take over. `path` is for messages. nil, with IOException raised, when the
-// file could not be opened with this mode of fopen.
+// New streams over a file, opened with a mode of fopen or created. nil, with IOException raised, when that cannot be
+// done.
 ObjectRef OpenBinaryStream(const std::filesystem::path& path, const char* mode);
+ObjectRef CreateBinaryStream(const std::filesystem::path& path);
 ObjectRef OpenTextInput(const std::filesystem::path& path);
-ObjectRef OpenTextOutput(const std::filesystem::path& path, const char* mode);
+ObjectRef AppendTextOutput(const std::filesystem::path& path);
+ObjectRef CreateTextOutput(const std::filesystem::path& path);
 
 // Register the classes of the streams; RegisterFiles does.
 void RegisterStreams();

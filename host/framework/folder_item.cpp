@@ -103,13 +103,13 @@ Object* OpenAsBinaryFile(Object* self, int32_t write) {
     return OpenBinaryStream(Path(self), write ? "r+e" : "re").Detach();
 }
 
-Object* CreateBinaryFile(Object* self) { return OpenBinaryStream(Path(self), "w+e").Detach(); }
+Object* CreateBinaryFile(Object* self) { return CreateBinaryStream(Path(self)).Detach(); }
 
 Object* OpenAsTextFile(Object* self) { return OpenTextInput(Path(self)).Detach(); }
 
-Object* CreateTextFile(Object* self) { return OpenTextOutput(Path(self), "we").Detach(); }
+Object* CreateTextFile(Object* self) { return CreateTextOutput(Path(self)).Detach(); }
 
-Object* AppendToTextFile(Object* self) { return OpenTextOutput(Path(self), "ae").Detach(); }
+Object* AppendToTextFile(Object* self) { return AppendTextOutput(Path(self)).Detach(); }
 
 void CreateAsFolder(Object* self) {
     std::error_code error;

@@ -74,6 +74,12 @@ size_t ResidentMemory() {
     return read == 2 ? resident * static_cast<size_t>(sysconf(_SC_PAGESIZE)) : 0;
 }
 
+// Not the exception by which a program ends itself.
+bool IsError(const Object* exception) {
+    const Class* error = FindClass("RuntimeException");
+    return exception == nullptr || error == nullptr || exception->cls->IsA(error);
+}
+
 } // namespace
 
 Machine::Machine(Environment& environment, const RunOptions& options) : environment_(environment), options_(options) {
@@ -111,6 +117,7 @@ RunResult Machine::Run(const std::vector<uint32_t>& codes) {
             result.stack = stopStack_;
         } else {
             ObjectRef exception = TakePendingException();
+            isFailed_ = IsError(exception.Get());
             result.outcome = RunOutcome::UNCAUGHT_EXCEPTION;
             result.exception = Describe(exception.Get());
         }
@@ -119,9 +126,17 @@ RunResult Machine::Run(const std::vector<uint32_t>& codes) {
     return result;
 }
 
-void Machine::ReleaseGlobals() {
+void Machine::ReleaseGlobals(RunResult& result) {
     raised_ = {};
-    environment_.ReleaseGlobals();
+    {
+        FailingProgram failing(isStopped_ || isFailed_);
+        environment_.ReleaseGlobals();
+    }
+    // A destructor of the host's may fail too: that of a stream whose file cannot be written.
+    ObjectRef exception = TakePendingException();
+    if (!exception || result.outcome != RunOutcome::FINISHED) return;
+    result.outcome = RunOutcome::UNCAUGHT_EXCEPTION;
+    result.exception = Describe(exception.Get());
 }
 
 UncaughtException Machine::Describe(Object* exception) {
@@ -284,6 +299,7 @@ void Machine::ReleaseLifetimes(const Frame& frame, const Handler* handler) {
 bool Machine::Unwind(size_t entry) {
     ObjectRef exception = TakePendingException();
     if (!isStopped_ && exception) NoteRaised(exception.Get());
+    FailingProgram failing(isStopped_ || IsError(exception.Get()));
     while (frames_.size() >= entry) {
         Frame frame = frames_.back();
         const Handler* handler = isStopped_ ? nullptr : FindHandler(frame);

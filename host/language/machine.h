@@ -27,7 +27,7 @@ public:
     // Runs functions without parameters one after the other, until one of them fails.
     RunResult Run(const std::vector<uint32_t>& codes);
     // Releases the program's variables; destructors run.
-    void ReleaseGlobals();
+    void ReleaseGlobals(RunResult& result);
 
     // Callbacks for the runtime. `context` is the Code.
     static void CallBack(void* context, const Slot* arguments, Slot* result);
@@ -73,6 +73,7 @@ private:
     size_t nativeStackLimit_ = 0;
     std::chrono::steady_clock::time_point deadline_;
     bool isStopped_ = false;
+    bool isFailed_ = false; // by an exception that nobody caught
     RunOutcome outcome_ = RunOutcome::FINISHED;
     std::vector<StackEntry> stopStack_;
     ObjectRef raised_; // the exception whose way was noted last

@@ -39,7 +39,7 @@ Compilation Compile(const std::vector<Source>& sources) {
 RunResult Run(Program& program, const RunOptions& options) {
     Machine machine(program.GetEnvironment(), options);
     RunResult result = machine.Run(program.GetEnvironment().mainCodes);
-    machine.ReleaseGlobals();
+    machine.ReleaseGlobals(result);
     return result;
 }
 

@@ -17,7 +17,8 @@ Session::Session(RunOptions options) : environment_(std::make_unique<Environment
 
 Session::~Session() {
     Machine machine(*environment_, options_);
-    machine.ReleaseGlobals();
+    RunResult ignored;
+    machine.ReleaseGlobals(ignored);
 }
 
 Session::Result Session::Enter(const std::string& text) {

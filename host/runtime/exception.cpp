@@ -19,6 +19,8 @@ namespace {
 constexpr size_t RESERVE_SIZE = 64 << 10;
 void* reserve = std::malloc(RESERVE_SIZE);
 
+bool isFailing = false;
+
 [[noreturn]] void Die(const char* message) {
     std::fprintf(stderr, "kova: %s\n", message);
     std::abort();
@@ -56,6 +58,12 @@ void RaiseOutOfMemory() {
     reserve = std::malloc(RESERVE_SIZE);
     isRaising = false;
 }
+
+bool IsProgramFailing() { return isFailing; }
+
+FailingProgram::FailingProgram(bool isFailingNow) : before_(std::exchange(isFailing, isFailing || isFailingNow)) {}
+
+FailingProgram::~FailingProgram() { isFailing = before_; }
 
 ObjectRef TakePendingException() { return ObjectRef::Adopt(std::exchange(detail::pendingException, nullptr)); }
 

@@ -25,6 +25,20 @@ void RaiseNew(std::string_view className, int32_t number, std::string_view messa
 // Raises OutOfMemoryException. Ends the process when there is no memory even for that.
 void RaiseOutOfMemory();
 
+// Whether objects are released because the program fails: by an exception on its way, or as it is stopped. What they
+// have not finished is not to be kept then.
+bool IsProgramFailing();
+class FailingProgram {
+public:
+    explicit FailingProgram(bool isFailingNow);
+    ~FailingProgram();
+    FailingProgram(const FailingProgram&) = delete;
+    FailingProgram& operator=(const FailingProgram&) = delete;
+
+private:
+    bool before_;
+};
+
 // The pending exception, which is no longer pending; nil when there is none.
 ObjectRef TakePendingException();
 
