@@ -109,40 +109,6 @@ TEST_F(LanguageRun, AnInterruptEndsALoopAndSaysWhere) {
     EXPECT_EQ(result.stack[1].line, 6U);
 }
 
-TEST_F(LanguageRun, CallsDeeperThanTheLimitRaiseAnException) {
-    RunOptions options;
-    options.callDepthLimit = 100;
-    RunResult result = RunText("Function Depth(n As Integer) As Integer\n"
-                               "  Try\n"
-                               "    Return Depth(n + 1)\n"
-                               "  Catch e As StackOverflowException\n"
-                               "    Return n\n"
-                               "  End Try\n"
-                               "End Function\n"
-                               "Print Depth(1)",
-                               options);
-    EXPECT_EQ(result.outcome, RunOutcome::FINISHED);
-    EXPECT_EQ(output_, "99\n");
-}
-
-TEST_F(LanguageRun, StringsGrowInLinearTime) {
-    RunResult result = RunText("Class Buffer\n"
-                               "  Text As String\n"
-                               "  Sub Add(s As String)\n"
-                               "    Text = Text + s + \"-\"\n"
-                               "  End Sub\n"
-                               "End Class\n"
-                               "Dim b As New Buffer\n"
-                               "Dim s As String\n"
-                               "For i As Integer = 1 To 300000\n"
-                               "  s = s + \"0123456789\"\n"
-                               "  b.Add(\"012345678\")\n"
-                               "Next\n"
-                               "Print LenB(s) + LenB(b.Text)\n");
-    EXPECT_EQ(result.outcome, RunOutcome::FINISHED);
-    EXPECT_EQ(output_, "6000000\n");
-}
-
 class LanguageSession : public LanguageRun {
 protected:
     LanguageSession() {

@@ -309,51 +309,6 @@ TEST_F(RuntimeTest, DamagedModulesAreRefusedByName) {
     }
 }
 
-TEST_F(RuntimeTest, ProgramClassesServeNativeCallers) {
-    static int32_t factor = 3;
-    ClassDescription description;
-    description.name = "Scaled";
-    description.super = FindClass("Sensor");
-    description.dataSize = 16;
-    description.fields = {{"Total", TypeNamed("Integer"), 0}, {"Mean", TypeNamed("Double"), 8}};
-    description.methods = {
-        {ParseSignature("Times(value as Double, n as Integer) as Double"), &factor,
-         [](void* context, const Slot* arguments, Slot* result) {
-             Log().push_back("times " + arguments[0].object->cls->name);
-             result->number = arguments[1].number * arguments[2].integer * *static_cast<int32_t*>(context);
-         }},
-        {ParseSignature("Fault(number as Integer)"), nullptr,
-         [](void*, const Slot* arguments, Slot*) { Log().push_back("own " + std::to_string(arguments[1].integer)); }},
-    };
-    Class* cls = DefineClass(description);
-    {
-        ObjectRef object = Create(cls);
-        auto* load = ServiceNamed<void*(Object*, const char*)>("KOVALoadObjectMethod");
-        void* times = load(object.Get(), "Times(value as Double, n as Integer) as Double");
-        ASSERT_NE(times, nullptr);
-        EXPECT_EQ(reinterpret_cast<double (*)(Object*, double, int32_t)>(times)(object.Get(), 0.5, 4), 6.0);
-        EXPECT_EQ(Log().back(), "times Scaled");
-        Call(object, "Fault", {8});
-        EXPECT_EQ(Log().back(), "own 8") << "a method hides the inherited one";
-        int32_t total = 0;
-        auto* set = ServiceNamed<int32_t(Object*, const char*, int32_t)>("KOVASetPropValueInt");
-        auto* get = ServiceNamed<int32_t(Object*, const char*, int32_t*)>("KOVAGetPropValueInt");
-        EXPECT_TRUE(set(object.Get(), "total", 17));
-        EXPECT_TRUE(get(object.Get(), "TOTAL", &total));
-        EXPECT_EQ(total, 17);
-        SetProperty(object, "Mean", 1.5);
-        EXPECT_EQ(GetProperty(object, "Mean").Double(), 1.5);
-        EXPECT_FALSE(RemoveClass(cls)) << "an object is alive";
-        EXPECT_THROW(AddMethod(cls, description.methods[0]), DefinitionError);
-    }
-    EXPECT_FALSE(RemoveClass(FindClass("Sensor"))) << "it has subclasses";
-    EXPECT_TRUE(RemoveClass(cls));
-    EXPECT_EQ(FindClass("Scaled"), nullptr);
-    description.fields[1].offset = 12;
-    EXPECT_THROW(DefineClass(description), DefinitionError);
-    EXPECT_EQ(FindClass("Scaled"), nullptr);
-}
-
 TEST_F(RuntimeTest, PassesEveryKindOfArgument) {
     ObjectRef sensor = Create("Sensor", {7, "north"});
     EXPECT_EQ(Call(sensor, "Mix", {0.5, 2, 3.0, "four", true}).Double(), 0.5 + 20 + 300 + 4000 + 10000 + 7);
@@ -438,27 +393,6 @@ TEST_F(RuntimeTest, RaisesWhenMemoryIsMissing) {
     EXPECT_THROW(ThrowPending(), ProgramException);
 }
 
-TEST_F(RuntimeTest, Compares) {
-    struct Case {
-        StringRef left, right;
-        int order;
-    };
-    const Case cases[] = {
-        {{}, {}, 0},
-        {{}, StringRef(""), 0},
-        {StringRef("a"), {}, 1},
-        {StringRef("a"), StringRef("A"), 1},
-        {StringRef("a"), StringRef("ab"), -1},
-        {Bytes("\xE4", ENCODING_ISO_LATIN1), StringRef("\xC3\xA4"), 0},
-        {Bytes("\xE4", ENCODING_UNKNOWN), StringRef("\xC3\xA4"), 1}, // unknown bytes are compared as they are
-        {Bytes(std::string_view("a\0b", 3), ENCODING_UTF8), StringRef("a"), 1},
-    };
-    for (const Case& test : cases) {
-        EXPECT_EQ(CompareStrings(test.left.Get(), test.right.Get()), test.order) << test.left.View();
-        EXPECT_EQ(CompareStrings(test.right.Get(), test.left.Get()), -test.order) << test.left.View();
-    }
-}
-
 TEST_F(RuntimeTest, ConvertsLongTextAcrossBufferEdges) {
     // Each length puts a character of two bytes across another edge of the converter's buffers.
     for (size_t length : {4095U, 4096U, 4097U, 100000U}) {
@@ -468,19 +402,6 @@ TEST_F(RuntimeTest, ConvertsLongTextAcrossBufferEdges) {
         EXPECT_EQ(CompareStrings(latin.Get(), utf8.Get()), 0) << length;
         EXPECT_EQ(ConvertString(utf8.Get(), ENCODING_ISO_LATIN1).View(), latin.View());
     }
-}
-
-TEST_F(RuntimeTest, KeepsTheSameStringWhenNothingIsToBeDone) {
-    StringRef text("\xC3\xA4");
-    EXPECT_EQ(ConvertString(text.Get(), ENCODING_UTF8).Get(), text.Get());
-    EXPECT_EQ(ConvertString(text.Get(), 0x7777).Get(), text.Get()) << "unknown target";
-    EXPECT_EQ(ConvertString(nullptr, ENCODING_UTF8).Get(), nullptr);
-    auto* encodingOf = ServiceNamed<uint32_t(String*)>("KOVAGetStringEncoding");
-    auto* setEncoding = ServiceNamed<void(String*, uint32_t)>("KOVASetStringEncoding");
-    setEncoding(text.Get(), 0x7777);
-    EXPECT_EQ(encodingOf(text.Get()), 0x7777U);
-    EXPECT_EQ(encodingOf(nullptr), 0U);
-    setEncoding(nullptr, 1);
 }
 
 TEST_F(RuntimeTest, LendsConvertedStringsForOneNativeCall) {

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
 #include <string>
 
 namespace {
@@ -90,67 +89,6 @@ TEST_F(ScannerRun, NilIsEmptyAndEachTokenIsReleased) {
     EXPECT_EQ(Scan(nullptr), "");
     EXPECT_EQ(Scan("<a> <b/> x </a>"), "<a><b/> x </a>");
     EXPECT_EQ(host::LiveStringCount(), before);
-}
-
-using host::ObjectRef;
-
-// Well-formed markup without comments and CDATA sections, with blanks in all places.
-class MarkupWriter {
-public:
-    explicit MarkupWriter(unsigned seed) : random_(seed) {}
-
-    std::string Element(int depth) {
-        const std::string name = Any(NAMES);
-        std::string markup = "<" + name;
-        if (random_() % 3 == 0) markup += " k = '" + Any(TEXTS) + " > " + Any(BLANKS) + "'";
-        markup += random_() % 2 == 0 ? ">" : Any(BLANKS) + ">";
-        for (auto count = depth > 0 ? random_() % 5 : 0; count > 0; --count) {
-            switch (random_() % 5) {
-            case 0: markup += Any(TEXTS); break;
-            case 1: markup += "<?target " + Any(TEXTS) + "?>"; break;
-            case 2: markup += Any(BLANKS); break;
-            default: markup += Element(depth - 1); break;
-            }
-            markup += Any(BLANKS);
-        }
-        return markup + "</" + name + ">";
-    }
-
-private:
-    static constexpr std::string_view NAMES[] = {"a", "b", "long-name"};
-    static constexpr std::string_view TEXTS[] = {"x", " x", "x ", " \n x y \t", "&amp;", "]", "]]", "=", "\xC3\xA9"};
-    static constexpr std::string_view BLANKS[] = {"", "", " ", "\n", "\t \r\n "};
-
-    template <size_t COUNT>
-    std::string Any(const std::string_view (&texts)[COUNT]) {
-        return std::string(texts[random_() % COUNT]);
-    }
-
-    std::mt19937 random_;
-};
-
-void RemoveBlankText(const ObjectRef& node) {
-    ObjectRef next;
-    for (ObjectRef child = host::GetProperty(node, "FirstChild").GetObject(); child; child = next) {
-        next = host::GetProperty(child, "NextSibling").GetObject();
-        RemoveBlankText(child);
-        const std::string text = host::GetProperty(child, "Value").Text();
-        if (host::GetProperty(child, "Type").Integer() == 3 && text.find_first_not_of(" \t\r\n") == std::string::npos)
-            host::Call(node, "RemoveChild", {child});
-    }
-}
-
-TEST_F(ScannerRun, LeavesTheTreeWithoutBlankTextBetweenMarkup) {
-    MarkupWriter writer(5);
-    for (int round = 0; round < 300; ++round) {
-        const std::string text = " \n" + writer.Element(5) + "\n";
-        const ObjectRef scanned = host::Create("XmlDocument", {text}, "Constructor(xmlDoc as String)");
-        const ObjectRef whole = host::Create("XmlDocument", {}, "Constructor()");
-        host::SetProperty(whole, "PreserveWhitespace", true);
-        host::Call(whole, "LoadXml(doc as String)", {text});
-        RemoveBlankText(whole);
-        ASSERT_EQ(host::GetProperty(scanned, "ToString").Text(), host::GetProperty(whole, "ToString").Text()) << text;
-    }
 }
 
 } // namespace

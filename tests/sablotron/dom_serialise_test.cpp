@@ -59,41 +59,5 @@ TEST(Serialise, DeclaresScopeOnElementsOnTheirOwn) {
     }
 }
 
-TEST(Serialise, IsStableForRealData) {
-    std::ifstream file(KOVA_SYSROOT "/usr/share/mime/packages/freedesktop.org.xml", std::ios::binary);
-    std::stringstream source;
-    source << file.rdbuf();
-    ASSERT_GT(source.str().size(), 1'000'000U);
-    Dom dom;
-    SDOM_Document first = dom.Parse(source.str());
-    std::string once = dom.Markup(first);
-    SDOM_Document second = dom.Parse(XML_DECLARATION + once);
-    EXPECT_TRUE(dom.Markup(second) == once);
-
-    // Equal node by node, not only when written.
-    SDOM_Node left = Dom::Node(first);
-    SDOM_Node right = Dom::Node(second);
-    size_t nodes = 0;
-    while ((left != nullptr) && (right != nullptr)) {
-        ++nodes;
-        ASSERT_EQ(dom.Name(left), dom.Name(right));
-        ASSERT_EQ(dom.Text(SDOM_getNodeNSUri, left), dom.Text(SDOM_getNodeNSUri, right));
-        ASSERT_EQ(dom.Value(left), dom.Value(right));
-        if (dom.Get<SDOM_NodeType>(SDOM_getNodeType, left) == SDOM_ELEMENT_NODE) {
-            ASSERT_EQ(dom.Attributes(left), dom.Attributes(right));
-        }
-        auto step = [&](SDOM_Node node) {
-            if (auto child = dom.Get<SDOM_Node>(SDOM_getFirstChild, node)) return child;
-            for (; node != nullptr; node = dom.Get<SDOM_Node>(SDOM_getParentNode, node))
-                if (auto next = dom.Get<SDOM_Node>(SDOM_getNextSibling, node)) return next;
-            return SDOM_Node{};
-        };
-        left = step(left);
-        right = step(right);
-    }
-    EXPECT_EQ(left, right);
-    EXPECT_GT(nodes, 50'000U);
-}
-
 } // namespace
 } // namespace sablot::test
