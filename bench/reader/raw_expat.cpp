@@ -1,8 +1,6 @@
-// The yardstick for the event reader: Expat alone with the same callbacks, all of them empty, over the same chunks.
-// raw_expat FILE prints the milliseconds that the parse took.
+// The yardstick for the event reader: Expat alone with the same callbacks, all of them empty. raw_expat FILE
 #include <expat.h>
 
-#include <chrono>
 #include <cstdio>
 #include <fstream>
 #include <memory>
@@ -45,7 +43,6 @@ int main(int argc, char** argv) {
                                                                               XML_ParserFree);
     SetHandlers(parser.get());
     std::vector<char> chunk(CHUNK_SIZE);
-    const auto start = std::chrono::steady_clock::now();
     for (bool last = false; !last;) {
         file.read(chunk.data(), CHUNK_SIZE);
         last = !file;
@@ -56,6 +53,4 @@ int main(int argc, char** argv) {
             return 1;
         }
     }
-    const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - start;
-    std::printf("%.0f\n", time.count());
 }

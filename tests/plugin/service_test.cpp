@@ -16,6 +16,7 @@ namespace {
 
 using host::Call;
 using host::ObjectRef;
+using host::SetProperty;
 using host::Value;
 
 // What a reader makes of a document, of a wrong one and of a file while the service is missing.
@@ -333,6 +334,40 @@ TEST(Services, NothingStaysWithoutAnInstance) {
             return std::string(mallinfo2().uordblks < before.uordblks + 10'000 ? "freed" : "kept");
         },
         "freed");
+    ReplacedServices().clear();
+}
+
+TEST(Services, ABaseThatTheHostCannotShowIsNone) {
+    ReplacedServices() = {{"StringGetCString", nullptr}};
+    ExpectStory(
+        [] {
+            const ObjectRef reader = host::Create("XmlReader", {});
+            SetProperty(reader, "Base", "b");
+            return std::string(host::GetProperty(reader, "Base").GetString() ? "some" : "none");
+        },
+        "none");
+    ReplacedServices().clear();
+}
+
+int askedOfNil = 0;
+
+void* HandlerUnlessNil(host::Object* object, void* event) {
+    if (object == nullptr) ++askedOfNil;
+    return HostService<void*(host::Object*, void*)>("GetEventInstance")(object, event);
+}
+
+// After a reset the default callback has no reader to tell; it asks the host all the same.
+TEST(Services, EventsOfNoReaderAreTheHosts) {
+    ReplacedServices() = {{"GetEventInstance", reinterpret_cast<void*>(HandlerUnlessNil)}};
+    ExpectStory(
+        [] {
+            const ObjectRef reader = host::Create("XmlReader", {});
+            Call(reader, "Reset() as Boolean");
+            SetProperty(reader, "SetDefaultHandler", true);
+            Call(reader, "Parse", {"<a/>"});
+            return std::to_string(askedOfNil);
+        },
+        "1");
     ReplacedServices().clear();
 }
 
