@@ -12,8 +12,10 @@ namespace host {
 
 // Exit codes, as users of the command line expect them.
 constexpr int EXIT_OK = 0;
-constexpr int EXIT_FAILED = 1; // the program, the document or a test failed
-constexpr int EXIT_USAGE = 2;  // the command line is wrong
+constexpr int EXIT_FAILED = 1;        // the program, the document or a test failed
+constexpr int EXIT_USAGE = 2;         // the command line is wrong
+constexpr int EXIT_TIME_LIMIT = 124;  // as timeout(1)
+constexpr int EXIT_INTERRUPTED = 130; // as a shell reports a process that SIGINT ended
 
 // A fault of the command line found after parsing it: reported with EXIT_USAGE.
 struct UsageError : std::runtime_error {
@@ -28,7 +30,9 @@ struct HostOptions {
 
 struct RunCommandOptions {
     std::filesystem::path program;
-    std::vector<std::string> arguments;
+    std::vector<std::string> arguments; // with `each` the files, one for each run
+    bool each = false;
+    int jobs = 0; // of `each`, at once; 0: one for each processor
     bool reportLeaks = false;
     double timeLimit = 0;   // seconds, 0 for none
     double memoryLimit = 0; // megabytes, 0 for none
@@ -106,6 +110,7 @@ struct TransformCommandOptions {
 };
 
 int RunProgram(const HostOptions& host, const RunCommandOptions& options);
+int RunEach(const HostOptions& host, const RunCommandOptions& options);
 int Check(const HostOptions& host, const CheckCommandOptions& options);
 int RunRepl(const HostOptions& host);
 int Describe(const HostOptions& host, const std::string& name);

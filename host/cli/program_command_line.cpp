@@ -10,14 +10,34 @@ namespace host {
 
 namespace {
 
+// With --each nothing belongs to the program, so options may stand between the files too.
+void ReadFilesOfEach(RunCommandOptions& run, const std::vector<std::string>& rest) {
+    CLI::App files;
+    files.allow_extras();
+    files.add_option("FILE", run.arguments)->required();
+    files.add_option("-j,--jobs", run.jobs)->check(AboveZero());
+    files.parse(std::vector<std::string>(rest.rbegin(), rest.rend()));
+    if (!files.remaining().empty()) throw UsageError("there is no option \"" + files.remaining().front() + "\"");
+}
+
 void AddRun(CLI::App& app, CommandLine& line) {
-    CLI::App& command = AddCommand(app, {"run", "[OPTIONS] PROGRAM [ARGUMENTS...]",
-                                         "Run a program; what follows its name is the program's own",
-                                         "  kova run convert.kova books.xml books.csv\n"
-                                         "  kova run --leaks --time-limit 10 convert.kova books.xml\n"});
+    CLI::App& command = AddCommand(
+        app, {"run", "[OPTIONS] PROGRAM [ARGUMENTS...]", "Run a program; what follows its name is the program's own",
+              "  kova run convert.kova books.xml books.csv\n"
+              "  kova run --leaks --time-limit 10 convert.kova books.xml\n"
+              "  kova run --each check_links.kova *.html -j 4\n"
+              "\n"
+              "With --each the program runs once for each file, with the file's name as its argument, in\n"
+              "a process of its own. What they print comes in the order of the files; one that fails does\n"
+              "not stop the others. Exit code 1 if any failed.\n"});
     auto run = std::make_shared<RunCommandOptions>();
     command.prefix_command();
-    command.add_flag("--leaks", run->reportLeaks, "List what is still alive when the program has ended");
+    CLI::Option* leaks =
+        command.add_flag("--leaks", run->reportLeaks, "List what is still alive when the program has ended");
+    command.add_flag("--each", run->each, "Run the program for each of the files that follow it")->excludes(leaks);
+    command.add_option("-j,--jobs", run->jobs, "With --each: how many at once (one for each processor)")
+        ->type_name("N")
+        ->check(AboveZero());
     command.add_option("--time-limit", run->timeLimit, "End the program after this time (exit code 124)")
         ->type_name("SECONDS")
         ->check(AboveZero());
@@ -31,7 +51,11 @@ void AddRun(CLI::App& app, CommandLine& line) {
         if (rest.empty()) throw CLI::RequiredError("PROGRAM");
         if (rest.front().size() > 1 && rest.front()[0] == '-') throw CLI::ExtrasError({rest.front()});
         run->program = rest.front();
-        run->arguments.assign(rest.begin() + 1, rest.end());
+        rest.erase(rest.begin());
+        if (run->each)
+            ReadFilesOfEach(*run, rest);
+        else
+            run->arguments = rest;
         line.action = [=, &line] { return RunProgram(line.host, *run); };
     });
 }

@@ -1,11 +1,11 @@
 // Compiles a program for a command, and tells how its run ended.
 #include "host/cli/program_session.h"
 
-#include "host/cli/commands.h"
 #include "host/cli/files.h"
 #include "host/cli/terminal.h"
 #include "host/framework/framework.h"
 
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <string>
@@ -13,9 +13,6 @@
 namespace host {
 
 namespace {
-
-constexpr int EXIT_TIME_LIMIT = 124;  // as timeout(1)
-constexpr int EXIT_INTERRUPTED = 130; // as a shell reports a process that SIGINT ended
 
 void PrintStack(const std::vector<StackEntry>& stack) {
     for (const StackEntry& entry : stack) {
@@ -59,6 +56,15 @@ int ReportOutcome(const RunResult& result) {
         return EXIT_FAILED;
     }
     return EXIT_FAILED;
+}
+
+RunOptions LimitsOf(const RunCommandOptions& options) {
+    RunOptions limits;
+    // One buffer with what programs write through StdOut.
+    limits.print = [](std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); };
+    limits.timeLimit = std::chrono::milliseconds(static_cast<int64_t>(options.timeLimit * 1000));
+    limits.memoryLimit = static_cast<size_t>(options.memoryLimit * 1024 * 1024);
+    return limits;
 }
 
 InterruptHandler::InterruptHandler() {

@@ -1,6 +1,7 @@
 // What the commands share that compile and run programs.
 #pragma once
 
+#include "host/cli/commands.h"
 #include "host/language/program.h"
 
 #include <filesystem>
@@ -12,6 +13,9 @@ Compilation CompileFile(const std::filesystem::path& path, bool showWarnings);
 
 // Tells on standard error how a program ended; the exit code that follows from it.
 int ReportOutcome(const RunResult& result);
+
+// What a run may need, as the command line says it; it prints to standard output.
+RunOptions LimitsOf(const RunCommandOptions& options);
 
 // Ctrl-C stops the program that runs while this lives, instead of the process.
 class InterruptHandler {

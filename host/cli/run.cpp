@@ -4,13 +4,13 @@
 #include "host/framework/framework.h"
 #include "host/runtime/leaks.h"
 
-#include <chrono>
 #include <cstdio>
 #include <iostream>
 
 namespace host {
 
 int RunProgram(const HostOptions& host, const RunCommandOptions& options) {
+    if (options.each) return RunEach(host, options);
     StartHost(host);
     LiveCounts before = CountLive();
     SetProgramEnvironment({options.program, options.arguments});
@@ -18,13 +18,8 @@ int RunProgram(const HostOptions& host, const RunCommandOptions& options) {
     {
         Compilation compilation = CompileFile(options.program, false);
         if (!compilation.program) return EXIT_FAILED;
-        RunOptions limits;
-        // One buffer with what programs write through StdOut.
-        limits.print = [](std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); };
-        limits.timeLimit = std::chrono::milliseconds(static_cast<int64_t>(options.timeLimit * 1000));
-        limits.memoryLimit = static_cast<size_t>(options.memoryLimit * 1024 * 1024);
         InterruptHandler interrupts;
-        result = ReportOutcome(Run(*compilation.program, limits));
+        result = ReportOutcome(Run(*compilation.program, LimitsOf(options)));
     }
     if (options.reportLeaks) {
         std::fflush(stdout);

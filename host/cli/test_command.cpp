@@ -1,10 +1,10 @@
 // `kova test`: each program runs in a process of its own, forked when the plug-in is loaded.
 #include "host/cli/files.h"
+#include "host/cli/job_pool.h"
 #include "host/cli/program_test.h"
 #include "host/cli/session.h"
 #include "host/cli/terminal.h"
 
-#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,10 +15,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <map>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace host {
@@ -33,27 +31,6 @@ constexpr const char* LEAK_LIST = "deliberate_leaks.txt";
 constexpr int CHILD_PASSED = 0;
 constexpr int CHILD_FAILED = 1;
 constexpr int CHILD_UPDATED = 2;
-
-class TemporaryFolder {
-public:
-    TemporaryFolder() {
-        std::string pattern = (fs::temp_directory_path() / "kova-test-XXXXXX").native();
-        if (mkdtemp(pattern.data()) == nullptr)
-            throw fs::filesystem_error("", pattern, std::error_code(errno, std::generic_category()));
-        path_ = pattern;
-    }
-    ~TemporaryFolder() {
-        std::error_code error;
-        fs::remove_all(path_, error);
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    const fs::path& Path() const { return path_; }
-
-private:
-    fs::path path_;
-};
 
 std::vector<fs::path> FindPrograms(const TestCommandOptions& options) {
     std::vector<fs::path> programs;
@@ -93,17 +70,11 @@ public:
           outcomes_(programs_.size()) {}
 
     int Run() {
-        size_t jobs =
-            options_.jobs > 0 ? static_cast<size_t>(options_.jobs) : std::max(1U, std::thread::hardware_concurrency());
-        for (size_t started = 0; started < programs_.size() || !running_.empty();) {
-            if (started < programs_.size() && running_.size() < jobs) {
-                Start(started++);
-            } else {
-                Wait();
-                ShowProgress(started);
-            }
-        }
-        ClearProgress();
+        RunJobs({programs_.size(), static_cast<size_t>(options_.jobs), [this](size_t index) { return RunChild(index); },
+                 [this](size_t index, int status) {
+                     Ended(index, status);
+                     return true;
+                 }});
         size_t failed = 0;
         for (size_t i = 0; i < programs_.size(); ++i) {
             const Outcome& outcome = *outcomes_[i];
@@ -120,20 +91,10 @@ public:
 private:
     fs::path Folder(size_t index) const { return temporary_.Path() / std::to_string(index); }
 
-    void Start(size_t index) {
-        fs::create_directory(Folder(index));
-        std::fflush(stdout);
-        std::fflush(stderr);
-        pid_t child = fork();
-        if (child < 0) throw std::runtime_error(std::string("fork: ") + std::strerror(errno));
-        if (child == 0) std::exit(RunChild(index));
-        running_[child] = index;
-    }
-
     // In the child. What it prints to standard error, a sanitizer's report too, is shown when it fails.
     int RunChild(size_t index) const {
         fs::path folder = Folder(index);
-        fs::create_directory(folder / "temporary");
+        fs::create_directories(folder / "temporary");
         setenv("TMPDIR", (folder / "temporary").c_str(), 1);
         alarm(static_cast<unsigned>(std::max(1.0, options_.timeLimit)));
         if (std::freopen((folder / "errors").c_str(), "w", stderr) == nullptr) return CHILD_FAILED;
@@ -150,13 +111,7 @@ private:
         return !result.failures.empty() ? CHILD_FAILED : result.updated ? CHILD_UPDATED : CHILD_PASSED;
     }
 
-    void Wait() {
-        int status = 0;
-        pid_t child = waitpid(-1, &status, 0);
-        auto found = running_.find(child);
-        if (found == running_.end()) return;
-        size_t index = found->second;
-        running_.erase(found);
+    void Ended(size_t index, int status) {
         Outcome outcome;
         int code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
         outcome.passed = code == CHILD_PASSED || code == CHILD_UPDATED;
@@ -181,20 +136,10 @@ private:
         return text;
     }
 
-    void ShowProgress(size_t started) const {
-        if (color_) std::printf("\r%zu of %zu", started - running_.size(), programs_.size());
-        if (color_) std::fflush(stdout);
-    }
-
-    void ClearProgress() const {
-        if (color_) std::printf("\r\033[K");
-    }
-
     const TestCommandOptions& options_;
     std::vector<fs::path> programs_;
     LeakList leakList_;
     std::vector<std::optional<Outcome>> outcomes_;
-    std::map<pid_t, size_t> running_;
     TemporaryFolder temporary_;
     bool color_ = UsesColor(stdout);
 };
