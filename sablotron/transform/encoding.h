@@ -1,17 +1,40 @@
 // Output encodings, converted by ICU: which converters the C library has differs from machine to machine.
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace sablot {
 
-// Whether the name is one that an XML declaration can have, of an encoding that is known and whose text holds no zero
-// bytes.
-bool IsWritableEncoding(const std::string& name);
+enum class EncodingKind {
+    UNKNOWN,
+    WITH_ZERO_BYTES, // such as UTF-16
+    WRITABLE,
+};
 
-// UTF-8 text in that encoding; a character that it does not have becomes a decimal character reference. Null when the
-// encoding is unknown or the text is no UTF-8.
-std::optional<std::string> Encode(std::string text, const std::string& name);
+// UNKNOWN, too, for a name that an XML declaration cannot have.
+EncodingKind KindOf(const std::string& encoding);
+
+// What to do with a character that an encoding lacks.
+enum class Missing { REFERENCE, FAIL };
+
+// UTF-8 text in that encoding. Null when the encoding is unknown, the text is no UTF-8, or a character is missing that
+// may not be a (decimal) character reference.
+std::optional<std::string> Encode(std::string text, const std::string& encoding, Missing missing);
+
+// The characters of an encoding.
+class Repertoire {
+public:
+    explicit Repertoire(const std::string& encoding);
+    ~Repertoire();
+    // The place of the first character of the UTF-8 text that the encoding lacks; npos when it has all.
+    size_t FindMissing(std::string_view text, size_t start = 0) const;
+
+private:
+    struct Set;
+    std::unique_ptr<Set> set_; // null: all
+};
 
 } // namespace sablot

@@ -62,8 +62,11 @@ constexpr std::string_view WARNINGS[] = {
     "disable-output-escaping allows only",
 };
 
+// Reports that come without a place.
+constexpr std::string_view UNPLACED[] = {"was not compiled", "ret == NULL"};
+
 // Reports of a run after which libxslt goes on as XSLT 1.0 says or Instructions see to that.
-constexpr std::string_view RECOVERED[] = {"negative value", "not allowed in comment"};
+constexpr std::string_view RECOVERED[] = {"not allowed in comment"};
 
 bool IsOneOf(const std::string& text, std::span<const std::string_view> parts) {
     return std::any_of(parts.begin(), parts.end(),
@@ -249,7 +252,7 @@ void ErrorCollector::OnLibxslt(void* self, const char* format, ...) {
         std::string text = Clean(Format(format, arguments));
         if (const std::optional<Place> place = std::exchange(collector.place_, std::nullopt)) {
             collector.OnReport(std::move(text), *place);
-        } else if (text.find("was not compiled") != std::string::npos) {
+        } else if (IsOneOf(text, UNPLACED)) {
             collector.OnReport(std::move(text), {{}, 0, {}, collector.CurrentInstruction()});
         } else if (!text.empty()) {
             collector.lastText_ = std::move(text);
@@ -293,7 +296,11 @@ void ErrorCollector::OnReport(std::string text, Place place) {
         SetPlace(place); // what asked for a module that could not be loaded is known only now
         return;
     }
-    if (run_ == nullptr ? IsOneOf(text, WARNINGS) : IsOneOf(text, RECOVERED)) return;
+    if (run_ == nullptr && IsOneOf(text, WARNINGS)) return;
+    if (run_ != nullptr && IsOneOf(text, RECOVERED)) {
+        run_->state = XSLT_STATE_OK;
+        return;
+    }
 
     const auto belongsHere = [this, &text](const std::optional<Detail>& detail) {
         return detail && (text.empty() || (run_ == nullptr) || detail->instruction == CurrentInstruction());

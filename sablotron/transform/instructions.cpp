@@ -13,6 +13,7 @@
 #include <libxslt/pattern.h>
 #include <libxslt/templates.h>
 #include <libxslt/transform.h>
+#include <libxslt/variables.h>
 
 #include <cstring>
 
@@ -21,26 +22,34 @@ namespace {
 
 Run& RunOf(const xsltTransformContext* context) { return *static_cast<Run*>(context->_private); }
 
-// xsl:copy-of copies with one call per level, and copies of copies can be deeper than any tree before them: the
-// fragment that it is about to copy is measured first. Only variables and functions hand out fragments.
-void RegisterFragment(xsltTransformContext* context, xmlNode* node, const xsltStylePreComp& compiled) {
-    const std::string_view select = View(compiled.select);
-    if ((compiled.comp == nullptr)
-        || (select.find('$') == std::string_view::npos && select.find(':') == std::string_view::npos))
-        return;
-    xmlXPathContext* const xpath = context->xpathCtxt;
-    const xmlXPathContext before = *xpath;
-    xpath->node = node;
-    xpath->namespaces = compiled.nsList;
-    xpath->nsNr = compiled.nsNr;
-    const XPathPointer<xmlXPathObject> value(xmlXPathCompiledEval(compiled.comp, xpath));
-    xpath->node = before.node;
-    xpath->namespaces = before.namespaces;
-    xpath->nsNr = before.nsNr;
-    xpath->proximityPosition = before.proximityPosition;
-    xpath->contextSize = before.contextSize;
-    if (value && value->type == XPATH_XSLT_TREE && (value->nodesetval != nullptr) && value->nodesetval->nodeNr > 0)
-        RegisterTree(context, value->nodesetval->nodeTab[0]->doc);
+bool IsFragment(const xmlNode* node) {
+    // So libxslt marks the documents that hold result tree fragments.
+    return node->type == XML_DOCUMENT_NODE && View(node->name).starts_with(' ');
+}
+
+// The fragment that a value is; null for another value.
+xmlDoc* FragmentOf(const xmlXPathObject* value) {
+    if ((value == nullptr) || (value->type != XPATH_XSLT_TREE && value->type != XPATH_NODESET)) return nullptr;
+    const xmlNodeSet* nodes = value->nodesetval;
+    return (nodes != nullptr) && nodes->nodeNr > 0 && IsFragment(nodes->nodeTab[0]) ? nodes->nodeTab[0]->doc : nullptr;
+}
+
+// Copies of copies can be deeper than any tree before them, so each fragment is registered when it is used first. Its
+// first node, which is not kept beyond it, is marked.
+void RegisterFragment(xsltTransformContext* context, xmlDoc* fragment) {
+    static char isRegistered;
+    if (fragment->children == nullptr || fragment->children->_private == &isRegistered) return;
+    fragment->children->_private = &isRegistered;
+    RegisterTree(context, fragment);
+}
+
+// A variable; a result tree fragment is a node set of its root.
+xmlXPathObject* LookUpVariable(void* data, const xmlChar* name, const xmlChar* uri) {
+    auto* context = static_cast<xsltTransformContext*>(data);
+    xmlXPathObject* value = xsltXPathVariableLookup(data, name, uri);
+    if (xmlDoc* fragment = FragmentOf(value)) RegisterFragment(context, fragment);
+    if ((value != nullptr) && value->type == XPATH_XSLT_TREE) value->type = XPATH_NODESET;
+    return value;
 }
 
 void RunMessage(xsltTransformContext* context, xmlNode* node, xmlNode* instruction, xsltElemPreComp*) {
@@ -62,6 +71,7 @@ void RunMessage(xsltTransformContext* context, xmlNode* node, xmlNode* instructi
     message.code = CODE_XSL_MESSAGE;
     message.level = SABLOT_LEVEL_WARNING;
     message.text = text;
+    run.memory.Add(message.text.size());
     run.messages.push_back(std::move(message));
 }
 
@@ -87,7 +97,7 @@ void Refuse(xmlXPathParserContext* parser, int) {
     parser->error = XPATH_EXPR_ERROR;
 }
 
-// Runs an extension function. One that returns a whole tree (node-set) registers it.
+// Runs an extension function. One that returns a fragment registers it.
 void CallFunction(xmlXPathParserContext* parser, int argumentCount) {
     xsltTransformContext* const context = xsltXPathGetTransformContext(parser);
     const xmlXPathFunction function =
@@ -97,11 +107,12 @@ void CallFunction(xmlXPathParserContext* parser, int argumentCount) {
         return;
     }
     if (View(parser->context->functionURI) == Chars(EXSLT_STRINGS_NAMESPACE)) NumbersToStrings(parser, argumentCount);
+    // What this one is asked is what it is for.
+    if (View(parser->context->function) == "object-type" && FragmentOf(parser->value) != nullptr)
+        parser->value->type = XPATH_XSLT_TREE;
     function(parser, argumentCount);
-    const xmlXPathObject* value = parser->value;
-    if (parser->error == 0 && (value != nullptr) && value->type == XPATH_NODESET && (value->nodesetval != nullptr)
-        && value->nodesetval->nodeNr > 0 && value->nodesetval->nodeTab[0]->type == XML_DOCUMENT_NODE)
-        RegisterTree(context, value->nodesetval->nodeTab[0]->doc);
+    if (parser->error != 0) return;
+    if (xmlDoc* fragment = FragmentOf(parser->value)) RegisterFragment(context, fragment);
 }
 
 xmlXPathFunction LookUpFunction(void* xpathContext, const xmlChar* name, const xmlChar* uri) {
@@ -126,6 +137,39 @@ bool HasTooManyLevels(xsltTransformContext* context, xmlNode* node, const xsltNu
         levels += counts ? 1 : 0;
     }
     return levels > MAX_LEVELS;
+}
+
+// libxslt would write 0 for a negative number, which is to be written as it is (XSLT 1.0 Errata, E24). False when it is
+// none, or the value fails.
+bool WriteNegative(xsltTransformContext* context, xmlNode* node, const xsltStylePreComp& compiled,
+                   xmlXPathCompExpr* value) {
+    xmlXPathContext* const xpath = context->xpathCtxt;
+    const xmlXPathContext before = *xpath;
+    xpath->node = node;
+    xpath->namespaces = compiled.nsList;
+    xpath->nsNr = compiled.nsNr;
+    const XPathPointer<xmlXPathObject> result(xmlXPathCompiledEval(value, xpath));
+    xpath->node = before.node;
+    xpath->namespaces = before.namespaces;
+    xpath->nsNr = before.nsNr;
+    xpath->proximityPosition = before.proximityPosition;
+    xpath->contextSize = before.contextSize;
+    const double number = result ? xmlXPathCastToNumber(result.get()) : 0;
+    if (!(number < 0)) return false;
+    xsltCopyTextString(context, context->insert, Chars(NumberText(number).c_str()), 0);
+    return true;
+}
+
+// What is done in place of libxslt's xsl:number; false when that is to run.
+bool RunNumber(xsltTransformContext* context, xmlNode* node, const xsltStylePreComp& compiled,
+               const xsltElemPreComp* instruction) {
+    Run& run = RunOf(context);
+    if (HasTooManyLevels(context, node, compiled.numdata)) {
+        run.errors.Fail({.code = CODE_OTHER, .text = "More than 1,024 levels to number"});
+        return true;
+    }
+    xmlXPathCompExpr* value = run.instructions.NumberValue(instruction);
+    return (value != nullptr) && WriteNegative(context, node, compiled, value);
 }
 
 // Puts a space where a comment may not have two hyphens (7.4).
@@ -161,16 +205,12 @@ void Complete(xsltTransformContext* context, int type) {
 void RunInstruction(xsltTransformContext* context, xmlNode* node, xmlNode* instruction, xsltElemPreComp* compiled) {
     Run& run = RunOf(context);
     run.errors.Forget();
-    if (compiled->type == XSLT_FUNC_COPYOF)
-        RegisterFragment(context, node, *reinterpret_cast<const xsltStylePreComp*>(compiled));
     const bool walks = compiled->type == XSLT_FUNC_COPYOF || compiled->type == XSLT_FUNC_APPLYTEMPLATES
                        || compiled->type == XSLT_FUNC_APPLYIMPORTS;
     if (context->state == XSLT_STATE_STOPPED || !CheckStack(context, walks)) return;
     if (compiled->type == XSLT_FUNC_NUMBER
-        && HasTooManyLevels(context, node, reinterpret_cast<const xsltStylePreComp*>(compiled)->numdata)) {
-        run.errors.Fail({.code = CODE_OTHER, .text = "More than 1,024 levels to number"});
+        && RunNumber(context, node, *reinterpret_cast<const xsltStylePreComp*>(compiled), compiled))
         return;
-    }
     context->xpathCtxt->opCount = 0; // the limit is one for each instruction
     run.instructions.FunctionOf(compiled)(context, node, instruction, compiled);
     if (context->state != XSLT_STATE_STOPPED) Complete(context, compiled->type);
@@ -184,6 +224,14 @@ xsltStylePreComp NewInstruction(xsltTransformFunction function) {
     return compiled;
 }
 
+// For each element that it makes libxslt looks for namespaces in all elements around it: deep results take ages.
+bool IsTooDeep(const xmlNode* place) {
+    constexpr int MAX_RESULT_DEPTH = 8'000;
+    int depth = 0;
+    for (; place != nullptr && depth <= MAX_RESULT_DEPTH; place = place->parent) ++depth;
+    return depth > MAX_RESULT_DEPTH;
+}
+
 } // namespace
 
 Instructions::Instructions(xsltStylesheet* stylesheet) {
@@ -195,6 +243,9 @@ Instructions::Instructions(xsltStylesheet* stylesheet) {
             else
                 extensions_.emplace(compiled, compiled->func);
             compiled->func = RunInstruction;
+            if (compiled->type != XSLT_FUNC_NUMBER) continue;
+            const xmlChar* value = reinterpret_cast<const xsltStylePreComp*>(compiled)->numdata.value;
+            if (value != nullptr) numberValues_.emplace(compiled, xmlXPathCompile(value));
         }
     }
     // These two are not compiled by libxslt. xsl:fallback does nothing when it is instantiated itself (15).
@@ -215,9 +266,14 @@ xsltTransformFunction Instructions::FunctionOf(const xsltElemPreComp* instructio
     return extensions_.find(instruction)->second;
 }
 
+xmlXPathCompExpr* Instructions::NumberValue(const xsltElemPreComp* instruction) const {
+    const auto found = numberValues_.find(instruction);
+    return found != numberValues_.end() ? found->second.get() : nullptr;
+}
+
 bool CheckStack(xsltTransformContext* context, bool walks) {
     Run& run = RunOf(context);
-    if (run.guard.HasRoom(walks)) return true;
+    if (run.guard.HasRoom(walks) && !(run.guard.HasGrown() && IsTooDeep(context->insert))) return true;
     run.errors.Fail({.code = CODE_OTHER, .text = "the recursion is too deep"});
     return false;
 }
@@ -229,6 +285,7 @@ bool RegisterTree(xsltTransformContext* context, const xmlDoc* tree) {
 
 void GuardFunctions(xsltTransformContext* context) {
     RegisterStringFunctions(context->xpathCtxt);
+    xmlXPathRegisterVariableLookup(context->xpathCtxt, LookUpVariable, context);
     xmlXPathRegisterFuncLookup(context->xpathCtxt, LookUpFunction, context->xpathCtxt);
 }
 

@@ -2,7 +2,9 @@
 #pragma once
 
 #include "sablotron/transform/error_collector.h"
+#include "sablotron/transform/memory_guard.h"
 #include "sablotron/transform/stack_guard.h"
+#include "sablotron/tree/xpath.h"
 
 #include <array>
 
@@ -15,17 +17,21 @@ public:
 
     // What libxslt does for an instruction.
     xsltTransformFunction FunctionOf(const xsltElemPreComp* instruction) const;
+    // The compiled value of an xsl:number; null when it has none.
+    xmlXPathCompExpr* NumberValue(const xsltElemPreComp* instruction) const;
 
 private:
     // libxslt has one function for each of its own instructions; extensions have theirs.
     std::array<xsltTransformFunction, XSLT_FUNC_EXTENSION> functions_{};
     std::unordered_map<const xsltElemPreComp*, xsltTransformFunction> extensions_;
+    std::unordered_map<const xsltElemPreComp*, XPathPointer<xmlXPathCompExpr>> numberValues_;
 };
 
 // What instructions share during a run. Its address is the _private field of the transformation context.
 struct Run {
     const Instructions& instructions;
     ErrorCollector& errors;
+    MemoryGuard& memory;
     StackGuard guard;
     std::vector<Message> messages; // of xsl:message, to be sent when the run is over
 };

@@ -1,5 +1,6 @@
 // One transformation: from the arguments of a processor to its result.
 #include "sablotron/transform/encoding.h"
+#include "sablotron/transform/large_stack.h"
 #include "sablotron/transform/output.h"
 #include "sablotron/transform/stylesheet.h"
 #include "sablotron/tree/guarded.h"
@@ -9,6 +10,7 @@
 #include <libxslt/transform.h>
 #include <libxslt/xsltutils.h>
 
+#include <climits>
 #include <utility>
 
 namespace sablot {
@@ -107,11 +109,8 @@ private:
         if (!stylesheet) return false;
         stylesheet->AddModules(errors_);
 
-        const std::string encoding = OutputEncoding(*processor_, stylesheet->Get());
-        if (!IsWritableEncoding(encoding)) {
-            Fail(CODE_UNKNOWN_ENCODING, "unknown encoding '" + encoding + "'");
-            return false;
-        }
+        std::string encoding = OutputEncoding(*processor_, stylesheet->Get());
+        if (!CheckEncoding(*stylesheet, encoding)) return false;
         Sandbox sandbox(processor_, errors_);
         sandbox.SetStylesheet(*style, Chars(stylesheet->Get()->doc->URL));
         sandbox.SetDocumentCheck(RegisterTree);
@@ -128,19 +127,43 @@ private:
             ForEachNode(own.get(), [](xmlNode* node) { node->psvi = nullptr; });
             if (!Apply(*stylesheet, own.get())) return false;
         }
-        std::optional<std::string> text = ResultText(outcome_.result.get(), stylesheet->Get(), encoding);
+        std::string failure;
+        std::optional<std::string> text = ResultText(outcome_.result.get(), stylesheet->Get(), encoding, failure);
         if (text) outcome_.text = std::move(*text);
+        if (!failure.empty()) Fail(CODE_OTHER, std::move(failure));
         return text.has_value();
+    }
+
+    // Whether a result can be handed out in the encoding. One with zero bytes cannot, but events do not need it.
+    bool CheckEncoding(const Stylesheet& stylesheet, std::string& encoding) {
+        const EncodingKind kind = KindOf(encoding);
+        if (kind == EncodingKind::WRITABLE) return true;
+        if (kind == EncodingKind::WITH_ZERO_BYTES && (processor_->outputHandler != nullptr)) {
+            encoding = "UTF-8";
+            return true;
+        }
+        errors_.FailAt(processor_->encoding.empty() ? stylesheet.FindOutput("encoding", encoding) : nullptr,
+                       CODE_UNKNOWN_ENCODING,
+                       kind == EncodingKind::UNKNOWN ? "unknown encoding '" + encoding + "'"
+                                                     : "A string cannot hold text in '" + encoding
+                                                           + "': set the encoding to UTF-8 or another one");
+        return false;
     }
 
     bool Apply(const Stylesheet& stylesheet, xmlDoc* source) {
         const std::unique_ptr<xsltTransformContext, ContextDeleter> context(
             xsltNewTransformContext(stylesheet.Get(), source));
         if (!context) return false;
-        sablot::Run run{stylesheet.GetInstructions(), errors_, {}, {}};
+        MemoryGuard memory(processor_->maxMemory, [&] {
+            errors_.Fail({.code = CODE_OTHER, .text = "The run takes too much memory"}); // which stops instructions
+            context->xpathCtxt->opLimit = context->xpathCtxt->opCount = 1;               // and expressions
+        });
+        sablot::Run run{stylesheet.GetInstructions(), errors_, memory, {}, {}};
         run.guard.Register(source);
         context->_private = &run;
         context->opLimit = processor_->maxInstructions;
+        context->maxTemplateDepth = INT_MAX; // the stack decides
+        context->maxTemplateVars = INT_MAX;
         context->xpathCtxt->opLimit = maxXPathOperations;
         xsltSetCtxtSecurityPrefs(ReadOnlyPreferences(), context.get());
         GuardFunctions(context.get());
@@ -183,7 +206,8 @@ int SablotRunProcessorGen(SablotSituation, SablotHandle processor, const char* s
         const ProcessorUse use(processor);
         const std::string name(ArgumentName(result));
         processor->results.erase(name);
-        Outcome outcome = Transformation(processor).Run(stylesheet, input);
+        Outcome outcome;
+        OnLargeStack([&] { outcome = Transformation(processor).Run(stylesheet, input); });
         for (const Message& message : outcome.messages) SendMessage(processor, message);
         if (outcome.code != 0) return outcome.code;
         if (processor->outputHandler != nullptr) SendEvents(outcome.result.get(), outcome.isText, processor);

@@ -48,6 +48,22 @@ bool Stylesheet::IsCurrent(SablotHandle processor) const {
     });
 }
 
+const xmlNode* Stylesheet::FindOutput(const char* attribute, const std::string& value) const {
+    const xmlNode* found = nullptr;
+    ForEachModule(stylesheet_, [&](xmlDoc* module) {
+        const xmlNode* root = xmlDocGetRootElement(module);
+        for (xmlNode* node = root->children; node != nullptr; node = node->next) {
+            const xmlAttr* given = IsElement(node) && IsXslt(node) && View(node->name) == "output"
+                                       ? xmlHasProp(node, Chars(attribute))
+                                       : nullptr;
+            if ((found == nullptr) && (given != nullptr) && (given->children != nullptr)
+                && View(given->children->content) == value)
+                found = node;
+        }
+    });
+    return found;
+}
+
 void Stylesheet::AddModules(ErrorCollector& errors) const {
     ForEachModule(stylesheet_, [&errors](const xmlDoc* module) { errors.AddModule(module); });
     errors.SetLines(lines_);

@@ -20,6 +20,8 @@ public:
     // Whether everything that it was made from is still as it was.
     bool IsCurrent(SablotHandle processor) const;
     const Instructions& GetInstructions() const { return instructions_; }
+    // The xsl:output with that value of the attribute; null when there is none.
+    const xmlNode* FindOutput(const char* attribute, const std::string& value) const;
     // Makes its modules known for messages.
     void AddModules(ErrorCollector& errors) const;
 

@@ -132,7 +132,7 @@ std::string Nested(int depth, const std::string& open, const std::string& close,
 }
 
 TEST_F(Guards, RunawayRecursionEndsInAnError) {
-    const std::string deep = Nested(100000, "<a>", "</a>", "x");
+    const std::string deep = Nested(150000, "<a>", "</a>", "x");
     const std::string shallow = Nested(500, "<a>", "</a>", "x");
     const std::string functions = "<f:function name='x:f' xmlns:f='http://exslt.org/functions' xmlns:x='urn:x'>";
     const struct {
@@ -253,6 +253,23 @@ TEST_F(Guards, RunsThatMultiplyEnd) {
                               "name='n' select='$n + 1'/></xsl:call-template></xsl:if></xsl:template>"),
                         "<a/>"),
               1);
+}
+
+// The memory is that of tests; a run has a gigabyte.
+TEST_F(Guards, RunsThatDoubleWhatTheyHoldEnd) {
+    processor->maxMemory = size_t{1} << 25;
+    for (const char* parameter :
+         {" select='concat($v, $v)'/>", "><b><xsl:copy-of select='$v'/><xsl:copy-of select='$v'/></b></xsl:with-param>",
+          "><xsl:value-of select='$v'/><xsl:value-of select='$v'/></xsl:with-param>"}) {
+        EXPECT_EQ(Transform(Sheet("<xsl:template match='/' name='t'><xsl:param name='v' select='\"x\"'/>"
+                                  "<xsl:message><xsl:value-of select='string-length($v)'/></xsl:message>"
+                                  "<xsl:call-template name='t'><xsl:with-param name='v'"
+                                  + std::string(parameter) + "</xsl:call-template></xsl:template>"),
+                            "<a/>"),
+                  1)
+            << parameter;
+        EXPECT_THAT(messages.back().Field("msg"), testing::HasSubstr("The run ")) << parameter;
+    }
 }
 
 TEST_F(Guards, ExpressionsThatMultiplyEnd) {

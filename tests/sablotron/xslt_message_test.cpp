@@ -26,7 +26,8 @@ const Failure FAILURES[] = {
      "element '<xsl:message>'", "xsl:message (no way) - terminating"},
     {"MissingImport", Sheet("\n<xsl:import href='arg:/none'/>"), 65, "2", "element '<xsl:import>'",
      "'arg:/none' not found"},
-    {"UnknownEncoding", Sheet("<xsl:output encoding='x-none'/>"), 69, "", "", "unknown encoding 'x-none'"},
+    {"UnknownEncoding", Sheet("\n<xsl:output encoding='x-none'/>"), 69, "2", "element '<xsl:output>'",
+     "unknown encoding 'x-none'"},
     {"EndlessTemplates", Sheet("\n<xsl:template match='/' name='t'>\n<xsl:call-template name='t'/></xsl:template>"), 1,
      "3", "element '<xsl:call-template>'", "recursion"},
 };
