@@ -70,6 +70,7 @@ public:
             std::fputc('\n', stdout);
             bool interrupted = errno == EINTR;
             if (interrupted) el_reset(editor_);
+            if (interrupted) ForgetInterrupt();
             return interrupted ? Status::INTERRUPTED : Status::END;
         }
         line.assign(text, static_cast<size_t>(length));

@@ -157,17 +157,17 @@ Array* Keys(Object* self) { return Collect(self, &Entry::key); }
 Array* Values(Object* self) { return Collect(self, &Entry::value); }
 
 const PropertyDefinition PROPERTIES[] = {
-    ReadOnly("Count", "Integer", Native(GetCount)),
+    ReadOnly("Count", "Integer", Native<GetCount>()),
 };
 
 const MethodDefinition METHODS[] = {
-    Member("Value(key as Variant) as Variant", Native(GetValue), Native(SetValue)),
-    Member("Lookup(key as Variant, otherwise as Variant) as Variant", Native(Lookup)),
-    Member("HasKey(key as Variant) as Boolean", Native(HasKey)),
-    Member("Remove(key as Variant)", Native(Remove)),
-    Member("Clear()", Native(Clear)),
-    Member("Keys() as Variant()", Native(Keys)),
-    Member("Values() as Variant()", Native(Values)),
+    Member("Value(key as Variant) as Variant", Native<GetValue>(), Native<SetValue>()),
+    Member("Lookup(key as Variant, otherwise as Variant) as Variant", Native<Lookup>()),
+    Member("HasKey(key as Variant) as Boolean", Native<HasKey>()),
+    Member("Remove(key as Variant)", Native<Remove>()),
+    Member("Clear()", Native<Clear>()),
+    Member("Keys() as Variant()", Native<Keys>()),
+    Member("Values() as Variant()", Native<Values>()),
 };
 
 ClassDefinition& DictionaryData::Record() {

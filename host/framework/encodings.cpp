@@ -41,8 +41,8 @@ String* GetInternetName(Object* self, int32_t) {
 }
 
 const PropertyDefinition PROPERTIES[] = {
-    ReadOnly("Code", "Integer", Native(GetCode)),
-    ReadOnly("InternetName", "String", Native(GetInternetName)),
+    ReadOnly("Code", "Integer", Native<GetCode>()),
+    ReadOnly("InternetName", "String", Native<GetInternetName>()),
 };
 
 ClassDefinition& EncodingData::Record() {
@@ -73,13 +73,13 @@ String* DefineEncoding(String* text, Object* encoding) {
 }
 
 const GlobalFunction FUNCTIONS[] = {
-    {"ConvertEncoding(text as String, target as TextEncoding) as String", Native(ConvertEncoding)},
-    {"DefineEncoding(text as String, actual as TextEncoding) as String", Native(DefineEncoding)},
-    {"Encoding(text as String) as TextEncoding", Native(EncodingOf)},
+    {"ConvertEncoding(text as String, target as TextEncoding) as String", Native<ConvertEncoding>()},
+    {"DefineEncoding(text as String, actual as TextEncoding) as String", Native<DefineEncoding>()},
+    {"Encoding(text as String) as TextEncoding", Native<EncodingOf>()},
 };
 
 const GlobalFunction MODULE_FUNCTIONS[] = {
-    {"FromName(internetName as String) as TextEncoding", Native(FromName)},
+    {"FromName(internetName as String) as TextEncoding", Native<FromName>()},
 };
 
 } // namespace
@@ -106,7 +106,7 @@ void RegisterEncodings() {
     for (const Encoding& encoding : Encodings()) {
         TextEncodingObject(encoding.value).Detach();
         members.push_back(
-            ReadOnly(encoding.member, "TextEncoding", Native(GetEncoding), static_cast<int32_t>(encoding.value)));
+            ReadOnly(encoding.member, "TextEncoding", Native<GetEncoding>(), static_cast<int32_t>(encoding.value)));
     }
     RegisterModuleProperties(members, "Encodings");
     RegisterFunctions(MODULE_FUNCTIONS, "Encodings");

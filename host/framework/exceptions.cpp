@@ -45,14 +45,14 @@ Array* Stack(Object* self) {
 void SetStack(Object* self, Array* stack) { DataOf<ExceptionData>(self).stack = ObjectRef::Share(stack); }
 
 const PropertyDefinition PROPERTIES[] = {
-    ReadWrite("ErrorNumber", "Integer", Native(GetNumber), Native(SetNumber)),
-    ReadWrite("Message", "String", Native(GetMessage), Native(SetMessage)),
+    ReadWrite("ErrorNumber", "Integer", Native<GetNumber>(), Native<SetNumber>()),
+    ReadWrite("Message", "String", Native<GetMessage>(), Native<SetMessage>()),
 };
 
 const MethodDefinition METHODS[] = {
-    Member("Constructor()", Native(ConstructEmpty)),
-    Member("Constructor(message as String, errorNumber as Integer = 0)", Native(Construct)),
-    Member("Stack() as String()", Native(Stack), Native(SetStack)),
+    Member("Constructor()", Native<ConstructEmpty>()),
+    Member("Constructor(message as String, errorNumber as Integer = 0)", Native<Construct>()),
+    Member("Stack() as String()", Native<Stack>(), Native<SetStack>()),
 };
 
 // Constructors are not inherited: each subclass lists them again.
@@ -80,7 +80,7 @@ int32_t GetCode(Object* self, int32_t) { return DataOf<EndData>(self).code; }
 void SetCode(Object* self, int32_t, int32_t code) { DataOf<EndData>(self).code = code; }
 
 const PropertyDefinition END_PROPERTIES[] = {
-    ReadWrite("ErrorNumber", "Integer", Native(GetCode), Native(SetCode)),
+    ReadWrite("ErrorNumber", "Integer", Native<GetCode>(), Native<SetCode>()),
 };
 
 ClassDefinition& EndData::Record() {

@@ -146,25 +146,25 @@ void MoveFileTo(Object* self, Object* destination) {
 }
 
 const PropertyDefinition PROPERTIES[] = {
-    ReadOnly("Name", "String", Native(GetName)),      ReadOnly("AbsolutePath", "String", Native(GetPath)),
-    ReadOnly("Exists", "Boolean", Native(GetExists)), ReadOnly("Directory", "Boolean", Native(GetDirectory)),
-    ReadOnly("Length", "Integer", Native(GetLength)), ReadOnly("Parent", "FolderItem", Native(GetParent)),
-    ReadOnly("Count", "Integer", Native(GetCount)),
+    ReadOnly("Name", "String", Native<GetName>()),      ReadOnly("AbsolutePath", "String", Native<GetPath>()),
+    ReadOnly("Exists", "Boolean", Native<GetExists>()), ReadOnly("Directory", "Boolean", Native<GetDirectory>()),
+    ReadOnly("Length", "Integer", Native<GetLength>()), ReadOnly("Parent", "FolderItem", Native<GetParent>()),
+    ReadOnly("Count", "Integer", Native<GetCount>()),
 };
 
 const MethodDefinition METHODS[] = {
-    Member("NativePath() As String", Native(NativePath)),
-    Member("Item(index as Integer) as FolderItem", Native(Item)),
-    Member("Child(name as String) as FolderItem", Native(Child)),
-    Member("OpenAsBinaryFile(write as Boolean = False) as BinaryStream", Native(OpenAsBinaryFile)),
-    Member("CreateBinaryFile() as BinaryStream", Native(CreateBinaryFile)),
-    Member("OpenAsTextFile() as TextInputStream", Native(OpenAsTextFile)),
-    Member("CreateTextFile() as TextOutputStream", Native(CreateTextFile)),
-    Member("AppendToTextFile() as TextOutputStream", Native(AppendToTextFile)),
-    Member("CreateAsFolder()", Native(CreateAsFolder)),
-    Member("Delete()", Native(Delete)),
-    Member("CopyFileTo(destination as FolderItem)", Native(CopyFileTo)),
-    Member("MoveFileTo(destination as FolderItem)", Native(MoveFileTo)),
+    Member("NativePath() As String", Native<NativePath>()),
+    Member("Item(index as Integer) as FolderItem", Native<Item>()),
+    Member("Child(name as String) as FolderItem", Native<Child>()),
+    Member("OpenAsBinaryFile(write as Boolean = False) as BinaryStream", Native<OpenAsBinaryFile>()),
+    Member("CreateBinaryFile() as BinaryStream", Native<CreateBinaryFile>()),
+    Member("OpenAsTextFile() as TextInputStream", Native<OpenAsTextFile>()),
+    Member("CreateTextFile() as TextOutputStream", Native<CreateTextFile>()),
+    Member("AppendToTextFile() as TextOutputStream", Native<AppendToTextFile>()),
+    Member("CreateAsFolder()", Native<CreateAsFolder>()),
+    Member("Delete()", Native<Delete>()),
+    Member("CopyFileTo(destination as FolderItem)", Native<CopyFileTo>()),
+    Member("MoveFileTo(destination as FolderItem)", Native<MoveFileTo>()),
 };
 
 ClassDefinition& FolderItemData::Record() {
@@ -175,7 +175,7 @@ ClassDefinition& FolderItemData::Record() {
 Object* GetFolderItem(String* path) { return NewFolderItem(PathOf(path)).Detach(); }
 
 const GlobalFunction FUNCTIONS[] = {
-    {"GetFolderItem(path as String) as FolderItem", Native(GetFolderItem)},
+    {"GetFolderItem(path as String) as FolderItem", Native<GetFolderItem>()},
 };
 
 } // namespace

@@ -140,34 +140,34 @@ void WriteLine(Object* self, String* text) {
 }
 
 const PropertyDefinition BINARY_PROPERTIES[] = {
-    ReadWrite("length", "Integer", Native(GetLength), Native(SetLength)),
-    ReadWrite("Position", "Integer", Native(GetPosition), Native(SetPosition)),
-    ReadOnly("EOF", "Boolean", Native(GetEof<BinaryData>)),
+    ReadWrite("length", "Integer", Native<GetLength>(), Native<SetLength>()),
+    ReadWrite("Position", "Integer", Native<GetPosition>(), Native<SetPosition>()),
+    ReadOnly("EOF", "Boolean", Native<GetEof<BinaryData>>()),
 };
 
 const MethodDefinition BINARY_METHODS[] = {
-    Member("Read(Count as Integer, enc as TextEncoding = nil) as String", Native(ReadBinary)),
-    Member("Write(data as String)", Native(Write<BinaryData>)),
-    Member("Flush()", Native(Flush<BinaryData>)),
-    Member("Close()", Native(Close<BinaryData>)),
+    Member("Read(Count as Integer, enc as TextEncoding = nil) as String", Native<ReadBinary>()),
+    Member("Write(data as String)", Native<Write<BinaryData>>()),
+    Member("Flush()", Native<Flush<BinaryData>>()),
+    Member("Close()", Native<Close<BinaryData>>()),
 };
 
 const PropertyDefinition INPUT_PROPERTIES[] = {
-    ReadOnly("EOF", "Boolean", Native(GetEof<InputData>)),
-    ReadWrite("Encoding", "TextEncoding", Native(GetEncoding), Native(SetEncoding)),
+    ReadOnly("EOF", "Boolean", Native<GetEof<InputData>>()),
+    ReadWrite("Encoding", "TextEncoding", Native<GetEncoding>(), Native<SetEncoding>()),
 };
 
 const MethodDefinition INPUT_METHODS[] = {
-    Member("ReadLine() as String", Native(ReadLine)),
-    Member("ReadAll() as String", Native(ReadAll)),
-    Member("Close()", Native(Close<InputData>)),
+    Member("ReadLine() as String", Native<ReadLine>()),
+    Member("ReadAll() as String", Native<ReadAll>()),
+    Member("Close()", Native<Close<InputData>>()),
 };
 
 const MethodDefinition OUTPUT_METHODS[] = {
-    Member("Write(text as String)", Native(Write<OutputData>)),
-    Member("WriteLine(text as String = \"\")", Native(WriteLine)),
-    Member("Flush()", Native(Flush<OutputData>)),
-    Member("Close()", Native(Close<OutputData>)),
+    Member("Write(text as String)", Native<Write<OutputData>>()),
+    Member("WriteLine(text as String = \"\")", Native<WriteLine>()),
+    Member("Flush()", Native<Flush<OutputData>>()),
+    Member("Close()", Native<Close<OutputData>>()),
 };
 
 ClassDefinition& BinaryData::Record() {

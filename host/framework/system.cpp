@@ -107,40 +107,40 @@ int32_t GetInputEnd(Object*, int32_t) {
 }
 
 const GlobalFunction FUNCTIONS[] = {
-    {"Microseconds() as Double", Native(Microseconds)},
+    {"Microseconds() as Double", Native<Microseconds>()},
 };
 
 const PropertyDefinition SYSTEM_PROPERTIES[] = {
-    ReadOnly("CommandLine", "String", Native(GetCommandLine)),
-    ReadOnly("ProgramFolder", "FolderItem", Native(GetProgramFolder)),
-    ReadOnly("TemporaryFolder", "FolderItem", Native(GetTemporaryFolder)),
+    ReadOnly("CommandLine", "String", Native<GetCommandLine>()),
+    ReadOnly("ProgramFolder", "FolderItem", Native<GetProgramFolder>()),
+    ReadOnly("TemporaryFolder", "FolderItem", Native<GetTemporaryFolder>()),
 };
 
 const GlobalFunction SYSTEM_FUNCTIONS[] = {
-    {"Arguments() as String()", Native(Arguments)},
-    {"EnvironmentVariable(name as String) as String", Native(EnvironmentVariable)},
-    {"LogMessages() as String()", Native(LogMessages)},
-    {"Quit(code as Integer = 0)", Native(Quit)},
+    {"Arguments() as String()", Native<Arguments>()},
+    {"EnvironmentVariable(name as String) as String", Native<EnvironmentVariable>()},
+    {"LogMessages() as String()", Native<LogMessages>()},
+    {"Quit(code as Integer = 0)", Native<Quit>()},
 };
 
 const PropertyDefinition INPUT_PROPERTIES[] = {
-    ReadOnly("EOF", "Boolean", Native(GetInputEnd)),
+    ReadOnly("EOF", "Boolean", Native<GetInputEnd>()),
 };
 
 const GlobalFunction INPUT_FUNCTIONS[] = {
-    {"ReadLine() as String", Native(ReadInputLine)},
-    {"ReadAll() as String", Native(ReadInput)},
+    {"ReadLine() as String", Native<ReadInputLine>()},
+    {"ReadAll() as String", Native<ReadInput>()},
 };
 
 const GlobalFunction OUTPUT_FUNCTIONS[] = {
-    {"Write(text as String)", Native(WriteStandard<false, false>)},
-    {"WriteLine(text as String = \"\")", Native(WriteStandard<false, true>)},
-    {"Flush()", Native(FlushOutput)},
+    {"Write(text as String)", Native<WriteStandard<false, false>>()},
+    {"WriteLine(text as String = \"\")", Native<WriteStandard<false, true>>()},
+    {"Flush()", Native<FlushOutput>()},
 };
 
 const GlobalFunction ERROR_FUNCTIONS[] = {
-    {"Write(text as String)", Native(WriteStandard<true, false>)},
-    {"WriteLine(text as String = \"\")", Native(WriteStandard<true, true>)},
+    {"Write(text as String)", Native<WriteStandard<true, false>>()},
+    {"WriteLine(text as String = \"\")", Native<WriteStandard<true, true>>()},
 };
 
 } // namespace

@@ -1,17 +1,36 @@
 // Builders for the framework's definition records, so that a table has one line for each member.
 #pragma once
 
+#include "host/runtime/exception.h"
 #include "host/runtime/object.h"
 #include "host/runtime/records.h"
 
+#include <exception>
 #include <new>
 #include <span>
 
 namespace host {
 
-template <typename Result, typename... Arguments>
-void* Native(Result (*function)(Arguments...)) {
-    return reinterpret_cast<void*>(function);
+// A function as native callers call it: what it throws for want of memory, or else, is raised in the program.
+template <auto FUNCTION>
+struct Guarded;
+template <typename Result, typename... Arguments, Result (*FUNCTION)(Arguments...)>
+struct Guarded<FUNCTION> {
+    static Result Call(Arguments... arguments) noexcept {
+        try {
+            return FUNCTION(arguments...);
+        } catch (const std::bad_alloc&) {
+            RaiseOutOfMemory();
+        } catch (const std::exception& error) {
+            RaiseNew("RuntimeException", 0, error.what());
+        }
+        return Result();
+    }
+};
+
+template <auto FUNCTION>
+void* Native() {
+    return reinterpret_cast<void*>(&Guarded<FUNCTION>::Call);
 }
 
 constexpr uint32_t MEMBER_FLAGS = 4; // what plug-ins give their members
@@ -64,13 +83,23 @@ Data& DataOf(Object* object) {
 }
 
 template <typename Data>
+void ConstructData(Object* object) {
+    new (&DataOf<Data>(object)) Data();
+}
+
+template <typename Data>
+void DestroyData(Object* object) {
+    DataOf<Data>(object).~Data();
+}
+
+template <typename Data>
 ClassDefinition ClassRecordOf(const char* name, std::span<const PropertyDefinition> properties,
                               std::span<const MethodDefinition> methods) {
     return ClassRecord({
         .name = name,
         .dataSize = sizeof(Data),
-        .constructor = Native(+[](Object* object) { new (&DataOf<Data>(object)) Data(); }),
-        .destructor = Native(+[](Object* object) { DataOf<Data>(object).~Data(); }),
+        .constructor = Native<ConstructData<Data>>(),
+        .destructor = Native<DestroyData<Data>>(),
         .properties = properties,
         .methods = methods,
     });

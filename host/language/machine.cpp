@@ -11,14 +11,10 @@
 
 #include <sys/mman.h>
 #include <sys/resource.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
-#include <condition_variable>
 #include <cstdio>
-#include <mutex>
-#include <thread>
 
 namespace host::language {
 
@@ -31,49 +27,6 @@ constexpr size_t MAX_TRACE = 100;
 
 Machine* current = nullptr;
 
-// Bits of `attention`.
-constexpr uint32_t INTERRUPTED = 1;
-constexpr uint32_t TICK = 2;
-// Asks for attention every few milliseconds while it lives, so that limits are looked at.
-class Ticker {
-public:
-    explicit Ticker(bool isNeeded) {
-        if (isNeeded) thread_ = std::thread([this] { Run(); });
-    }
-    ~Ticker() {
-        {
-            std::lock_guard lock(mutex_);
-            isDone_ = true;
-        }
-        condition_.notify_one();
-        if (thread_.joinable()) thread_.join();
-    }
-    Ticker(const Ticker&) = delete;
-    Ticker& operator=(const Ticker&) = delete;
-
-private:
-    void Run() {
-        std::unique_lock lock(mutex_);
-        while (!condition_.wait_for(lock, std::chrono::milliseconds(5), [this] { return isDone_; })) attention |= TICK;
-    }
-
-    std::mutex mutex_;
-    std::condition_variable condition_;
-    bool isDone_ = false;
-    std::thread thread_;
-};
-
-// Memory of the process, in bytes.
-size_t ResidentMemory() {
-    std::FILE* file = std::fopen("/proc/self/statm", "r");
-    if (file == nullptr) return 0;
-    size_t total = 0;
-    size_t resident = 0;
-    int read = std::fscanf(file, "%zu %zu", &total, &resident);
-    std::fclose(file);
-    return read == 2 ? resident * static_cast<size_t>(sysconf(_SC_PAGESIZE)) : 0;
-}
-
 // Not the exception by which a program ends itself.
 bool IsError(const Object* exception) {
     const Class* error = FindClass("RuntimeException");
@@ -82,7 +35,10 @@ bool IsError(const Object* exception) {
 
 } // namespace
 
-Machine::Machine(Environment& environment, const RunOptions& options) : environment_(environment), options_(options) {
+Machine::Machine(Environment& environment, const RunOptions& options)
+    : environment_(environment),
+      options_(options),
+      watchdog_(options.timeLimit, options.memoryLimit, [] { attention = 1; }) {
     void* memory = mmap(nullptr, STACK_SLOTS * sizeof(Slot), PROT_READ | PROT_WRITE,
                         MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (memory != MAP_FAILED) {
@@ -102,16 +58,13 @@ Machine::~Machine() {
     if (stack_ != nullptr) munmap(stack_, STACK_SLOTS * sizeof(Slot));
 }
 
-void Machine::Interrupt() { attention |= INTERRUPTED; }
-
 RunResult Machine::Run(const std::vector<uint32_t>& codes) {
-    attention = 0;
-    deadline_ = std::chrono::steady_clock::now() + options_.timeLimit;
-    Ticker ticker(options_.timeLimit.count() > 0 || options_.memoryLimit > 0);
     RunResult result;
     for (uint32_t index : codes) {
         Slot unused{};
-        if (Invoke(*environment_.tables.codes[index], nullptr, &unused)) continue;
+        // A destructor may have been stopped that the program itself went on after.
+        if (Invoke(*environment_.tables.codes[index], nullptr, &unused) && !isStopped_ && (attention == 0 || Poll()))
+            continue;
         if (isStopped_) {
             result.outcome = outcome_;
             result.stack = stopStack_;
@@ -134,7 +87,13 @@ void Machine::ReleaseGlobals(RunResult& result) {
     }
     // A destructor of the host's may fail too: that of a stream whose file cannot be written.
     ObjectRef exception = TakePendingException();
-    if (!exception || result.outcome != RunOutcome::FINISHED) return;
+    if (result.outcome != RunOutcome::FINISHED) return;
+    if (isStopped_) {
+        result.outcome = outcome_;
+        result.stack = stopStack_;
+        return;
+    }
+    if (!exception) return;
     result.outcome = RunOutcome::UNCAUGHT_EXCEPTION;
     result.exception = Describe(exception.Get());
 }
@@ -211,18 +170,19 @@ void Machine::RunDestructor(Object* object, Class* cls) {
 // Stopping
 
 void Machine::Stop(RunOutcome outcome) {
+    watchdog_.FreeMemory();
     isStopped_ = true;
     outcome_ = outcome;
     stopStack_ = StackTrace();
 }
 
 bool Machine::Poll() {
-    uint32_t reasons = attention.exchange(0);
-    if ((reasons & INTERRUPTED) != 0) {
+    attention = 0;
+    if (Watchdog::IsInterrupted()) {
         Stop(RunOutcome::INTERRUPTED);
-    } else if (options_.timeLimit.count() > 0 && std::chrono::steady_clock::now() >= deadline_) {
+    } else if (watchdog_.IsTimeOver()) {
         Stop(RunOutcome::TIME_LIMIT);
-    } else if (options_.memoryLimit > 0 && ResidentMemory() > options_.memoryLimit) {
+    } else if (watchdog_.IsMemoryOver()) {
         Stop(RunOutcome::MEMORY_LIMIT);
     }
     return !isStopped_;
@@ -297,7 +257,11 @@ void Machine::ReleaseLifetimes(const Frame& frame, const Handler* handler) {
 }
 
 bool Machine::Unwind(size_t entry) {
+    if (attention != 0) Poll(); // what failed may have been interrupted
     ObjectRef exception = TakePendingException();
+    // Under a limit, want of memory is the limit's doing.
+    if (!isStopped_ && options_.memoryLimit > 0 && exception && exception.Get()->cls->name == "OutOfMemoryException")
+        Stop(RunOutcome::MEMORY_LIMIT);
     if (!isStopped_ && exception) NoteRaised(exception.Get());
     FailingProgram failing(isStopped_ || IsError(exception.Get()));
     while (frames_.size() >= entry) {

@@ -6,9 +6,9 @@
 #include "host/language/environment.h"
 #include "host/language/run.h"
 #include "host/runtime/exception.h"
+#include "host/runtime/watchdog.h"
 
 #include <atomic>
-#include <chrono>
 #include <vector>
 
 namespace host::language {
@@ -33,9 +33,6 @@ public:
     static void CallBack(void* context, const Slot* arguments, Slot* result);
     static void RunDestructor(Object* object, Class* cls);
     static void CallAttached(Delegate& delegate, const Slot* arguments, Slot* result);
-
-    // Asks the running program to stop. Safe in a signal handler.
-    static void Interrupt();
 
 private:
     struct Frame {
@@ -71,7 +68,6 @@ private:
     std::vector<Frame> frames_;
     const char* nativeStackBase_ = nullptr;
     size_t nativeStackLimit_ = 0;
-    std::chrono::steady_clock::time_point deadline_;
     bool isStopped_ = false;
     bool isFailed_ = false; // by an exception that nobody caught
     RunOutcome outcome_ = RunOutcome::FINISHED;
@@ -79,6 +75,7 @@ private:
     ObjectRef raised_; // the exception whose way was noted last
     std::vector<StackEntry> raisedStack_;
     Machine* outer_ = nullptr;
+    Watchdog watchdog_; // the last: it asks a machine that stands
 };
 
 } // namespace host::language

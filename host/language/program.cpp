@@ -43,6 +43,8 @@ RunResult Run(Program& program, const RunOptions& options) {
     return result;
 }
 
-void RequestInterrupt() { Machine::Interrupt(); }
+void RequestInterrupt() { Watchdog::NoteInterrupt(); }
+
+void ForgetInterrupt() { Watchdog::ForgetInterrupt(); }
 
 } // namespace host

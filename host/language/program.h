@@ -54,6 +54,8 @@ RunResult Run(Program& program, const RunOptions& options = {});
 // Stops the running program at its next call or turn of a loop; it then ends with INTERRUPTED, without running handlers
 // and Finally blocks. Safe to call from a signal handler.
 void RequestInterrupt();
+// An interrupt that met no program is not for the next one.
+void ForgetInterrupt();
 
 // An interactive session: entries are compiled and run one after the other; variables, functions and classes stay. An
 // entry that defines a function or class anew replaces it for later entries.

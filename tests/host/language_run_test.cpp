@@ -83,6 +83,12 @@ TEST_F(LanguageRun, LimitsStopAProgramWithoutItsHandlers) {
          RunOutcome::TIME_LIMIT},
         {"Dim d As New Dictionary\nFor i As Integer = 1 To 2000000000\n  d.Value(\"key\") = Str(i)\nNext",
          RunOutcome::TIME_LIMIT},
+        {"Class C\n  Sub Destructor()\n    Do\n    Loop\n  End Sub\nEnd Class\nDim c As New C\nc = Nil",
+         RunOutcome::TIME_LIMIT},
+        {"Class C\n  Sub Destructor()\n    Do\n    Loop\n  End Sub\nEnd Class\nDim c As New C", RunOutcome::TIME_LIMIT},
+        {"Dim s As String = \"x\"\nTry\n  Do\n    s = s + s\n  Loop\nCatch\n  Print \"caught\"\nEnd Try",
+         RunOutcome::MEMORY_LIMIT},
+        {"Print GetFolderItem(\"/dev/zero\").OpenAsTextFile.ReadAll", RunOutcome::MEMORY_LIMIT},
         {"Dim s As String = \"0123456789012345678901234567890123456789\"\nDim a() As String\nDo\n  a.Append(s + "
          "Str(1))\n"
          "Loop",
