@@ -9,7 +9,7 @@
 
 namespace {
 
-template <typename Result, class... Args>
+template <typename Result, typename... Args>
 Result Empty(Args...) {
     if constexpr (!std::is_void_v<Result>) return 1;
 }
