@@ -59,7 +59,7 @@ format:
 	@git ls-files -z '*.cpp' '*.h' | xargs -0 clang-format -i
 
 install: product
-	@cmake --install build/i386 --prefix $(PREFIX)
+	@cmake --install build/i386 --strip --prefix $(PREFIX)
 
 clean:
 	rm -rf build

@@ -6,6 +6,15 @@ install(TARGETS kova-xml LIBRARY DESTINATION ${KOVA_PRIVATE_FOLDER})
 install(PROGRAMS "${CMAKE_CURRENT_LIST_DIR}/kova.sh" DESTINATION bin RENAME kova)
 install(DIRECTORY "${CMAKE_SOURCE_DIR}/examples" "${CMAKE_SOURCE_DIR}/library" DESTINATION share/kova)
 
+# The licences of all that is installed, as NOTICE lists it.
+install(FILES "${CMAKE_SOURCE_DIR}/LICENSE" "${CMAKE_SOURCE_DIR}/NOTICE" DESTINATION share/doc/kova)
+install(FILES "${CMAKE_SOURCE_DIR}/build/expat/source/COPYING" DESTINATION share/doc/kova/licenses RENAME expat)
+foreach(package IN ITEMS libxml2 libxslt1.1 libicu72 libffi8 libedit2 libbsd0 libmd0 libtinfo6 libcli11-dev zlib1g
+                         liblzma5 libgcrypt20 libgpg-error0 libc6 gcc-12-base)
+  install(FILES "${CMAKE_SYSROOT}/usr/share/doc/${package}/copyright" DESTINATION share/doc/kova/licenses
+    RENAME "${package}")
+endforeach()
+
 install(CODE "set(sysroot \"${CMAKE_SYSROOT}\")
 set(folder \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${KOVA_PRIVATE_FOLDER}\")")
 install(CODE [[

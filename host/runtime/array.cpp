@@ -3,8 +3,8 @@
 
 #include "host/runtime/class_program.h"
 #include "host/runtime/exception.h"
-#include "host/syntax/names.h"
 #include "host/runtime/string.h"
+#include "host/syntax/names.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,8 +1,8 @@
 // Classes: layout, members and the list of all.
 #include "host/runtime/class.h"
 
-#include "host/syntax/names.h"
 #include "host/runtime/registry.h"
+#include "host/syntax/names.h"
 
 #include <algorithm>
 #include <array>

@@ -1,3 +1,4 @@
+// What `kova test` reads from the comments of a program, and how it tells a difference.
 #include "host/cli/expectations.h"
 
 #include <gmock/gmock.h>

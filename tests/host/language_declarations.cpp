@@ -1,3 +1,4 @@
+// Declarations as definition records spell them.
 #include "host/syntax/declaration.h"
 
 #include <gtest/gtest.h>

@@ -38,7 +38,7 @@ public:
 
     std::string Next() {
         std::string text = samples_[Below(samples_.size())];
-        for (size_t count = 1 + Below(4); count > 0; count--) Change(text);
+        for (size_t count = 1 + Below(4); count > 0; --count) Change(text);
         return text;
     }
 

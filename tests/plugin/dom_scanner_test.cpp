@@ -1,3 +1,4 @@
+// The markup scanner's table, in the test's process.
 #include "dom/markup_scanner.h"
 #include "host/runtime/dynamic.h"
 #include "tests/plugin/plugin_host.h"

@@ -1,3 +1,4 @@
+// Writes down every event of a reader.
 #include "tests/plugin/reader_trace.h"
 
 #include "tests/plugin/plugin_host.h"

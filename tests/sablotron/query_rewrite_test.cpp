@@ -1,3 +1,4 @@
+// Queries as they are rewritten before libxml2 evaluates them.
 #include "sablotron/tree/xpath_rewrite.h"
 
 #include <gtest/gtest.h>
