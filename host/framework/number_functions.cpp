@@ -13,6 +13,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <random>
 
 namespace host {
 
@@ -69,6 +70,19 @@ double Floor(double value) { return std::floor(value); }
 double Ceil(double value) { return std::ceil(value); }
 double Round(double value) { return std::round(value); }
 double Sqrt(double value) { return std::sqrt(value); }
+double Sin(double value) { return std::sin(value); }
+double Cos(double value) { return std::cos(value); }
+double Tan(double value) { return std::tan(value); }
+double Atan(double value) { return std::atan(value); }
+double Atan2(double y, double x) { return std::atan2(y, x); }
+double Log(double value) { return std::log(value); }
+double Exp(double value) { return std::exp(value); }
+
+// From 0 up to 1, another row of numbers in each run.
+double Rnd() {
+    static std::mt19937 generator{std::random_device()()};
+    return std::generate_canonical<double, 53>(generator);
+}
 
 const GlobalFunction FUNCTIONS[] = {
     {"Str(value as Integer) as String", Native<StrInteger>()},
@@ -88,6 +102,14 @@ const GlobalFunction FUNCTIONS[] = {
     {"Ceil(value as Double) as Double", Native<Ceil>()},
     {"Round(value as Double) as Double", Native<Round>()},
     {"Sqrt(value as Double) as Double", Native<Sqrt>()},
+    {"Sin(radians as Double) as Double", Native<Sin>()},
+    {"Cos(radians as Double) as Double", Native<Cos>()},
+    {"Tan(radians as Double) as Double", Native<Tan>()},
+    {"Atan(value as Double) as Double", Native<Atan>()},
+    {"Atan2(y as Double, x as Double) as Double", Native<Atan2>()},
+    {"Log(value as Double) as Double", Native<Log>()},
+    {"Exp(value as Double) as Double", Native<Exp>()},
+    {"Rnd() as Double", Native<Rnd>()},
 };
 
 } // namespace

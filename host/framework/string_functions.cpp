@@ -281,6 +281,35 @@ int32_t Asc(String* s) {
 
 int32_t AscB(String* s) { return (s != nullptr) && s->length > 0 ? static_cast<unsigned char>(s->bytes[0]) : 0; }
 
+// The last place of a text that begins at or before `start`; from the end by default.
+int32_t InStrRev(String* source, String* find, int32_t start) {
+    Text text(source);
+    size_t from = start < 1 ? text.View().size() : text.Offset(Index(start));
+    size_t found = text.View().rfind(Text(find, text).View(), from);
+    return found == std::string_view::npos ? 0 : static_cast<int32_t>(text.IndexAt(found) + 1);
+}
+
+int32_t StartsWith(String* s, String* start) {
+    Text text(s);
+    return text.View().starts_with(Text(start, text).View()) ? 1 : 0;
+}
+
+int32_t EndsWith(String* s, String* end) {
+    Text text(s);
+    return text.View().ends_with(Text(end, text).View()) ? 1 : 0;
+}
+
+String* Repeat(String* s, int32_t count) {
+    StringRef all;
+    StringRef power = StringRef::Share(s); // doubled on the way
+    for (size_t rest = Count(count); rest > 0; rest /= 2) {
+        if (rest % 2 == 1) all = StringRef::Adopt(AddStrings(all.Get(), power.Get()));
+        if (rest > 1) power = StringRef::Adopt(AddStrings(power.Get(), power.Get()));
+        if (IsExceptionPending()) return nullptr;
+    }
+    return all.Detach();
+}
+
 String* EndOfLine() { return BuildUtf8("\n"); }
 
 const GlobalFunction FUNCTIONS[] = {
@@ -298,6 +327,10 @@ const GlobalFunction FUNCTIONS[] = {
     {"InStr(start as Integer, source as String, find as String) as Integer", Native<InStrFrom>()},
     {"InStrB(source as String, find as String) as Integer", Native<InStrB>()},
     {"InStrB(start as Integer, source as String, find as String) as Integer", Native<InStrBFrom>()},
+    {"InStrRev(source as String, find as String, start as Integer = 0) as Integer", Native<InStrRev>()},
+    {"StartsWith(s as String, start as String) as Boolean", Native<StartsWith>()},
+    {"EndsWith(s as String, ending as String) as Boolean", Native<EndsWith>()},
+    {"Repeat(s as String, count as Integer) as String", Native<Repeat>()},
     {"Replace(source as String, find as String, replacement as String) as String", Native<Replace>()},
     {"ReplaceAll(source as String, find as String, replacement as String) as String", Native<ReplaceAll>()},
     {"Trim(s as String) as String", Native<Trim>()},
