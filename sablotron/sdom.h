@@ -77,7 +77,10 @@ char* SDOM_getExceptionMessage(SablotSituation situation);
 // prefix and a URI that may not go together.
 
 // "p:x" takes the binding of p on the document element; where there is none the element is called p:x in no namespace.
-// An unprefixed name takes the default namespace of the document element. 14 for the prefix xmlns.
+// An unprefixed name takes the default namespace of the document element. 14 for the prefix xmlns. An element that is
+// in no namespace so has no binding of its own: it may be given any default one by an attribute xmlns, and in the text
+// it has the default namespace of the place where it stands. One that SDOM_createElementNS made is written with
+// xmlns="" there.
 SDOM_Exception SDOM_createElement(SablotSituation situation, SDOM_Document document, SDOM_Node* element,
                                   const char* tagName);
 // 14 for a prefix without URI and for the prefixes xml and xmlns with a URI that is not theirs (or the other way).
@@ -95,10 +98,10 @@ SDOM_Exception SDOM_createTextNode(SablotSituation situation, SDOM_Document docu
 // "]]>" is allowed: the section is split where it is written.
 SDOM_Exception SDOM_createCDATASection(SablotSituation situation, SDOM_Document document, SDOM_Node* section,
                                        const char* data);
-// 5 also for "--" and for "-" at the end.
+// 5 also for "--" and for "-" at the end. A carriage return becomes a line feed, here and in instructions.
 SDOM_Exception SDOM_createComment(SablotSituation situation, SDOM_Document document, SDOM_Node* comment,
                                   const char* data);
-// 5 also for the target xml, a colon in it, and "?>" in the data.
+// 5 also for the target xml, a colon in it, and "?>" in the data. White space at the beginning of the data is dropped.
 SDOM_Exception SDOM_createProcessingInstruction(SablotSituation situation, SDOM_Document document,
                                                 SDOM_Node* instruction, const char* target, const char* data);
 
@@ -150,7 +153,8 @@ SDOM_Exception SDOM_compareNodes(SablotSituation situation, SDOM_Node node, SDOM
 // Puts the child before the reference; a null reference appends.
 SDOM_Exception SDOM_insertBefore(SablotSituation situation, SDOM_Node node, SDOM_Node newChild, SDOM_Node refChild);
 SDOM_Exception SDOM_appendChild(SablotSituation situation, SDOM_Node node, SDOM_Node newChild);
-// The old child stays a node of the document, without parent.
+// The old child stays a node of the document, without parent. An element keeps the namespace bindings that were in
+// scope of it, until it gets another place.
 SDOM_Exception SDOM_removeChild(SablotSituation situation, SDOM_Node node, SDOM_Node oldChild);
 // Puts the new child where the old one stands, which is removed.
 SDOM_Exception SDOM_replaceChild(SablotSituation situation, SDOM_Node node, SDOM_Node newChild, SDOM_Node oldChild);
@@ -170,7 +174,8 @@ SDOM_Exception SDOM_getAttribute(SablotSituation situation, SDOM_Node element, c
 SDOM_Exception SDOM_getAttributeNS(SablotSituation situation, SDOM_Node element, const char* uri, const char* localName,
                                    char** value);
 // Sets or adds. A prefix means what it means at the element; one that nothing binds is a part of the name. Codes: 5 as
-// in creating, 14 for a declaration whose prefix the element uses for another URI or that may not have this one.
+// in creating, 14 for a declaration whose prefix a name of the element uses for another URI or that may not have this
+// one.
 SDOM_Exception SDOM_setAttribute(SablotSituation situation, SDOM_Node element, const char* name, const char* value);
 // Declares the prefix when needed; 14 also when the element uses it for another URI already.
 SDOM_Exception SDOM_setAttributeNS(SablotSituation situation, SDOM_Node element, const char* uri, const char* qName,
@@ -186,8 +191,9 @@ SDOM_Exception SDOM_getAttributeNodeIndex(SablotSituation situation, SDOM_Node e
                                           SDOM_Node* attribute);
 SDOM_Exception SDOM_getAttributeNodeCount(SablotSituation situation, SDOM_Node element, int* count);
 // Puts an attribute or a declaration that stands on no element on this one. *replaced is the one of the same name (of
-// the same URI and local name) that had to go, or null. Codes: 4 for one of another document, 10 for one that an
-// element owns, 14 for one whose prefix the element uses for another URI, or that would replace two.
+// the same URI and local name) that had to go, or null; the new one takes its place. Codes: 4 for one of another
+// document, 10 for one that an element owns, 14 for one whose prefix the element uses for another URI, or that would
+// replace two.
 SDOM_Exception SDOM_setAttributeNode(SablotSituation situation, SDOM_Node element, SDOM_Node attribute,
                                      SDOM_Node* replaced);
 SDOM_Exception SDOM_setAttributeNodeNS(SablotSituation situation, SDOM_Node element, SDOM_Node attribute,

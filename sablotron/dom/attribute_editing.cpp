@@ -28,9 +28,11 @@ SDOM_Exception SetDeclaration(Document& document, xmlNode* element, std::string_
         Attach(document, element, NewDeclaration(prefix.empty() ? nullptr : Chars(name.c_str()), uri));
         return SDOM_OK;
     }
+    SetKept(declaration, nullptr);
     if (View(declaration->href) == uri) return SDOM_OK;
-    if (IsInUse(declaration, element)) return SDOM_NAMESPACE_ERR;
+    ReleaseNames(document, element, declaration);
     SetDeclaredUri(declaration, uri);
+    FixUpNamespaces(document, element);
     document.Touch();
     return SDOM_OK;
 }
@@ -54,11 +56,13 @@ SDOM_Exception SetDeclarationNode(Document& document, xmlNode* element, xmlNs* d
     std::string_view prefix = View(declaration->prefix);
     if (SDOM_Exception code = CheckDeclaration(element, prefix, View(declaration->href))) return code;
     if (xmlNs* old = OwnDeclaration(element, prefix)) {
-        bool isSame = xmlStrEqual(old->href, declaration->href) != 0;
-        if (!isSame && IsInUse(old, element)) return SDOM_NAMESPACE_ERR;
+        ReleaseNames(document, element, old);
+        xmlNs* next = old->next;
         *replaced = Detach(document, element, old);
+        Attach(document, element, declaration, next);
+        return SDOM_OK;
     }
-    Attach(document, element, declaration); // and what used the old one uses the new one
+    Attach(document, element, declaration);
     return SDOM_OK;
 }
 
@@ -82,8 +86,9 @@ SDOM_Exception SetAttributeNode(SablotSituation situation, SDOM_Node element, SD
             if (bound == nullptr) return SDOM_NAMESPACE_ERR;
             AsAttribute(node)->ns = bound;
         }
+        xmlAttr* next = old != nullptr ? old->next : nullptr;
         if (old != nullptr) *replaced = Detach(document, old);
-        Attach(document, found, AsAttribute(node));
+        Attach(document, found, AsAttribute(node), next);
         return SDOM_OK;
     });
 }

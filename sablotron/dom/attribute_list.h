@@ -2,7 +2,7 @@
 // attributes.
 #pragma once
 
-#include "sablotron/tree/bindings.h"
+#include "sablotron/dom/scope_cache.h"
 
 #include <vector>
 
@@ -14,13 +14,14 @@ public:
     size_t Count(Document& document, xmlNode* element);
     // Null outside the list.
     NodeHandle* At(Document& document, xmlNode* element, size_t index);
+    ScopeCache& Scope() { return scope_; }
 
 private:
-    void Fill(Document& document, xmlNode* element);
+    void Fill(const Document& document, const xmlNode* element);
 
     const xmlNode* element_ = nullptr;
     unsigned editCount_ = 0;
-    std::vector<Binding> bindings_;
+    ScopeCache scope_;
     std::vector<xmlAttr*> attributes_;
 };
 

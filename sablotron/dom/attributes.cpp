@@ -7,6 +7,7 @@
 #include <libxml/valid.h>
 
 #include <string>
+#include <utility>
 
 namespace sablot {
 
@@ -123,12 +124,14 @@ NodeHandle* HandleOn(Document& document, xmlNode* element, xmlNode* found) {
     return document.HandleOf(AsDeclaration(found), element);
 }
 
-void Attach(Document& document, xmlNode* element, xmlAttr* attribute) {
+void Attach(Document& document, xmlNode* element, xmlAttr* attribute, xmlAttr* next) {
     document.RemoveDetached(document.HandleOf(attribute));
-    xmlAttr* last = element->properties;
-    while ((last != nullptr) && (last->next != nullptr)) last = last->next;
-    (last != nullptr ? last->next : element->properties) = attribute;
-    attribute->prev = last;
+    xmlAttr* previous = next != nullptr ? next->prev : element->properties;
+    while ((next == nullptr) && (previous != nullptr) && (previous->next != nullptr)) previous = previous->next;
+    (previous != nullptr ? previous->next : element->properties) = attribute;
+    if (next != nullptr) next->prev = attribute;
+    attribute->prev = previous;
+    attribute->next = next;
     attribute->parent = element;
     AddIdIfAny(attribute);
     document.Touch();
@@ -146,24 +149,24 @@ NodeHandle* Detach(Document& document, xmlAttr* attribute) {
     return AdoptDetached(document, attribute);
 }
 
-void Attach(Document& document, xmlNode* element, xmlNs* declaration) {
+void Attach(Document& document, xmlNode* element, xmlNs* declaration, const xmlNs* next) {
     NodeHandle* handle = document.HandleOf(declaration, nullptr);
     if (handle->IsDetached()) document.RemoveDetached(handle);
     handle->SetOwner(element);
-    xmlNs** end = &element->nsDef;
-    while (*end != nullptr) end = &(*end)->next;
-    *end = declaration;
+    xmlNs** place = &element->nsDef;
+    while (*place != next) place = &(*place)->next;
+    declaration->next = std::exchange(*place, declaration);
     FixUpNamespaces(document, element);
     document.Touch();
 }
 
-// Of a declaration that nothing uses.
 NodeHandle* Detach(Document& document, xmlNode* element, xmlNs* declaration) {
     NodeHandle* handle = document.HandleOf(declaration, element);
     xmlNs** place = &element->nsDef;
     while (*place != declaration) place = &(*place)->next;
     *place = declaration->next;
     declaration->next = nullptr;
+    SetKept(declaration, nullptr);
     document.AddDetached(handle);
     document.Touch();
     return handle;

@@ -26,10 +26,11 @@ void SetDeclaredUri(xmlNs* declaration, std::string_view uri);
 void RemoveIdIfAny(xmlAttr* attribute);
 void AddIdIfAny(xmlAttr* attribute);
 
-// Puts an attribute, whose name is bound on the element, or a declaration that stands nowhere on an element.
-void Attach(Document& document, xmlNode* element, xmlAttr* attribute);
-void Attach(Document& document, xmlNode* element, xmlNs* declaration);
-// Takes an attribute, or a declaration that nothing uses, from its element.
+// Puts an attribute, whose name is bound on the element, or a declaration that stands nowhere on an element, before
+// `next`; at the end when null.
+void Attach(Document& document, xmlNode* element, xmlAttr* attribute, xmlAttr* next = nullptr);
+void Attach(Document& document, xmlNode* element, xmlNs* declaration, const xmlNs* next = nullptr);
+// Takes an attribute, or a declaration that no name uses, from its element.
 NodeHandle* Detach(Document& document, xmlAttr* attribute);
 NodeHandle* Detach(Document& document, xmlNode* element, xmlNs* declaration);
 

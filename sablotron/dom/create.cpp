@@ -62,6 +62,7 @@ SDOM_Exception SDOM_createElement(SablotSituation situation, SDOM_Document docum
         xmlNs* ns = BindingForNewNode(found, name.prefix);
         xmlNode* made = NewElement(found, ns != nullptr ? name.localName.data() : tagName);
         made->ns = ns;
+        if (ns == nullptr) made->extra |= ADOPTS_DEFAULT;
         *element = AdoptDetached(found, made);
         return SDOM_OK;
     });
@@ -133,8 +134,9 @@ SDOM_Exception SDOM_createCDATASection(SablotSituation situation, SDOM_Document 
 
 SDOM_Exception SDOM_createComment(SablotSituation situation, SDOM_Document document, SDOM_Node* comment,
                                   const char* data) {
-    return CreateText(situation, document, comment, data, IsCommentText,
-                      [](xmlDoc* tree, const xmlChar* text, int) { return xmlNewDocComment(tree, text); });
+    return CreateText(situation, document, comment, data, IsCommentText, [](xmlDoc* tree, const xmlChar* text, int) {
+        return xmlNewDocComment(tree, Chars(WithLineFeeds(Chars(text)).c_str()));
+    });
 }
 
 SDOM_Exception SDOM_createProcessingInstruction(SablotSituation situation, SDOM_Document document,
@@ -144,7 +146,9 @@ SDOM_Exception SDOM_createProcessingInstruction(SablotSituation situation, SDOM_
         return CallOnDocument(situation, document, [](Document&) { return SDOM_INVALID_CHARACTER_ERR; });
     }
     return CreateText(situation, document, instruction, data, IsInstructionData,
-                      [&](xmlDoc* tree, const xmlChar* text, int) { return xmlNewDocPI(tree, Chars(target), text); });
+                      [&](xmlDoc* tree, const xmlChar* text, int) {
+                          return xmlNewDocPI(tree, Chars(target), Chars(AsInstructionData(Chars(text)).c_str()));
+                      });
 }
 
 } // extern "C"

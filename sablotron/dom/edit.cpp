@@ -47,10 +47,26 @@ void TakeOut(Document& document, xmlNode* node) {
     document.Touch();
 }
 
+// A removed element keeps what was in scope of it.
+void KeepScope(Document& document, xmlNode* element) {
+    xmlNode* parent = element->parent;
+    if (!IsElement(parent)) {
+        KeepBindings(document, element, BindingsInScope(document, element));
+        return;
+    }
+    const std::vector<Binding>& ofParent = CachesOf(document).attributes.Scope().Of(document, parent);
+    KeepBindings(document, element, BindingsInScope(element, ofParent));
+}
+
 void Detach(Document& document, xmlNode* node) {
-    TakeOut(document, node);
+    const bool isElement = IsElement(node);
+    const bool fromElement = IsElement(node->parent);
+    if (isElement) KeepScope(document, node);
     AdoptDetached(document, node);
+    TakeOut(document, node);
+    if (!isElement) return;
     FixUpNamespaces(document, node);
+    if (fromElement) CachesOf(document).attributes.Scope().StillHolds(document);
 }
 
 // Puts a node that may stand here before `next`, out of where it was.
@@ -58,10 +74,12 @@ void Place(SDOM_Node child, xmlNode* parent, xmlNode* next) {
     Document& document = *child->document;
     xmlNode* node = child->node;
     const bool wasDetached = child->IsDetached();
-    if (wasDetached)
+    if (wasDetached) {
         document.RemoveDetached(child);
-    else
+        if (IsElement(node)) DropKeptBindings(document, node);
+    } else {
         TakeOut(document, node);
+    }
     LinkBefore(parent, node, next);
     ChildIndex& children = CachesOf(document).children;
     next != nullptr ? children.Forget(parent) : children.Appended(parent, node);

@@ -31,6 +31,7 @@ SDOM_Exception RenameElement(Document& document, xmlNode* element, std::string_v
         xmlNs* ns = BindingAt(document, element, name.prefix);
         if (!name.prefix.empty() && (ns == nullptr)) return SDOM_NAMESPACE_ERR;
         element->ns = (ns != nullptr) && !View(ns->href).empty() ? ns : nullptr;
+        element->extra &= static_cast<unsigned short>(~ADOPTS_DEFAULT);
     }
     xmlNodeSetName(element, Chars(name.localName.data()));
     return SDOM_OK;
@@ -67,6 +68,7 @@ SDOM_Exception RenameDeclaration(Document& document, SDOM_Node handle, std::stri
     if (!QName(newName).isValid) return SDOM_INVALID_CHARACTER_ERR;
     if (!IsDeclarationName(newName, prefix)) return SDOM_NAMESPACE_ERR;
     if ((owner == nullptr) && !handle->IsDetached()) return SDOM_NO_MODIFICATION_ALLOWED_ERR; // an implicit one
+    SetKept(declaration, nullptr);
     if (View(declaration->prefix) == prefix) return SDOM_OK;
     if (prefix == "xml" || prefix == "xmlns") return SDOM_NAMESPACE_ERR;
     std::string_view uri = View(declaration->href);
@@ -87,6 +89,7 @@ SDOM_Exception SetDeclarationValue(SDOM_Node handle, std::string_view uri) {
     xmlNode* owner = handle->Owner();
     std::string_view prefix = View(declaration->prefix);
     if (!IsXmlText(uri)) return SDOM_INVALID_CHARACTER_ERR;
+    SetKept(declaration, nullptr);
     if (View(declaration->href) == uri) return SDOM_OK;
     if ((owner == nullptr) && !handle->IsDetached()) return SDOM_NAMESPACE_ERR; // an implicit one
     if (!IsAllowedBinding(prefix, uri)) return SDOM_NAMESPACE_ERR;
@@ -98,8 +101,8 @@ SDOM_Exception SetDeclarationValue(SDOM_Node handle, std::string_view uri) {
 
 SDOM_Exception SetContent(xmlNode* node, bool isAllowed, const char* text) {
     if (!isAllowed) return SDOM_INVALID_CHARACTER_ERR;
-    xmlNodeSetContent(node, Chars(text != nullptr ? text : ""));
-    if ((text != nullptr) && (node->content == nullptr)) throw std::bad_alloc();
+    xmlNodeSetContent(node, Chars(text));
+    if (*text != '\0' && (node->content == nullptr)) throw std::bad_alloc();
     node->psvi = nullptr; // the line of the text that it was
     return SDOM_OK;
 }
@@ -140,9 +143,9 @@ SDOM_Exception SDOM_setNodeValue(SablotSituation situation, SDOM_Node node, cons
             return SDOM_OK;
         case XML_NAMESPACE_DECL: return SetDeclarationValue(node, text);
         case XML_TEXT_NODE:
-        case XML_CDATA_SECTION_NODE: return SetContent(found, IsXmlText(text), value);
-        case XML_COMMENT_NODE: return SetContent(found, IsCommentText(text), value);
-        case XML_PI_NODE: return SetContent(found, IsInstructionData(text), value);
+        case XML_CDATA_SECTION_NODE: return SetContent(found, IsXmlText(text), text.empty() ? "" : value);
+        case XML_COMMENT_NODE: return SetContent(found, IsCommentText(text), WithLineFeeds(text).c_str());
+        case XML_PI_NODE: return SetContent(found, IsInstructionData(text), AsInstructionData(text).c_str());
         default: return SDOM_NO_MODIFICATION_ALLOWED_ERR;
         }
     });

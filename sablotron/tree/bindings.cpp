@@ -4,13 +4,31 @@
 #include "sablotron/tree/scope.h"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <unordered_set>
+#include <utility>
 
 namespace sablot {
 
 namespace {
+
+struct NamespaceDeleter {
+    void operator()(xmlNs* declaration) const { xmlFreeNs(declaration); }
+};
+using NamespacePointer = std::unique_ptr<xmlNs, NamespaceDeleter>;
+
+// Calls visit(ns) for the namespace of each name in the subtree that has one.
+template <typename Visit>
+void ForEachName(xmlNode* subtree, Visit visit) {
+    for (xmlNode* node : Walk(subtree)) {
+        if (!IsElement(node)) continue;
+        if (node->ns != nullptr) visit(node->ns);
+        for (xmlAttr* attribute = node->properties; attribute != nullptr; attribute = attribute->next)
+            if (attribute->ns != nullptr) visit(attribute->ns);
+    }
+}
 
 bool IsSamePrefix(const xmlChar* left, const xmlChar* right) { return View(left) == View(right); }
 
@@ -107,8 +125,64 @@ std::vector<Binding> BindingsInScope(Document& document, xmlNode* element) {
         if (isRoot && document.MadeBy() == Document::Origin::PARSED && !declaresDefault && !isBound(nullptr))
             bindings.insert(bindings.begin() + static_cast<ptrdiff_t>(inherited), {document.EmptyBinding(), nullptr});
     }
-    if (node != nullptr) bindings.push_back({document.XmlBinding(), nullptr});
+    const xmlNode* top = element;
+    while (top->parent != nullptr && IsElement(top->parent)) top = top->parent;
+    if (node != nullptr || (top->extra & LISTS_XML) != 0) bindings.push_back({document.XmlBinding(), nullptr});
     return bindings;
+}
+
+std::vector<Binding> BindingsInScope(xmlNode* element, const std::vector<Binding>& ofParent) {
+    std::vector<Binding> bindings;
+    for (xmlNs* declaration = element->nsDef; declaration != nullptr; declaration = declaration->next)
+        bindings.push_back({declaration, element});
+    std::reverse(bindings.begin(), bindings.end());
+    std::copy_if(ofParent.begin(), ofParent.end(), std::back_inserter(bindings), [&](const Binding& binding) {
+        const xmlNs* own = element->nsDef;
+        while (own != nullptr && !IsSamePrefix(own->prefix, binding.declaration->prefix)) own = own->next;
+        return own == nullptr;
+    });
+    return bindings;
+}
+
+void KeepBindings(Document& document, xmlNode* element, const std::vector<Binding>& inScope) {
+    std::vector<NamespacePointer> copies;
+    std::vector<xmlNs*> declarations;
+    for (const Binding& binding : inScope) {
+        xmlNs* declaration = binding.declaration;
+        if (declaration == document.XmlBinding()) continue;
+        if (binding.owner != element) {
+            copies.emplace_back(xmlNewNs(nullptr, declaration->href, declaration->prefix));
+            declaration = copies.back().get();
+            if (declaration == nullptr) throw std::bad_alloc();
+            SetKept(declaration, document.Tree());
+        }
+        declarations.push_back(declaration);
+    }
+    if (!inScope.empty() && inScope.back().declaration == document.XmlBinding()) element->extra |= LISTS_XML;
+    for (NamespacePointer& copy : copies) static_cast<void>(copy.release());
+    element->nsDef = nullptr; // the list is the other way round
+    for (xmlNs* declaration : declarations) declaration->next = std::exchange(element->nsDef, declaration);
+}
+
+void DropKeptBindings(Document& document, xmlNode* element) {
+    element->extra &= static_cast<unsigned short>(~LISTS_XML);
+    const xmlNs* kept = element->nsDef;
+    while (kept != nullptr && !IsKept(kept)) kept = kept->next;
+    if (kept == nullptr) return;
+    ForEachName(element, [](xmlNs* ns) { SetKept(ns, nullptr); });
+    for (xmlNs** place = &element->nsDef; *place != nullptr;) {
+        xmlNs* declaration = *place;
+        if (!IsKept(declaration)) {
+            place = &declaration->next;
+            continue;
+        }
+        *place = std::exchange(declaration->next, nullptr);
+        SetKept(declaration, nullptr);
+        if (declaration->_private != nullptr)
+            document.AddDetached(document.HandleOf(declaration, nullptr)); // a program may hold it
+        else
+            xmlFreeNs(declaration);
+    }
 }
 
 Binding FindBinding(Document& document, xmlNode* element, const xmlChar* prefix) {
@@ -133,7 +207,8 @@ bool IsAllowedBinding(std::string_view prefix, std::string_view uri) {
 
 bool UsesPrefixOtherwise(const xmlNode* element, std::string_view prefix, std::string_view uri) {
     auto differs = [&](const xmlNs* ns) { return View(ns->prefix) == prefix && View(ns->href) != uri; };
-    if (element->ns != nullptr ? differs(element->ns) : prefix.empty() && !uri.empty()) return true;
+    const bool usesNone = prefix.empty() && !uri.empty() && !AdoptsDefault(element);
+    if (element->ns != nullptr ? differs(element->ns) : usesNone) return true;
     for (const xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next)
         if ((attribute->ns != nullptr) && differs(attribute->ns)) return true;
     return false;
@@ -174,6 +249,15 @@ void FixUpNamespaces(Document& document, xmlNode* subtree) {
         }
     }
     NamespaceFixUp(document, subtree).Run();
+}
+
+void ReleaseNames(Document& document, xmlNode* owner, const xmlNs* declaration) {
+    xmlNs* unattached = nullptr;
+    ForEachName(owner, [&](xmlNs*& ns) {
+        if (ns != declaration) return;
+        if (unattached == nullptr) unattached = document.UnattachedNamespace(declaration->prefix, declaration->href);
+        ns = unattached;
+    });
 }
 
 bool IsInUse(const xmlNs* declaration, xmlNode* owner) {

@@ -58,6 +58,20 @@ bool IsNcName(std::string_view name) {
 
 } // namespace
 
+std::string WithLineFeeds(std::string_view text) {
+    std::string result;
+    for (size_t at = 0; at < text.size(); ++at) {
+        const bool isReturn = text[at] == '\r';
+        result += isReturn ? '\n' : text[at];
+        if (isReturn && text.substr(at + 1, 1) == "\n") ++at;
+    }
+    return result;
+}
+
+std::string AsInstructionData(std::string_view text) {
+    return WithLineFeeds(text.substr(std::min(text.find_first_not_of(" \t\r\n"), text.size())));
+}
+
 bool IsXmlText(std::string_view text) {
     while (!text.empty()) {
         if (text[0] >= ' ')

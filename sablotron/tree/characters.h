@@ -1,9 +1,16 @@
 // Which names and which text XML can carry (XML 1.0 fifth edition, Namespaces in XML 1.0).
 #pragma once
 
+#include <string>
 #include <string_view>
 
 namespace sablot {
+
+// With the line ends that a parser would make of those in comments and instructions (XML 1.0, 2.11).
+std::string WithLineFeeds(std::string_view text);
+
+// The same without the white space at the beginning, which belongs to the markup of an instruction.
+std::string AsInstructionData(std::string_view text);
 
 // Valid UTF-8 of XML characters only (production 2).
 bool IsXmlText(std::string_view text);

@@ -91,7 +91,8 @@ private:
         }
         if (element->ns != nullptr)
             Require(element, element->ns);
-        else if (const xmlNs* seen = scope_.Find(""); (seen != nullptr) && !View(seen->href).empty())
+        else if (const xmlNs* seen = scope_.Find("");
+                 (seen != nullptr) && !View(seen->href).empty() && !AdoptsDefault(element))
             WriteDeclaration(element, &empty_);
         for (const xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next)
             if (attribute->ns != nullptr) Require(element, attribute->ns);
@@ -110,7 +111,10 @@ private:
     // Writes a declaration of the element that says something new and leaves its names what they are.
     void DeclareIfFree(const xmlNode* element, xmlNs* declaration) {
         const xmlNs* seen = scope_.Find(View(declaration->prefix));
-        if (View(seen != nullptr ? seen->href : nullptr) == View(declaration->href)) return;
+        if (View(seen != nullptr ? seen->href : nullptr) == View(declaration->href)) {
+            if (seen == nullptr) scope_.Add(element, declaration); // xmlns="" hides what is further out
+            return;
+        }
         if (UsesPrefixOtherwise(element, View(declaration->prefix), View(declaration->href))) return;
         WriteDeclaration(element, declaration);
     }

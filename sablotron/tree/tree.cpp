@@ -66,6 +66,7 @@ private:
             return nullptr;
         }
         copy->line = node->line;
+        copy->extra = node->extra & ADOPTS_DEFAULT;
         copy->psvi = node->psvi; // see LineOf
         return copy;
     }
@@ -73,6 +74,7 @@ private:
     bool CopyNames(const xmlNode* from, xmlNode* to) {
         if (!IsElement(from)) return true;
         for (const xmlNs* declaration = from->nsDef; declaration != nullptr; declaration = declaration->next) {
+            if (IsKept(declaration)) continue;
             xmlNs* copy = xmlNewNs(to, declaration->href, declaration->prefix);
             if (copy == nullptr) return false;
             copies_[declaration] = copy;

@@ -43,6 +43,20 @@ inline bool IsDocument(const xmlNode* node) {
 // Whether nodes of this type have children in the tree. (Attributes keep their text as such, entities their content.)
 inline bool IsParent(const xmlNode* node) { return IsElement(node) || IsDocument(node); }
 
+// A flag in the `extra` of an element that was made without a binding of its own: in the live tree it is in no
+// namespace, in the text it has the default one of the place where it stands. (libxslt takes the upper four bits.)
+constexpr unsigned short ADOPTS_DEFAULT = 1;
+inline bool AdoptsDefault(const xmlNode* element) {
+    return element->ns == nullptr && (element->extra & ADOPTS_DEFAULT) != 0;
+}
+
+// Another one: the element was removed from a tree, where xmlns:xml was in scope.
+constexpr unsigned short LISTS_XML = 2;
+
+// A declaration that a removed element keeps of what was in scope where it stood; `context` is not used otherwise.
+inline bool IsKept(const xmlNs* declaration) { return declaration->context != nullptr; }
+inline void SetKept(xmlNs* declaration, xmlDoc* tree) { declaration->context = tree; }
+
 // The greatest line that a node's own field holds.
 constexpr unsigned MAX_NODE_LINE = 65535;
 

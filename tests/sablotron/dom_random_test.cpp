@@ -8,6 +8,7 @@
 #include <map>
 #include <random>
 #include <ranges>
+#include <set>
 
 namespace sablot::test {
 namespace {
@@ -34,23 +35,48 @@ std::string ExpandedName(const Dom& dom, SDOM_Node node) {
     return dom.Name(node);
 }
 
-// What XML says of a subtree, one line a node: names, attributes by name, text with its neighbours.
+// What XML says of a subtree, one line a node: names, attributes by name, text with its neighbours. The elements of
+// `adopting` have no binding of their own; `inText` shows them as they read in the text, with the default namespace of
+// the place where they stand.
 class Outline {
 public:
-    Outline(const Dom& dom, SDOM_Node node) : dom_(dom) {
-        Add(node);
+    Outline(const Dom& dom, SDOM_Node node, const std::set<SDOM_Node>* inText = nullptr)
+        : dom_(dom), adopting_(inText) {
+        Add(node, IsElement(dom, node) ? DefaultOf(node, false).value_or("") : "");
         Flush();
     }
     const std::string& Lines() const { return lines_; }
 
 private:
-    void Add(SDOM_Node node) {
+    // The default namespace that the element declares, or has in scope.
+    std::optional<std::string> DefaultOf(SDOM_Node element, bool own) const {
+        for (int i = 0; i < dom_.Get<int>(SDOM_getAttributeNodeCount, element); ++i) {
+            auto item = dom_.Get<SDOM_Node>(SDOM_getAttributeNodeIndex, element, i);
+            if (dom_.Name(item) != "xmlns") continue;
+            if (!own || dom_.Get<SDOM_Node>(SDOM_getAttributeElement, item) == element) return dom_.Value(item);
+        }
+        return std::nullopt;
+    }
+
+    // The name of the element in the text, where `inherited` is the default namespace around it, which becomes that
+    // for what is in it.
+    std::string NameInText(SDOM_Node element, std::string& inherited) const {
+        const std::string uri = dom_.Text(SDOM_getNodeNSUri, element).value_or("");
+        const bool adopts = uri.empty() && adopting_->contains(element);
+        if (adopts || !dom_.Text(SDOM_getNodePrefix, element).value_or("").empty())
+            inherited = DefaultOf(element, true).value_or(inherited);
+        else
+            inherited = uri;
+        return adopts ? "{" + inherited + "}" + dom_.Name(element) : ExpandedName(dom_, element);
+    }
+
+    void Add(SDOM_Node node, std::string inherited) {
         switch (dom_.Get<SDOM_NodeType>(SDOM_getNodeType, node)) {
         case SDOM_TEXT_NODE:
         case SDOM_CDATA_SECTION_NODE: text_ += dom_.Value(node); return;
         case SDOM_ELEMENT_NODE: {
             Flush();
-            lines_ += ExpandedName(dom_, node);
+            lines_ += adopting_ != nullptr ? NameInText(node, inherited) : ExpandedName(dom_, node);
             std::map<std::string, std::string> attributes;
             for (int i = 0; i < dom_.Get<int>(SDOM_getAttributeNodeCount, node); ++i) {
                 auto attribute = dom_.Get<SDOM_Node>(SDOM_getAttributeNodeIndex, node, i);
@@ -66,7 +92,7 @@ private:
         }
         for (auto child = dom_.Get<SDOM_Node>(SDOM_getFirstChild, node); child != nullptr;
              child = dom_.Get<SDOM_Node>(SDOM_getNextSibling, child))
-            Add(child);
+            Add(child, inherited);
         Flush();
         if (IsElement(dom_, node)) lines_ += "/\n";
     }
@@ -76,6 +102,7 @@ private:
     }
 
     const Dom& dom_;
+    const std::set<SDOM_Node>* adopting_;
     std::string lines_;
     std::string text_;
 };
@@ -145,8 +172,9 @@ private:
         case 1: {
             // A prefix that the document element does not bind would become part of the name.
             SDOM_Node root = dom_.Root(document_);
-            if (name.find(':') == std::string::npos || ((root != nullptr) && Binds(root, name)))
-                LearnNew(dom_.Make(SDOM_createElement, document_, name.c_str()));
+            if (name.find(':') != std::string::npos && ((root == nullptr) || !Binds(root, name))) break;
+            LearnNew(dom_.Make(SDOM_createElement, document_, name.c_str()));
+            if (dom_.Text(SDOM_getNodeNSUri, nodes_.back()) == "") adopting_.insert(nodes_.back());
             break;
         }
         case 2: LearnNew(dom_.Make(SDOM_createTextNode, document_, Pick(TEXTS))); break;
@@ -177,6 +205,7 @@ private:
             if ((copy != nullptr) && deep) {
                 EXPECT_EQ(Outline(dom_, copy).Lines(), Outline(dom_, node).Lines());
             }
+            if (copy != nullptr) CopyAdopting(node, copy, deep != 0);
         } else {
             SDOM_Node node = elsewhere_.Root(foreign_);
             copy = dom_.Get<SDOM_Node>(SDOM_cloneForeignNode, document_, node, deep);
@@ -185,6 +214,11 @@ private:
             }
         }
         LearnNew(copy);
+    }
+
+    void CopyAdopting(SDOM_Node node, SDOM_Node copy, bool deep) {
+        if (adopting_.contains(node)) adopting_.insert(copy);
+        for (int i = 0; deep && i < dom_.Count(node); ++i) CopyAdopting(dom_.Child(node, i), dom_.Child(copy, i), true);
     }
 
     bool IsWithin(SDOM_Node node, SDOM_Node ancestor) {
@@ -233,7 +267,9 @@ private:
         SDOM_Node child = Pick(nodes_);
         SDOM_Node parent = parents_[child];
         if (parent == nullptr) return;
+        const std::vector<std::string> attributes = dom_.Attributes(child);
         EXPECT_EQ(SDOM_removeChild(dom_.situation, parent, child), SDOM_OK);
+        EXPECT_EQ(dom_.Attributes(child), attributes);
         Unlink(child);
     }
 
@@ -341,6 +377,7 @@ private:
         }
         SDOM_Exception code = SDOM_setNodeName(dom_.situation, node, name.c_str());
         if (code) return;
+        if (name.find(':') != std::string::npos) adopting_.erase(node);
         EXPECT_EQ(dom_.Name(node), name);
         if (node == element) names_[node] = ExpandedName(dom_, node);
     }
@@ -394,7 +431,7 @@ private:
         SDOM_Document again = elsewhere_.Parse(XML_DECLARATION + markup);
         bool isDocument = node == Dom::Node(document_);
         EXPECT_EQ(Outline(elsewhere_, isDocument ? Dom::Node(again) : elsewhere_.Root(again)).Lines(),
-                  Outline(dom_, node).Lines())
+                  Outline(dom_, node, &adopting_).Lines())
             << markup;
         std::string once = elsewhere_.Markup(again);
         SDOM_Document third = elsewhere_.Parse(XML_DECLARATION + once);
@@ -412,6 +449,7 @@ private:
     std::map<SDOM_Node, std::vector<SDOM_Node>> children_;
     std::map<SDOM_Node, SDOM_Node> parents_;
     std::map<SDOM_Node, std::string> names_;
+    std::set<SDOM_Node> adopting_; // elements without a binding of their own
 };
 
 unsigned Setting(const char* name, unsigned otherwise) {
