@@ -2,7 +2,7 @@
 # make demo     shows it working            make bench   measures
 # make test     runs the whole suite        make lint    checks the sources
 # make format   formats the sources         make install PREFIX=/usr/local
-# make conformance    runs public suites (fetched by npm)
+# make conformance    runs public suites (fetched by npm and apt)
 .DELETE_ON_ERROR:
 .PHONY: all product demo test asan bench conformance lint format install clean configure-product configure-tests
 
