@@ -114,6 +114,7 @@ int RunEach(const HostOptions& host, const RunCommandOptions& options);
 int Check(const HostOptions& host, const CheckCommandOptions& options);
 int RunRepl(const HostOptions& host);
 int Describe(const HostOptions& host, const std::string& name);
+int DescribeName(const std::string& name); // with the host started
 int RunTests(const HostOptions& host, const TestCommandOptions& options);
 int ShowEvents(const HostOptions& host, const EventsCommandOptions& options);
 int Query(const XqlCommandOptions& options);

@@ -111,6 +111,10 @@ int ReportUnknown(const std::string& name) {
 
 int Describe(const HostOptions& host, const std::string& name) {
     StartHost(host);
+    return DescribeName(name);
+}
+
+int DescribeName(const std::string& name) {
     if (name.empty()) {
         PrintCatalogue();
     } else if (const Class* cls = FindClass(name)) {

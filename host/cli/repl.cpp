@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <iostream>
 #include <optional>
+#include <sstream>
 #include <string>
 
 namespace host {
@@ -130,6 +131,17 @@ private:
     bool isContinuation_ = false;
 };
 
+// "help XmlNode" as {"XmlNode"}, "help" as {""}; nothing for other entries.
+std::optional<std::string> HelpWanted(const std::string& line) {
+    std::istringstream words(line);
+    std::string first;
+    std::string name;
+    std::string rest;
+    words >> first >> name >> rest;
+    bool isHelp = first == "help" && rest.empty() && name != "=" && !name.starts_with('(');
+    return isHelp ? std::optional(name) : std::nullopt;
+}
+
 } // namespace
 
 int RunRepl(const HostOptions& host) {
@@ -140,7 +152,7 @@ int RunRepl(const HostOptions& host) {
     Session session(options);
     InterruptHandler interrupts;
     LineReader reader(session);
-    if (reader.IsInteractive()) std::puts("kova " KOVA_VERSION ". Ctrl-D ends, Tab completes.");
+    if (reader.IsInteractive()) std::puts("kova " KOVA_VERSION ". Ctrl-D ends, Tab completes, help NAME explains.");
     int result = EXIT_OK;
     std::string entry;
     for (bool end = false; !end;) {
@@ -151,6 +163,10 @@ int RunRepl(const HostOptions& host) {
             continue;
         }
         end = status == LineReader::Status::END;
+        if (std::optional<std::string> name = end || !entry.empty() ? std::nullopt : HelpWanted(line)) {
+            DescribeName(*name);
+            continue;
+        }
         if (!end) entry += line + "\n";
         if (entry.empty()) continue;
         Session::Result outcome = session.Enter(entry);
