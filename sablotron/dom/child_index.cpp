@@ -1,6 +1,8 @@
 // Making and keeping the indexes.
 #include "sablotron/dom/child_index.h"
 
+#include <algorithm>
+
 namespace sablot {
 
 size_t ChildIndex::Count(const xmlNode* parent) {
@@ -20,15 +22,39 @@ xmlNode* ChildIndex::At(const xmlNode* parent, size_t index) {
         if (child == nullptr) return nullptr;
         entry = &Make(parent);
     }
-    return index < entry->children.size() ? entry->children[index] : nullptr;
+    if (index >= entry->children.size()) return nullptr;
+    entry->last = index;
+    return entry->children[index];
 }
 
 void ChildIndex::Appended(const xmlNode* parent, xmlNode* child) {
     if (Entry* entry = Find(parent)) entry->children.push_back(child);
 }
 
-void ChildIndex::Forget(const xmlNode* parent) {
-    if (Entry* entry = Find(parent)) *entry = {};
+void ChildIndex::Inserted(const xmlNode* parent, xmlNode* child, const xmlNode* next) {
+    Entry* entry = Find(parent);
+    if (entry == nullptr) return;
+    const auto place = Place(*entry, next);
+    if (place != entry->children.end()) entry->children.insert(place, child);
+}
+
+void ChildIndex::Removing(const xmlNode* parent, const xmlNode* child) {
+    Entry* entry = Find(parent);
+    if (entry == nullptr) return;
+    const auto place = Place(*entry, child);
+    if (place != entry->children.end()) entry->children.erase(place);
+}
+
+std::vector<xmlNode*>::iterator ChildIndex::Place(Entry& entry, const xmlNode* child) {
+    std::vector<xmlNode*>& children = entry.children;
+    if (!children.empty()) {
+        if (children.back() == child) return children.end() - 1;
+        if (children.front() == child) return children.begin();
+        const auto last = children.begin() + static_cast<ptrdiff_t>(std::min(entry.last, children.size() - 1));
+        if (*last == child) return last;
+    }
+    entry = {};
+    return entry.children.end();
 }
 
 ChildIndex::Entry* ChildIndex::Find(const xmlNode* parent) {

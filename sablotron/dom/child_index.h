@@ -16,8 +16,9 @@ public:
     xmlNode* At(const xmlNode* parent, size_t index);
     // A child was added at the end of the parent's list.
     void Appended(const xmlNode* parent, xmlNode* child);
-    // The parent's list has changed in another way.
-    void Forget(const xmlNode* parent);
+    // A child was put before `next`, or is about to be taken out.
+    void Inserted(const xmlNode* parent, xmlNode* child, const xmlNode* next);
+    void Removing(const xmlNode* parent, const xmlNode* child);
 
 private:
     // Shorter lists are walked.
@@ -25,10 +26,13 @@ private:
     struct Entry {
         const xmlNode* parent = nullptr;
         std::vector<xmlNode*> children;
+        size_t last = 0; // the index that was asked for last: edits are mostly made there
     };
 
     Entry* Find(const xmlNode* parent);
     Entry& Make(const xmlNode* parent);
+    // The index of the child, when it is at an end or was asked for last; otherwise forgets the list.
+    std::vector<xmlNode*>::iterator Place(Entry& entry, const xmlNode* child);
 
     // Nested loops over long lists need one entry each.
     std::array<Entry, 8> entries_;

@@ -42,7 +42,7 @@ SDOM_Exception CheckChild(const SDOM_Node parent, const SDOM_Node child, const x
 
 // Takes a node out of its parent for good or for a moment.
 void TakeOut(Document& document, xmlNode* node) {
-    CachesOf(document).children.Forget(node->parent);
+    CachesOf(document).children.Removing(node->parent, node);
     Unlink(node);
     document.Touch();
 }
@@ -82,7 +82,7 @@ void Place(SDOM_Node child, xmlNode* parent, xmlNode* next) {
     }
     LinkBefore(parent, node, next);
     ChildIndex& children = CachesOf(document).children;
-    next != nullptr ? children.Forget(parent) : children.Appended(parent, node);
+    next != nullptr ? children.Inserted(parent, node, next) : children.Appended(parent, node);
     // A tree of its own declares all it needs, unless names of it were made before they had a place.
     if (!wasDetached || document.HasUnattachedNamespaces()) FixUpNamespaces(document, node);
     document.Touch();
