@@ -79,7 +79,9 @@ NodePtr ExpressionChecker::CallPlace(const Expression& target) {
     if (callee.kind == ExpressionKind::NAME) {
         bool onSelf = false;
         functions = ResolveFunctions(callee.name, onSelf);
-        if (functions.empty()) return UnknownName(callee);
+        if (functions.empty()) {
+            return UnknownName(callee, hasArguments ? "" : " (\"Dim " + callee.name + " As …\" declares a variable)");
+        }
         if (onSelf) object = SelfNode(callee.span);
     } else if (ModuleSymbol* module = QualifyingModule(*callee.left)) {
         for (const auto& function : module->functions[FoldName(callee.name)]) functions.push_back(function.get());

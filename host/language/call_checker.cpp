@@ -114,23 +114,34 @@ NodePtr ExpressionChecker::Index(NodePtr array, const Expression& call, Use use)
     auto arguments = CheckArguments(call);
     if (array->IsInvalid()) return InvalidNode(call.span);
     if (!array->type.Is(TypeKind::ARRAY)) {
-        Error(array->span, "expected an array or a function, not " + array->type.Text());
+        Error(array->span, "expected an array or a function, not " + array->type.Text() + ItemHint(array->type));
         return InvalidNode(call.span);
     }
     if (arguments.size() != 1) {
         Error(call.span, "an array takes one index");
         return InvalidNode(call.span);
     }
-    auto node = MakeNode(NodeKind::ELEMENT, array->type.Element(), call.span);
+    return Element(std::move(array), std::move(arguments[0]), call.span);
+}
+
+NodePtr ExpressionChecker::Element(NodePtr array, NodePtr index, const Span& span) {
+    auto node = MakeNode(NodeKind::ELEMENT, array->type.Element(), span);
     node->left = std::move(array);
-    node->right = Convert(std::move(arguments[0]), INTEGER_TYPE);
-    return node->right->IsInvalid() ? InvalidNode(call.span) : std::move(node);
+    node->right = Convert(std::move(index), INTEGER_TYPE);
+    return node->right->IsInvalid() ? InvalidNode(span) : std::move(node);
 }
 
 NodePtr ExpressionChecker::Call(NodePtr object, const std::vector<FunctionSymbol*>& overloads,
                                 std::vector<NodePtr> arguments, const Span& span, const Span& nameSpan, Use use) {
     for (const NodePtr& argument : arguments) {
         if (argument->IsInvalid()) return InvalidNode(span);
+    }
+    // An index behind a function without parameters is one into the array that it gives.
+    bool isIndexed = overloads.size() == 1 && overloads[0]->parameters.empty() && arguments.size() == 1
+                     && overloads[0]->result.Is(TypeKind::ARRAY) && use == Use::VALUE;
+    if (isIndexed) {
+        NodePtr array = Call(std::move(object), overloads, {}, nameSpan, nameSpan, use);
+        return Element(std::move(array), std::move(arguments[0]), span);
     }
     FunctionSymbol* function = Choose(overloads, arguments, nameSpan, use);
     if (function == nullptr) return InvalidNode(span);
@@ -153,6 +164,18 @@ NodePtr ExpressionChecker::Call(NodePtr object, const std::vector<FunctionSymbol
         Error(nameSpan, "the type of the result of \"" + function->name + "\" is unknown");
     }
     return node;
+}
+
+// How an element is got of an object that has elements.
+std::string ExpressionChecker::ItemHint(const ValueType& type) {
+    if (!type.Is(TypeKind::OBJECT)) return {};
+    for (const char* name : {"Item", "Value", "Child"}) {
+        auto methods = environment_.FindMethods(type.cls, name);
+        bool fits = std::any_of(methods.begin(), methods.end(),
+                                [](const FunctionSymbol* method) { return method->parameters.size() == 1; });
+        if (fits) return std::string(" (use .") + name + "(…))";
+    }
+    return {};
 }
 
 FunctionSymbol* ExpressionChecker::Choose(const std::vector<FunctionSymbol*>& overloads,

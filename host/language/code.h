@@ -221,6 +221,7 @@ struct Code {
     uint16_t frameSize = 0;          // registers, with the windows of calls
     std::vector<Storage> parameters; // the object of a method first; a ByRef parameter is PLAIN
     std::vector<Kind> parameterKinds;
+    std::vector<std::string> parameterNames; // "" of the object and of ByRef parameters
     Storage result = Storage::PLAIN;
     Kind resultKind = Kind::NOTHING;
     std::vector<Instruction> instructions;

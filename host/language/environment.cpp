@@ -44,10 +44,12 @@ void DescribeParameters(const FunctionSymbol& function, Code& code) {
     if (function.owner != nullptr) {
         code.parameters.push_back(Storage::OBJECT);
         code.parameterKinds.push_back(Kind::OBJECT);
+        code.parameterNames.emplace_back();
     }
     for (const ParameterSymbol& parameter : function.parameters) {
         code.parameters.push_back(parameter.isByRef ? Storage::PLAIN : StorageOf(parameter.type));
         code.parameterKinds.push_back(KindOf(parameter.type.kind));
+        code.parameterNames.push_back(parameter.isByRef ? "" : parameter.name);
     }
 }
 

@@ -98,7 +98,8 @@ private:
     NodePtr SymbolValue(ConstantSymbol& constant, const Span& span);
     // The functions a bare name can call, and the object for them (Self, or null).
     std::vector<FunctionSymbol*> ResolveFunctions(std::string_view name, bool& onSelf);
-    NodePtr UnknownName(const ast::Expression& expression);
+    // `hint` is told when nothing else comes to mind.
+    NodePtr UnknownName(const ast::Expression& expression, const std::string& hint = {});
     NodePtr UnknownMember(const ValueType& type, const ast::Expression& expression);
 
     NodePtr CheckModuleMember(ModuleSymbol& module, const ast::Expression& member, const ast::Expression* call,
@@ -115,6 +116,8 @@ private:
     NodePtr CheckCast(const ValueType& type, const ast::Expression& call);
     // What `value(arguments)` is: an element of an array, or a call of a delegate.
     NodePtr Index(NodePtr array, const ast::Expression& call, Use use = Use::VALUE);
+    NodePtr Element(NodePtr array, NodePtr index, const Span& span);
+    std::string ItemHint(const ValueType& type);
     NodePtr UpperBound(NodePtr array, const Span& span);
     NodePtr ArrayOf(std::vector<NodePtr> elements, const Span& span);
     std::vector<NodePtr> CheckArguments(const ast::Expression& call);

@@ -10,6 +10,9 @@ std::string ConversionHint(const ValueType& from, const ValueType& to) {
     if (to.Is(TypeKind::STRING) && (from.IsNumber() || from.Is(TypeKind::BOOLEAN))) return " (use Str(…))";
     if (to.Is(TypeKind::INTEGER) && from.Is(TypeKind::STRING)) return " (use Integer(Val(…)))";
     if (to.Is(TypeKind::DOUBLE) && from.Is(TypeKind::STRING)) return " (use Val(…))";
+    if (to.Is(TypeKind::OBJECT) && from.Is(TypeKind::STRING) && SameName(to.cls->name, "FolderItem")) {
+        return " (use GetFolderItem(…))";
+    }
     bool isDowncast = to.Is(TypeKind::OBJECT) && from.Is(TypeKind::OBJECT) && to.cls->IsA(from.cls);
     if (isDowncast) return " (use " + to.cls->name + "(…))";
     return {};

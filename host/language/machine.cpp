@@ -24,6 +24,7 @@ namespace {
 
 constexpr size_t STACK_SLOTS = size_t{2} << 20; // 16 MB of addresses; memory is used as the program needs it
 constexpr size_t MAX_TRACE = 100;
+constexpr size_t MAX_DETAILED = 8; // of them with arguments
 
 Machine* current = nullptr;
 
@@ -31,6 +32,24 @@ Machine* current = nullptr;
 bool IsError(const Object* exception) {
     const Class* error = FindClass("RuntimeException");
     return exception == nullptr || error == nullptr || exception->cls->IsA(error);
+}
+
+// The values of the properties that the exception's own class has beyond those of all exceptions.
+std::string DetailsOf(Object* exception) {
+    std::string text;
+    for (const Class* level = exception->cls; level->super != nullptr; level = level->super) {
+        for (const auto& property : level->properties) {
+            Kind kind = property->type.kind;
+            bool isShown = kind == Kind::INTEGER || kind == Kind::DOUBLE || kind == Kind::STRING;
+            if (property->read == Access::NONE || !isShown) continue;
+            Slot value = ReadProperty(exception, *property);
+            bool isRead = !TakePendingException();
+            std::string shown = isRead ? Abridged(kind, value) : "";
+            if (kind == Kind::STRING) UnlockString(value.string);
+            if (isRead && shown != "\"\"") text += (text.empty() ? "" : ", ") + property->name + " " + shown;
+        }
+    }
+    return text;
 }
 
 } // namespace
@@ -105,6 +124,7 @@ UncaughtException Machine::Describe(Object* exception) {
     GetIntegerProperty(exception, "ErrorNumber", result.errorNumber);
     StringRef message;
     if (GetStringProperty(exception, "Message", message)) result.message = std::string(message.View());
+    result.details = DetailsOf(exception);
     if (raised_.Get() == exception) result.stack = raisedStack_;
     return result;
 }
@@ -205,6 +225,17 @@ void Machine::PrintText(std::string_view text) {
 
 // Exceptions
 
+std::string Machine::ArgumentsOf(const Frame& frame) {
+    std::string text;
+    const Code& code = *frame.code;
+    for (size_t i = 0; i < code.parameterNames.size(); ++i) {
+        if (code.parameterNames[i].empty()) continue;
+        text += (text.empty() ? "" : ", ") + code.parameterNames[i] + " = "
+                + Abridged(code.parameterKinds[i], frame.base[i]);
+    }
+    return text;
+}
+
 std::vector<StackEntry> Machine::StackTrace() const {
     std::vector<StackEntry> trace;
     for (auto frame = frames_.rbegin(); frame != frames_.rend() && trace.size() < MAX_TRACE; ++frame) {
@@ -212,7 +243,12 @@ std::vector<StackEntry> Machine::StackTrace() const {
         if (code.isHidden) continue;
         const SourceFile& file = *environment_.files[code.file];
         auto index = static_cast<size_t>(frame->pc - code.instructions.data());
-        trace.push_back({code.name, file.Name(), file.Locate(code.offsets[index]).line});
+        LineColumn place = file.Locate(code.offsets[index]);
+        StackEntry& entry = trace.emplace_back(StackEntry{code.name, file.Name(), place.line, place.column});
+        if (trace.size() == 1) entry.sourceLine = file.Line(place.line);
+        // A frame that is being left may have released them.
+        bool isLeft = frame->pc->opcode == Opcode::RELEASE_OBJECT;
+        if (trace.size() <= MAX_DETAILED && !isLeft) entry.arguments = ArgumentsOf(*frame);
     }
     return trace;
 }

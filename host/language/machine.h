@@ -52,6 +52,7 @@ private:
     const Handler* FindHandler(const Frame& frame) const;
     void NoteRaised(Object* exception);
     std::vector<StackEntry> StackTrace() const;
+    static std::string ArgumentsOf(const Frame& frame);
     // false when the program has to stop.
     bool Poll();
     void Stop(RunOutcome outcome);

@@ -153,7 +153,7 @@ std::vector<FunctionSymbol*> ExpressionChecker::ResolveFunctions(std::string_vie
     return environment_.FindFunctions(name);
 }
 
-NodePtr ExpressionChecker::UnknownName(const Expression& expression) {
+NodePtr ExpressionChecker::UnknownName(const Expression& expression, const std::string& hint) {
     const std::string& name = expression.name;
     const Span& span = expression.nameSpan;
     if (environment_.FindClass(name) != nullptr) {
@@ -172,7 +172,8 @@ NodePtr ExpressionChecker::UnknownName(const Expression& expression) {
             for (std::string& member : environment_.MemberNames(*context_.module)) names.push_back(std::move(member));
         }
         for (std::string& cls : environment_.ClassNames()) names.push_back(std::move(cls));
-        Error(span, "unknown name \"" + name + "\"" + Suggestion(name, names));
+        std::string suggestion = Suggestion(name, names);
+        Error(span, "unknown name \"" + name + "\"" + (suggestion.empty() ? hint : suggestion));
     }
     return InvalidNode(expression.span);
 }

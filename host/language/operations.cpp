@@ -237,6 +237,35 @@ std::string TextOfVariant(Object* variant) {
     }
 }
 
+std::string Abridged(Kind kind, Slot value) {
+    constexpr size_t MAX_TEXT = 40;
+    if (kind == Kind::VARIANT) {
+        Kind held = VariantKind(value.object);
+        if (held == Kind::STRING) return Abridged(held, {.string = UnboxString(value.object)});
+        return TextOfVariant(value.object);
+    }
+    switch (kind) {
+    case Kind::INTEGER: return std::to_string(value.integer);
+    case Kind::BOOLEAN: return value.integer != 0 ? "True" : "False";
+    case Kind::DOUBLE: return NumberText(value.number);
+    case Kind::STRING: {
+        std::string text(StringView(value.string));
+        if (text.size() > MAX_TEXT) {
+            size_t end = MAX_TEXT;
+            while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
+            text = text.substr(0, end) + "…";
+        }
+        std::string quoted = "\"";
+        for (char byte : text) {
+            if (byte == '"') quoted += '"';
+            quoted += static_cast<unsigned char>(byte) < 0x20 ? ' ' : byte;
+        }
+        return quoted + "\"";
+    }
+    default: return value.object == nullptr ? "Nil" : value.object->cls->name;
+    }
+}
+
 void ReleaseSlot(Slot slot, Storage storage) {
     if (storage == Storage::STRING) UnlockString(slot.string);
     if (storage == Storage::OBJECT) UnlockObject(slot.object);

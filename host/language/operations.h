@@ -43,6 +43,9 @@ int32_t FindInArray(const Array& array, Slot value);
 void RaiseOutOfBounds(int32_t index, const Array* array);
 void RaiseNilObject(std::string_view what);
 
+// A value as an error report shows it: "abc", 5, XmlElement; long texts are cut.
+std::string Abridged(Kind kind, Slot value);
+
 // What Print shows.
 std::string TextOfVariant(Object* variant);
 

@@ -25,12 +25,16 @@ struct StackEntry {
     std::string function; // "Counter.Add", or "" for the program's statements outside of functions
     std::string file;
     uint32_t line = 0;
+    uint32_t column = 0;
+    std::string arguments = {};  // "n = 5, s = \"abc\"", of the innermost calls
+    std::string sourceLine = {}; // of the innermost call
 };
 
 struct UncaughtException {
     std::string className;
     std::string message;
     int32_t errorNumber = 0;
+    std::string details;           // what else it knows: "Line 3, Node \"b\""
     std::vector<StackEntry> stack; // where it was raised first, outermost last
 };
 
@@ -40,7 +44,8 @@ struct RunResult {
     std::vector<StackEntry> stack;              // where the program was stopped by an interrupt or limit
 };
 
-// "XmlDomException 8: message" and a line "  at Counter.Add (file.kova:12)" for each call, each ended by a line feed.
+// "XmlDomException 8: message", the place with its source line and a mark under it, what else the exception knows, and
+// a line "  at Counter.Add(n = 5) (file.kova:12)" for each call, each ended by a line feed.
 std::string FormatException(const UncaughtException& exception);
 
 } // namespace host

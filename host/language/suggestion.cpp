@@ -36,7 +36,8 @@ std::string Suggestion(std::string_view name, const std::vector<std::string>& ca
     if (name.size() < 3 || name.size() > 64) return {};
     std::string wanted = FoldName(name);
     const std::string* best = nullptr;
-    size_t bestDistance = std::max<size_t>(1, name.size() / 3) + 1;
+    const size_t limit = name.size() < 4 ? 1 : std::max<size_t>(1, name.size() / 3) + 1;
+    size_t bestDistance = limit;
     size_t bestPrefix = 0;
     auto commonPrefix = [&wanted](const std::string& other) {
         auto end = std::mismatch(wanted.begin(), wanted.end(), other.begin(), other.end()).first;
@@ -44,14 +45,17 @@ std::string Suggestion(std::string_view name, const std::vector<std::string>& ca
     };
     for (const std::string& candidate : candidates) {
         std::string lower = FoldName(candidate);
+        // Who mistypes a name seldom mistypes its first letter, but for an exchange with the second.
+        bool isExchanged = lower.size() > 1 && lower[0] == wanted[1] && lower[1] == wanted[0];
+        if (lower.empty() || (lower[0] != wanted[0] && !isExchanged)) continue;
         // "Frist" for "FirstChild": what was meant may be longer than what was written.
         size_t distance = EditDistance(wanted, lower);
-        if (wanted.size() >= 3 && lower.size() > wanted.size()) {
+        if (wanted.size() >= 5 && lower.size() > wanted.size()) {
             distance = std::min(distance, EditDistance(wanted, lower.substr(0, wanted.size())) + 1);
         }
         size_t prefix = commonPrefix(lower);
         if (distance > bestDistance || (distance == bestDistance && prefix <= bestPrefix)) continue;
-        if (distance > std::max<size_t>(1, name.size() / 3) + 1) continue;
+        if (distance > limit) continue;
         best = &candidate;
         bestDistance = distance;
         bestPrefix = prefix;

@@ -21,8 +21,13 @@ bool StatementParser::If(Statement& statement, bool& isBlock) {
     Header(statement);
     open_.push_back(BlockKind::IF);
     Body(BlockKind::IF, first.body);
-    while (cursor_.At(Keyword::ELSEIF)) {
+    auto isWrittenApart = [this] { return cursor_.At(Keyword::ELSE) && cursor_.Peek(1).keyword == Keyword::IF; };
+    while (cursor_.At(Keyword::ELSEIF) || isWrittenApart()) {
         Branch& branch = statement.branches.emplace_back();
+        if (isWrittenApart()) {
+            const Span start = cursor_.Next().span;
+            diagnostics_.Error(Join(start, cursor_.Peek().span), "\"else if\" is written \"ElseIf\"");
+        }
         branch.span = cursor_.Next().span;
         branch.condition = expressions_.Parse();
         cursor_.Expect(Keyword::THEN);

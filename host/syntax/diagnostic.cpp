@@ -13,7 +13,39 @@ size_t CountCharacters(std::string_view text) {
         text.begin(), text.end(), [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; }));
 }
 
+// More of a line is not shown.
+constexpr size_t MAX_SHOWN = 160;
+// What is shown of a longer line before the marked text.
+constexpr size_t SHOWN_BEFORE = 60;
+
 } // namespace
+
+std::string MarkedLine(std::string_view line, uint32_t column, uint32_t length, bool color) {
+    std::vector<std::string_view> characters;
+    for (size_t start = 0; start < line.size();) {
+        size_t end = start + 1;
+        while (end < line.size() && (static_cast<unsigned char>(line[end]) & 0xC0) == 0x80) ++end;
+        characters.push_back(line.substr(start, end - start));
+        start = end;
+    }
+    size_t first = 0;
+    size_t last = characters.size();
+    if (characters.size() > MAX_SHOWN) {
+        first = column > SHOWN_BEFORE ? column - SHOWN_BEFORE : 0;
+        last = std::min(characters.size(), first + MAX_SHOWN);
+    }
+    std::string shown = first > 0 ? "…" : "";
+    std::string blanks = first > 0 ? " " : "";
+    for (size_t i = first; i < last; ++i) {
+        shown += characters[i];
+        // Tabs are kept before the caret so that it stands under its text whatever their width.
+        if (i + 1 < column) blanks += characters[i] == "\t" ? '\t' : ' ';
+    }
+    if (last < characters.size()) shown += "…";
+    if (column > last + 1) blanks.append(column - last - 1, ' ');
+    std::string mark = "^" + std::string(std::max<size_t>(std::min<size_t>(length, MAX_SHOWN), 1) - 1, '~');
+    return shown + "\n" + blanks + (color ? "\x1b[32m" + mark + "\x1b[0m" : mark) + "\n";
+}
 
 std::string FormatDiagnostic(const Diagnostic& diagnostic, bool color) {
     bool isError = diagnostic.severity == Severity::ERROR;
@@ -25,21 +57,7 @@ std::string FormatDiagnostic(const Diagnostic& diagnostic, bool color) {
     text += diagnostic.message;
     if (color) text += "\x1b[0m";
     text += '\n';
-    text += diagnostic.sourceLine + '\n';
-
-    // Tabs are kept before the caret so that it stands under its text whatever their width.
-    uint32_t column = 1;
-    for (char byte : diagnostic.sourceLine) {
-        if ((static_cast<unsigned char>(byte) & 0xC0) == 0x80) continue;
-        if (column++ == diagnostic.column) break;
-        text += byte == '\t' ? '\t' : ' ';
-    }
-    if (diagnostic.column > column) text.append(diagnostic.column - column, ' ');
-    if (color) text += "\x1b[32m";
-    text += '^';
-    if (diagnostic.length > 1) text.append(diagnostic.length - 1, '~');
-    if (color) text += "\x1b[0m";
-    text += '\n';
+    text += MarkedLine(diagnostic.sourceLine, diagnostic.column, diagnostic.length, color);
     return text;
 }
 

@@ -28,6 +28,10 @@ struct Diagnostic {
 // `color` adds terminal colours.
 std::string FormatDiagnostic(const Diagnostic& diagnostic, bool color = false);
 
+// A line of a source and a mark under `length` characters from `column` on, each ended by a line feed. Of a very long
+// line what is around the mark is shown.
+std::string MarkedLine(std::string_view line, uint32_t column, uint32_t length, bool color);
+
 using SourceFiles = std::vector<std::shared_ptr<const SourceFile>>;
 
 // Collects what is found about the files of a program, by place. What comes after very many findings is left out.

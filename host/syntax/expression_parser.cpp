@@ -42,6 +42,8 @@ constexpr Operator OPERATORS[] = {
     {TokenKind::NAME, Keyword::MOD, Operation::MODULO, PRODUCT_LEVEL},
 };
 
+constexpr Operator NOT_EQUAL{TokenKind::NOT_EQUAL, Keyword::NONE, Operation::NOT_EQUAL, COMPARISON_LEVEL};
+
 const Operator* FindOperator(const Token& token) {
     for (const Operator& row : OPERATORS) {
         bool isKeyword = row.kind == TokenKind::NAME;
@@ -128,6 +130,10 @@ ExpressionPtr ExpressionParser::ParseOperators(ExpressionPtr left, int minimum) 
     for (;;) {
         const Token& token = cursor_.Peek();
         const Operator* row = FindOperator(token);
+        if (row == nullptr && token.kind == TokenKind::NAME && SameName(token.text, "IsNot")) {
+            diagnostics_.Error(token.span, "\"is not\" is written \"<>\"");
+            row = &NOT_EQUAL;
+        }
         if (row == nullptr || row->precedence < minimum) return left;
         cursor_.Next();
         Span start = left->span;

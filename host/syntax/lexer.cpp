@@ -265,6 +265,12 @@ private:
     // &hFF and &b11 are numbers (32 bits, so &hFFFFFFFF is -1), &u263A is the string of one character.
     void Prefixed() {
         size_t start = at_;
+        if (Peek(1) == '&') {
+            at_ += 2;
+            diagnostics_.Error(Since(start), "\"and\" is written \"And\"");
+            Add(TokenKind::NAME, start).keyword = Keyword::AND;
+            return;
+        }
         char prefix = FoldName(text_.substr(at_ + 1, 1)).c_str()[0];
         int base = prefix == 'h' || prefix == 'u' ? 16 : prefix == 'o' ? 8 : prefix == 'b' ? 2 : 0;
         if (base == 0) {
@@ -320,7 +326,30 @@ private:
             {",", TokenKind::COMMA},
             {".", TokenKind::DOT},
         };
+        // What other languages write, read as what it means so that nothing follows from it.
+        struct Foreign {
+            std::string_view symbol;
+            TokenKind kind;
+            Keyword keyword;
+            const char* message;
+        };
+        static constexpr Foreign FOREIGN[] = {
+            {"==", TokenKind::EQUAL, Keyword::NONE, "\"equal\" is written \"=\""},
+            {"!=", TokenKind::NOT_EQUAL, Keyword::NONE, "\"not equal\" is written \"<>\""},
+            {"||", TokenKind::NAME, Keyword::OR, "\"or\" is written \"Or\""},
+            {"!", TokenKind::NAME, Keyword::NOT, "\"not\" is written \"Not\""},
+            {"%", TokenKind::NAME, Keyword::MOD, "the remainder is written \"Mod\""},
+        };
         size_t start = at_;
+        for (const Foreign& foreign : FOREIGN) {
+            char behind = Peek(foreign.symbol.size());
+            bool isNot = foreign.keyword != Keyword::NOT || IsNameStart(behind) || behind == '(';
+            if (!isNot || !text_.substr(at_).starts_with(foreign.symbol)) continue;
+            at_ += foreign.symbol.size();
+            diagnostics_.Error(Since(start), foreign.message);
+            Add(foreign.kind, start).keyword = foreign.keyword;
+            return;
+        }
         for (auto [symbol, kind] : SYMBOLS) {
             if (!text_.substr(at_).starts_with(symbol)) continue;
             at_ += symbol.size();

@@ -336,6 +336,14 @@ bool StatementParser::CallOrAssignment(Statement& statement) {
         statement.value = expressions_.Parse();
         return true;
     }
+    bool counts = (cursor_.At(TokenKind::PLUS) || cursor_.At(TokenKind::MINUS))
+                  && cursor_.Peek(1).kind == cursor_.Peek().kind && cursor_.Peek(2).kind == TokenKind::END_OF_LINE;
+    if (counts) {
+        std::string sign(cursor_.Peek().text);
+        cursor_.Fail(Join(cursor_.Peek().span, cursor_.Peek(1).span), "counting is written \"" + sign + "= 1\"");
+        SkipLineTokens();
+        return false;
+    }
     bool isName = target->kind == ExpressionKind::NAME || target->kind == ExpressionKind::MEMBER;
     if (isName && expressions_.AtOperand() && !AtStatementEnd()) {
         target = expressions_.ParseBareArguments(std::move(target));

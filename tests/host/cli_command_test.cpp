@@ -179,7 +179,9 @@ TEST_F(CliCommand, RunsProgramsAndTellsHowTheyEnded) {
          {},
          1,
          "1\n",
-         "Uncaught exception: IOException 5: disk\n  at F (p.kova:2)\n  at p.kova:5\n"},
+         "Uncaught exception: IOException 5: disk\np.kova:2:1\nRaise New IOException(\"disk\", 5)\n^\n  at F() "
+         "(p.kova:2)\n  "
+         "at p.kova:5\n"},
         {"Print 1\nPrint x", {}, 1, "", "p.kova:2:7: error: "},
         {"While True\nWend", {"--time-limit", "0.2"}, 124, "", "The time limit is reached\n  at p.kova:"},
         {"Dim s As String = \"x\"\nWhile True\ns = s + s\nWend",

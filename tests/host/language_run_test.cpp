@@ -66,8 +66,11 @@ TEST_F(LanguageRun, UncaughtExceptionsTellTheCallsThatLedThere) {
                                "Work\n");
     ASSERT_EQ(result.outcome, RunOutcome::UNCAUGHT_EXCEPTION);
     EXPECT_EQ(FormatException(*result.exception), "IOException 5: disk\n"
-                                                  "  at Counter.Add (a.kova:3)\n"
-                                                  "  at Work (a.kova:8)\n"
+                                                  "a.kova:3:5\n"
+                                                  "    Raise New IOException(\"disk\", 5)\n"
+                                                  "    ^\n"
+                                                  "  at Counter.Add(n = 1) (a.kova:3)\n"
+                                                  "  at Work() (a.kova:8)\n"
                                                   "  at a.kova:11\n");
 }
 

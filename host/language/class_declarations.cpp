@@ -1,0 +1,155 @@
+// The part of the program compiler that declares the members of classes.
+#include "host/language/hints.h"
+#include "host/language/program_compiler.h"
+
+#include <algorithm>
+
+namespace host::language {
+
+namespace {
+
+bool IsConstructor(const FunctionSymbol& function) { return SameName(function.name, "Constructor"); }
+bool IsDestructor(const FunctionSymbol& function) { return SameName(function.name, "Destructor"); }
+
+} // namespace
+
+void ProgramCompiler::DeclareProperty(ClassSymbol& cls, const ast::Variable& definition) {
+    ValueType type = ResolveType(definition);
+    std::string key = FoldName(definition.name);
+    bool isTaken = cls.properties.contains(key) || cls.constants.contains(key);
+    if (!CheckFree(definition.name, definition.span, isTaken)) return;
+    if (cls.super != nullptr && environment_.FindProperty(cls.super, definition.name) != nullptr) {
+        diagnostics_.Error(definition.span, "a superclass has a property \"" + definition.name + "\" already");
+        return;
+    }
+    auto property = std::make_unique<PropertySymbol>();
+    property->name = definition.name;
+    property->type = type;
+    property->owner = &cls;
+    property->definition = &definition;
+    property->isField = true;
+    cls.fields.push_back(property.get());
+    cls.properties.emplace(key, std::move(property));
+}
+
+void ProgramCompiler::DeclareMethod(ClassSymbol& cls, const ast::Function& definition) {
+    auto method = MakeFunction(definition, cls.file, true);
+    method->owner = &cls;
+    const Span& span = definition.declaration.span;
+    bool isSpecial = IsConstructor(*method) || IsDestructor(*method);
+    if (isSpecial && definition.kind != ast::FunctionKind::SUB) {
+        diagnostics_.Error(span, "\"" + method->name + "\" must be a Sub");
+    }
+    if (IsDestructor(*method) && !method->parameters.empty()) {
+        diagnostics_.Error(span, "a Destructor has no parameters");
+    }
+    std::string key = FoldName(method->name);
+    bool isTaken = cls.properties.contains(key) || cls.constants.contains(key);
+    auto& overloads = cls.methods[key];
+    for (const auto& other : overloads) isTaken |= SameParameters(*other, *method);
+    CheckFree(method->name, span, isTaken);
+    if (IsDestructor(*method)) cls.destructor = method.get();
+    overloads.push_back(std::move(method));
+}
+
+void ProgramCompiler::DeclareEvent(ClassSymbol& cls, const Declaration& declaration) {
+    if (declaration.name.empty()) return;
+    bool isTaken = environment_.FindEvent(&cls, declaration.name) != nullptr;
+    if (!CheckFree(declaration.name, declaration.span, isTaken)) return;
+    auto event = std::make_unique<EventSymbol>();
+    event->name = declaration.name;
+    event->signature.name = declaration.name;
+    event->signature.owner = &cls;
+    event->signature.result = ResolveType(declaration.result);
+    for (const Parameter& parameter : declaration.parameters) {
+        if (parameter.isByRef || parameter.isExtended || parameter.defaultValue) {
+            diagnostics_.Error(parameter.span, "the parameters of an event have a name and a type only");
+        }
+        event->signature.parameters.push_back({parameter.name, ResolveType(parameter.type), false, {}, parameter.span});
+    }
+    cls.events.emplace(FoldName(declaration.name), std::move(event));
+}
+
+// A handler that stands where its event was to be declared.
+std::string ProgramCompiler::EventHint(ClassSymbol& cls, const std::string& name) {
+    std::string hint = Suggestion(name, environment_.EventNames(cls.super));
+    return hint.empty() ? " (\"Declare Event " + name + "(…)\" declares one)" : hint;
+}
+
+void ProgramCompiler::DeclareHandler(ClassSymbol& cls, const ast::Function& definition) {
+    auto handler = MakeFunction(definition, cls.file, true);
+    handler->owner = &cls;
+    const Span& span = definition.declaration.span;
+    EventSymbol* event = cls.super != nullptr ? environment_.FindEvent(cls.super, handler->name) : nullptr;
+    bool isWellFormed = std::none_of(handler->parameters.begin(), handler->parameters.end(),
+                                     [](const auto& parameter) { return parameter.type.Is(TypeKind::INVALID); });
+    if (event == nullptr) {
+        std::string owner = cls.super != nullptr ? cls.super->name : cls.name;
+        diagnostics_.Error(span, owner + " has no event \"" + handler->name + "\"" + EventHint(cls, handler->name));
+    } else if (isWellFormed
+               && (!SameParameters(event->signature, *handler) || !(event->signature.result == handler->result))) {
+        diagnostics_.Error(span, "the event is declared as \"" + event->Text() + "\"");
+    } else {
+        bool isTaken = std::find(cls.handledEvents.begin(), cls.handledEvents.end(), event) != cls.handledEvents.end();
+        if (CheckFree(handler->name, span, isTaken)) cls.handledEvents.push_back(event);
+    }
+    cls.handlers.push_back(std::move(handler));
+}
+
+void ProgramCompiler::DeclareClassMembers(ClassSymbol& cls) {
+    const ast::ClassDefinition& definition = *cls.definition;
+    for (const ast::ConstantDefinition& constant : definition.constants) {
+        std::string key = FoldName(constant.name);
+        if (!CheckFree(constant.name, constant.span, cls.constants.contains(key))) continue;
+        auto symbol = MakeConstant(constant.name, constant.span, constant.value.get());
+        symbol->owner = &cls;
+        cls.constants.emplace(key, std::move(symbol));
+    }
+    for (const ast::Variable& property : definition.properties) DeclareProperty(cls, property);
+    for (const Declaration& event : definition.events) DeclareEvent(cls, event);
+    for (const auto& function : definition.functions) {
+        if (function->declaration.name.empty()) continue;
+        if (function->kind == ast::FunctionKind::EVENT)
+            DeclareHandler(cls, *function);
+        else
+            DeclareMethod(cls, *function);
+    }
+    bool hasInitialValues = std::any_of(cls.fields.begin(), cls.fields.end(), [](const PropertySymbol* field) {
+        return field->definition->value != nullptr || field->type.Is(TypeKind::ARRAY);
+    });
+    if (!hasInitialValues) return;
+    cls.initializer = std::make_unique<FunctionSymbol>();
+    cls.initializer->name = cls.name;
+    cls.initializer->owner = &cls;
+    cls.initializer->file = cls.file;
+    cls.initializer->index = environment_.NewCode();
+}
+
+void ProgramCompiler::AssignVirtualSlots(ClassSymbol& cls) {
+    bool inherits = cls.super != nullptr && cls.super->IsProgram();
+    if (inherits) cls.virtualMethods = cls.super->virtualMethods;
+    for (const auto& definition : cls.definition->functions) {
+        auto found = cls.methods.find(FoldName(definition->declaration.name));
+        if (found == cls.methods.end()) continue;
+        for (const auto& method : found->second) {
+            if (method->definition != definition.get() || IsConstructor(*method) || IsDestructor(*method)) continue;
+            auto overridden = std::find_if(
+                cls.virtualMethods.begin(), cls.virtualMethods.end(), [&method](const FunctionSymbol* inherited) {
+                    return SameName(inherited->name, method->name) && SameParameters(*inherited, *method);
+                });
+            if (overridden == cls.virtualMethods.end()) {
+                method->virtualSlot = static_cast<int32_t>(cls.virtualMethods.size());
+                cls.virtualMethods.push_back(method.get());
+                continue;
+            }
+            if (!((*overridden)->result == method->result)) {
+                diagnostics_.Error(definition->declaration.span,
+                                   "the method overrides \"" + (*overridden)->Text() + "\" with another result");
+            }
+            method->virtualSlot = (*overridden)->virtualSlot;
+            *overridden = method.get();
+        }
+    }
+}
+
+} // namespace host::language
