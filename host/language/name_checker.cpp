@@ -5,7 +5,6 @@
 namespace host::language {
 
 using ast::Expression;
-using ast::ExpressionKind;
 
 ValueType ExpressionChecker::ResolveType(const TypeName& type) {
     ValueType resolved = environment_.TypeNamed(type.name, type.isArray);
