@@ -10,7 +10,6 @@
 namespace sablot::test {
 namespace {
 
-using testing::ElementsAre;
 using testing::ElementsAreArray;
 
 // Every function that takes a node, on a node that may be null or of the wrong type.
