@@ -10,7 +10,6 @@
 namespace sablot::test {
 namespace {
 
-
 constexpr const char* XML_URI = "http://www.w3.org/XML/1998/namespace";
 constexpr const char* XMLNS_URI = "http://www.w3.org/2000/xmlns/";
 
