@@ -163,7 +163,7 @@ xmlParserInputPtr LoadNothing(const char*, const char*, xmlParserCtxtPtr context
 // Whether the text declares entities, which could make little text a lot.
 bool DeclaresEntities(std::string_view text) {
     constexpr std::string_view DECLARATION = "<!ENTITY";
-    return memmem(text.data(), text.size(), DECLARATION.data(), DECLARATION.size()) != nullptr;
+    return !text.empty() && memmem(text.data(), text.size(), DECLARATION.data(), DECLARATION.size()) != nullptr;
 }
 
 // A parser that will read the text; null when memory is short.
