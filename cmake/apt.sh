@@ -1,5 +1,6 @@
 # A private apt beside the machine's own, for its libraries of another architecture and its source packages: needs no
-# root and changes nothing of the machine. Sourced by cmake/sysroot, cmake/expat and cmake/updates.
+# root and changes nothing of the machine. Sourced by cmake/sysroot, cmake/expat, cmake/updates and
+# tests/conformance/source_package.
 
 # The newest stable release; what reads untrusted input may come from its sources.
 stable=trixie
