@@ -144,15 +144,62 @@ int ReadPiece(void* data, char* buffer, int size) {
     return static_cast<int>(length);
 }
 
-// Keeps lines that do not fit into the node's own field, see LineOf.
+// The end of the markup that begins there; the end of the text when it has none.
+size_t MarkupEnd(std::string_view text, size_t begin) {
+    struct Kind {
+        std::string_view start, end;
+    };
+    constexpr Kind KINDS[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
+    for (const Kind& kind : KINDS) {
+        if (!text.substr(begin).starts_with(kind.start)) continue;
+        const size_t end = text.find(kind.end, begin + kind.start.size());
+        return end == std::string_view::npos ? text.size() : end + kind.end.size();
+    }
+    size_t at = begin;
+    for (; at < text.size() && text[at] != '>'; ++at)
+        if (text[at] == '"' || text[at] == '\'') at = std::min(text.find(text[at], at + 1), text.size() - 1);
+    return at;
+}
+
+// A carriage return in the value of an entity was a reference there; libxml2, which parses the value again, would take
+// it for a line end.
+void DeclareEntity(void* data, const xmlChar* name, int type, const xmlChar* publicId, const xmlChar* systemId,
+                   xmlChar* content) noexcept {
+    const std::string_view value = View(content);
+    if (type != XML_INTERNAL_GENERAL_ENTITY || value.find('\r') == std::string_view::npos) {
+        xmlSAX2EntityDecl(data, name, type, publicId, systemId, content);
+        return;
+    }
+    try {
+        std::string escaped;
+        for (size_t at = 0, end = 0; at < value.size(); at = end) {
+            end = value[at] == '<' ? MarkupEnd(value, at) : at + 1;
+            escaped.append(value[at] == '\r' ? "&#13;" : value.substr(at, end - at));
+        }
+        xmlSAX2EntityDecl(data, name, type, publicId, systemId, const_cast<xmlChar*>(Chars(escaped.c_str())));
+    } catch (const std::bad_alloc&) {
+        ParseOf(static_cast<xmlParserCtxt*>(data)).noMemory = true;
+    }
+}
+
+// The line on which the start tag begins that was read last.
+int StartLine(const xmlParserInput& input) {
+    const size_t length = static_cast<size_t>(input.cur - input.base);
+    const auto* begin = static_cast<const xmlChar*>(memrchr(input.base, '<', length));
+    return input.line - (begin != nullptr ? static_cast<int>(std::count(begin, input.cur, '\n')) : 0);
+}
+
+// Gives elements the line on which they begin, and keeps lines that do not fit into the node's own field, see LineOf.
 void StartElement(void* data, const xmlChar* name, const xmlChar* prefix, const xmlChar* uri, int namespaceCount,
                   const xmlChar** namespaces, int attributeCount, int defaultedCount,
                   const xmlChar** attributes) noexcept {
     xmlSAX2StartElementNs(data, name, prefix, uri, namespaceCount, namespaces, attributeCount, defaultedCount,
                           attributes);
     const auto* context = static_cast<xmlParserCtxt*>(data);
-    if ((context->node != nullptr) && context->node->line == MAX_NODE_LINE)
-        context->node->psvi = reinterpret_cast<void*>(static_cast<intptr_t>(context->input->line));
+    if (context->node == nullptr) return;
+    const auto line = static_cast<unsigned>(StartLine(*context->input));
+    context->node->line = static_cast<unsigned short>(std::min(line, MAX_NODE_LINE));
+    if (line >= MAX_NODE_LINE) context->node->psvi = reinterpret_cast<void*>(static_cast<intptr_t>(line));
 }
 
 // An external parameter entity counts as read and empty, so that libxml2 knows that it could declare something.
@@ -240,6 +287,7 @@ TreePointer ParseTree(const SablotSource& source, ParseFailure& failure, const P
                                          | XML_PARSE_IGNORE_ENC | (DeclaresEntities(text) ? 0 : XML_PARSE_HUGE));
     context->sax->serror = OnError;
     context->sax->startElementNs = StartElement;
+    context->sax->entityDecl = DeclareEntity;
     context->sax->cdataBlock = AddSection;
     context->sax->getEntity = GetEntity;
     context->sax->reference = DropReference;
