@@ -3,6 +3,7 @@
 #include "sablotron/dom/call.h"
 #include "sablotron/dom/path_evaluator.h"
 #include "sablotron/tree/bindings.h"
+#include "sablotron/tree/double_precision.h"
 #include "sablotron/tree/library_scope.h"
 #include "sablotron/tree/stack.h"
 #include "sablotron/tree/xpath.h"
@@ -250,6 +251,7 @@ SDOM_Exception Run(std::string_view text, SDOM_Node handle, const Bindings& name
         node = namespaceNode->nodeTab[0];
     }
     ScratchRoot root(anchor);
+    const DoublePrecision precision;
     const std::optional<Nodes> nodes = engine.Evaluate(*query, root.Get(), node, bindings);
     if (!nodes) return SDOM_QUERY_EXECUTION_ERR;
 

@@ -3,6 +3,7 @@
 #include "sablotron/transform/large_stack.h"
 #include "sablotron/transform/output.h"
 #include "sablotron/transform/stylesheet.h"
+#include "sablotron/tree/double_precision.h"
 #include "sablotron/tree/guarded.h"
 #include "sablotron/tree/xpath.h"
 
@@ -207,7 +208,10 @@ int SablotRunProcessorGen(SablotSituation, SablotHandle processor, const char* s
         const std::string name(ArgumentName(result));
         processor->results.erase(name);
         Outcome outcome;
-        OnLargeStack([&] { outcome = Transformation(processor).Run(stylesheet, input); });
+        OnLargeStack([&] {
+            const DoublePrecision precision;
+            outcome = Transformation(processor).Run(stylesheet, input);
+        });
         for (const Message& message : outcome.messages) SendMessage(processor, message);
         if (outcome.code != 0) return outcome.code;
         if (processor->outputHandler != nullptr) SendEvents(outcome.result.get(), outcome.isText, processor);
