@@ -47,6 +47,7 @@ bench: configure-tests
 	@bench/run
 
 conformance: product
+	@cmake/tools conformance
 	@tests/conformance/run
 
 lint: configure-tests
