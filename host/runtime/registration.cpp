@@ -4,6 +4,7 @@
 #include "host/runtime/class.h"
 #include "host/runtime/module.h"
 #include "host/runtime/registry.h"
+#include "host/syntax/declaration_parser.h"
 #include "host/syntax/names.h"
 
 #include <span>

@@ -1,6 +1,7 @@
 // Types and signatures as text and from text.
 #include "host/runtime/signature.h"
 
+#include "host/syntax/declaration_parser.h"
 #include "host/syntax/names.h"
 
 #include <algorithm>

@@ -45,18 +45,6 @@ struct ConstantDeclaration {
     ConstantValue value;
 };
 
-struct DeclarationError {
-    uint32_t offset = 0; // byte offset in the declaration
-    std::string message;
-};
-
-// "Item (index as Integer) as XmlNode": the declaration of a method, event or property. Nothing when it is malformed;
-// `error` (may be null) then says what is wrong.
-std::optional<Declaration> ParseDeclaration(std::string_view text, DeclarationError* error = nullptr);
-
-// "XML_CQUANT_OPT = 1".
-std::optional<ConstantDeclaration> ParseConstantDeclaration(std::string_view text, DeclarationError* error = nullptr);
-
 // The declaration in one spelling, e.g. `Read(Count As Integer, enc As TextEncoding = Nil) As String`.
 std::string FormatDeclaration(const Declaration& declaration);
 std::string FormatConstant(const ConstantValue& value);

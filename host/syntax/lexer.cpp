@@ -90,6 +90,45 @@ bool IsNameStart(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z
 bool IsNamePart(char c) { return IsNameStart(c) || IsDigit(c); }
 bool IsLineEnd(char c) { return c == '\n' || c == '\r'; }
 
+constexpr std::pair<std::string_view, TokenKind> SYMBOLS[] = {
+    {"+=", TokenKind::PLUS_EQUAL},
+    {"-=", TokenKind::MINUS_EQUAL},
+    {"*=", TokenKind::STAR_EQUAL},
+    {"/=", TokenKind::SLASH_EQUAL},
+    {"<>", TokenKind::NOT_EQUAL},
+    {"<=", TokenKind::LESS_EQUAL},
+    {">=", TokenKind::GREATER_EQUAL},
+    {"+", TokenKind::PLUS},
+    {"-", TokenKind::MINUS},
+    {"*", TokenKind::STAR},
+    {"/", TokenKind::SLASH},
+    {"\\", TokenKind::BACKSLASH},
+    {"^", TokenKind::CARET},
+    {"=", TokenKind::EQUAL},
+    {"<", TokenKind::LESS},
+    {">", TokenKind::GREATER},
+    {"(", TokenKind::LEFT_PARENTHESIS},
+    {")", TokenKind::RIGHT_PARENTHESIS},
+    {"[", TokenKind::LEFT_BRACKET},
+    {"]", TokenKind::RIGHT_BRACKET},
+    {",", TokenKind::COMMA},
+    {".", TokenKind::DOT},
+};
+// What other languages write, read as what it means so that nothing follows from it.
+struct Foreign {
+    std::string_view symbol;
+    TokenKind kind;
+    Keyword keyword;
+    const char* message;
+};
+constexpr Foreign FOREIGN[] = {
+    {"==", TokenKind::EQUAL, Keyword::NONE, "\"equal\" is written \"=\""},
+    {"!=", TokenKind::NOT_EQUAL, Keyword::NONE, "\"not equal\" is written \"<>\""},
+    {"||", TokenKind::NAME, Keyword::OR, "\"or\" is written \"Or\""},
+    {"!", TokenKind::NAME, Keyword::NOT, "\"not\" is written \"Not\""},
+    {"%", TokenKind::NAME, Keyword::MOD, "the remainder is written \"Mod\""},
+};
+
 void AppendUtf8(std::string& text, uint32_t code) {
     auto put = [&text](uint32_t byte) { text += static_cast<char>(byte); };
     if (code < 0x80) {
@@ -301,45 +340,7 @@ private:
         Add(TokenKind::INVALID, start);
     }
 
-    void Symbol() {
-        static constexpr std::pair<std::string_view, TokenKind> SYMBOLS[] = {
-            {"+=", TokenKind::PLUS_EQUAL},
-            {"-=", TokenKind::MINUS_EQUAL},
-            {"*=", TokenKind::STAR_EQUAL},
-            {"/=", TokenKind::SLASH_EQUAL},
-            {"<>", TokenKind::NOT_EQUAL},
-            {"<=", TokenKind::LESS_EQUAL},
-            {">=", TokenKind::GREATER_EQUAL},
-            {"+", TokenKind::PLUS},
-            {"-", TokenKind::MINUS},
-            {"*", TokenKind::STAR},
-            {"/", TokenKind::SLASH},
-            {"\\", TokenKind::BACKSLASH},
-            {"^", TokenKind::CARET},
-            {"=", TokenKind::EQUAL},
-            {"<", TokenKind::LESS},
-            {">", TokenKind::GREATER},
-            {"(", TokenKind::LEFT_PARENTHESIS},
-            {")", TokenKind::RIGHT_PARENTHESIS},
-            {"[", TokenKind::LEFT_BRACKET},
-            {"]", TokenKind::RIGHT_BRACKET},
-            {",", TokenKind::COMMA},
-            {".", TokenKind::DOT},
-        };
-        // What other languages write, read as what it means so that nothing follows from it.
-        struct Foreign {
-            std::string_view symbol;
-            TokenKind kind;
-            Keyword keyword;
-            const char* message;
-        };
-        static constexpr Foreign FOREIGN[] = {
-            {"==", TokenKind::EQUAL, Keyword::NONE, "\"equal\" is written \"=\""},
-            {"!=", TokenKind::NOT_EQUAL, Keyword::NONE, "\"not equal\" is written \"<>\""},
-            {"||", TokenKind::NAME, Keyword::OR, "\"or\" is written \"Or\""},
-            {"!", TokenKind::NAME, Keyword::NOT, "\"not\" is written \"Not\""},
-            {"%", TokenKind::NAME, Keyword::MOD, "the remainder is written \"Mod\""},
-        };
+    bool ForeignSymbol() {
         size_t start = at_;
         for (const Foreign& foreign : FOREIGN) {
             char behind = Peek(foreign.symbol.size());
@@ -348,8 +349,14 @@ private:
             at_ += foreign.symbol.size();
             diagnostics_.Error(Since(start), foreign.message);
             Add(foreign.kind, start).keyword = foreign.keyword;
-            return;
+            return true;
         }
+        return false;
+    }
+
+    void Symbol() {
+        if (ForeignSymbol()) return;
+        size_t start = at_;
         for (auto [symbol, kind] : SYMBOLS) {
             if (!text_.substr(at_).starts_with(symbol)) continue;
             at_ += symbol.size();

@@ -1,5 +1,5 @@
 // Declarations as definition records spell them.
-#include "host/syntax/declaration.h"
+#include "host/syntax/declaration_parser.h"
 
 #include <gtest/gtest.h>
 
