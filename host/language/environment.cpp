@@ -85,7 +85,9 @@ bool Environment::RemoveProgramClass(const std::string& key) {
     RemoveStandIns();
     if (cls->native != nullptr && !RemoveClass(cls->native)) return false;
     cls->native = nullptr;
-    std::erase(classOrder, cls);
+    // What came last goes first, as a rule.
+    auto ordered = std::find(classOrder.rbegin(), classOrder.rend(), cls);
+    if (ordered != classOrder.rend()) classOrder.erase(std::next(ordered).base());
     replacedClasses.push_back(std::move(found->second));
     classes.erase(found);
     return true;

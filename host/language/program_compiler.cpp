@@ -107,9 +107,8 @@ bool ProgramCompiler::CheckFree(const std::string& name, const Span& span, bool 
 void ProgramCompiler::DeclareClass(const ast::ClassDefinition& definition, uint32_t file) {
     if (definition.name.empty()) return;
     std::string key = FoldName(definition.name);
-    bool isOwn = std::any_of(classes_.begin(), classes_.end(),
-                             [&key](const ClassSymbol* cls) { return FoldName(cls->name) == key; });
-    if (!CheckFree(definition.name, definition.span, isOwn || environment_.modules.contains(key))) return;
+    bool isTaken = ownNames_.contains(key) || environment_.modules.contains(key);
+    if (!CheckFree(definition.name, definition.span, isTaken)) return;
     if (environment_.classes.contains(key) && !environment_.RemoveProgramClass(key)) {
         diagnostics_.Error(definition.span,
                            "class \"" + definition.name + "\" cannot be replaced while it has objects or subclasses");
@@ -125,6 +124,7 @@ void ProgramCompiler::DeclareClass(const ast::ClassDefinition& definition, uint3
     cls->definition = &definition;
     cls->file = file;
     classes_.push_back(cls.get());
+    ownNames_.insert(key);
     environment_.classes.emplace(key, std::move(cls));
     undo_.push_back([this, key] { environment_.RemoveProgramClass(key); });
 }
@@ -162,10 +162,8 @@ void ProgramCompiler::ResolveDelegate(ClassSymbol& cls, const Declaration& decla
 void ProgramCompiler::DeclareModule(const ast::ModuleDefinition& definition, uint32_t file) {
     if (definition.name.empty()) return;
     std::string key = FoldName(definition.name);
-    bool isOwn = std::any_of(modules_.begin(), modules_.end(),
-                             [&key](const ModuleSymbol* module) { return FoldName(module->name) == key; });
-    bool isTaken = isOwn || environment_.classes.contains(key) || host::FindModule(definition.name) != nullptr
-                   || host::FindClass(definition.name) != nullptr;
+    bool isTaken = ownNames_.contains(key) || environment_.classes.contains(key)
+                   || host::FindModule(definition.name) != nullptr || host::FindClass(definition.name) != nullptr;
     if (!CheckFree(definition.name, definition.span, isTaken)) return;
     auto module = std::make_unique<ModuleSymbol>();
     module->name = definition.name;
@@ -173,6 +171,7 @@ void ProgramCompiler::DeclareModule(const ast::ModuleDefinition& definition, uin
     module->file = file;
     module->span = definition.span;
     modules_.push_back(module.get());
+    ownNames_.insert(key);
     auto& entry = environment_.modules[key];
     ModuleSymbol* replaced = entry.get();
     if (entry != nullptr) environment_.replacedModules.push_back(std::move(entry));
@@ -181,8 +180,9 @@ void ProgramCompiler::DeclareModule(const ast::ModuleDefinition& definition, uin
         auto& modules = environment_.modules;
         environment_.replacedModules.push_back(std::move(modules[key]));
         modules.erase(key);
+        if (replaced == nullptr) return;
         for (auto& kept : environment_.replacedModules) {
-            if (kept.get() == replaced && replaced != nullptr) modules[key] = std::move(kept);
+            if (kept.get() == replaced) modules[key] = std::move(kept);
         }
         std::erase(environment_.replacedModules, nullptr);
     });
@@ -276,10 +276,7 @@ void ProgramCompiler::DeclareConstants(const ast::Unit& unit) {
     for (const auto& statement : unit.statements) {
         if (statement->kind != ast::StatementKind::CONST) continue;
         std::string key = FoldName(statement->name);
-        bool isOwn = std::any_of(constants_.begin(), constants_.end(), [&](const ConstantSymbol* constant) {
-            return constant->owner == nullptr && constant->module == nullptr && FoldName(constant->name) == key;
-        });
-        if (!CheckFree(statement->name, statement->nameSpan, isOwn)) continue;
+        if (!CheckFree(statement->name, statement->nameSpan, !ownConstants_.insert(key).second)) continue;
         environment_.constants[key] = MakeConstant(statement->name, statement->nameSpan, statement->value.get());
         undo_.push_back([this, key] { environment_.constants.erase(key); });
     }
@@ -312,8 +309,9 @@ void ProgramCompiler::DeclareVariables(const ast::Unit& unit, bool isImported) {
                 auto& variables = environment_.variables;
                 environment_.replacedVariables.push_back(std::move(variables[key]));
                 variables.erase(key);
+                if (replaced == nullptr) return;
                 for (auto& kept : environment_.replacedVariables) {
-                    if (replaced != nullptr && kept.get() == replaced) variables[key] = std::move(kept);
+                    if (kept.get() == replaced) variables[key] = std::move(kept);
                 }
                 std::erase(environment_.replacedVariables, nullptr);
             });
@@ -331,23 +329,7 @@ void ProgramCompiler::ResolveSuperclasses() {
         else if (!type.Is(TypeKind::INVALID))
             diagnostics_.Error(super.span, type.Text() + " is no class");
     }
-    std::vector<ClassSymbol*> ordered;
-    std::vector<ClassSymbol*> path;
-    std::function<void(ClassSymbol*)> visit = [&](ClassSymbol* cls) {
-        if (!cls->IsProgram() || std::find(ordered.begin(), ordered.end(), cls) != ordered.end()) return;
-        if (std::find(classes_.begin(), classes_.end(), cls) == classes_.end()) return;
-        path.push_back(cls);
-        bool isCycle = cls->super != nullptr && std::find(path.begin(), path.end(), cls->super) != path.end();
-        if (isCycle) {
-            diagnostics_.Error(cls->definition->super.span, "class \"" + cls->name + "\" inherits from itself");
-            cls->super = nullptr;
-        }
-        if (cls->super != nullptr) visit(cls->super);
-        path.pop_back();
-        ordered.push_back(cls);
-    };
-    for (ClassSymbol* cls : classes_) visit(cls);
-    classes_ = std::move(ordered);
+    OrderClasses();
     for (ClassSymbol* cls : classes_) {
         size_t depth = 0;
         for (const ClassSymbol* level = cls; level != nullptr; level = level->super) depth++;
@@ -355,6 +337,33 @@ void ProgramCompiler::ResolveSuperclasses() {
         diagnostics_.Error(cls->definition->span, "too many superclasses");
         cls->super = nullptr;
     }
+}
+
+// Puts superclasses first.
+void ProgramCompiler::OrderClasses() {
+    enum class State { WAITING, OPEN, DONE };
+    std::unordered_map<ClassSymbol*, State> states;
+    for (ClassSymbol* cls : classes_) states.emplace(cls, State::WAITING);
+    std::vector<ClassSymbol*> ordered;
+    for (ClassSymbol* cls : classes_) {
+        std::vector<ClassSymbol*> path;
+        auto state = states.find(cls);
+        while (state != states.end() && state->second == State::WAITING) {
+            state->second = State::OPEN;
+            path.push_back(state->first);
+            state = states.find(state->first->super);
+        }
+        if (state != states.end() && state->second == State::OPEN) {
+            ClassSymbol& last = *path.back();
+            diagnostics_.Error(last.definition->super.span, "class \"" + last.name + "\" inherits from itself");
+            last.super = nullptr;
+        }
+        for (auto open = path.rbegin(); open != path.rend(); ++open) {
+            states[*open] = State::DONE;
+            ordered.push_back(*open);
+        }
+    }
+    classes_ = std::move(ordered);
 }
 
 void ProgramCompiler::DeclareModuleMembers(ModuleSymbol& module) {

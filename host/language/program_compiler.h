@@ -4,6 +4,7 @@
 #include "host/language/statement_compiler.h"
 
 #include <functional>
+#include <set>
 
 namespace host::language {
 
@@ -26,6 +27,7 @@ private:
     std::vector<uint32_t> CompileStatements(const std::vector<const ast::Unit*>& units);
     void DeclareConstants(const ast::Unit& unit);
     void ResolveSuperclasses();
+    void OrderClasses();
     void DeclareClassMembers(ClassSymbol& cls);
     void DeclareModuleMembers(ModuleSymbol& module);
     void DeclareProperty(ClassSymbol& cls, const ast::Variable& definition);
@@ -52,6 +54,8 @@ private:
     CompileOptions options_;
     std::vector<ClassSymbol*> classes_; // of these units; superclasses first after ResolveSuperclasses
     std::vector<ModuleSymbol*> modules_;
+    std::set<std::string> ownNames_;     // of these classes and modules
+    std::set<std::string> ownConstants_; // outside of classes and modules
     std::vector<std::pair<ClassSymbol*, const Declaration*>> delegates_;
     std::vector<FunctionSymbol*> functions_;
     std::vector<ConstantSymbol*> constants_;

@@ -156,6 +156,7 @@ Registry& Registry::Get() {
 Class* Publish(std::unique_ptr<Class> cls) {
     Registry& registry = Registry::Get();
     if (!cls->isInternal) registry.classesByName.emplace(FoldName(cls->name), cls.get());
+    if (cls->super != nullptr) cls->super->subclasses.push_back(cls.get());
     return registry.classes.emplace_back(std::move(cls)).get();
 }
 
@@ -171,12 +172,16 @@ std::vector<Class*> AllClasses() {
 
 bool RemoveClass(Class* cls) {
     auto& classes = Registry::Get().classes;
-    bool isInUse = cls->liveCount > 0 || std::any_of(classes.begin(), classes.end(), [cls](const auto& other) {
-                       return other->super == cls;
-                   });
-    if (isInUse) return false;
+    if (cls->liveCount > 0 || !cls->subclasses.empty()) return false;
     if (!cls->isInternal) Registry::Get().classesByName.erase(FoldName(cls->name));
-    std::erase_if(classes, [cls](const auto& other) { return other.get() == cls; });
+    // What came last goes first, as a rule.
+    if (cls->super != nullptr) {
+        auto& siblings = cls->super->subclasses;
+        siblings.erase(std::next(std::find(siblings.rbegin(), siblings.rend(), cls)).base());
+    }
+    auto found =
+        std::find_if(classes.rbegin(), classes.rend(), [cls](const auto& other) { return other.get() == cls; });
+    classes.erase(std::next(found).base());
     return true;
 }
 

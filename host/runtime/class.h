@@ -50,6 +50,7 @@ struct Class {
     std::vector<Constant> constants;
     std::vector<EventHandler> handlers; // by Event::slot, inherited events first
     std::vector<Class*> ancestors;      // ancestors[i] has depth i; the last is this class
+    std::vector<Class*> subclasses;     // direct ones, internal ones too
 
     uint32_t liveCount = 0; // objects alive whose class is exactly this
 

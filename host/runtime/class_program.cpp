@@ -24,18 +24,20 @@ std::unique_ptr<Property> FieldProperty(Class& cls, const ClassDescription::Fiel
     return property;
 }
 
+// A subclass with a handler of its own keeps it, and so do those below.
+void InheritHandler(Class& cls, uint32_t slot, const void* replaced, void* function) {
+    void*& entry = cls.handlers[slot].function;
+    if (entry != replaced) return;
+    entry = function;
+    for (Class* subclass : cls.subclasses) InheritHandler(*subclass, slot, replaced, function);
+}
+
 void ReplaceHandler(Class* cls, const Event* event, void* function) {
     if (!cls->IsA(event->owner)) {
         throw DefinitionError("class " + cls->name + " has no event " + event->signature.name + " of "
                               + event->owner->name);
     }
-    void* replaced = cls->handlers[event->slot].function;
-    for (const auto& other : Registry::Get().classes) {
-        if (!other->IsA(cls)) continue;
-        // A subclass with a handler of its own keeps it.
-        void*& entry = other->handlers[event->slot].function;
-        if (other.get() == cls || entry == replaced) entry = function;
-    }
+    InheritHandler(*cls, event->slot, cls->handlers[event->slot].function, function);
 }
 
 } // namespace
