@@ -9,7 +9,11 @@
 namespace sablot {
 namespace {
 
+#ifdef __SANITIZE_ADDRESS__
+constexpr size_t STACK_SIZE = size_t{1} << 27; // its frames are larger
+#else
 constexpr size_t STACK_SIZE = size_t{1} << 25;
+#endif
 
 struct Task {
     const std::function<void()>& work;

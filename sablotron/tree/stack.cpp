@@ -8,7 +8,7 @@
 namespace sablot {
 namespace {
 
-constexpr size_t MAX_STACK = size_t{1} << 26; // of an unlimited stack only this much is counted on
+constexpr size_t MAX_STACK = size_t{1} << 27; // of an unlimited stack only this much is counted on
 
 uintptr_t FindStackEnd() {
     pthread_attr_t attributes;

@@ -2,6 +2,7 @@
 #include "host/language/program.h"
 #include "host/runtime/leaks.h"
 #include "tests/host/host_fixture.h"
+#include "tests/sanitizers.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -100,6 +101,7 @@ TEST_F(LanguageRun, LimitsStopAProgramWithoutItsHandlers) {
     for (const Row& row : CASES) {
         RunOptions options;
         bool isMemory = row.outcome == RunOutcome::MEMORY_LIMIT;
+        if (IS_SANITIZED && isMemory) continue;
         options.timeLimit = std::chrono::milliseconds(isMemory ? 60000 : 50);
         options.memoryLimit = isMemory ? size_t{400} << 20 : 0;
         EXPECT_EQ(RunText(row.text, options).outcome, row.outcome) << row.text;
