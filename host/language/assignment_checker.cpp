@@ -10,6 +10,7 @@ using ast::ExpressionKind;
 
 NodePtr ExpressionChecker::CheckVariable(const std::string& name, const Span& span) {
     VariableSymbol* variable = FindLocal(name);
+    if (variable == nullptr && Here() != nullptr) variable = environment_.FindShared(Here(), name);
     if (variable == nullptr && context_.module != nullptr) {
         auto found = context_.module->variables.find(FoldName(name));
         if (found != context_.module->variables.end()) variable = found->second.get();
@@ -62,6 +63,7 @@ NodePtr ExpressionChecker::ElementPlace(const Expression& target) {
     if (ModuleSymbol* module = QualifyingModule(*callee.left)) {
         return module->functions.contains(FoldName(callee.name)) ? nullptr : Check(target);
     }
+    if (QualifyingClass(*callee.left) != nullptr) return Check(target);
     NodePtr object = Check(*callee.left);
     if (object->IsInvalid()) return object;
     bool isElement = object->type.Is(TypeKind::OBJECT)
@@ -134,7 +136,14 @@ bool ExpressionChecker::CheckStore(const Expression& target, Node& place, NodePt
         return false;
     }
     value = Convert(std::move(value), place.type);
-    return !value->IsInvalid();
+    if (value->IsInvalid()) return false;
+    if (place.property != nullptr && place.property->setter != nullptr) {
+        place.kind = NodeKind::CALL;
+        place.function = place.property->setter;
+        place.type = NO_TYPE;
+        place.arguments.push_back(std::move(value));
+    }
+    return true;
 }
 
 } // namespace host::language

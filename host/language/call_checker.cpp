@@ -144,7 +144,7 @@ NodePtr ExpressionChecker::Call(NodePtr object, const std::vector<FunctionSymbol
         return Element(std::move(array), std::move(arguments[0]), span);
     }
     FunctionSymbol* function = Choose(overloads, arguments, nameSpan, use);
-    if (function == nullptr) return InvalidNode(span);
+    if (function == nullptr || !CheckAccess(*function, nameSpan)) return InvalidNode(span);
     auto node = MakeNode(NodeKind::CALL, function->result, span);
     node->function = function;
     node->left = std::move(object);

@@ -11,28 +11,96 @@ namespace {
 bool IsConstructor(const FunctionSymbol& function) { return SameName(function.name, "Constructor"); }
 bool IsDestructor(const FunctionSymbol& function) { return SameName(function.name, "Destructor"); }
 
+// Whether the name, in lower case, is that of a property or constant of the class.
+bool HasValue(const ClassSymbol& cls, const std::string& key) {
+    return cls.properties.contains(key) || cls.constants.contains(key)
+           || (cls.shared != nullptr && cls.shared->variables.contains(key));
+}
+
 } // namespace
 
+// What belongs to the class itself has the form of a module.
+ModuleSymbol& ProgramCompiler::SharedPart(ClassSymbol& cls) {
+    if (cls.shared == nullptr) {
+        cls.shared = std::make_unique<ModuleSymbol>();
+        cls.shared->name = cls.name;
+        cls.shared->file = cls.file;
+        cls.shared->span = cls.definition->span;
+        cls.shared->home = &cls;
+        modules_.push_back(cls.shared.get());
+    }
+    return *cls.shared;
+}
+
+bool ProgramCompiler::CheckPropertyName(ClassSymbol& cls, const ast::Variable& definition) {
+    if (!CheckFree(definition.name, definition.span, HasValue(cls, FoldName(definition.name)))) return false;
+    if (cls.super == nullptr || environment_.FindProperty(cls.super, definition.name) == nullptr) return true;
+    diagnostics_.Error(definition.span, "a superclass has a property \"" + definition.name + "\" already");
+    return false;
+}
+
+void ProgramCompiler::DeclareShared(ClassSymbol& cls, const ast::Variable& definition) {
+    if (CheckPropertyName(cls, definition)) DeclareModuleVariable(SharedPart(cls), definition);
+}
+
+void ProgramCompiler::DeclareComputed(ClassSymbol& cls, const ast::ComputedProperty& definition) {
+    const ast::Variable& declared = definition.property;
+    if (declared.modifiers.isShared) {
+        diagnostics_.Error(declared.modifiers.span, "a computed property is of objects (use a Shared Function)");
+    }
+    auto property = std::make_unique<PropertySymbol>();
+    property->name = declared.name;
+    property->type = ResolveType(declared);
+    property->owner = &cls;
+    property->definition = &declared;
+    property->visibility = declared.modifiers.visibility;
+    property->isReadable = definition.getter != nullptr;
+    property->isWritable = definition.setter != nullptr;
+    auto add = [&](const std::unique_ptr<ast::Function>& accessor) -> FunctionSymbol* {
+        if (accessor == nullptr) return nullptr;
+        auto function = MakeFunction(*accessor, cls.file, true);
+        function->owner = &cls;
+        return cls.accessors.emplace_back(std::move(function)).get();
+    };
+    property->getter = add(definition.getter);
+    property->setter = add(definition.setter);
+    bool isOther = property->setter != nullptr && property->setter->parameters.size() == 1
+                   && !(property->setter->parameters[0].type == property->type);
+    if (isOther) {
+        const Span& span = property->setter->parameters[0].span;
+        diagnostics_.Error(span, "the new value is " + property->type.Text() + " as the property is");
+    }
+    if (CheckPropertyName(cls, declared)) cls.properties.emplace(FoldName(declared.name), std::move(property));
+}
+
 void ProgramCompiler::DeclareProperty(ClassSymbol& cls, const ast::Variable& definition) {
-    ValueType type = ResolveType(definition);
-    std::string key = FoldName(definition.name);
-    bool isTaken = cls.properties.contains(key) || cls.constants.contains(key);
-    if (!CheckFree(definition.name, definition.span, isTaken)) return;
-    if (cls.super != nullptr && environment_.FindProperty(cls.super, definition.name) != nullptr) {
-        diagnostics_.Error(definition.span, "a superclass has a property \"" + definition.name + "\" already");
+    if (definition.modifiers.isShared) {
+        DeclareShared(cls, definition);
         return;
     }
+    ValueType type = ResolveType(definition);
+    if (!CheckPropertyName(cls, definition)) return;
     auto property = std::make_unique<PropertySymbol>();
     property->name = definition.name;
     property->type = type;
     property->owner = &cls;
     property->definition = &definition;
     property->isField = true;
+    property->visibility = definition.modifiers.visibility;
     cls.fields.push_back(property.get());
-    cls.properties.emplace(key, std::move(property));
+    cls.properties.emplace(FoldName(definition.name), std::move(property));
 }
 
 void ProgramCompiler::DeclareMethod(ClassSymbol& cls, const ast::Function& definition) {
+    std::string key = FoldName(definition.declaration.name);
+    if (definition.modifiers.isShared) {
+        if (IsReserved(key))
+            diagnostics_.Error(definition.modifiers.span,
+                               "\"" + definition.declaration.name + "\" is called for an object");
+        bool isMember = HasValue(cls, key) || cls.methods.contains(key);
+        DeclareModuleFunction(SharedPart(cls), definition, isMember);
+        return;
+    }
     auto method = MakeFunction(definition, cls.file, true);
     method->owner = &cls;
     const Span& span = definition.declaration.span;
@@ -43,8 +111,7 @@ void ProgramCompiler::DeclareMethod(ClassSymbol& cls, const ast::Function& defin
     if (IsDestructor(*method) && !method->parameters.empty()) {
         diagnostics_.Error(span, "a Destructor has no parameters");
     }
-    std::string key = FoldName(method->name);
-    bool isTaken = cls.properties.contains(key) || cls.constants.contains(key);
+    bool isTaken = HasValue(cls, key) || (cls.shared != nullptr && cls.shared->functions.contains(key));
     auto& overloads = cls.methods[key];
     for (const auto& other : overloads) isTaken |= SameParameters(*other, *method);
     CheckFree(method->name, span, isTaken);
@@ -103,9 +170,13 @@ void ProgramCompiler::DeclareClassMembers(ClassSymbol& cls) {
         if (!CheckFree(constant.name, constant.span, cls.constants.contains(key))) continue;
         auto symbol = MakeConstant(constant.name, constant.span, constant.value.get());
         symbol->owner = &cls;
+        symbol->visibility = constant.modifiers.visibility;
+        if (constant.modifiers.isShared)
+            diagnostics_.Error(constant.modifiers.span, "a constant is of the class anyway");
         cls.constants.emplace(key, std::move(symbol));
     }
     for (const ast::Variable& property : definition.properties) DeclareProperty(cls, property);
+    for (const auto& property : definition.computed) DeclareComputed(cls, *property);
     for (const Declaration& event : definition.events) DeclareEvent(cls, event);
     for (const auto& function : definition.functions) {
         if (function->declaration.name.empty()) continue;
@@ -132,7 +203,8 @@ void ProgramCompiler::AssignVirtualSlots(ClassSymbol& cls) {
         auto found = cls.methods.find(FoldName(definition->declaration.name));
         if (found == cls.methods.end()) continue;
         for (const auto& method : found->second) {
-            if (method->definition != definition.get() || IsConstructor(*method) || IsDestructor(*method)) continue;
+            bool isOverridable = !IsReserved(method->name) && method->visibility != ast::Visibility::PRIVATE;
+            if (method->definition != definition.get() || !isOverridable) continue;
             auto overridden = std::find_if(
                 cls.virtualMethods.begin(), cls.virtualMethods.end(), [&method](const FunctionSymbol* inherited) {
                     return SameName(inherited->name, method->name) && SameParameters(*inherited, *method);

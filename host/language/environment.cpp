@@ -103,9 +103,11 @@ ValueType Environment::TypeNamed(std::string_view name, bool isArray) {
         if (SameName(name, basicName)) type = basicType;
     }
     if (type.Is(TypeKind::INVALID)) {
-        ClassSymbol* cls = FindClass(name);
-        if (cls == nullptr) return INVALID_TYPE;
-        type = {TypeKind::OBJECT, TypeKind::INVALID, cls};
+        const ModuleSymbol* module = Find(modules, name);
+        bool isEnum = module != nullptr && module->definition->isEnum;
+        ClassSymbol* cls = isEnum ? nullptr : FindClass(name);
+        if (cls == nullptr && !isEnum) return INVALID_TYPE;
+        type = isEnum ? INTEGER_TYPE : ValueType{TypeKind::OBJECT, TypeKind::INVALID, cls};
     }
     return isArray ? type.ArrayOf() : type;
 }
@@ -282,6 +284,26 @@ EventSymbol* Environment::FindEvent(ClassSymbol* cls, std::string_view name) {
     return nullptr;
 }
 
+VariableSymbol* Environment::FindShared(const ClassSymbol* cls, std::string_view name) {
+    for (; cls != nullptr; cls = cls->super) {
+        VariableSymbol* variable = cls->shared != nullptr ? Find(cls->shared->variables, name) : nullptr;
+        if (variable != nullptr) return variable;
+    }
+    return nullptr;
+}
+
+std::vector<FunctionSymbol*> Environment::FindSharedFunctions(const ClassSymbol* cls, std::string_view name) {
+    std::vector<FunctionSymbol*> result;
+    std::string key = FoldName(name);
+    for (; cls != nullptr; cls = cls->super) {
+        if (cls->shared == nullptr) continue;
+        auto found = cls->shared->functions.find(key);
+        if (found == cls->shared->functions.end()) continue;
+        for (const auto& function : found->second) AddUnlessHidden(result, function.get());
+    }
+    return result;
+}
+
 std::vector<FunctionSymbol*> Environment::FindMethods(ClassSymbol* cls, std::string_view name) {
     std::vector<FunctionSymbol*> result;
     std::string key = FoldName(name);
@@ -315,6 +337,8 @@ std::vector<std::string> Environment::MemberNames(ClassSymbol* cls) {
             bool isCallable = key != "constructor" && key != "destructor";
             if (isCallable) names.push_back(methods[0]->name);
         }
+        if (cls->shared == nullptr) continue;
+        for (std::string& name : MemberNames(*cls->shared)) names.push_back(std::move(name));
     }
     std::sort(names.begin(), names.end());
     names.erase(std::unique(names.begin(), names.end()), names.end());

@@ -34,6 +34,8 @@ public:
     PropertySymbol* FindProperty(ClassSymbol* cls, std::string_view name);
     ConstantSymbol* FindConstant(ClassSymbol* cls, std::string_view name);
     EventSymbol* FindEvent(ClassSymbol* cls, std::string_view name);
+    VariableSymbol* FindShared(const ClassSymbol* cls, std::string_view name);
+    std::vector<FunctionSymbol*> FindSharedFunctions(const ClassSymbol* cls, std::string_view name);
     // All overloads; those of superclasses that are hidden by the same parameters are left out.
     std::vector<FunctionSymbol*> FindMethods(ClassSymbol* cls, std::string_view name);
     // Those of the nearest class that has constructors.

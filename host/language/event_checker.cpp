@@ -60,6 +60,8 @@ NodePtr ExpressionChecker::CheckAddress(const Expression& expression) {
         auto found = module->functions.find(FoldName(name.name));
         if (found == module->functions.end()) return CheckModuleMember(*module, name, nullptr, Use::VALUE);
         for (const auto& function : found->second) node->overloads.push_back(function.get());
+    } else if (ClassSymbol* cls = name.kind == ExpressionKind::MEMBER ? QualifyingClass(*name.left) : nullptr) {
+        node->overloads = environment_.FindSharedFunctions(cls, name.name);
     } else if (name.kind == ExpressionKind::MEMBER && name.left->kind != ExpressionKind::SUPER) {
         node->left = Check(*name.left);
         if (node->left->IsInvalid()) return InvalidNode(expression.span);
@@ -91,6 +93,7 @@ NodePtr ExpressionChecker::BindAddress(NodePtr address, const ValueType& type) {
                                  : first.Text() + " does not fit " + wanted.Text());
         return InvalidNode(address->span);
     }
+    if (!CheckAccess(**found, address->span)) return InvalidNode(address->span);
     address->kind = NodeKind::DELEGATE;
     address->type = type;
     address->cls = type.cls;

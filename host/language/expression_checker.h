@@ -104,7 +104,13 @@ private:
 
     NodePtr CheckModuleMember(ModuleSymbol& module, const ast::Expression& member, const ast::Expression* call,
                               Use use);
-    NodePtr CheckClassMember(ClassSymbol& cls, const ast::Expression& member);
+    NodePtr CheckClassMember(ClassSymbol& cls, const ast::Expression& member, const ast::Expression* call, Use use);
+    // The class whose members are known here, in its methods and in its shared ones; may be null.
+    ClassSymbol* Here() const;
+    // Whether a member of the class or module may be used here; reports when it may not.
+    bool CheckAccess(const std::string& name, ast::Visibility visibility, const ClassSymbol* owner,
+                     const ModuleSymbol* module, const Span& span);
+    bool CheckAccess(const FunctionSymbol& function, const Span& span);
     NodePtr CheckSuperCall(const ast::Expression& member, const ast::Expression& call, Use use);
     NodePtr CheckArrayMember(NodePtr array, const ast::Expression& member, const ast::Expression* call);
     NodePtr CheckMemberCall(const ast::Expression& member, const ast::Expression* call, Use use);

@@ -121,10 +121,9 @@ void StatementCompiler::CompileModuleVariables(ModuleSymbol& module) {
     code_.name = module.name;
     code_.file = module.file;
     OpenScope();
-    for (const ast::Variable& definition : module.definition->properties) {
-        auto found = module.variables.find(FoldName(definition.name));
-        if (found == module.variables.end() || found->second->span.offset != definition.span.offset) continue;
-        CompileInitialValue(definition, *VariableNode(*found->second, definition.span));
+    for (const ast::Variable* definition : module.initialValues) {
+        VariableSymbol& variable = *module.variables.at(FoldName(definition->name));
+        CompileInitialValue(*definition, *VariableNode(variable, definition->span));
     }
     if (Generating()) {
         Leave(0);
@@ -154,6 +153,36 @@ void StatementCompiler::CompileInitialValue(const ast::Variable& definition, con
         CloseScope(Flow::CONTINUES);
     }
     generator_.SetTop(top);
+}
+
+// A variable that keeps its value from one call to the next; it gets its initial value when it is first passed.
+void StatementCompiler::CompileStatic(const ast::Variable& definition) {
+    if (context_.isTopLevel || checker_.FindLocal(definition.name) != nullptr) {
+        diagnostics_.Error(definition.span, context_.isTopLevel ? "outside of functions variables stay anyway (use Dim)"
+                                                                : "\"" + definition.name + "\" is declared already");
+        return;
+    }
+    const ValueType type = checker_.ResolveType(definition);
+    auto global = [&](VariableSymbol& variable, const ValueType& valueType) -> VariableSymbol& {
+        variable.isGlobal = true;
+        variable.type = valueType;
+        variable.slot = environment_.NewGlobal(StorageOf(valueType));
+        return variable;
+    };
+    VariableSymbol passed;
+    auto isPassed = VariableNode(global(passed, BOOLEAN_TYPE), definition.span);
+    VariableSymbol variable;
+    NodePtr place = VariableNode(global(variable, type), definition.span);
+    Label end;
+    if (Generating()) generator_.Branch(*isPassed, end, true);
+    CompileInitialValue(definition, *place);
+    if (Generating()) {
+        generator_.Assign(*isPassed, *ConstantNode(true, definition.span));
+        generator_.Bind(end);
+    }
+    VariableSymbol& declared = *Declare(definition.name, definition.span, type);
+    declared.isGlobal = true;
+    declared.slot = variable.slot;
 }
 
 void StatementCompiler::Finish(const Span& end) {

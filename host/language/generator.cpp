@@ -270,6 +270,12 @@ Value Generator::Holder(const Node& node) {
 }
 
 Value Generator::ProduceField(const Node& node, uint16_t reg) {
+    if (node.property->getter != nullptr) {
+        SetPlace(node.span);
+        uint16_t window = CallProgram(*node.property->getter, node.left.get(), 0, {}, reg, Dispatch::DIRECT);
+        if (window != reg) Emit(Opcode::MOVE, reg, window);
+        return Owned(reg, node.type);
+    }
     Value object = Holder(node);
     SetPlace(node.span);
     if (node.kind == NodeKind::FIELD) {

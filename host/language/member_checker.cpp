@@ -46,6 +46,12 @@ NodePtr ExpressionChecker::UnknownMember(const ValueType& type, const Expression
         Error(member.nameSpan, "\"" + member.name + "\" can only be called as \"Super." + member.name + "\"");
         return InvalidNode(member.span);
     }
+    bool isShared = environment_.FindShared(type.cls, member.name) != nullptr
+                    || !environment_.FindSharedFunctions(type.cls, member.name).empty();
+    if (isShared) {
+        Error(member.nameSpan, "\"" + member.name + "\" is of the class itself: " + type.Text() + "." + member.name);
+        return InvalidNode(member.span);
+    }
     Error(member.nameSpan, type.Text() + " has no member \"" + member.name + "\""
                                + Suggestion(member.name, environment_.MemberNames(type.cls)));
     return InvalidNode(member.span);
@@ -75,18 +81,6 @@ NodePtr ExpressionChecker::CheckModuleMember(ModuleSymbol& module, const Express
     for (const auto& function : found->second) functions.push_back(function.get());
     auto arguments = call != nullptr ? CheckArguments(*call) : std::vector<NodePtr>();
     return Call(nullptr, functions, std::move(arguments), span, member.nameSpan, use);
-}
-
-NodePtr ExpressionChecker::CheckClassMember(ClassSymbol& cls, const Expression& member) {
-    if (ConstantSymbol* constant = environment_.FindConstant(&cls, member.name)) {
-        return SymbolValue(*constant, member.span);
-    }
-    ValueType type{TypeKind::OBJECT, TypeKind::INVALID, &cls};
-    bool isMember =
-        environment_.FindProperty(&cls, member.name) != nullptr || !environment_.FindMethods(&cls, member.name).empty();
-    if (!isMember) return UnknownMember(type, member);
-    Error(member.nameSpan, "\"" + member.name + "\" needs an object of class " + cls.name);
-    return InvalidNode(member.span);
 }
 
 NodePtr ExpressionChecker::CheckSuperCall(const Expression& member, const Expression& call, Use use) {
@@ -125,9 +119,7 @@ NodePtr ExpressionChecker::CheckMemberCall(const Expression& member, const Expre
     if (ModuleSymbol* module = QualifyingModule(*member.left)) return CheckModuleMember(*module, member, call, use);
     if (ClassSymbol* cls = QualifyingClass(*member.left)) {
         if (environment_.FindFunctions(member.left->name).empty()) {
-            NodePtr value = CheckClassMember(*cls, member);
-            if (call == nullptr || value->IsInvalid()) return value;
-            return Index(std::move(value), *call);
+            return CheckClassMember(*cls, member, call, use);
         }
     }
 

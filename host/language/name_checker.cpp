@@ -39,6 +39,7 @@ NodePtr ExpressionChecker::UseVariable(VariableSymbol* variable, const Span& spa
         Error(span, "\"" + variable->name + "\" is used before its declaration");
         return InvalidNode(span);
     }
+    if (!CheckAccess(variable->name, variable->visibility, nullptr, variable->module, span)) return InvalidNode(span);
     // Statements keep their variables in registers unless a function uses them too.
     if (variable->isTopLevel && !context_.isTopLevel && !variable->isGlobal) {
         variable->isGlobal = true;
@@ -49,6 +50,7 @@ NodePtr ExpressionChecker::UseVariable(VariableSymbol* variable, const Span& spa
 }
 
 NodePtr ExpressionChecker::PropertyNode(NodePtr object, PropertySymbol* property, const Span& span) {
+    if (!CheckAccess(property->name, property->visibility, property->owner, nullptr, span)) return InvalidNode(span);
     auto node = MakeNode(property->isField ? NodeKind::FIELD : NodeKind::PROPERTY, property->type, span);
     node->property = property;
     node->left = std::move(object);
@@ -59,6 +61,8 @@ NodePtr ExpressionChecker::PropertyNode(NodePtr object, PropertySymbol* property
 }
 
 NodePtr ExpressionChecker::SymbolValue(ConstantSymbol& constant, const Span& span) {
+    if (!CheckAccess(constant.name, constant.visibility, constant.owner, constant.module, span))
+        return InvalidNode(span);
     if (constant.expression != nullptr && !Evaluate(constant)) return InvalidNode(span);
     return constant.type.Is(TypeKind::INVALID) ? InvalidNode(span) : ConstantNode(constant.value, span);
 }
@@ -103,9 +107,10 @@ NodePtr ExpressionChecker::ResolveValue(std::string_view name, const Span& span)
         if (PropertySymbol* property = environment_.FindProperty(context_.cls, name)) {
             return PropertyNode(SelfNode(span), property, span);
         }
-        if (ConstantSymbol* constant = environment_.FindConstant(context_.cls, name)) {
-            return SymbolValue(*constant, span);
-        }
+    }
+    if (ClassSymbol* here = Here()) {
+        if (ConstantSymbol* constant = environment_.FindConstant(here, name)) return SymbolValue(*constant, span);
+        if (VariableSymbol* shared = environment_.FindShared(here, name)) return UseVariable(shared, span);
     }
     std::string key = FoldName(name);
     if (context_.module != nullptr) {
@@ -117,7 +122,9 @@ NodePtr ExpressionChecker::ResolveValue(std::string_view name, const Span& span)
     // Members come before what is known everywhere.
     bool isMethod =
         context_.cls != nullptr && !IsReserved(name) && !environment_.FindMethods(context_.cls, name).empty();
-    if (isMethod || (context_.module != nullptr && context_.module->functions.contains(key))) return nullptr;
+    bool isShared = Here() != nullptr && !environment_.FindSharedFunctions(Here(), name).empty();
+    if (isMethod || isShared || (context_.module != nullptr && context_.module->functions.contains(key)))
+        return nullptr;
     VariableSymbol* variable = environment_.FindVariable(name);
     // A name may be that of a class or function until a variable of that name is declared.
     bool isOther = variable != nullptr && IsBeforeDeclaration(*variable)
@@ -141,7 +148,10 @@ std::vector<FunctionSymbol*> ExpressionChecker::ResolveFunctions(std::string_vie
             return methods;
         }
     }
-    if (context_.module != nullptr) {
+    if (ClassSymbol* here = Here()) {
+        auto shared = environment_.FindSharedFunctions(here, name);
+        if (!shared.empty()) return shared;
+    } else if (context_.module != nullptr) {
         auto found = context_.module->functions.find(FoldName(name));
         if (found != context_.module->functions.end()) {
             std::vector<FunctionSymbol*> functions;
@@ -155,7 +165,12 @@ std::vector<FunctionSymbol*> ExpressionChecker::ResolveFunctions(std::string_vie
 NodePtr ExpressionChecker::UnknownName(const Expression& expression, const std::string& hint) {
     const std::string& name = expression.name;
     const Span& span = expression.nameSpan;
-    if (environment_.FindClass(name) != nullptr) {
+    bool needsObject =
+        context_.cls == nullptr && Here() != nullptr
+        && (environment_.FindProperty(Here(), name) != nullptr || !environment_.FindMethods(Here(), name).empty());
+    if (needsObject) {
+        Error(span, "\"" + name + "\" needs an object of class " + Here()->name);
+    } else if (environment_.FindClass(name) != nullptr) {
         Error(span, "\"" + name + "\" is a class (use \"New " + name + "\" to make an object)");
     } else if (environment_.FindModule(name) != nullptr) {
         Error(span, "\"" + name + "\" is a module");
@@ -196,6 +211,7 @@ bool ExpressionChecker::IsInstanceName(const Expression& expression) {
     const VariableSymbol* variable = environment_.FindVariable(name);
     if (variable != nullptr && !IsBeforeDeclaration(*variable)) return true;
     if (context_.cls != nullptr && environment_.FindProperty(context_.cls, name) != nullptr) return true;
+    if (Here() != nullptr && environment_.FindShared(Here(), name) != nullptr) return true;
     if (context_.module != nullptr && context_.module->variables.contains(FoldName(name))) return true;
     return false;
 }

@@ -2,39 +2,12 @@
 #include "host/language/program_compiler.h"
 
 #include "host/language/hints.h"
-#include "host/language/machine.h"
-#include "host/runtime/class_program.h"
+#include "host/runtime/class.h"
 #include "host/runtime/module.h"
-#include "host/runtime/string.h"
 
 #include <algorithm>
 
 namespace host::language {
-
-namespace {
-
-Signature RuntimeSignature(const FunctionSymbol& function) {
-    Signature signature;
-    signature.name = function.name;
-    signature.result = RuntimeType(function.result);
-    for (const ParameterSymbol& parameter : function.parameters) {
-        signature.parameters.push_back(
-            {parameter.name, RuntimeType(parameter.type), parameter.isByRef, parameter.defaultValue});
-    }
-    return signature;
-}
-
-// Releases what the fields of a program's class hold.
-void ReleaseFields(Object* object, Class* cls) {
-    for (const ClassCode::OwnedField& field : static_cast<const ClassCode*>(cls->program)->ownedFields) {
-        if (field.storage == Storage::STRING)
-            UnlockString(std::exchange(DataAt<String*>(object, field.offset), nullptr));
-        else
-            UnlockObject(std::exchange(DataAt<Object*>(object, field.offset), nullptr));
-    }
-}
-
-} // namespace
 
 bool ProgramCompiler::Compile(const std::vector<const ast::Unit*>& units) {
     for (const ast::Unit* unit : units) {
@@ -46,7 +19,9 @@ bool ProgramCompiler::Compile(const std::vector<const ast::Unit*>& units) {
     ResolveSuperclasses();
     for (ClassSymbol* cls : classes_) DeclareClassMembers(*cls);
     for (ClassSymbol* cls : classes_) AssignVirtualSlots(*cls);
-    for (ModuleSymbol* module : modules_) DeclareModuleMembers(*module);
+    for (ModuleSymbol* module : modules_) {
+        if (module->home == nullptr) DeclareModuleMembers(*module);
+    }
     for (const ast::Unit* unit : units) {
         for (const auto& function : unit->functions) DeclareFunction(*function, unit->file);
         DeclareConstants(*unit);
@@ -72,6 +47,7 @@ bool ProgramCompiler::Compile(const std::vector<const ast::Unit*>& units) {
 std::vector<uint32_t> ProgramCompiler::CompileStatements(const std::vector<const ast::Unit*>& units) {
     std::vector<uint32_t> mains;
     for (ModuleSymbol* module : modules_) {
+        if (module->initialValues.empty()) continue;
         mains.push_back(environment_.NewCode());
         FunctionContext context;
         context.module = module;
@@ -195,6 +171,7 @@ std::unique_ptr<FunctionSymbol> ProgramCompiler::MakeFunction(const ast::Functio
     function->definition = &definition;
     function->file = file;
     function->result = ResolveType(definition.declaration.result);
+    function->visibility = definition.modifiers.visibility;
     bool hasDefault = false;
     for (const Parameter& parameter : definition.declaration.parameters) {
         ParameterSymbol symbol{parameter.name, ResolveType(parameter.type), parameter.isByRef, parameter.defaultValue,
@@ -376,31 +353,38 @@ void ProgramCompiler::DeclareModuleMembers(ModuleSymbol& module) {
         if (!CheckFree(constant.name, constant.span, isTaken(key))) continue;
         auto symbol = MakeConstant(constant.name, constant.span, constant.value.get());
         symbol->module = &module;
+        symbol->visibility = constant.modifiers.visibility;
         module.constants.emplace(key, std::move(symbol));
     }
     for (const ast::Variable& property : definition.properties) {
         std::string key = FoldName(property.name);
-        if (!CheckFree(property.name, property.span, isTaken(key))) continue;
-        auto variable = std::make_unique<VariableSymbol>();
-        variable->name = property.name;
-        variable->span = property.span;
-        variable->type = ResolveType(property);
-        variable->isGlobal = true;
-        variable->slot = environment_.NewGlobal(StorageOf(variable->type));
-        module.variables.emplace(key, std::move(variable));
+        if (CheckFree(property.name, property.span, isTaken(key))) DeclareModuleVariable(module, property);
     }
-    for (const auto& function : definition.functions) {
-        if (function->declaration.name.empty()) continue;
-        auto symbol = MakeFunction(*function, module.file);
-        symbol->module = &module;
-        std::string key = FoldName(symbol->name);
-        bool isTwice = module.constants.contains(key) || module.variables.contains(key);
-        for (const auto& other : module.functions[key]) {
-            isTwice |= SameParameters(*other, *symbol);
-        }
-        CheckFree(symbol->name, function->declaration.span, isTwice);
-        module.functions[key].push_back(std::move(symbol));
-    }
+    for (const auto& function : definition.functions) DeclareModuleFunction(module, *function, false);
+}
+
+void ProgramCompiler::DeclareModuleVariable(ModuleSymbol& module, const ast::Variable& definition) {
+    auto variable = std::make_unique<VariableSymbol>();
+    variable->name = definition.name;
+    variable->span = definition.span;
+    variable->type = ResolveType(definition);
+    variable->isGlobal = true;
+    variable->slot = environment_.NewGlobal(StorageOf(variable->type));
+    variable->module = &module;
+    variable->visibility = definition.modifiers.visibility;
+    module.variables.emplace(FoldName(definition.name), std::move(variable));
+    module.initialValues.push_back(&definition);
+}
+
+void ProgramCompiler::DeclareModuleFunction(ModuleSymbol& module, const ast::Function& definition, bool isTaken) {
+    if (definition.declaration.name.empty()) return;
+    auto symbol = MakeFunction(definition, module.file, module.home != nullptr);
+    symbol->module = &module;
+    std::string key = FoldName(symbol->name);
+    isTaken = isTaken || module.constants.contains(key) || module.variables.contains(key);
+    for (const auto& other : module.functions[key]) isTaken |= SameParameters(*other, *symbol);
+    CheckFree(symbol->name, definition.declaration.span, isTaken);
+    module.functions[key].push_back(std::move(symbol));
 }
 
 void ProgramCompiler::EvaluateConstants() {
@@ -408,59 +392,10 @@ void ProgramCompiler::EvaluateConstants() {
     ExpressionChecker checker(environment_, diagnostics_, context);
     for (ConstantSymbol* constant : constants_) {
         if (constant->expression != nullptr) checker.Evaluate(*constant);
-    }
-}
-
-// Code
-
-void ProgramCompiler::DefineClass(ClassSymbol& cls) {
-    ClassDescription description;
-    description.name = cls.name;
-    description.super = cls.super != nullptr ? cls.super->native : nullptr;
-    int32_t size = 0;
-    for (const PropertySymbol* field : cls.fields) {
-        int32_t width = field->type.Is(TypeKind::DOUBLE) ? 8 : 4;
-        size = (size + width - 1) / width * width;
-        description.fields.push_back({field->name, RuntimeType(field->type), size});
-        size += width;
-    }
-    description.dataSize = size;
-    description.destructor = ReleaseFields;
-    if (cls.destructor != nullptr) description.finalizer = Machine::RunDestructor;
-    auto code = std::make_unique<ClassCode>();
-    description.program = code.get();
-    for (const auto& [key, overloads] : cls.methods) {
-        if (key == "constructor" || key == "destructor") continue;
-        for (const auto& method : overloads) {
-            description.methods.push_back(
-                {RuntimeSignature(*method), environment_.tables.codes[method->index].get(), Machine::CallBack});
-        }
-    }
-    for (const auto& [key, constant] : cls.constants)
-        description.constants.push_back({constant->name, constant->value});
-    std::vector<EventSymbol*> events;
-    for (const auto& [key, event] : cls.events) {
-        events.push_back(event.get());
-        description.events.push_back(RuntimeSignature(event->signature));
-    }
-    cls.native = host::DefineClass(description);
-    for (EventSymbol* event : events) event->native = cls.native->FindEvent(event->name);
-    environment_.classOrder.push_back(&cls);
-    for (PropertySymbol* field : cls.fields) {
-        field->offset = static_cast<uint32_t>(cls.native->FindProperty(field->name)->offset);
-        Storage storage = StorageOf(field->type);
-        if (storage != Storage::PLAIN) code->ownedFields.push_back({static_cast<int32_t>(field->offset), storage});
-    }
-    environment_.classCodes.push_back(std::move(code));
-}
-
-void ProgramCompiler::DefineClasses() {
-    for (ClassSymbol* cls : classes_) {
-        try {
-            DefineClass(*cls);
-        } catch (const DefinitionError& error) {
-            diagnostics_.Error(cls->definition->span, error.what());
-            return;
+        const ModuleSymbol* module = constant->module;
+        bool isEnum = module != nullptr && module->definition != nullptr && module->definition->isEnum;
+        if (isEnum && !constant->type.Is(TypeKind::INTEGER) && !constant->type.Is(TypeKind::INVALID)) {
+            diagnostics_.Error(constant->span, "the values of an Enum are Integers");
         }
     }
 }
@@ -484,22 +419,6 @@ void ProgramCompiler::CompileFunctions() {
             .CompileInitializer(*cls);
     }
     for (FunctionSymbol* function : functions_) CompileFunction(*function);
-}
-
-void ProgramCompiler::CompleteClasses() {
-    for (ClassSymbol* cls : classes_) {
-        auto* code = static_cast<ClassCode*>(cls->native->program);
-        for (const FunctionSymbol* method : cls->virtualMethods) {
-            code->virtualMethods.push_back(environment_.tables.codes[method->index].get());
-        }
-        if (cls->destructor != nullptr) {
-            code->destructor = environment_.tables.codes[cls->destructor->index].get();
-        }
-        for (size_t i = 0; i < cls->handlers.size(); ++i) {
-            SetEventHandler(cls->native, cls->handledEvents[i]->native, Machine::CallBack,
-                            environment_.tables.codes[cls->handlers[i]->index].get());
-        }
-    }
 }
 
 } // namespace host::language

@@ -30,6 +30,12 @@ private:
     void OrderClasses();
     void DeclareClassMembers(ClassSymbol& cls);
     void DeclareModuleMembers(ModuleSymbol& module);
+    void DeclareModuleVariable(ModuleSymbol& module, const ast::Variable& definition);
+    void DeclareModuleFunction(ModuleSymbol& module, const ast::Function& definition, bool isTaken);
+    ModuleSymbol& SharedPart(ClassSymbol& cls);
+    void DeclareShared(ClassSymbol& cls, const ast::Variable& definition);
+    void DeclareComputed(ClassSymbol& cls, const ast::ComputedProperty& definition);
+    bool CheckPropertyName(ClassSymbol& cls, const ast::Variable& definition);
     void DeclareProperty(ClassSymbol& cls, const ast::Variable& definition);
     void DeclareMethod(ClassSymbol& cls, const ast::Function& definition);
     void DeclareEvent(ClassSymbol& cls, const Declaration& declaration);

@@ -17,6 +17,7 @@ NodePtr ExpressionChecker::InheritedConstructor(const FunctionSymbol& constructo
                   + " cannot be made without arguments");
         return InvalidNode(span);
     }
+    if (!CheckAccess(**found, constructor.definition->declaration.span)) return InvalidNode(span);
     auto call = MakeNode(NodeKind::CALL, NO_TYPE, span);
     call->function = *found;
     call->isSuper = true;

@@ -145,7 +145,12 @@ StatementCompiler::Flow StatementCompiler::Compile(const Statement& statement) {
 }
 
 StatementCompiler::Flow StatementCompiler::CompileDim(const Statement& statement) {
-    for (const ast::Variable& variable : statement.variables) CompileVariable(variable);
+    for (const ast::Variable& variable : statement.variables) {
+        if (statement.isStatic)
+            CompileStatic(variable);
+        else
+            CompileVariable(variable);
+    }
     return Flow::CONTINUES;
 }
 

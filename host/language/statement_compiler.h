@@ -54,6 +54,7 @@ private:
     Flow Compile(const ast::Statement& statement);
     Flow CompileDim(const ast::Statement& statement);
     void CompileVariable(const ast::Variable& variable);
+    void CompileStatic(const ast::Variable& variable);
     void CompileInitialValue(const ast::Variable& definition, const Node& place);
     // Puts zero, Nil or an array of the bound into a register.
     void ProduceDefault(uint16_t reg, const ValueType& type, const Node* bound);

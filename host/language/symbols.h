@@ -15,6 +15,7 @@ namespace host::language {
 
 struct Code;
 struct ClassSymbol;
+struct FunctionSymbol;
 struct ModuleSymbol;
 
 enum class TypeKind : uint8_t {
@@ -79,6 +80,8 @@ struct VariableSymbol {
     bool isUsed = false;     // read or assigned by a statement after its declaration
     bool isShared = false;   // used by a function other than the one that declares it
     bool isLoopVariable = false;
+    const ModuleSymbol* module = nullptr;
+    ast::Visibility visibility = ast::Visibility::PUBLIC;
     uint32_t slot = 0; // global or register
     int32_t live = -1; // the generator's mark of the time it holds a value
 };
@@ -91,6 +94,7 @@ struct ConstantSymbol {
     Span span;
     ClassSymbol* owner = nullptr; // of a program's constant: what is visible to its expression
     ModuleSymbol* module = nullptr;
+    ast::Visibility visibility = ast::Visibility::PUBLIC;
     bool isBeingEvaluated = false;
 };
 
@@ -113,7 +117,10 @@ struct PropertySymbol {
     uint32_t offset = 0;                       // of a field, from the object's address
     bool isReadable = true;
     bool isWritable = true;
-    bool isField = false; // read and written in place
+    bool isField = false;             // read and written in place
+    FunctionSymbol* getter = nullptr; // of a computed property
+    FunctionSymbol* setter = nullptr;
+    ast::Visibility visibility = ast::Visibility::PUBLIC;
 };
 
 struct FunctionSymbol {
@@ -128,6 +135,7 @@ struct FunctionSymbol {
     uint32_t index = 0;                 // of a program's function: of its code
     std::optional<uint32_t> plainEntry; // of its code for delegates, which pass an object
     int32_t virtualSlot = -1;           // of a program's method: in the class's table
+    ast::Visibility visibility = ast::Visibility::PUBLIC;
 
     bool IsAssignable() const { return native != nullptr && native->setter != nullptr; }
     bool IsExtension() const { return !parameters.empty() && parameters[0].isExtended; }
@@ -152,6 +160,19 @@ struct EventSymbol {
 template <typename Symbol>
 using Names = std::unordered_map<std::string, Symbol>;
 
+struct ModuleSymbol {
+    std::string name;
+    const ast::ModuleDefinition* definition = nullptr; // null for what a class shares
+    ClassSymbol* home = nullptr;                       // the class whose shared members these are
+    std::vector<const ast::Variable*> initialValues;   // of the variables, in order
+    uint32_t file = 0;
+    Span span;
+    Names<std::unique_ptr<PropertySymbol>> properties; // of registered modules
+    Names<std::unique_ptr<VariableSymbol>> variables;  // of the program's modules
+    Names<std::vector<std::unique_ptr<FunctionSymbol>>> functions;
+    Names<std::unique_ptr<ConstantSymbol>> constants;
+};
+
 struct ClassSymbol {
     std::string name;
     ClassSymbol* super = nullptr;
@@ -165,10 +186,12 @@ struct ClassSymbol {
     Names<std::vector<std::unique_ptr<FunctionSymbol>>> methods;
     Names<std::unique_ptr<EventSymbol>> events;
     Names<std::unique_ptr<ConstantSymbol>> constants;
-    std::vector<PropertySymbol*> fields;                   // of a program class, in order
-    std::vector<std::unique_ptr<FunctionSymbol>> handlers; // of a program class
-    std::vector<EventSymbol*> handledEvents;               // by handler
-    std::vector<FunctionSymbol*> virtualMethods;           // with the inherited ones
+    std::vector<PropertySymbol*> fields;                    // of a program class, in order
+    std::vector<std::unique_ptr<FunctionSymbol>> handlers;  // of a program class
+    std::vector<EventSymbol*> handledEvents;                // by handler
+    std::vector<FunctionSymbol*> virtualMethods;            // with the inherited ones
+    std::vector<std::unique_ptr<FunctionSymbol>> accessors; // of computed properties
+    std::unique_ptr<ModuleSymbol> shared;                   // members of the class itself; may be null
     FunctionSymbol* destructor = nullptr;
     std::unique_ptr<FunctionSymbol> delegate;    // of a type of delegates: what it calls
     std::unique_ptr<FunctionSymbol> initializer; // sets the fields' initial values
@@ -177,17 +200,6 @@ struct ClassSymbol {
     bool IsA(const ClassSymbol* other) const;
     // 0 for the class itself, 1 for a direct superclass …; -1 if it is no superclass.
     int DistanceTo(const ClassSymbol* other) const;
-};
-
-struct ModuleSymbol {
-    std::string name;
-    const ast::ModuleDefinition* definition = nullptr;
-    uint32_t file = 0;
-    Span span;
-    Names<std::unique_ptr<PropertySymbol>> properties; // of registered modules
-    Names<std::unique_ptr<VariableSymbol>> variables;  // of the program's modules
-    Names<std::vector<std::unique_ptr<FunctionSymbol>>> functions;
-    Names<std::unique_ptr<ConstantSymbol>> constants;
 };
 
 // Whether the two can stand for each other as far as their parameters go.

@@ -92,6 +92,16 @@ enum class StatementKind : uint8_t {
     HANDLER,  // AddHandler target, value; or RemoveHandler
 };
 
+// Who may use a member: everyone, its class and the classes below, or its class or module alone.
+enum class Visibility : uint8_t { PUBLIC, PROTECTED, PRIVATE };
+
+// What stands before the definition of a member.
+struct Modifiers {
+    Visibility visibility = Visibility::PUBLIC;
+    bool isShared = false; // of the class, not of each object
+    Span span;             // of the last word, empty without any
+};
+
 // One variable of a Dim or a property of a class or module.
 struct Variable {
     std::string name;
@@ -100,6 +110,7 @@ struct Variable {
     ExpressionPtr bound; // upper bound of an array: Dim a(9) As Integer
     // The initial value; for `As New C(…)` the NEW expression. Shared by the names of one group.
     std::shared_ptr<Expression> value;
+    Modifiers modifiers; // of a property
 };
 
 // A test of a Case: a value, `from To to`, or `Is < value`.
@@ -126,6 +137,7 @@ struct Statement {
     LoopKind loop = LoopKind::ANY;      // EXIT, CONTINUE; FUNCTION for `Exit Sub`
     bool isUntil = false;               // DO
     bool isRemoval = false;             // HANDLER
+    bool isStatic = false;              // DIM
     bool testsAtEnd = false;            // DO
     bool isDescending = false;          // FOR … DownTo
     std::optional<Operation> operation; // ASSIGN: += and the like
@@ -150,6 +162,7 @@ struct ConstantDefinition {
     std::string name;
     Span span;
     ExpressionPtr value;
+    Modifiers modifiers;
 };
 
 enum class FunctionKind : uint8_t { SUB, FUNCTION, EVENT };
@@ -160,6 +173,14 @@ struct Function {
     Span span;    // of the first line
     Span endSpan; // of the line that ends it
     Block body;
+    Modifiers modifiers;
+};
+
+// Property name As Type, with a block that gets and one that sets it.
+struct ComputedProperty {
+    Variable property; // without a value
+    std::unique_ptr<Function> getter;
+    std::unique_ptr<Function> setter;
 };
 
 struct ClassDefinition {
@@ -170,11 +191,13 @@ struct ClassDefinition {
     std::vector<ConstantDefinition> constants;
     std::vector<std::unique_ptr<Function>> functions; // methods and event handlers
     std::vector<Declaration> events;                  // that it declares
+    std::vector<std::unique_ptr<ComputedProperty>> computed;
 };
 
 struct ModuleDefinition {
     std::string name;
     Span span;
+    bool isEnum = false; // Enum: constants that number themselves
     std::vector<Variable> properties;
     std::vector<ConstantDefinition> constants;
     std::vector<std::unique_ptr<Function>> functions;

@@ -63,13 +63,20 @@ bool CanBeName(Keyword keyword) {
     case Keyword::DELEGATE:
     case Keyword::DOWNTO:
     case Keyword::EACH:
+    case Keyword::ENUM:
     case Keyword::EVENT:
     case Keyword::EXTENDS:
+    case Keyword::GET:
     case Keyword::IMPORT:
     case Keyword::IN:
     case Keyword::INHERITS:
     case Keyword::MODULE:
+    case Keyword::PRIVATE:
     case Keyword::PROPERTY:
+    case Keyword::PROTECTED:
+    case Keyword::SET:
+    case Keyword::SHARED:
+    case Keyword::STATIC:
     case Keyword::STEP: return true;
     default: return false;
     }

@@ -88,13 +88,40 @@ private:
         }
     }
 
+    // Words that say who may use what is defined behind them.
+    Modifiers ReadModifiers(bool isClass) {
+        Modifiers modifiers;
+        for (size_t count = statements_.ModifierCount(); count > 0; --count) {
+            const Token& word = cursor_.Next();
+            modifiers.span = word.span;
+            if (word.keyword == Keyword::SHARED)
+                modifiers.isShared = true;
+            else if (word.keyword != Keyword::NONE)
+                modifiers.visibility = word.keyword == Keyword::PRIVATE ? Visibility::PRIVATE : Visibility::PROTECTED;
+            else
+                diagnostics_.Error(word.span, "members are public unless they are \"Private\" or \"Protected\"");
+            bool fits = isClass || word.keyword == Keyword::PRIVATE || word.keyword == Keyword::NONE;
+            if (!fits) diagnostics_.Error(word.span, Quoted(word) + " has a meaning only in a class");
+        }
+        return modifiers;
+    }
+
+    static std::string Quoted(const Token& word) { return '"' + std::string(word.text) + '"'; }
+
     void Definition() {
+        if (statements_.ModifierCount() > 0) {
+            diagnostics_.Error(cursor_.Peek().span,
+                               Quoted(cursor_.Peek()) + " has a meaning only in a class or module");
+            for (size_t count = statements_.ModifierCount(); count > 0; --count) cursor_.Next();
+        }
         if (cursor_.At(Keyword::DELEGATE)) {
             Delegate();
         } else if (cursor_.At(Keyword::CLASS)) {
             unit_->classes.push_back(Class());
         } else if (cursor_.At(Keyword::MODULE)) {
             unit_->modules.push_back(Module());
+        } else if (cursor_.At(Keyword::ENUM)) {
+            unit_->modules.push_back(Enumeration());
         } else {
             bool isEvent = cursor_.At(Keyword::EVENT);
             Span span = cursor_.Peek().span;
@@ -161,30 +188,143 @@ private:
         }
     }
 
+    std::unique_ptr<ModuleDefinition> Enumeration() {
+        auto result = std::make_unique<ModuleDefinition>();
+        result->isEnum = true;
+        Span opener = cursor_.Next().span;
+        ReadDefinitionName(*result);
+        statements_.EndLine();
+        statements_.Open(BlockKind::ENUM);
+        while (!statements_.AtBlockEnd(BlockKind::ENUM)) {
+            cursor_.ClearFailure();
+            auto& constant = result->constants.emplace_back();
+            ReadDefinitionName(constant);
+            size_t count = result->constants.size();
+            constant.value = cursor_.Accept(TokenKind::EQUAL)
+                                 ? statements_.ReadExpression()
+                                 : Successor(count > 1 ? &result->constants[count - 2] : nullptr, constant.span);
+            statements_.EndLine();
+        }
+        statements_.Close(BlockKind::ENUM, opener);
+        return result;
+    }
+
+    // 0, or the constant before it and one more.
+    static ExpressionPtr Successor(const ConstantDefinition* before, const Span& span) {
+        auto make = [&span](ExpressionKind kind) {
+            auto expression = std::make_unique<Expression>();
+            expression->kind = kind;
+            expression->span = span;
+            expression->nameSpan = span;
+            return expression;
+        };
+        auto number = make(ExpressionKind::CONSTANT);
+        number->constant = before == nullptr ? 0 : 1;
+        if (before == nullptr) return number;
+        auto sum = make(ExpressionKind::BINARY);
+        sum->left = make(ExpressionKind::NAME);
+        sum->left->name = before->name;
+        sum->right = std::move(number);
+        return sum;
+    }
+
     // A property, constant or function of a class or module.
     template <typename Owner>
     void Member(Owner& owner) {
         cursor_.ClearFailure();
+        const Modifiers modifiers = ReadModifiers(std::is_same_v<Owner, ClassDefinition>);
         const Token& next = cursor_.Peek(1);
         bool isDeclared = next.keyword == Keyword::AS || next.kind == TokenKind::COMMA
                           || next.kind == TokenKind::LEFT_PARENTHESIS || next.kind == TokenKind::EQUAL;
         if (cursor_.AtLineEnd()) {
             cursor_.Next();
-        } else if ((cursor_.At(TokenKind::NAME) && isDeclared) || cursor_.Accept(Keyword::PROPERTY)
-                   || cursor_.Accept(Keyword::DIM)) {
+        } else if ((cursor_.At(TokenKind::NAME) && isDeclared) || cursor_.At(Keyword::PROPERTY)
+                   || cursor_.At(Keyword::DIM)) {
+            Span opener = cursor_.Peek().span;
+            bool isWord = !isDeclared && cursor_.Next().keyword == Keyword::PROPERTY;
+            const size_t first = owner.properties.size();
             statements_.Variables(owner.properties);
+            for (size_t i = first; i < owner.properties.size(); ++i) owner.properties[i].modifiers = modifiers;
             statements_.EndLine();
+            if (isWord && AtAccessor()) Accessors(owner, opener, first);
         } else if (cursor_.Accept(Keyword::CONST)) {
             auto& constant = owner.constants.emplace_back();
             ReadDefinitionName(constant);
+            constant.modifiers = modifiers;
             if (cursor_.Expect(TokenKind::EQUAL, "\"=\"")) constant.value = statements_.ReadExpression();
             statements_.EndLine();
         } else if (cursor_.At(Keyword::SUB) || cursor_.At(Keyword::FUNCTION) || cursor_.At(Keyword::EVENT)) {
+            if (cursor_.At(Keyword::EVENT) && modifiers.span.length > 0)
+                diagnostics_.Error(modifiers.span, "an event handler is called by its event, whoever raises it");
             owner.functions.push_back(Function());
+            owner.functions.back()->modifiers = modifiers;
         } else {
             cursor_.Expected("a property, Const, Sub, Function or Event");
             statements_.SkipLine();
         }
+    }
+
+    bool AtAccessor() const {
+        TokenKind next = cursor_.Peek(1).kind;
+        bool isSetter = next == TokenKind::LEFT_PARENTHESIS && cursor_.Peek(2).kind == TokenKind::NAME;
+        return (cursor_.At(Keyword::GET) && next == TokenKind::END_OF_LINE)
+               || (cursor_.At(Keyword::SET) && (isSetter || next == TokenKind::END_OF_LINE));
+    }
+
+    // The blocks of a computed property, which was read as number `index` of the properties so far.
+    template <typename Owner>
+    void Accessors(Owner& owner, const Span& opener, size_t index) {
+        auto property = std::make_unique<ComputedProperty>();
+        bool isOne = index + 1 == owner.properties.size();
+        if (isOne) property->property = std::move(owner.properties[index]);
+        owner.properties.resize(index);
+        statements_.Open(BlockKind::PROPERTY);
+        while (!statements_.AtBlockEnd(BlockKind::PROPERTY)) {
+            cursor_.ClearFailure();
+            if (AtAccessor()) {
+                auto& accessor = cursor_.At(Keyword::GET) ? property->getter : property->setter;
+                if (accessor != nullptr) diagnostics_.Error(cursor_.Peek().span, "there is one already");
+                accessor = Accessor(property->property);
+            } else {
+                cursor_.Expected("Get or Set");
+                statements_.SkipLine();
+            }
+        }
+        statements_.Close(BlockKind::PROPERTY, opener);
+        if constexpr (std::is_same_v<Owner, ClassDefinition>) {
+            bool hasValue = property->property.value != nullptr || property->property.bound != nullptr;
+            if (!isOne || hasValue) diagnostics_.Error(opener, "a computed property has a name and a type only");
+            owner.computed.push_back(std::move(property));
+        } else {
+            diagnostics_.Error(opener, "a computed property can only stand in a class");
+        }
+    }
+
+    std::unique_ptr<ast::Function> Accessor(const Variable& property) {
+        auto function = std::make_unique<ast::Function>();
+        Span opener = cursor_.Peek().span;
+        bool isGetter = cursor_.At(Keyword::GET);
+        Declaration& declaration = function->declaration;
+        function->kind = isGetter ? FunctionKind::FUNCTION : FunctionKind::SUB;
+        cursor_.ReadDeclaration(declaration);
+        bool isSetter = declaration.parameters.size() == 1 && declaration.result.name.empty();
+        if (!isGetter && !isSetter) diagnostics_.Error(opener, "\"Set\" takes the new value: Set(value As Type)");
+        declaration.name = property.name;
+        declaration.span = opener;
+        if (isGetter) declaration.result = property.type;
+        function->modifiers = property.modifiers;
+        ReadBody(isGetter ? BlockKind::GET : BlockKind::SET, *function, opener);
+        return function;
+    }
+
+    // From behind the declaration to the end of the function.
+    void ReadBody(BlockKind kind, ast::Function& function, const Span& opener) {
+        function.span = Join(opener, cursor_.Previous().span);
+        statements_.EndLine();
+        statements_.Open(kind);
+        statements_.Body(kind, function.body);
+        function.endSpan = cursor_.Peek().span;
+        statements_.Close(kind, opener);
     }
 
     std::unique_ptr<ast::Function> Function() {
@@ -201,12 +341,7 @@ private:
             cursor_.ReadDeclaration(function->declaration);
         else
             ReadSignature(function->declaration, kind == BlockKind::FUNCTION);
-        function->span = Join(opener, cursor_.Previous().span);
-        statements_.EndLine();
-        statements_.Open(kind);
-        statements_.Body(kind, function->body);
-        function->endSpan = cursor_.Peek().span;
-        statements_.Close(kind, opener);
+        ReadBody(kind, *function, opener);
         return function;
     }
 

@@ -25,22 +25,40 @@ constexpr StatementParser::BlockNames StatementParser::BLOCKS[] = {
     {BlockKind::EVENT, Keyword::EVENT, "Event", "End Event"},
     {BlockKind::CLASS, Keyword::CLASS, "Class", "End Class"},
     {BlockKind::MODULE, Keyword::MODULE, "Module", "End Module"},
+    {BlockKind::ENUM, Keyword::ENUM, "Enum", "End Enum"},
+    {BlockKind::PROPERTY, Keyword::PROPERTY, "Property", "End Property"},
+    {BlockKind::GET, Keyword::GET, "Get", "End Get"},
+    {BlockKind::SET, Keyword::SET, "Set", "End Set"},
 };
 
 const StatementParser::BlockNames& StatementParser::NamesOf(BlockKind kind) {
     return BLOCKS[static_cast<size_t>(kind)];
 }
 
+size_t StatementParser::ModifierCount() const {
+    size_t count = 0;
+    for (;; ++count) {
+        const Token& token = cursor_.Peek(count);
+        bool isModifier = token.keyword == Keyword::PRIVATE || token.keyword == Keyword::PROTECTED
+                          || token.keyword == Keyword::SHARED
+                          || (token.kind == TokenKind::NAME && SameName(token.text, "Public"));
+        const Token& next = cursor_.Peek(count + 1);
+        if (!isModifier || next.kind != TokenKind::NAME || next.keyword == Keyword::AS) return count;
+    }
+}
+
 // A word that starts a definition, and so ends every block in which no definition can stand.
 bool StatementParser::AtDefinition() const {
-    switch (cursor_.Peek().keyword) {
+    const size_t first = ModifierCount();
+    const Token& next = cursor_.Peek(first + 1);
+    switch (cursor_.Peek(first).keyword) {
+    case Keyword::ENUM:
     case Keyword::SUB:
     case Keyword::FUNCTION:
     case Keyword::EVENT:
     case Keyword::CLASS:
-    case Keyword::MODULE: return cursor_.Peek(1).kind == TokenKind::NAME && cursor_.Peek(1).keyword != Keyword::AS;
-    case Keyword::DELEGATE:
-        return cursor_.Peek(1).keyword == Keyword::SUB || cursor_.Peek(1).keyword == Keyword::FUNCTION;
+    case Keyword::MODULE: return next.kind == TokenKind::NAME && next.keyword != Keyword::AS;
+    case Keyword::DELEGATE: return next.keyword == Keyword::SUB || next.keyword == Keyword::FUNCTION;
     default: return false;
     }
 }
@@ -92,7 +110,8 @@ bool StatementParser::IsOpen(BlockKind kind) const {
 bool StatementParser::AtBlockEnd(BlockKind kind) const {
     if (cursor_.At(TokenKind::END_OF_FILE)) return true;
     if (AtDefinition()) {
-        bool isFunction = !cursor_.At(Keyword::CLASS) && !cursor_.At(Keyword::MODULE) && !cursor_.At(Keyword::DELEGATE);
+        Keyword keyword = cursor_.Peek(ModifierCount()).keyword;
+        bool isFunction = keyword == Keyword::SUB || keyword == Keyword::FUNCTION || keyword == Keyword::EVENT;
         return !(isFunction && (kind == BlockKind::CLASS || kind == BlockKind::MODULE));
     }
     const BlockNames* closer = Closer();
@@ -260,6 +279,7 @@ bool StatementParser::Simple(Statement& statement) {
         if (!AtStatementEnd()) statement.value = expressions_.Parse();
         return true;
     case Keyword::REDIM: return Redim(statement);
+    case Keyword::STATIC: return Static(statement);
     case Keyword::ADDHANDLER:
     case Keyword::REMOVEHANDLER: return Handler(statement);
     default: return CallOrAssignment(statement);
@@ -279,6 +299,16 @@ bool StatementParser::Jump(Statement& statement) {
         statement.loop = LoopKind::DO;
     else if (isExit && (cursor_.Accept(Keyword::SUB) || cursor_.Accept(Keyword::FUNCTION)))
         statement.loop = LoopKind::FUNCTION;
+    return true;
+}
+
+// Static name As Type, unless the word is a name.
+bool StatementParser::Static(Statement& statement) {
+    if (cursor_.Peek(1).kind != TokenKind::NAME) return CallOrAssignment(statement);
+    cursor_.Next();
+    statement.kind = StatementKind::DIM;
+    statement.isStatic = true;
+    Variables(statement.variables);
     return true;
 }
 

@@ -7,7 +7,23 @@
 namespace host {
 
 // What is open around a statement, and so may be closed.
-enum class BlockKind : uint8_t { IF, SELECT, FOR, WHILE, DO, TRY, SUB, FUNCTION, EVENT, CLASS, MODULE };
+enum class BlockKind : uint8_t {
+    IF,
+    SELECT,
+    FOR,
+    WHILE,
+    DO,
+    TRY,
+    SUB,
+    FUNCTION,
+    EVENT,
+    CLASS,
+    MODULE,
+    ENUM,
+    PROPERTY,
+    GET,
+    SET
+};
 
 class StatementParser {
 public:
@@ -28,6 +44,8 @@ public:
     bool AtBlockEnd(BlockKind kind) const;
     // A word that starts a definition, and so ends every block in which no definition can stand.
     bool AtDefinition() const;
+    // The number of words before a definition that say who may use it.
+    size_t ModifierCount() const;
     // `name, name As Type = value, …`
     void Variables(std::vector<ast::Variable>& variables);
     ast::ExpressionPtr ReadExpression() { return expressions_.Parse(); }
@@ -60,6 +78,7 @@ private:
     bool Simple(ast::Statement& statement);
     bool Jump(ast::Statement& statement);
     bool Redim(ast::Statement& statement);
+    bool Static(ast::Statement& statement);
     bool Handler(ast::Statement& statement);
     bool CallOrAssignment(ast::Statement& statement);
     // Marks the end of a block statement's first line.
