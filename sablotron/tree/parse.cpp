@@ -3,6 +3,7 @@
 
 #include "sablotron/tree/decode.h"
 #include "sablotron/tree/library_scope.h"
+#include "sablotron/tree/wording.h"
 
 #include <libxml/HTMLparser.h>
 #include <libxml/SAX2.h>
@@ -27,26 +28,51 @@ struct ContextDeleter {
 };
 using ContextPointer = std::unique_ptr<xmlParserCtxt, ContextDeleter>;
 
-// A limit that libxml2 names by its own option, or by one of its functions.
-struct LimitText {
-    std::string_view part;
-    const char* text;
-};
-constexpr LimitText LIMIT_TEXTS[] = {
-    {"huge text node", "Text is longer than 10,000,000 bytes, the limit for a document that declares entities"},
+constexpr std::string_view TEXT_LIMIT = "huge text node";
+constexpr Wording WORDINGS[] = {
+    {TEXT_LIMIT, "Text is longer than 10,000,000 bytes, the limit for a document that declares entities"},
+    {"AttValue length too long",
+     "The value of an attribute is longer than 10,000,000 bytes, the limit for a document that "
+     "declares entities"},
+    {"Comment too big", "A comment is longer than 10,000,000 bytes, the limit for a document that declares entities"},
+    {"CData section too big", "A CDATA section is longer than 10,000,000 bytes, the limit for a document that declares "
+                              "entities"},
+    {"PI * too big", "Processing instruction * is longer than 10,000,000 bytes, the limit for a document that declares "
+                     "entities"},
+    {"Name too long", "A name is longer than 50,000 bytes, the limit for a document that declares entities"},
     {"Excessive depth in document", "Elements are nested deeper than 256, the limit for a document that declares "
                                     "entities"},
+    {"Detected an entity reference loop", "Entities refer to themselves or make too much text of little"},
+    {"xmlParseEntityRef: no name", "'&' begins a reference: write &amp; for the character"},
+    {"EntityRef: expecting ';'", "A reference ends in ';': write &amp; for the character '&'"},
+    {"PEReference: %*; not found", "Parameter entity '*' not defined"},
+    {"invalid xmlChar value *", "A reference to character number *, which XML does not allow"},
+    {"character reference out of bounds", "A reference to a character that XML does not allow"},
+    {"invalid Char value *", "Character number * is not allowed in XML"},
+    {"Char 0x* out of allowed range", "Character number 0x* is not allowed in XML"},
+    {"Input is not proper UTF-8, indicate encoding ! Bytes: *", "Input is not proper UTF-8 (bytes *)"},
+    {"StartTag: invalid element name", "'<' begins a tag, and no name follows: write &lt; for the character"},
+    {"AttValue: \" or ' expected", "The value of an attribute stands in quotes"},
+    {"AttValue: ' expected", "The value of an attribute has no end"},
+    {"Specification mandates value for attribute *", "Attribute * has no value"},
+    {"attributes construct error", "White space is needed between attributes"},
+    {"error parsing attribute name", "A name of an attribute or '>' is needed"},
+    {"Failed to parse QName", "A name has more than one colon"},
+    {"PI * never end", "Processing instruction * not terminated"},
+    {"CData section not finished", "CDATA section not terminated"},
+    {"Double hyphen within comment", "'--' is not allowed in a comment"},
+    {"no DOCTYPE name", "The document type declaration has no name"},
+    {"error detected in Markup declaration", "Something in the document type declaration is no declaration"},
+    {"Space required after the NOTATION name", "Space required after the name of the notation"},
 };
 
 // What libxml2 says, for a user: one line, without its functions and options.
 std::string UserText(std::string_view message) {
-    for (const LimitText& limit : LIMIT_TEXTS)
-        if (message.find(limit.part) != std::string_view::npos) return limit.text;
+    while (!message.empty() && (message.back() == '\n' || message.back() == ' ')) message.remove_suffix(1);
+    if (std::string text = Reworded(message, WORDINGS); text != message) return text;
     if (message.starts_with("xml") && message.size() > 3 && message[3] >= 'A' && message[3] <= 'Z')
         if (const size_t colon = message.find(": "); colon < message.find(' ')) message.remove_prefix(colon + 2);
-    message = message.substr(0, message.find(" use XML_PARSE_HUGE option"));
-    while (!message.empty() && (message.back() == '\n' || message.back() == ' ')) message.remove_suffix(1);
-    std::string text(message);
+    std::string text(message.substr(0, message.find(" use XML_PARSE_HUGE option")));
     std::replace(text.begin(), text.end(), '\n', ' ');
     return text;
 }
@@ -82,9 +108,9 @@ void OnError(void* data, xmlErrorPtr error) noexcept {
     if (context->_private == nullptr) return;
     Parse& parse = ParseOf(context);
     const std::string_view message = error->message != nullptr ? error->message : "";
-    const bool isLimit = message.find(LIMIT_TEXTS[0].part) != std::string_view::npos;
+    const bool isLimit = message.find(TEXT_LIMIT) != std::string_view::npos;
     if (error->code == XML_ERR_NO_MEMORY && !isLimit) {
-        parse.noMemory = true;
+        if (!parse.decided) parse.noMemory = true; // libxml2 says so also after a limit
         return;
     }
     const bool decisive = isLimit || error->level == XML_ERR_FATAL || error->domain == XML_FROM_NAMESPACE;
@@ -132,6 +158,13 @@ xmlEntityPtr GetEntity(void* data, const xmlChar* name) noexcept {
         return nullptr;
     }
     return entity;
+}
+
+// A document that refers to a parameter entity, even to one that is not declared, is one whose declarations may not all
+// be known (see MayBeDeclaredElsewhere).
+xmlEntityPtr GetParameterEntity(void* data, const xmlChar* name) noexcept {
+    static_cast<xmlParserCtxt*>(data)->hasPErefs = 1;
+    return xmlSAX2GetParameterEntity(data, name);
 }
 
 // A reference whose replacement is not known: it is dropped. libxml2 would leave it in the tree.
@@ -290,6 +323,7 @@ TreePointer ParseTree(const SablotSource& source, ParseFailure& failure, const P
     context->sax->entityDecl = DeclareEntity;
     context->sax->cdataBlock = AddSection;
     context->sax->getEntity = GetEntity;
+    context->sax->getParameterEntity = GetParameterEntity;
     context->sax->reference = DropReference;
     context->sax->externalSubset = nullptr; // XML_PARSE_DTDATTR, meant for the internal one, would read it
 
