@@ -4,6 +4,7 @@
 #include "sablotron/transform/expression_wrapping.h"
 #include "sablotron/transform/modules.h"
 #include "sablotron/transform/uri.h"
+#include "sablotron/transform/user_text.h"
 
 #include <libxml/xpath.h>
 #include <libxslt/xsltutils.h>
@@ -62,6 +63,12 @@ constexpr std::string_view WARNINGS[] = {
     "disable-output-escaping allows only",
 };
 
+// An extension function failed.
+constexpr int STACK_ERROR = static_cast<int>(XML_XPATH_EXPRESSION_OK) + static_cast<int>(XPATH_STACK_ERROR);
+
+// What these are about has been said before.
+constexpr std::string_view CONSEQUENCES[] = {"XPath evaluation returned no result.", "ret == NULL"};
+
 // Reports that come without a place.
 constexpr std::string_view UNPLACED[] = {"was not compiled", "ret == NULL"};
 
@@ -89,19 +96,6 @@ int CodeOf(const std::string& text) {
     return CODE_OTHER;
 }
 
-// Texts that a program's author could make nothing of.
-struct UserText {
-    std::string_view part;
-    const char* text;
-};
-constexpr UserText USER_TEXTS[] = {
-    {"potential infinite template recursion", "The recursion is too deep"},
-    {"Operation limit exceeded", "The run takes too many steps"},
-    {"document is not a stylesheet",
-     "The document is not a stylesheet: its root is neither xsl:stylesheet nor an element with xsl:version"},
-    {"text content problem", "xsl:text holds text only"},
-};
-
 std::string Format(const char* format, std::va_list arguments) {
     std::va_list again;
     va_copy(again, arguments);
@@ -112,46 +106,18 @@ std::string Format(const char* format, std::va_list arguments) {
     return text;
 }
 
-// In one line, without blanks around it, without the names of the library's functions, and with its expressions as they
-// stand in the stylesheet.
-std::string Clean(std::string_view text) {
-    std::string clean;
-    for (const char c : text) {
-        const bool isBlank = c == ' ' || c == '\t' || c == '\r' || c == '\n';
-        if (!isBlank)
-            clean += c;
-        else if (!clean.empty() && clean.back() != ' ')
-            clean += ' ';
-    }
-    if (!clean.empty() && clean.back() == ' ') clean.pop_back();
-    // "xsltFunction : ", "xmlXPathFunction: "
-    const size_t colon = clean.find(':');
-    const size_t name = clean.find_first_of(" :(");
-    const bool isFunction = clean.starts_with("xslt") || clean.starts_with("xmlXPath") || clean.starts_with("exslt");
-    if (isFunction && colon != std::string::npos && colon <= name + 1)
-        clean.erase(0, std::min(clean.find_first_not_of(": ", colon), clean.size()));
-    for (const UserText& known : USER_TEXTS)
-        if (clean.find(known.part) != std::string::npos) return known.text;
-    if (clean.starts_with("XSLT-")) clean.replace(0, 5, "xsl:");
-    if (const size_t blank = clean.find(" : "); blank != std::string::npos) clean.erase(blank, 1);
-    // URIs, which only the library writes this way.
-    for (const std::string_view scheme : {"file://", "arg://"}) {
-        const size_t begin = clean.find(scheme);
-        if (begin == std::string::npos) continue;
-        const size_t end = std::min(clean.find_first_of(" '", begin), clean.size());
-        clean.replace(begin, end - begin, DisplayName(clean.substr(begin, end - begin)));
-    }
-    return WithoutTextFunction(clean);
+std::string AttributeValue(const xmlNode& element, const char* name) {
+    const xmlAttr* attribute = xmlHasNsProp(const_cast<xmlNode*>(&element), Chars(name), nullptr);
+    const bool hasText = (attribute != nullptr) && (attribute->children != nullptr);
+    return hasText ? std::string(View(attribute->children->content)) : "";
 }
 
 // ": 'count(1)'", the expression or pattern of the instruction; "" when it has none.
 std::string Quoted(const xmlNode* instruction) {
-    if (instruction == nullptr) return {};
-    for (const char* name : {"select", "test", "match", "use", "value", "count", "from"}) {
-        const xmlAttr* attribute = xmlHasNsProp(const_cast<xmlNode*>(instruction), Chars(name), nullptr);
-        if (IsXslt(instruction) && (attribute != nullptr) && (attribute->children != nullptr))
-            return ": '" + WithoutTextFunction(std::string(View(attribute->children->content))) + "'";
-    }
+    if (instruction == nullptr || !IsXslt(instruction)) return {};
+    for (const char* name : {"select", "test", "match", "use", "value", "count", "from"})
+        if (const std::string value = AttributeValue(*instruction, name); !value.empty())
+            return ": '" + WithoutTextFunction(value) + "'";
     return {};
 }
 
@@ -210,7 +176,8 @@ void ErrorCollector::FailAt(const xmlNode* instruction, int code, std::string te
 void ErrorCollector::EnsureFailure() {
     FailOnXPathError();
     if (!failure_ && unplaced_) Keep(unplaced_->code, unplaced_->text, {});
-    if (!failure_) Keep(CODE_OTHER, lastText_.empty() ? "failed for an unknown reason" : lastText_, {});
+    if (!failure_ && last_) Keep(CODE_OTHER, last_->text, {{}, 0, {}, last_->instruction});
+    if (!failure_) Keep(CODE_OTHER, "failed for an unknown reason", {});
 }
 
 Message ErrorCollector::Take() {
@@ -238,7 +205,7 @@ void ErrorCollector::OnStructured(void* self, xmlErrorPtr error) {
 void ErrorCollector::OnLibxml2(void* self, const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    std::string text = Clean(Format(format, arguments));
+    std::string text = UserText(Format(format, arguments));
     va_end(arguments);
     auto& collector = *static_cast<ErrorCollector*>(self);
     collector.explanation_ = {0, std::move(text), collector.CurrentInstruction()};
@@ -249,13 +216,13 @@ void ErrorCollector::OnLibxslt(void* self, const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
     if (!collector.ReadPlace(format, arguments)) {
-        std::string text = Clean(Format(format, arguments));
+        std::string text = UserText(Format(format, arguments));
         if (const std::optional<Place> place = std::exchange(collector.place_, std::nullopt)) {
             collector.OnReport(std::move(text), *place);
         } else if (IsOneOf(text, UNPLACED)) {
             collector.OnReport(std::move(text), {{}, 0, {}, collector.CurrentInstruction()});
         } else if (!text.empty()) {
-            collector.lastText_ = std::move(text);
+            collector.last_ = {0, std::move(text), collector.CurrentInstruction()};
         }
     }
     va_end(arguments);
@@ -280,7 +247,7 @@ bool ErrorCollector::ReadPlace(const char* format, std::va_list arguments) {
 void ErrorCollector::OnXPath(const xmlError& error) {
     // What libxml2 hands to handlers of its own has no text.
     static constexpr const char* UNKNOWN = "XPath error";
-    xpathError_ = {error.code, error.message != nullptr ? Clean(error.message) : UNKNOWN, CurrentInstruction()};
+    xpathError_ = {error.code, error.message != nullptr ? UserText(error.message) : UNKNOWN, CurrentInstruction()};
 }
 
 void ErrorCollector::FailOnXPathError() {
@@ -318,15 +285,20 @@ void ErrorCollector::OnReport(std::string text, Place place) {
         for (const XPathCode& known : RUN_CODES)
             if (xpath->code == known.libxml2) code = known.code;
         if (code == CODE_OTHER)
-            text = xpath->text + Quoted(place.instruction);
+            text = xpath->code == STACK_ERROR && last_ ? last_->text : xpath->text + Quoted(place.instruction);
         else
             text = belongsHere(explanation) ? explanation->text : xpath->text;
     }
+    if (IsOneOf(text, CONSEQUENCES) && last_) text = last_->text;
     if (unplaced_) {
-        if (unplaced_->code != CODE_OTHER) code = unplaced_->code;
-        text += " (" + unplaced_->text + ")";
+        const bool tellsMore = unplaced_->code != CODE_OTHER;
+        text = tellsMore ? unplaced_->text : text + " (" + unplaced_->text + ")";
+        if (tellsMore) code = unplaced_->code;
         unplaced_.reset();
     }
+    // libxslt tells the name with its URI.
+    if (code == CODE_UNKNOWN_TEMPLATE && place.instruction != nullptr)
+        text = "The called template '" + AttributeValue(*place.instruction, "name") + "' was not found";
     if (place.IsKnown()) {
         Keep(code, std::move(text), place);
     } else {

@@ -51,6 +51,7 @@ public:
     void Forget() {
         xpathError_.reset();
         explanation_.reset();
+        last_.reset();
     }
     bool HasFailed() const { return failure_.has_value(); }
     // Makes what the libraries said last a failure, as code 1, when none was recognised.
@@ -96,7 +97,7 @@ private:
     std::optional<Detail> xpathError_;  // waits for the report of the instruction that it broke
     std::optional<Detail> explanation_; // of the XPath error that follows
     std::optional<Message> unplaced_;   // a report without a place, which another one will tell
-    std::string lastText_;
+    std::optional<Detail> last_;        // what else was said
 
     ErrorScope libxml2_;
     xmlGenericErrorFunc oldLibxslt_;

@@ -9,12 +9,13 @@
 #include <libxml/xpathInternals.h>
 
 #include <algorithm>
+#include <cmath>
 #include <optional>
 
 namespace sablot {
 namespace {
 
-enum class Content { EXPRESSION, PATTERN, TEMPLATE, NAMES, YES_NO, OTHER };
+enum class Content { EXPRESSION, PATTERN, TEMPLATE, NAMES, PREFIX, NUMBER, OTHER };
 
 // The elements of XSLT and where they may stand.
 enum class Position { ROOT, TOP, TEMPLATE, ANYWHERE, CHILD };
@@ -114,6 +115,12 @@ std::string Tag(const xmlNode* element) {
     return name.append(View(element->name));
 }
 
+// Whether it is that element of EXSLT's functions.
+bool IsOfFunctions(const xmlNode* element, std::string_view name) {
+    constexpr std::string_view FUNCTIONS_NAMESPACE = "http://exslt.org/functions";
+    return View(element->name) == name && (element->ns != nullptr) && View(element->ns->href) == FUNCTIONS_NAMESPACE;
+}
+
 // The words of a list of names.
 std::vector<std::string> Words(const std::string& text) {
     std::vector<std::string> words;
@@ -167,48 +174,68 @@ struct ModuleCheck::Rule {
     Content content;
     bool isNeeded = false;
     bool isText = false; // the value of the expression becomes text
+    // One of these words, where there are any; ':' among them stands for every name with a prefix.
+    std::string_view words = {};
 };
 
 constexpr bool NEEDED = true;
 constexpr bool TEXT = true;
+constexpr std::string_view YES_NO = "yes no";
 constexpr ModuleCheck::Rule ModuleCheck::RULES[] = {
+    {"apply-templates", "mode", Content::NAMES},
     {"apply-templates", "select", Content::EXPRESSION},
     {"attribute", "name", Content::TEMPLATE, NEEDED},
     {"attribute", "namespace", Content::TEMPLATE},
-    {"attribute-set", "name", Content::OTHER, NEEDED},
-    {"call-template", "name", Content::OTHER, NEEDED},
+    {"attribute-set", "name", Content::NAMES, NEEDED},
+    {"attribute-set", "use-attribute-sets", Content::NAMES},
+    {"call-template", "name", Content::NAMES, NEEDED},
+    {"copy", "use-attribute-sets", Content::NAMES},
     {"copy-of", "select", Content::EXPRESSION, NEEDED, TEXT},
+    {"decimal-format", "name", Content::NAMES},
     {"element", "name", Content::TEMPLATE, NEEDED},
     {"element", "namespace", Content::TEMPLATE},
+    {"element", "use-attribute-sets", Content::NAMES},
     {"for-each", "select", Content::EXPRESSION, NEEDED},
     {"if", "test", Content::EXPRESSION, NEEDED},
     {"import", "href", Content::OTHER, NEEDED},
     {"include", "href", Content::OTHER, NEEDED},
-    {"key", "name", Content::OTHER, NEEDED},
+    {"key", "name", Content::NAMES, NEEDED},
     {"key", "match", Content::PATTERN, NEEDED},
     {"key", "use", Content::EXPRESSION, NEEDED, TEXT},
-    {"message", "terminate", Content::YES_NO},
-    {"namespace-alias", "stylesheet-prefix", Content::OTHER, NEEDED},
-    {"namespace-alias", "result-prefix", Content::OTHER, NEEDED},
+    {"message", "terminate", Content::OTHER, false, false, YES_NO},
+    {"namespace-alias", "stylesheet-prefix", Content::PREFIX, NEEDED},
+    {"namespace-alias", "result-prefix", Content::PREFIX, NEEDED},
     {"number", "value", Content::EXPRESSION},
     {"number", "count", Content::PATTERN},
     {"number", "from", Content::PATTERN},
     {"number", "format", Content::TEMPLATE},
-    {"param", "name", Content::OTHER, NEEDED},
+    {"number", "letter-value", Content::TEMPLATE, false, false, "alphabetic traditional"},
+    {"number", "level", Content::OTHER, false, false, "single multiple any"},
+    {"output", "cdata-section-elements", Content::NAMES},
+    {"output", "indent", Content::OTHER, false, false, YES_NO},
+    {"output", "method", Content::OTHER, false, false, "xml html text :"},
+    {"output", "omit-xml-declaration", Content::OTHER, false, false, YES_NO},
+    {"output", "standalone", Content::OTHER, false, false, YES_NO},
+    {"param", "name", Content::NAMES, NEEDED},
     {"param", "select", Content::EXPRESSION},
     {"preserve-space", "elements", Content::NAMES, NEEDED},
     {"processing-instruction", "name", Content::TEMPLATE, NEEDED},
     {"sort", "select", Content::EXPRESSION, false, TEXT},
-    {"sort", "data-type", Content::TEMPLATE},
-    {"sort", "order", Content::TEMPLATE},
+    {"sort", "case-order", Content::TEMPLATE, false, false, "upper-first lower-first"},
+    {"sort", "data-type", Content::TEMPLATE, false, false, "text number :"},
+    {"sort", "order", Content::TEMPLATE, false, false, "ascending descending"},
     {"strip-space", "elements", Content::NAMES, NEEDED},
     {"template", "match", Content::PATTERN},
-    {"text", "disable-output-escaping", Content::OTHER},
+    {"template", "mode", Content::NAMES},
+    {"template", "name", Content::NAMES},
+    {"template", "priority", Content::NUMBER},
+    {"text", "disable-output-escaping", Content::OTHER, false, false, YES_NO},
     {"value-of", "select", Content::EXPRESSION, NEEDED, TEXT},
-    {"variable", "name", Content::OTHER, NEEDED},
+    {"value-of", "disable-output-escaping", Content::OTHER, false, false, YES_NO},
+    {"variable", "name", Content::NAMES, NEEDED},
     {"variable", "select", Content::EXPRESSION},
     {"when", "test", Content::EXPRESSION, NEEDED},
-    {"with-param", "name", Content::OTHER, NEEDED},
+    {"with-param", "name", Content::NAMES, NEEDED},
     {"with-param", "select", Content::EXPRESSION},
 };
 
@@ -225,7 +252,7 @@ bool ModuleCheck::Prepare(xmlDoc* module) {
     if (root == nullptr) return true;
     const bool isStylesheet = IsXslt(root) && (View(root->name) == "stylesheet" || View(root->name) == "transform");
     if (!isStylesheet && (IsXslt(root) || xmlHasNsProp(root, Chars("version"), XSLT_NAMESPACE) == nullptr))
-        return true; // no stylesheet, which libxslt will say
+        return FailRoot(root);
     if (isStylesheet && !CheckTopLevelText(root)) return false;
 
     // The elements around the one at work that set a version, with whether it is another one than 1.0 (2.5).
@@ -238,7 +265,7 @@ bool ModuleCheck::Prepare(xmlDoc* module) {
         [&](xmlNode* node) {
             if (!IsElement(node) || (ignored != nullptr) || verdict == Verdict::FAILED) return;
             const bool isTop = isStylesheet && node->parent == root;
-            if (isTop && !IsXslt(node)) {
+            if (isTop && !IsXslt(node) && !IsOfFunctions(node, "function")) {
                 ignored = node; // data of the stylesheet's own (2.2)
                 if (node->ns == nullptr) verdict = FailPlace(node);
                 return;
@@ -246,8 +273,9 @@ bool ModuleCheck::Prepare(xmlDoc* module) {
             const xmlAttr* version = IsXslt(node) ? (node == root ? xmlHasProp(node, Chars("version")) : nullptr)
                                                   : xmlHasNsProp(node, Chars("version"), XSLT_NAMESPACE);
             if (version != nullptr) versions.emplace_back(node, Value(version) != "1.0");
-            verdict = IsXslt(node) ? CheckInstruction(node, isTop, versions.back().second)
-                                   : CheckLiteral(node, versions.back().second);
+            verdict = IsXslt(node)                    ? CheckInstruction(node, isTop, versions.back().second)
+                      : IsOfFunctions(node, "result") ? CheckFunctionResult(node)
+                                                      : CheckLiteral(node, versions.back().second);
             if (verdict != Verdict::DROPPED) return;
             ignored = node;
             dropped.push_back(node);
@@ -289,6 +317,20 @@ ModuleCheck::Verdict ModuleCheck::CheckInstruction(xmlNode* element, bool isTop,
     return name == "decimal-format" ? CheckDecimalFormat(element) : Verdict::RIGHT;
 }
 
+// func:result of EXSLT, about which libexslt reports without a place.
+ModuleCheck::Verdict ModuleCheck::CheckFunctionResult(const xmlNode* result) {
+    const xmlNode* function = result->parent;
+    while (IsElement(function) && !IsOfFunctions(function, "function")) function = function->parent;
+    if (!IsElement(function)) return Fail(result, CODE_OTHER, Tag(result) + " stands in a func:function only");
+    for (const xmlNode* next = result->next; next != nullptr; next = next->next)
+        if (IsElement(next) && !(IsXslt(next) && View(next->name) == "fallback"))
+            return Fail(next, CODE_OTHER, "Nothing but xsl:fallback may follow " + Tag(result));
+    if (xmlHasProp(const_cast<xmlNode*>(result), Chars("select")) == nullptr) return Verdict::RIGHT;
+    if (result->children != nullptr)
+        return Fail(result, CODE_OTHER, Tag(result) + " has content or the attribute 'select', not both");
+    return CheckExpression(result, Value(result, "select")) ? Verdict::RIGHT : Verdict::FAILED;
+}
+
 ModuleCheck::Verdict ModuleCheck::CheckLiteral(xmlNode* element, bool isLater) {
     for (xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next)
         if (!IsXslt(AsNode(attribute)) && !CheckTemplate(element, attribute, isLater)) return Verdict::FAILED;
@@ -297,6 +339,7 @@ ModuleCheck::Verdict ModuleCheck::CheckLiteral(xmlNode* element, bool isLater) {
 
 bool ModuleCheck::CheckAttribute(xmlNode* element, xmlAttr* attribute, const Rule& rule, bool isLater) {
     const std::string value = Value(attribute);
+    if (!rule.words.empty() && !isLater && !CheckWord(element, rule, value)) return false;
     switch (rule.content) {
     case Content::TEMPLATE: return CheckTemplate(element, attribute, isLater);
     case Content::EXPRESSION:
@@ -311,16 +354,15 @@ bool ModuleCheck::CheckAttribute(xmlNode* element, xmlAttr* attribute, const Rul
     case Content::NAMES:
         for (const std::string& name : Words(value)) {
             const std::string prefix = name.substr(0, std::min(name.find(':'), name.size()));
-            if (prefix == name || IsBound(element, prefix)) continue;
-            Fail(element, CODE_UNBOUND_PREFIX, "The prefix '" + prefix + "' is not bound: '" + name + "'");
-            return false;
+            if (prefix != name && !CheckPrefix(element, prefix, name)) return false;
         }
         return true;
-    case Content::YES_NO:
-        if (value == "yes" || value == "no" || isLater) return true;
+    case Content::NUMBER:
+        if (isLater || !std::isnan(xmlXPathCastStringToNumber(Chars(value.c_str())))) return true;
         Fail(element, CODE_OTHER,
-             "The attribute '" + std::string(rule.attribute) + "' is 'yes' or 'no', not '" + value + "'");
+             "The attribute '" + std::string(rule.attribute) + "' is a number, not '" + value + "'");
         return false;
+    case Content::PREFIX: return value == "#default" || CheckPrefix(element, value, value);
     default: return true;
     }
 }
@@ -330,19 +372,37 @@ bool ModuleCheck::Parses(const std::string& expression) {
     return compiled != nullptr;
 }
 
-bool ModuleCheck::CheckExpression(xmlNode* element, const std::string& expression) {
+bool ModuleCheck::CheckExpression(const xmlNode* element, const std::string& expression) {
     reason_ = ReasonOf(0);
     if (!Parses(expression)) {
         Fail(element, CODE_XPATH_SYNTAX, reason_ + ": '" + expression + "'");
         return false;
     }
-    for (const std::string_view name : PrefixesOf(expression)) {
-        const std::string prefix(name);
-        if (IsBound(element, prefix)) continue;
-        Fail(element, CODE_UNBOUND_PREFIX, "The prefix '" + prefix + "' is not bound: '" + expression + "'");
-        return false;
-    }
-    return true;
+    const std::vector<std::string_view> prefixes = PrefixesOf(expression);
+    return std::all_of(prefixes.begin(), prefixes.end(),
+                       [&](std::string_view prefix) { return CheckPrefix(element, std::string(prefix), expression); });
+}
+
+bool ModuleCheck::CheckPrefix(const xmlNode* element, const std::string& prefix, const std::string& text) {
+    if (IsBound(element, prefix)) return true;
+    Fail(element, CODE_UNBOUND_PREFIX,
+         "The prefix '" + prefix + "' is not bound" + (text == prefix ? "" : ": '" + text + "'"));
+    return false;
+}
+
+bool ModuleCheck::CheckWord(const xmlNode* element, const Rule& rule, const std::string& value) {
+    std::vector<std::string> words = Words(std::string(rule.words));
+    const bool mayHavePrefix = words.back() == ":";
+    if (mayHavePrefix) words.pop_back();
+    const bool isTemplate = rule.content == Content::TEMPLATE && value.find('{') != std::string::npos;
+    if (isTemplate || std::find(words.begin(), words.end(), value) != words.end()) return true;
+    if (mayHavePrefix && value.find(':') != std::string::npos) return true;
+    std::string choice;
+    for (const std::string& word : words)
+        choice += (choice.empty() ? "'" : &word == &words.back() ? " or '" : ", '") + word + "'";
+    Fail(element, CODE_OTHER,
+         "The attribute '" + std::string(rule.attribute) + "' is " + choice + ", not '" + value + "'");
+    return false;
 }
 
 // An attribute value template (7.6.2).
@@ -449,6 +509,18 @@ bool ModuleCheck::CheckAttributeSets() {
         }
     }
     return true;
+}
+
+bool ModuleCheck::FailRoot(const xmlNode* root) {
+    const bool hasOtherNamespace =
+        !IsXslt(root) && (View(root->name) == "stylesheet" || View(root->name) == "transform");
+    Fail(root, CODE_OTHER,
+         hasOtherNamespace
+             ? "The document is not a stylesheet: the namespace of its root is '"
+                   + std::string(root->ns != nullptr ? View(root->ns->href) : "") + "', not '" + Chars(XSLT_NAMESPACE)
+                   + "'"
+             : "The document is not a stylesheet: its root is neither xsl:stylesheet nor an element with xsl:version");
+    return false;
 }
 
 ModuleCheck::Verdict ModuleCheck::FailPlace(const xmlNode* element) {

@@ -32,14 +32,18 @@ private:
     };
 
     Verdict CheckInstruction(xmlNode* element, bool isTop, bool isLater);
+    Verdict CheckFunctionResult(const xmlNode* result);
     Verdict CheckLiteral(xmlNode* element, bool isLater);
     bool CheckAttribute(xmlNode* element, xmlAttr* attribute, const Rule& rule, bool isLater);
-    bool CheckExpression(xmlNode* element, const std::string& expression);
+    bool CheckExpression(const xmlNode* element, const std::string& expression);
+    bool CheckPrefix(const xmlNode* element, const std::string& prefix, const std::string& text);
+    bool CheckWord(const xmlNode* element, const Rule& rule, const std::string& value);
     bool CheckTemplate(xmlNode* element, xmlAttr* attribute, bool isLater);
     bool CheckTopLevelText(const xmlNode* stylesheet);
     Verdict CheckDecimalFormat(const xmlNode* element);
     void NoteAttributeSet(const xmlNode* element);
     bool Parses(const std::string& expression);
+    bool FailRoot(const xmlNode* root);
     Verdict FailPlace(const xmlNode* element);
     Verdict Fail(const xmlNode* element, int code, std::string text);
 
