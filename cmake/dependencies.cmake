@@ -23,3 +23,8 @@ target_link_libraries(LibFfi INTERFACE "${LIBFFI}")
 find_library(LIBEDIT edit REQUIRED)
 add_library(LibEdit INTERFACE)
 target_link_libraries(LibEdit INTERFACE "${LIBEDIT}")
+
+# Static: a few hash functions.
+find_library(LIBMD libmd.a REQUIRED)
+add_library(LibMd INTERFACE)
+target_link_libraries(LibMd INTERFACE "${LIBMD}")

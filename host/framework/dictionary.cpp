@@ -1,7 +1,10 @@
 // Dictionary: values by key.
+#include "host/framework/dictionary.h"
+
 #include "host/framework/framework.h"
 #include "host/framework/tables.h"
 #include "host/runtime/array.h"
+#include "host/runtime/class.h"
 #include "host/runtime/encoding.h"
 #include "host/runtime/exception.h"
 #include "host/runtime/string.h"
@@ -176,6 +179,20 @@ ClassDefinition& DictionaryData::Record() {
 }
 
 } // namespace
+
+ObjectRef NewDictionary() { return NewInstance(DictionaryData::Record()); }
+
+bool IsDictionary(const Object* object) {
+    return object->cls->IsA(static_cast<const Class*>(static_cast<const void*>(DictionaryData::Record().name)));
+}
+
+void SetEntry(Object* dictionary, Object* key, Object* value) { SetValue(dictionary, key, value); }
+
+void VisitEntries(Object* dictionary, const std::function<bool(Object* key, Object* value)>& visit) {
+    for (const Entry& entry : DataOf<DictionaryData>(dictionary).entries) {
+        if (!entry.removed && !visit(entry.key.Get(), entry.value.Get())) return;
+    }
+}
 
 void RegisterDictionary() { RegisterClass(DictionaryData::Record()); }
 

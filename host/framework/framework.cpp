@@ -9,8 +9,11 @@ void RegisterFramework() {
     RegisterFiles();
     RegisterDictionary();
     RegisterSystem();
+    RegisterShell();
     RegisterFunctions(StringFunctions());
     RegisterFunctions(NumberFunctions());
+    RegisterFunctions(CodingFunctions());
+    RegisterFunctions(JsonFunctions());
 }
 
 } // namespace host

@@ -30,7 +30,10 @@ void RegisterEncodings();
 void RegisterFiles();
 void RegisterDictionary();
 void RegisterSystem();
+void RegisterShell();
 std::span<const GlobalFunction> StringFunctions();
 std::span<const GlobalFunction> NumberFunctions();
+std::span<const GlobalFunction> CodingFunctions();
+std::span<const GlobalFunction> JsonFunctions();
 
 } // namespace host

@@ -44,6 +44,17 @@ String* StrVariant(Object* value) {
 
 double Val(String* text) { return NumberValue(StringView(text)); }
 
+// Whether the whole text is a number as programs and data write it, with blanks around it or without.
+int32_t IsNumeric(String* text) {
+    std::string_view number = TrimLeft(TrimRight(StringView(text), Characters::BYTES), Characters::BYTES);
+    bool hasSign = number.starts_with('+') || number.starts_with('-');
+    std::string_view digits = number.substr(hasSign ? 1 : 0);
+    bool isStart = !digits.empty() && ((digits[0] >= '0' && digits[0] <= '9') || digits[0] == '.');
+    double value = 0;
+    auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+    return isStart && error == std::errc() && end == digits.data() + digits.size() ? 1 : 0;
+}
+
 String* Format(double number, String* pattern) {
     std::optional<std::string> text = FormatNumber(number, StringView(pattern));
     if (text) return BuildUtf8(*text);
@@ -90,6 +101,7 @@ const GlobalFunction FUNCTIONS[] = {
     {"Str(value as Boolean) as String", Native<StrBoolean>()},
     {"Str(value as Variant) as String", Native<StrVariant>()},
     {"Val(text as String) as Double", Native<Val>()},
+    {"IsNumeric(text as String) as Boolean", Native<IsNumeric>()},
     {"Format(number as Double, pattern as String) as String", Native<Format>()},
     {"Hex(value as Integer) as String", Native<Hex>()},
     {"Min(left as Integer, right as Integer) as Integer", Native<MinInteger>()},

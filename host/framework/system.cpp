@@ -9,6 +9,10 @@
 #include "host/runtime/string.h"
 #include "host/runtime/value.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -49,6 +53,25 @@ Object* GetTemporaryFolder(Object*, int32_t) {
     std::error_code error;
     std::filesystem::path folder = std::filesystem::temp_directory_path(error);
     return NewFolderItem(error ? "/tmp" : folder).Detach();
+}
+
+// A new file or folder of a name that nothing else has, for this user alone.
+template <bool FOLDER>
+Object* NewTemporary() {
+    std::error_code error;
+    std::filesystem::path folder = std::filesystem::temp_directory_path(error);
+    std::string name = ((error ? "/tmp" : folder) / "kova-XXXXXX").native();
+    bool isMade = false;
+    if (FOLDER) {
+        isMade = mkdtemp(name.data()) != nullptr;
+    } else {
+        int file = mkostemp(name.data(), O_CLOEXEC);
+        isMade = file >= 0;
+        if (isMade) close(file);
+    }
+    if (isMade) return NewFolderItem(name).Detach();
+    RaiseFileError(name, errno);
+    return nullptr;
 }
 
 String* EnvironmentVariable(String* name) {
@@ -119,6 +142,8 @@ const PropertyDefinition SYSTEM_PROPERTIES[] = {
 const GlobalFunction SYSTEM_FUNCTIONS[] = {
     {"Arguments() as String()", Native<Arguments>()},
     {"EnvironmentVariable(name as String) as String", Native<EnvironmentVariable>()},
+    {"NewTemporaryFile() as FolderItem", Native<NewTemporary<false>>()},
+    {"NewTemporaryFolder() as FolderItem", Native<NewTemporary<true>>()},
     {"LogMessages() as String()", Native<LogMessages>()},
     {"Quit(code as Integer = 0)", Native<Quit>()},
 };

@@ -58,6 +58,8 @@ int ExpressionChecker::ConversionCost(const ValueType& from, const ValueType& ty
         return type.Is(TypeKind::VARIANT) ? 2 : -1;
     }
     if (from.Is(TypeKind::ADDRESS)) return type.Is(TypeKind::OBJECT) && type.cls->delegate != nullptr ? 1 : -1;
+    // An empty array that is being made.
+    if (from.Is(TypeKind::ARRAY) && type.Is(TypeKind::ARRAY) && from.element == TypeKind::NIL) return 1;
     if (type.Is(TypeKind::VARIANT)) return 100;
     if (from.Is(TypeKind::VARIANT)) return 120;
     if (from.Is(TypeKind::INTEGER) && type.Is(TypeKind::DOUBLE)) return 50;
