@@ -22,7 +22,7 @@ bool IsParsing(XML_Parser parser) {
 
 bool IsInUse(XML_Parser main) {
     for (const RunningParse* running = RunningParse::innermost_; running != nullptr; running = running->outer_)
-        if (running->parser_ == main || running->main_ == main) return true;
+        if (running->main_ == main) return true;
     return false;
 }
 

@@ -83,9 +83,13 @@ TEST(Members, WithoutADocumentAnswerNothing) {
                 const Value value = host::GetProperty(object, property->name);
                 EXPECT_FALSE(value.GetObject() || !value.Text().empty() || value.Integer() != 0)
                     << name << "." << property->name;
-                if (property->write != host::Access::NONE) host::SetProperty(object, property->name, value);
+                const ObjectRef written = host::Create(name);
+                if (property->write != host::Access::NONE) host::SetProperty(written, property->name, value);
                 if (cls->name == "XmlNodeList") continue;
                 EXPECT_EQ(host::GetProperty(object, "LastError").Integer(), 8) << name << "." << property->name;
+                if (property->write != host::Access::NONE) {
+                    EXPECT_EQ(host::GetProperty(written, "LastError").Integer(), 8) << name << "." << property->name;
+                }
             }
         }
     }

@@ -55,7 +55,7 @@ TEST_F(Queries, ListsEndTheirItemsWithTheirDocument) {
     SDOM_Document document = Parse("<r><a/></r>");
     SDOM_NodeList list = nullptr;
     ASSERT_EQ(SDOM_xql(situation, "//a", Node(document), &list), SDOM_OK);
-    SDOM_Node node = nullptr;
+    SDOM_Node node = Root(document);
     EXPECT_EQ(SDOM_getNodeListItem(situation, list, -1, &node), SDOM_INDEX_SIZE_ERR);
     EXPECT_EQ(SDOM_getNodeListItem(situation, list, 1, &node), SDOM_INDEX_SIZE_ERR);
     EXPECT_EQ(node, nullptr);
@@ -80,6 +80,7 @@ TEST_F(Queries, WithoutANodeOrAListAreNoCrash) {
     EXPECT_EQ(length, 0);
     EXPECT_EQ(SDOM_getNodeListItem(situation, nullptr, 0, &node), SDOM_NOT_FOUND_ERR);
     EXPECT_EQ(SDOM_disposeNodeList(situation, nullptr), SDOM_OK);
+    EXPECT_EQ(SablotDestroyProcessor(nullptr), 0);
 }
 
 TEST_F(Queries, ThatAreHostileEnd) {
