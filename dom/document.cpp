@@ -22,9 +22,9 @@ using Parse = int (*)(SablotSituation, const SablotSource*, SDOM_Document*);
 void LeaveDocument(NodeData& wrapper) {
     if (wrapper.xml == nullptr) return;
     --XmlOf(wrapper.xml)->documentWrapperCount;
+    SetNode(wrapper, nullptr);
     KOVAUnlockObject(wrapper.xml);
     wrapper.xml = nullptr;
-    wrapper.node = nullptr;
 }
 
 // Replaces the tree. Raises nothing itself: the message handler does while the library parses.
@@ -33,7 +33,7 @@ void Load(NodeData& wrapper, KOVAString text, const char* baseUri, Parse parse) 
     if (xml.document != nullptr) {
         SablotDestroyDocument(xml.situation, xml.document);
         xml.document = nullptr;
-        wrapper.node = nullptr;
+        SetNode(wrapper, nullptr);
     }
     try {
         const SourceText source(text, xml.preserveWhitespace);
@@ -45,7 +45,7 @@ void Load(NodeData& wrapper, KOVAString text, const char* baseUri, Parse parse) 
         wrapper.lastError = SDOM_NOT_OK;
         RaiseOutOfMemoryException();
     }
-    if (wrapper.lastError == 0) wrapper.node = reinterpret_cast<SDOM_Node>(xml.document);
+    if (wrapper.lastError == 0) SetNode(wrapper, reinterpret_cast<SDOM_Node>(xml.document));
     // As after any other failure there is a document that can be loaded again.
     if (xml.document == nullptr) SablotCreateDocument(xml.situation, &xml.document);
 }
@@ -85,7 +85,7 @@ void XmlDocument_Constructor(KOVAObject self) {
     XmlData& xml = *XmlOf(wrapper.xml);
     if (xml.status != 0) RaiseOutOfMemoryException();
     xml.loadedFromText = 0;
-    wrapper.node = reinterpret_cast<SDOM_Node>(xml.document);
+    SetNode(wrapper, reinterpret_cast<SDOM_Node>(xml.document));
     ++xml.documentWrapperCount;
 }
 

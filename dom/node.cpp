@@ -8,6 +8,8 @@
 #include "glue/objects.h"
 #include "glue/strings.h"
 
+#include <string_view>
+
 namespace kova {
 
 namespace {
@@ -29,14 +31,15 @@ ClassReference ClassOf(SDOM_NodeType type) {
 int32_t HiddenAttributes(const XmlData& xml, SDOM_Node element, int32_t count) {
     // Deliberate: in a document filled by LoadXml the first two entries are hidden, whatever they hold.
     if (xml.loadedFromText != 0) return 2;
+    const OwnedString wanted(BuildUTF8String("xmlns:xml"));
     for (int32_t index = 0; index < count; ++index) {
         SDOM_Node attribute = nullptr;
         Checked(SDOM_getAttributeNodeIndex(xml.situation, element, index, &attribute));
         GetterString text;
         Checked(SDOM_getNodeName(xml.situation, attribute, text.Out()));
         const OwnedString name(BuildUTF8String(text.Text()));
-        const OwnedString wanted(BuildUTF8String("xmlns:xml"));
         if (RuntimeStringCompare(name.Get(), wanted.Get()) == 0) return 1; // taken for the first, wherever it stands
+        if (text.Text() == nullptr || !std::string_view(text.Text()).starts_with("xmlns")) return 0; // no more bindings
     }
     return 0;
 }
@@ -55,6 +58,14 @@ SDOM_NodeType TypeOf(const XmlData& xml, SDOM_Node node) {
     return type;
 }
 
+void SetNode(NodeData& wrapper, SDOM_Node node) {
+    if (const XmlData* xml = XmlOf(wrapper.xml)) {
+        SDOM_holdNode(node);
+        SDOM_endHold(xml->situation, wrapper.node);
+    }
+    wrapper.node = node;
+}
+
 KOVAObject WrapNode(KOVAObject xml, SDOM_Node node) {
     if (node == nullptr) return nullptr;
     XmlData& document = *XmlOf(xml);
@@ -64,7 +75,7 @@ KOVAObject WrapNode(KOVAObject xml, SDOM_Node node) {
     if (type == SDOM_DOCUMENT_NODE) ++document.documentWrapperCount;
     NodeData& wrapper = *NodeOf(object);
     wrapper.xml = LockedObject(xml);
-    wrapper.node = node;
+    SetNode(wrapper, node);
     return object;
 }
 
@@ -123,6 +134,7 @@ void XmlNode_Initialize(KOVAObject self) {
 void XmlNode_Finalize(KOVAObject self) {
     NodeData& wrapper = *NodeOf(self);
     if (wrapper.xml == nullptr) return;
+    SetNode(wrapper, nullptr);
     KOVAUnlockObject(wrapper.xml);
     wrapper.xml = nullptr;
 }

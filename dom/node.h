@@ -9,8 +9,8 @@
 
 namespace kova {
 
-// Instance data of `XmlNode` and of all its subclasses. A wrapper never owns its node. When LoadXml replaces the tree,
-// the nodes of the old one answer SDOM_NOT_FOUND_ERR from then on.
+// Instance data of `XmlNode` and of all its subclasses. A wrapper holds its node's handle (see sdom.h) and never owns
+// the node. When LoadXml replaces the tree, the nodes of the old one answer SDOM_NOT_FOUND_ERR from then on.
 struct NodeData {
     KOVAObject self;
     KOVAObject xml; // one reference; nil in a wrapper that a program made itself
@@ -22,6 +22,9 @@ static_assert(sizeof(NodeData) == 16 && offsetof(NodeData, lastError) == 12);
 
 NodeData* NodeOf(KOVAObject wrapper); // null for nil
 SDOM_Node LibraryNodeOf(KOVAObject wrapper);
+
+// Lets the wrapper stand for another node (null: none). It holds the node's handle as long as it has an `Xml` object.
+void SetNode(NodeData& wrapper, SDOM_Node node);
 
 // Makes a wrapper of the class that fits the node, a new one each time. The caller owns it. Nil for no node.
 KOVAObject WrapNode(KOVAObject xml, SDOM_Node node);

@@ -5,8 +5,9 @@
 // one whose document is destroyed, 16 for a node of a type that the call does not take, 19 when memory runs out. After
 // a failure results are null or 0 and nothing has changed. The places for results must not be null.
 //
-// A node belongs to its document until that is destroyed, also while it stands in no tree; handles are not released. A
-// node must belong to a document of the situation, which SablotParseSource or SablotCreateDocument made.
+// A node belongs to its document until that is destroyed, also while it stands in no tree. A node must belong to a
+// document of the situation, which SablotParseSource or SablotCreateDocument made. Handles are not released; but who
+// uses one that may be older than its document holds it, else it may come to stand for a node of a later document.
 // Strings given to the library are copied; a null one counts as "". Strings that are handed out are new and released by
 // the caller with scalar operator delete, those of SDOM_docToString and SDOM_nodeToString with SablotFree.
 //
@@ -71,6 +72,13 @@ typedef enum SDOM_NodeType {
 SDOM_Exception SDOM_getExceptionCode(SablotSituation situation);
 // The text for that code, a new string for operator delete; null when memory runs out.
 char* SDOM_getExceptionMessage(SablotSituation situation);
+
+// ---- Holding --------------------------------------------------------------------------------------------------------
+
+// While a handle is held it stands for its node only, also when the document is destroyed. Each hold is ended once,
+// before the situation is destroyed. Nulls are ignored; nothing is recorded.
+void SDOM_holdNode(SDOM_Node node);
+void SDOM_endHold(SablotSituation situation, SDOM_Node node);
 
 // ---- Creating -------------------------------------------------------------------------------------------------------
 // The new node has no parent and belongs to the document. Codes: 5 for a name or data that XML cannot carry, 14 for a

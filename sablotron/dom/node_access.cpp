@@ -41,6 +41,14 @@ using namespace sablot;
 
 extern "C" {
 
+void SDOM_holdNode(SDOM_Node node) {
+    if (node != nullptr) NodePool::Hold(node);
+}
+
+void SDOM_endHold(SablotSituation situation, SDOM_Node node) {
+    if (situation != nullptr && node != nullptr) situation->nodes.EndHold(node);
+}
+
 SDOM_Exception SDOM_getNodeType(SablotSituation situation, SDOM_Node node, SDOM_NodeType* type) {
     *type = SDOM_NodeType{};
     return CallOnNode(situation, node, [&](xmlNode* found) {

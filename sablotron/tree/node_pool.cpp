@@ -16,12 +16,20 @@ NodeHandle* NodePool::Take(xmlNode* node, Document* document) {
         }
         handle = &chunks_.back()[used_++];
     }
-    *handle = {node, document, 0};
+    *handle = {node, document, 0, 0};
     return handle;
 }
 
 void NodePool::Release(NodeHandle* handle) {
-    *handle = {nullptr, nullptr, 0};
+    *handle = {nullptr, nullptr, 0, handle->holders};
+    if (handle->holders == 0) Queue(handle);
+}
+
+void NodePool::EndHold(NodeHandle* handle) {
+    if (--handle->holders == 0 && handle->node == nullptr) Queue(handle);
+}
+
+void NodePool::Queue(NodeHandle* handle) {
     if (released_ == 0)
         oldest_ = handle;
     else

@@ -18,6 +18,7 @@ struct SDOM_NodeRecord {
     xmlNode* node;              // also an xmlDoc, xmlAttr or xmlNs: their type field is at the same place
     sablot::Document* document; // null in an inert handle
     uintptr_t place;            // see IsDetached, Owner, Slot
+    uint32_t holders;           // while there are any, the handle stands for no other node
 
     // A root of a tree of its own: a node, attribute or declaration that stands in no other node.
     bool IsDetached() const { return (place & 1) != 0; }
@@ -33,8 +34,8 @@ namespace sablot {
 
 using NodeHandle = SDOM_NodeRecord;
 
-// Hands out handles of one situation. A released handle is reused only after many others, so that a program that holds
-// on to a node of a destroyed document finds it inert for a long time, while loading in a loop needs no more memory.
+// Hands out handles of one situation. A released handle that nobody holds is reused, after many others: loading in a
+// loop needs no more memory.
 class NodePool {
 public:
     NodePool() = default;
@@ -42,11 +43,16 @@ public:
     NodePool& operator=(const NodePool&) = delete;
 
     NodeHandle* Take(xmlNode* node, Document* document);
+    // The node is gone.
     void Release(NodeHandle* handle);
+    static void Hold(NodeHandle* handle) { ++handle->holders; }
+    void EndHold(NodeHandle* handle);
     // Handles there is memory for.
     size_t Capacity() const { return chunks_.size() * CHUNK_SIZE; }
 
 private:
+    void Queue(NodeHandle* handle);
+
     static constexpr size_t CHUNK_SIZE = 4096;    // handles
     static constexpr size_t QUARANTINE = 1 << 16; // released handles that stay inert
 
