@@ -1,5 +1,6 @@
 // Reading, setting and removing attributes and namespace declarations.
 #include "sablotron/dom/attributes.h"
+#include "sablotron/dom/caches.h"
 #include "sablotron/dom/call.h"
 #include "sablotron/tree/bindings.h"
 #include "sablotron/tree/characters.h"
@@ -38,18 +39,19 @@ SDOM_Exception SetDeclaration(Document& document, xmlNode* element, std::string_
 }
 
 // The attribute that has to go when one of this name comes; false when there are two.
-bool FindReplaced(const xmlNode* element, const NodeName& name, xmlAttr*& replaced) {
+bool FindReplaced(Document& document, const xmlNode* element, const NodeName& name, xmlAttr*& replaced) {
     replaced = nullptr;
-    std::string qualifiedName = name.QualifiedName();
-    for (xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next) {
-        NodeName other = NameOf(AsNode(attribute));
-        bool isSame =
+    bool isOnly = true;
+    const std::string qualifiedName = name.QualifiedName();
+    CachesOf(document).attributeNames.ForEach(element, qualifiedName, [&](xmlAttr* attribute) {
+        const NodeName other = NameOf(AsNode(attribute));
+        const bool isSame =
             (other.uri == name.uri && other.localName == name.localName) || other.QualifiedName() == qualifiedName;
-        if (!isSame) continue;
-        if (replaced != nullptr) return false;
+        if (!isSame) return;
+        isOnly = replaced == nullptr || replaced == attribute;
         replaced = attribute;
-    }
-    return true;
+    });
+    return isOnly;
 }
 
 SDOM_Exception SetDeclarationNode(Document& document, xmlNode* element, xmlNs* declaration, SDOM_Node* replaced) {
@@ -80,7 +82,7 @@ SDOM_Exception SetAttributeNode(SablotSituation situation, SDOM_Node element, SD
         if (IsDeclaration(node)) return SetDeclarationNode(document, found, AsDeclaration(node), replaced);
 
         xmlAttr* old = nullptr;
-        if (!FindReplaced(found, NameOf(node), old)) return SDOM_NAMESPACE_ERR;
+        if (!FindReplaced(document, found, NameOf(node), old)) return SDOM_NAMESPACE_ERR;
         if (node->ns != nullptr) {
             xmlNs* bound = BindForAttribute(document, found, node->ns->prefix, node->ns->href);
             if (bound == nullptr) return SDOM_NAMESPACE_ERR;
@@ -109,11 +111,12 @@ SDOM_Exception SetByName(Document& document, xmlNode* element, std::string_view 
     std::string_view declared;
     if (IsDeclarationName(name, declared)) return SetDeclaration(document, element, declared, value);
 
-    xmlAttr* attribute = FindAttribute(element, name);
+    xmlAttr* attribute = FindAttribute(document, element, name);
     if (attribute == nullptr) {
         xmlNs* ns = nullptr;
         if (!parts.prefix.empty()) ns = BindingForName(document, element, parts.prefix);
-        if (ns != nullptr) attribute = FindAttribute(element, View(ns->href), parts.localName); // under another prefix
+        if (ns != nullptr)
+            attribute = FindAttribute(document, element, View(ns->href), parts.localName); // under another prefix
         if (attribute == nullptr) {
             // A prefix that nothing binds is a part of the name, as in SDOM_createAttribute.
             const char* ownName = ns != nullptr ? parts.localName.data() : name.data();
@@ -139,7 +142,7 @@ SDOM_Exception SetByExpandedName(Document& document, xmlNode* element, std::stri
     }
     if (!IsAllowedBinding(parts.prefix, uri)) return SDOM_NAMESPACE_ERR;
     xmlNs* ns = nullptr;
-    xmlAttr* attribute = FindAttribute(element, uri, parts.localName);
+    xmlAttr* attribute = FindAttribute(document, element, uri, parts.localName);
     if (!uri.empty()) {
         bool keepsPrefix =
             (attribute != nullptr) && (parts.prefix.empty() || View(attribute->ns->prefix) == parts.prefix);
@@ -171,7 +174,7 @@ extern "C" {
 SDOM_Exception SDOM_getAttribute(SablotSituation situation, SDOM_Node element, const char* name, char** value) {
     *value = nullptr;
     return CallOnElement(situation, element, [&](const xmlNode* found) {
-        const xmlNode* node = FindNamed(found, Argument(name));
+        const xmlNode* node = FindNamed(*element->document, found, Argument(name));
         *value = NewDeletableString(node != nullptr ? ValueOf(node) : "");
         return SDOM_OK;
     });
@@ -181,7 +184,7 @@ SDOM_Exception SDOM_getAttributeNS(SablotSituation situation, SDOM_Node element,
                                    char** value) {
     *value = nullptr;
     return CallOnElement(situation, element, [&](const xmlNode* found) {
-        const xmlNode* node = FindNamed(found, Argument(uri), Argument(localName));
+        const xmlNode* node = FindNamed(*element->document, found, Argument(uri), Argument(localName));
         *value = NewDeletableString(node != nullptr ? ValueOf(node) : "");
         return SDOM_OK;
     });
@@ -191,7 +194,7 @@ SDOM_Exception SDOM_getAttributeNode(SablotSituation situation, SDOM_Node elemen
                                      SDOM_Node* attribute) {
     *attribute = nullptr;
     return CallOnElement(situation, element, [&](xmlNode* found) {
-        *attribute = HandleOn(*element->document, found, FindNamed(found, Argument(name)));
+        *attribute = HandleOn(*element->document, found, FindNamed(*element->document, found, Argument(name)));
         return SDOM_OK;
     });
 }
@@ -200,7 +203,8 @@ SDOM_Exception SDOM_getAttributeNodeNS(SablotSituation situation, SDOM_Node elem
                                        const char* localName, SDOM_Node* attribute) {
     *attribute = nullptr;
     return CallOnElement(situation, element, [&](xmlNode* found) {
-        *attribute = HandleOn(*element->document, found, FindNamed(found, Argument(uri), Argument(localName)));
+        *attribute = HandleOn(*element->document, found,
+                              FindNamed(*element->document, found, Argument(uri), Argument(localName)));
         return SDOM_OK;
     });
 }
@@ -233,7 +237,7 @@ SDOM_Exception SDOM_setAttributeNodeNS(SablotSituation situation, SDOM_Node elem
 SDOM_Exception SDOM_removeAttribute(SablotSituation situation, SDOM_Node element, const char* name) {
     return CallOnEditable(situation, element, [&](xmlNode* found) {
         if (!IsElement(found)) return SDOM_INVALID_NODE_TYPE;
-        xmlNode* node = FindNamed(found, Argument(name));
+        xmlNode* node = FindNamed(*element->document, found, Argument(name));
         return node != nullptr ? Remove(*element->document, found, node) : SDOM_OK;
     });
 }

@@ -1,6 +1,7 @@
 // Attributes and declarations: made, found, put on elements and taken from them.
 #include "sablotron/dom/attributes.h"
 
+#include "sablotron/dom/caches.h"
 #include "sablotron/tree/bindings.h"
 #include "sablotron/tree/names.h"
 
@@ -10,6 +11,27 @@
 #include <utility>
 
 namespace sablot {
+
+namespace {
+
+// The first attribute of the element that matches, among those that can have the name; null when there is none.
+template <typename Matches>
+xmlAttr* FirstNamed(Document& document, const xmlNode* element, std::string_view name, Matches matches) {
+    if (element->properties == nullptr) return nullptr;
+    xmlAttr* found = nullptr;
+    bool isOnly = true;
+    CachesOf(document).attributeNames.ForEach(element, name, [&](xmlAttr* attribute) {
+        if (!matches(attribute)) return;
+        isOnly = found == nullptr || found == attribute;
+        found = attribute;
+    });
+    if (isOnly) return found;
+    xmlAttr* first = element->properties;
+    while (!matches(first)) first = first->next;
+    return first;
+}
+
+} // namespace
 
 void AddIdIfAny(xmlAttr* attribute) {
     bool isXmlId = (attribute->ns != nullptr) && View(attribute->ns->prefix) == "xml" && View(attribute->name) == "id";
@@ -22,8 +44,7 @@ void RemoveIdIfAny(xmlAttr* attribute) {
 }
 
 xmlAttr* NewAttribute(Document& document, xmlNs* ns, const char* name, std::string_view value) {
-    xmlAttr* attribute = xmlNewDocProp(document.Tree(), Chars(name), nullptr);
-    if (attribute == nullptr) throw std::bad_alloc();
+    xmlAttr* attribute = NewBareAttribute(document.Tree(), Chars(name));
     attribute->ns = ns;
     try {
         SetAttributeValue(attribute, value);
@@ -72,24 +93,20 @@ void SetAttributeValue(xmlAttr* attribute, std::string_view value) {
     if (wasId) xmlAddID(nullptr, attribute->doc, Chars(std::string(value).c_str()), attribute);
 }
 
-xmlAttr* FindAttribute(const xmlNode* element, std::string_view qualifiedName) {
-    for (xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next) {
-        std::string_view prefix = attribute->ns != nullptr ? View(attribute->ns->prefix) : std::string_view();
-        std::string_view name = View(attribute->name);
-        if (prefix.empty()
-                ? name == qualifiedName
-                : qualifiedName.size() == prefix.size() + 1 + name.size() && qualifiedName.starts_with(prefix)
-                      && qualifiedName[prefix.size()] == ':' && qualifiedName.ends_with(name))
-            return attribute;
-    }
-    return nullptr;
+xmlAttr* FindAttribute(Document& document, const xmlNode* element, std::string_view qualifiedName) {
+    return FirstNamed(document, element, qualifiedName, [&](const xmlAttr* attribute) {
+        const std::string_view prefix = attribute->ns != nullptr ? View(attribute->ns->prefix) : std::string_view();
+        const std::string_view name = View(attribute->name);
+        if (prefix.empty()) return name == qualifiedName;
+        return qualifiedName.size() == prefix.size() + 1 + name.size() && qualifiedName.starts_with(prefix)
+               && qualifiedName[prefix.size()] == ':' && qualifiedName.ends_with(name);
+    });
 }
 
-xmlAttr* FindAttribute(const xmlNode* element, std::string_view uri, std::string_view localName) {
-    for (xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next)
-        if (View(attribute->name) == localName && (attribute->ns != nullptr ? View(attribute->ns->href) : "") == uri)
-            return attribute;
-    return nullptr;
+xmlAttr* FindAttribute(Document& document, const xmlNode* element, std::string_view uri, std::string_view localName) {
+    return FirstNamed(document, element, localName, [&](const xmlAttr* attribute) {
+        return View(attribute->name) == localName && (attribute->ns != nullptr ? View(attribute->ns->href) : "") == uri;
+    });
 }
 
 xmlNs* OwnDeclaration(const xmlNode* element, std::string_view prefix) {
@@ -108,15 +125,15 @@ bool IsDeclarationName(std::string_view qualifiedName, std::string_view& prefix)
     return true;
 }
 
-xmlNode* FindNamed(const xmlNode* element, std::string_view qualifiedName) {
+xmlNode* FindNamed(Document& document, const xmlNode* element, std::string_view qualifiedName) {
     std::string_view prefix;
     if (IsDeclarationName(qualifiedName, prefix)) return AsNode(OwnDeclaration(element, prefix));
-    return AsNode(FindAttribute(element, qualifiedName));
+    return AsNode(FindAttribute(document, element, qualifiedName));
 }
 
-xmlNode* FindNamed(const xmlNode* element, std::string_view uri, std::string_view localName) {
+xmlNode* FindNamed(Document& document, const xmlNode* element, std::string_view uri, std::string_view localName) {
     if (uri == XMLNS_URI) return AsNode(OwnDeclaration(element, localName == "xmlns" ? "" : localName));
-    return AsNode(FindAttribute(element, uri, localName));
+    return AsNode(FindAttribute(document, element, uri, localName));
 }
 
 NodeHandle* HandleOn(Document& document, xmlNode* element, xmlNode* found) {
@@ -126,19 +143,25 @@ NodeHandle* HandleOn(Document& document, xmlNode* element, xmlNode* found) {
 
 void Attach(Document& document, xmlNode* element, xmlAttr* attribute, xmlAttr* next) {
     document.RemoveDetached(document.HandleOf(attribute));
-    xmlAttr* previous = next != nullptr ? next->prev : element->properties;
-    while ((next == nullptr) && (previous != nullptr) && (previous->next != nullptr)) previous = previous->next;
+    Caches& caches = CachesOf(document);
+    SiblingIndexes& list = caches.attributes.Attributes();
+    xmlAttr* previous = next != nullptr ? next->prev : AsAttribute(list.Last(element, AsNode(element->properties)));
+    list.Inserting(element, AsNode(attribute), AsNode(next));
     (previous != nullptr ? previous->next : element->properties) = attribute;
     if (next != nullptr) next->prev = attribute;
     attribute->prev = previous;
     attribute->next = next;
     attribute->parent = element;
+    caches.attributeNames.Added(element, attribute);
     AddIdIfAny(attribute);
     document.Touch();
 }
 
 NodeHandle* Detach(Document& document, xmlAttr* attribute) {
     RemoveIdIfAny(attribute);
+    Caches& caches = CachesOf(document);
+    caches.attributes.Attributes().Removing(attribute->parent, AsNode(attribute));
+    caches.attributeNames.Removing(attribute->parent, attribute);
     (attribute->prev != nullptr ? attribute->prev->next : attribute->parent->properties) = attribute->next;
     if (attribute->next != nullptr) attribute->next->prev = attribute->prev;
     attribute->parent = nullptr;

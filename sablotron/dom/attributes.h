@@ -34,13 +34,13 @@ void Attach(Document& document, xmlNode* element, xmlNs* declaration, const xmlN
 NodeHandle* Detach(Document& document, xmlAttr* attribute);
 NodeHandle* Detach(Document& document, xmlNode* element, xmlNs* declaration);
 
-xmlAttr* FindAttribute(const xmlNode* element, std::string_view qualifiedName);
-xmlAttr* FindAttribute(const xmlNode* element, std::string_view uri, std::string_view localName);
+xmlAttr* FindAttribute(Document& document, const xmlNode* element, std::string_view qualifiedName);
+xmlAttr* FindAttribute(Document& document, const xmlNode* element, std::string_view uri, std::string_view localName);
 // The element's own declaration of the prefix ("" for the default), or null.
 xmlNs* OwnDeclaration(const xmlNode* element, std::string_view prefix);
 // An attribute or an own declaration, or null.
-xmlNode* FindNamed(const xmlNode* element, std::string_view qualifiedName);
-xmlNode* FindNamed(const xmlNode* element, std::string_view uri, std::string_view localName);
+xmlNode* FindNamed(Document& document, const xmlNode* element, std::string_view qualifiedName);
+xmlNode* FindNamed(Document& document, const xmlNode* element, std::string_view uri, std::string_view localName);
 // The handle of what was found on the element, null for null.
 NodeHandle* HandleOn(Document& document, xmlNode* element, xmlNode* found);
 

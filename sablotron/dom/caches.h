@@ -2,16 +2,18 @@
 #pragma once
 
 #include "sablotron/dom/attribute_list.h"
-#include "sablotron/dom/child_index.h"
+#include "sablotron/dom/attribute_names.h"
+#include "sablotron/dom/sibling_index.h"
 #include "sablotron/tree/document.h"
 #include "sablotron/tree/order.h"
 
 namespace sablot {
 
 struct Caches : DocumentExtra {
-    ChildIndex children;
+    SiblingIndexes children;
     OrderIndex order;
     AttributeList attributes;
+    AttributeNames attributeNames;
 };
 
 // Those of the document, made at the first call.

@@ -80,9 +80,8 @@ void Place(SDOM_Node child, xmlNode* parent, xmlNode* next) {
     } else {
         TakeOut(document, node);
     }
+    CachesOf(document).children.Inserting(parent, node, next);
     LinkBefore(parent, node, next);
-    ChildIndex& children = CachesOf(document).children;
-    next != nullptr ? children.Inserted(parent, node, next) : children.Appended(parent, node);
     // A tree of its own declares all it needs, unless names of it were made before they had a place.
     if (!wasDetached || document.HasUnattachedNamespaces()) FixUpNamespaces(document, node);
     document.Touch();

@@ -106,14 +106,15 @@ SDOM_Exception SDOM_getNextSibling(SablotSituation situation, SDOM_Node node, SD
 SDOM_Exception SDOM_getChildNodeIndex(SablotSituation situation, SDOM_Node node, int index, SDOM_Node* child) {
     return GetRelative(situation, node, child, [&](xmlNode* found) -> xmlNode* {
         if (!IsParent(found) || index < 0) return nullptr;
-        return CachesOf(*node->document).children.At(found, static_cast<size_t>(index));
+        return CachesOf(*node->document).children.At(found, found->children, static_cast<size_t>(index));
     });
 }
 
 SDOM_Exception SDOM_getChildNodeCount(SablotSituation situation, SDOM_Node node, int* count) {
     *count = 0;
     return CallOnNode(situation, node, [&](xmlNode* found) {
-        if (IsParent(found)) *count = static_cast<int>(CachesOf(*node->document).children.Count(found));
+        if (IsParent(found))
+            *count = static_cast<int>(CachesOf(*node->document).children.Count(found, found->children));
         return SDOM_OK;
     });
 }

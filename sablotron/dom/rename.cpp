@@ -1,5 +1,6 @@
 // Changing names and values of nodes.
 #include "sablotron/dom/attributes.h"
+#include "sablotron/dom/caches.h"
 #include "sablotron/dom/call.h"
 #include "sablotron/tree/bindings.h"
 #include "sablotron/tree/characters.h"
@@ -50,13 +51,17 @@ SDOM_Exception RenameAttribute(Document& document, xmlAttr* attribute, std::stri
         if ((ns != nullptr) && (attribute->parent == nullptr)) ns = document.UnattachedNamespace(ns->prefix, ns->href);
     }
     if (attribute->parent != nullptr) {
-        const xmlAttr* other = FindAttribute(attribute->parent, ns != nullptr ? View(ns->href) : "", name.localName);
-        if (other == nullptr) other = FindAttribute(attribute->parent, newName);
+        const xmlAttr* other =
+            FindAttribute(document, attribute->parent, ns != nullptr ? View(ns->href) : "", name.localName);
+        if (other == nullptr) other = FindAttribute(document, attribute->parent, newName);
         if ((other != nullptr) && other != attribute) return SDOM_NAMESPACE_ERR;
     }
     RemoveIdIfAny(attribute);
     attribute->ns = ns;
+    AttributeNames& names = CachesOf(document).attributeNames;
+    if (attribute->parent != nullptr) names.Removing(attribute->parent, attribute);
     xmlNodeSetName(node, Chars(name.localName.data()));
+    if (attribute->parent != nullptr) names.Added(attribute->parent, attribute);
     AddIdIfAny(attribute);
     return SDOM_OK;
 }

@@ -30,6 +30,11 @@ void ForEachName(xmlNode* subtree, Visit visit) {
     }
 }
 
+bool IsInTree(const xmlNode* node) {
+    while (node->parent != nullptr) node = node->parent;
+    return IsDocument(node);
+}
+
 bool IsSamePrefix(const xmlChar* left, const xmlChar* right) { return View(left) == View(right); }
 
 // Goes through a subtree and gives each name a declaration that its element can see.
@@ -63,7 +68,7 @@ private:
             return seen;
         }
         // Outside the tree an unattached namespace may wait for its place.
-        if (document_.IsUnattached(ns) && !IsInTree()) return ns;
+        if (document_.IsUnattached(ns) && !RootIsInTree()) return ns;
         // One declaration on the root serves the whole subtree, unless something in between or the root itself has
         // another use for the prefix.
         bool rootIsFree = !isInside && !usedFromOutside_.contains(View(ns->prefix))
@@ -80,12 +85,8 @@ private:
         return made;
     }
 
-    bool IsInTree() {
-        if (!isInTree_) {
-            const xmlNode* top = root_;
-            while (top->parent != nullptr) top = top->parent;
-            isInTree_ = IsDocument(top);
-        }
+    bool RootIsInTree() {
+        if (!isInTree_) isInTree_ = IsInTree(root_);
         return *isInTree_;
     }
 
@@ -195,8 +196,10 @@ Binding FindBinding(Document& document, xmlNode* element, const xmlChar* prefix)
 
 xmlNs* BindingForName(Document& document, xmlNode* element, std::string_view prefix) {
     if ((element->ns != nullptr) && View(element->ns->prefix) == prefix) return element->ns;
-    for (const xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next)
-        if ((attribute->ns != nullptr) && View(attribute->ns->prefix) == prefix) return attribute->ns;
+    // In the tree names mean what is in scope.
+    if (document.HasUnattachedNamespaces() && !IsInTree(element))
+        for (const xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next)
+            if ((attribute->ns != nullptr) && View(attribute->ns->prefix) == prefix) return attribute->ns;
     return FindBinding(document, element, Chars(std::string(prefix).c_str())).declaration;
 }
 

@@ -222,17 +222,39 @@ int StartLine(const xmlParserInput& input) {
     return input.line - (begin != nullptr ? static_cast<int>(std::count(begin, input.cur, '\n')) : 0);
 }
 
+// More are added without libxml2, which goes through all that are there for each.
+constexpr int MANY_ATTRIBUTES = 64;
+
+// Adds attributes as the parser hands them over: name, prefix, URI, beginning and end of the value.
+void AddAttributes(xmlNode* element, int count, const xmlChar** attributes) {
+    xmlAttr* last = nullptr;
+    for (; count > 0; --count, attributes += 5) {
+        xmlNs* ns = attributes[1] != nullptr ? xmlSearchNs(element->doc, element, attributes[1]) : nullptr;
+        const std::string value(Chars(attributes[3]), Chars(attributes[4]));
+        last = AppendAttribute(element, last, ns, attributes[0], value);
+        if (xmlIsID(element->doc, element, last) != 0) xmlAddID(nullptr, element->doc, Chars(value.c_str()), last);
+    }
+}
+
 // Gives elements the line on which they begin, and keeps lines that do not fit into the node's own field, see LineOf.
 void StartElement(void* data, const xmlChar* name, const xmlChar* prefix, const xmlChar* uri, int namespaceCount,
                   const xmlChar** namespaces, int attributeCount, int defaultedCount,
                   const xmlChar** attributes) noexcept {
-    xmlSAX2StartElementNs(data, name, prefix, uri, namespaceCount, namespaces, attributeCount, defaultedCount,
-                          attributes);
-    const auto* context = static_cast<xmlParserCtxt*>(data);
+    const bool hasMany = attributeCount > MANY_ATTRIBUTES;
+    xmlSAX2StartElementNs(data, name, prefix, uri, namespaceCount, namespaces, hasMany ? 0 : attributeCount,
+                          hasMany ? 0 : defaultedCount, attributes);
+    auto* context = static_cast<xmlParserCtxt*>(data);
     if (context->node == nullptr) return;
     const auto line = static_cast<unsigned>(StartLine(*context->input));
     context->node->line = static_cast<unsigned short>(std::min(line, MAX_NODE_LINE));
     if (line >= MAX_NODE_LINE) context->node->psvi = reinterpret_cast<void*>(static_cast<intptr_t>(line));
+    if (!hasMany) return;
+    try {
+        AddAttributes(context->node, attributeCount, attributes);
+    } catch (const std::bad_alloc&) {
+        ParseOf(context).noMemory = true;
+        xmlStopParser(context);
+    }
 }
 
 // An external parameter entity counts as read and empty, so that libxml2 knows that it could declare something.

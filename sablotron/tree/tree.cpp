@@ -1,14 +1,20 @@
 // Copies and links of libxml2 trees.
 #include "sablotron/tree/tree.h"
 
+#include "sablotron/tree/names.h"
+
 #include <libxml/dict.h>
 #include <libxml/valid.h>
 
+#include <string>
 #include <unordered_map>
 
 namespace sablot {
 
 namespace {
+
+// Names that libxml2's dictionary, whose hash table ends to grow, finds quickly. Further ones are kept outside it.
+constexpr int GOOD_DICTIONARY = 8192;
 
 struct NodeDeleter {
     void operator()(xmlNode* node) const { xmlFreeNode(node); }
@@ -80,20 +86,13 @@ private:
             copies_[declaration] = copy;
         }
         if ((from->ns != nullptr) && ((to->ns = CopyOf(from->ns, to)) == nullptr)) return false;
+        xmlAttr* last = nullptr;
         for (const xmlAttr* attribute = from->properties; attribute != nullptr; attribute = attribute->next) {
             xmlNs* ns = nullptr;
             if ((attribute->ns != nullptr) && ((ns = CopyOf(attribute->ns, to)) == nullptr)) return false;
-            xmlChar* value = xmlNodeListGetString(from->doc, attribute->children, 1);
-            bool hasText = (attribute->children != nullptr) && !View(attribute->children->content).empty();
-            xmlAttr* copy = (value != nullptr) || !hasText
-                                ? xmlNewNsProp(to, ns, attribute->name, value != nullptr ? value : Chars(""))
-                                : nullptr;
-            if ((value != nullptr) && (copy != nullptr) && attribute->atype == XML_ATTRIBUTE_ID)
-                xmlAddID(nullptr, target_, value, copy);
-            xmlFree(value);
-            if ((copy != nullptr) && hasText && !((copy->children != nullptr) && (copy->children->content != nullptr)))
-                return false;
-            if (copy == nullptr) return false;
+            const std::string value = ValueOf(AsNode(attribute));
+            last = AppendAttribute(to, last, ns, attribute->name, value);
+            if (attribute->atype == XML_ATTRIBUTE_ID) xmlAddID(nullptr, target_, Chars(value.c_str()), last);
         }
         return true;
     }
@@ -156,7 +155,36 @@ xmlNs* Declare(xmlNode* element, const xmlChar* prefix, const xmlChar* uri) {
     return xmlNewNs(element, uri, prefix);
 }
 
-xmlNode* CopySubtree(const xmlNode* node, bool deep, xmlDoc* target) { return Copier(target).Copy(node, deep); }
+xmlNode* CopySubtree(const xmlNode* node, bool deep, xmlDoc* target) {
+    try {
+        return Copier(target).Copy(node, deep);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+xmlAttr* NewBareAttribute(xmlDoc* tree, const xmlChar* name) {
+    const bool hasRoom = tree->dict == nullptr || xmlDictSize(tree->dict) < GOOD_DICTIONARY;
+    xmlAttr* attribute = xmlNewDocProp(tree, hasRoom ? name : Chars(""), nullptr);
+    if (attribute == nullptr) throw std::bad_alloc();
+    if (hasRoom) return attribute;
+    attribute->name = xmlStrdup(name);
+    if (attribute->name != nullptr) return attribute;
+    xmlFreeProp(attribute);
+    throw std::bad_alloc();
+}
+
+xmlAttr* AppendAttribute(xmlNode* element, xmlAttr* last, xmlNs* ns, const xmlChar* name, std::string_view value) {
+    xmlAttr* attribute = NewBareAttribute(element->doc, name);
+    attribute->ns = ns;
+    attribute->parent = element;
+    attribute->prev = last;
+    (last != nullptr ? last->next : element->properties) = attribute;
+    xmlNode* text = Checked(xmlNewDocTextLen(element->doc, Chars(value.data()), static_cast<int>(value.size())), value);
+    attribute->children = attribute->last = text;
+    text->parent = AsNode(attribute);
+    return attribute;
+}
 
 void LinkBefore(xmlNode* parent, xmlNode* node, xmlNode* next) {
     xmlNode* previous = next != nullptr ? next->prev : parent->last;

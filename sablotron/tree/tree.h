@@ -135,12 +135,18 @@ TreePointer CopyTree(const xmlDoc* tree);
 
 // A copy of an element, text, CDATA section, comment or processing instruction in `target`, with its attributes and
 // declarations, and with what is below it when `deep`. It keeps the names it had, declaring on itself what it needs of
-// the bindings around the original. It has no parent.
+// the bindings around the original. It has no parent. Null when memory is short.
 xmlNode* CopySubtree(const xmlNode* node, bool deep, xmlDoc* target);
 
 // The element's own declaration of the prefix (null for the default) as that URI, made when it has none; null when it
 // declares the prefix as something else or memory is short.
 xmlNs* Declare(xmlNode* element, const xmlChar* prefix, const xmlChar* uri);
+
+// An attribute of no element, without a value. Throws std::bad_alloc.
+xmlAttr* NewBareAttribute(xmlDoc* tree, const xmlChar* name);
+// Adds an attribute behind `last`, the element's last one (null when it has none); libxml2 would look for that one by
+// one. Its name is not checked. Throws std::bad_alloc.
+xmlAttr* AppendAttribute(xmlNode* element, xmlAttr* last, xmlNs* ns, const xmlChar* name, std::string_view value);
 
 // Links a node, which has no parent, before `next` in `parent` (at the end when null). Never merges text.
 void LinkBefore(xmlNode* parent, xmlNode* node, xmlNode* next);

@@ -470,5 +470,57 @@ TEST(Random, EditsKeepTreeAndNames) {
     }
 }
 
+// One list of children and one of attributes grow long and go again, edited and read at places of every kind.
+TEST(Random, LongListsAreWhatEditsMakeThem) {
+    Dom dom;
+    const SDOM_Document document = dom.Create();
+    const SDOM_Node parent = dom.Make(SDOM_createElement, document, "e");
+    std::mt19937 random(Setting("KOVA_SEED", 1));
+    std::vector<SDOM_Node> children;
+    std::vector<std::string> names;
+    int made = 0;
+    const auto below = [&random](size_t bound) {
+        return static_cast<ptrdiff_t>(random() % std::max<size_t>(bound, 1));
+    };
+    const auto nameOf = [&](ptrdiff_t i) {
+        return dom.Name(dom.Get<SDOM_Node>(SDOM_getAttributeNodeIndex, parent, static_cast<int>(i)));
+    };
+    for (int step = 0; step < 12'000 && !HasFailure(); ++step) {
+        const bool grows = below(3) < (step < 6'000 ? 2 : 1);
+        const ptrdiff_t place = below(step % 50 == 0 ? 1 : children.size());
+        if (grows) {
+            const SDOM_Node child = dom.Make(SDOM_createComment, document, "");
+            const SDOM_Node next = children.empty() || below(4) == 0 ? nullptr : children[static_cast<size_t>(place)];
+            EXPECT_EQ(SDOM_insertBefore(dom.situation, parent, child, next), SDOM_OK);
+            children.insert(next != nullptr ? children.begin() + place : children.end(), child);
+            names.push_back("a" + std::to_string(++made));
+            EXPECT_EQ(SDOM_setAttribute(dom.situation, parent, names.back().c_str(), ""), SDOM_OK);
+        } else if (!children.empty()) {
+            const SDOM_Node child = dom.Child(parent, static_cast<int>(place));
+            EXPECT_EQ(child, children[static_cast<size_t>(place)]);
+            EXPECT_EQ(SDOM_removeChild(dom.situation, parent, child), SDOM_OK);
+            children.erase(children.begin() + place);
+            EXPECT_EQ(SDOM_removeAttribute(dom.situation, parent, names[static_cast<size_t>(place)].c_str()), SDOM_OK);
+            names.erase(names.begin() + place);
+        }
+        if (children.empty()) continue;
+        std::string& name = names[static_cast<size_t>(below(names.size()))];
+        const SDOM_Node attribute = dom.Get<SDOM_Node>(SDOM_getAttributeNode, parent, name.c_str());
+        EXPECT_EQ(dom.Name(attribute), name);
+        if (step % 5 == 0) {
+            EXPECT_EQ(SDOM_setNodeName(dom.situation, attribute, (name += "b").c_str()), SDOM_OK);
+        }
+        if (step % 7 == 0) {
+            const SDOM_Node other = dom.Make(SDOM_createAttribute, document, name.c_str());
+            EXPECT_EQ(dom.Get<SDOM_Node>(SDOM_setAttributeNode, parent, other), attribute);
+        }
+        const ptrdiff_t read = below(children.size());
+        EXPECT_EQ(dom.Child(parent, static_cast<int>(read)), children[static_cast<size_t>(read)]);
+        EXPECT_EQ(nameOf(read), names[static_cast<size_t>(read)]);
+        EXPECT_EQ(dom.Count(parent), static_cast<int>(children.size()));
+    }
+    for (size_t i = 0; i < children.size(); ++i) EXPECT_EQ(nameOf(static_cast<ptrdiff_t>(i)), names[i]);
+}
+
 } // namespace
 } // namespace sablot::test
