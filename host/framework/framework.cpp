@@ -10,6 +10,8 @@ void RegisterFramework() {
     RegisterDictionary();
     RegisterSystem();
     RegisterShell();
+    RegisterRegularExpressions();
+    RegisterDates();
     RegisterFunctions(StringFunctions());
     RegisterFunctions(NumberFunctions());
     RegisterFunctions(CodingFunctions());

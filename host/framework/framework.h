@@ -31,6 +31,8 @@ void RegisterFiles();
 void RegisterDictionary();
 void RegisterSystem();
 void RegisterShell();
+void RegisterRegularExpressions();
+void RegisterDates();
 std::span<const GlobalFunction> StringFunctions();
 std::span<const GlobalFunction> NumberFunctions();
 std::span<const GlobalFunction> CodingFunctions();

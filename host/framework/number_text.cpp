@@ -1,8 +1,8 @@
 // Numbers as text and text as numbers.
 #include "host/framework/text.h"
+#include "host/framework/utf16.h"
 
 #include <unicode/unum.h>
-#include <unicode/ustring.h>
 
 #include <charconv>
 #include <cmath>
@@ -26,26 +26,6 @@ std::string IcuPattern(std::string_view pattern) {
         else
             result += pattern[i];
     }
-    return result;
-}
-
-std::u16string ToUtf16(std::string_view text) {
-    std::u16string result(text.size(), u'\0');
-    int32_t length = 0;
-    UErrorCode status = U_ZERO_ERROR;
-    u_strFromUTF8WithSub(result.data(), static_cast<int32_t>(result.size()), &length, text.data(),
-                         static_cast<int32_t>(text.size()), 0xFFFD, nullptr, &status);
-    result.resize(static_cast<size_t>(length));
-    return result;
-}
-
-std::string ToUtf8(std::u16string_view text) {
-    std::string result(text.size() * 3, '\0');
-    int32_t length = 0;
-    UErrorCode status = U_ZERO_ERROR;
-    u_strToUTF8(result.data(), static_cast<int32_t>(result.size()), &length, text.data(),
-                static_cast<int32_t>(text.size()), &status);
-    result.resize(static_cast<size_t>(length));
     return result;
 }
 

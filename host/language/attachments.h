@@ -9,9 +9,6 @@
 
 namespace host::language {
 
-// Calls a delegate with the arguments of an event, the object first.
-using DelegateCall = void (*)(Delegate& delegate, const Slot* arguments, Slot* result);
-
 // Attaches a handler: it is called after that of the object's class and those attached before.
 void AttachHandler(Object* object, const Event* event, Object* delegate, DelegateCall call);
 // Detaches the one attached last that calls the same; nothing happens when there is none.

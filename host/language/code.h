@@ -76,6 +76,7 @@ namespace host::language {
     X(ARRAY_BOUND, "rr")                                                                                               \
     X(ARRAY_POP, "rr")                                                                                                 \
     X(ARRAY_SORT, "r")                                                                                                 \
+    X(ARRAY_SORT_BY, "rr")                                                                                             \
     X(ARRAY_INDEX, "rrr")                                                                                              \
     X(ADD_INTEGER, "rrr")                                                                                              \
     X(ADD_CONSTANT, "rrk")                                                                                             \

@@ -16,6 +16,9 @@ struct Delegate : Object {
 // A class of delegates that programs do not find by name in the runtime.
 Class* DelegateClass(std::string name);
 
+// Calls what a delegate stands for; the first argument is left to it.
+using DelegateCall = void (*)(Delegate& delegate, const Slot* arguments, Slot* result);
+
 inline Delegate* AsDelegate(Object* object) { return static_cast<Delegate*>(object); }
 
 } // namespace host::language

@@ -458,6 +458,23 @@ ClassSymbol* Environment::DelegateFor(EventSymbol& event) {
     return cls.get();
 }
 
+ClassSymbol* Environment::DelegateOf(const FunctionSymbol& signature) {
+    std::string key = signature.result.Text();
+    for (const ParameterSymbol& parameter : signature.parameters) {
+        key += "," + parameter.type.Text() + std::to_string(std::bit_cast<uintptr_t>(parameter.type.cls));
+    }
+    auto& cls = delegates_[key];
+    if (cls == nullptr) {
+        cls = std::make_unique<ClassSymbol>();
+        cls->name = signature.name;
+        DefineDelegate(*cls, std::make_unique<FunctionSymbol>());
+        cls->delegate->name = signature.name;
+        cls->delegate->parameters = signature.parameters;
+        cls->delegate->result = signature.result;
+    }
+    return cls.get();
+}
+
 void Environment::DefineDelegate(ClassSymbol& cls, std::unique_ptr<FunctionSymbol> signature) {
     cls.delegate = std::move(signature);
     cls.delegate->owner = &cls;

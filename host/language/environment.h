@@ -64,6 +64,8 @@ public:
     uint32_t PlainEntry(FunctionSymbol& function);
     // The type of what can handle an event.
     ClassSymbol* DelegateFor(EventSymbol& event);
+    // The type of delegates of this signature.
+    ClassSymbol* DelegateOf(const FunctionSymbol& signature);
     // Makes the class a type of delegates.
     void DefineDelegate(ClassSymbol& cls, std::unique_ptr<FunctionSymbol> signature);
     // A variable that lives as long as the environment.
@@ -112,6 +114,7 @@ private:
     std::unordered_map<const Property*, uint32_t> propertyIndices_;
     std::unordered_map<const Event*, uint32_t> eventIndices_;
     std::unordered_map<EventSymbol*, std::unique_ptr<ClassSymbol>> eventDelegates_;
+    std::map<std::string, std::unique_ptr<ClassSymbol>> delegates_; // by signature
     std::unordered_map<ClassSymbol*, uint32_t> classIndices_;
     std::unordered_map<Class*, uint32_t> arrayIndices_;
 };

@@ -3,6 +3,7 @@
 #include "host/language/folding.h"
 #include "host/language/machine.h"
 #include "host/language/operations.h"
+#include "host/language/sorting.h"
 #include "host/runtime/array.h"
 #include "host/runtime/encoding.h"
 #include "host/runtime/number_text.h"
@@ -235,6 +236,12 @@ ARRAY_POP : {
     NEXT();
 }
     SIMPLE(ARRAY_SORT, NEED_OBJECT(A.array, "the array is Nil"); SortArray(*A.array));
+ARRAY_SORT_BY:
+    NEED_OBJECT(A.array, "the array is Nil");
+    NEED_OBJECT(B.object, "the delegate is Nil");
+    SAVE();
+    if (!SortArrayBy(*A.array, *AsDelegate(B.object), CallAttached) || isStopped_) goto failed;
+    NEXT();
     SIMPLE(ARRAY_INDEX, NEED_OBJECT(B.array, "the array is Nil"); A.integer = FindInArray(*B.array, C));
 
     SIMPLE(ADD_INTEGER, A.integer = WrappingAdd(B.integer, C.integer));

@@ -113,6 +113,7 @@ private:
     bool CheckAccess(const FunctionSymbol& function, const Span& span);
     NodePtr CheckSuperCall(const ast::Expression& member, const ast::Expression& call, Use use);
     NodePtr CheckArrayMember(NodePtr array, const ast::Expression& member, const ast::Expression* call);
+    NodePtr CheckSort(NodePtr array, std::vector<NodePtr> arguments, const Span& span, const Span& nameSpan);
     NodePtr CheckMemberCall(const ast::Expression& member, const ast::Expression* call, Use use);
     // A call of a function that extends the object's type with a method of the name; null when there is none.
     NodePtr ExtensionCall(NodePtr& object, const ast::Expression& member, const ast::Expression* call, Use use);

@@ -211,7 +211,12 @@ Value Generator::ProduceArrayCall(const Node& node, uint16_t reg) {
     case ArrayOperation::INSERT: Emit(Opcode::ARRAY_INSERT, array.reg, arguments[0].reg, arguments[1].reg); break;
     case ArrayOperation::REMOVE: Emit(Opcode::ARRAY_REMOVE, array.reg, arguments[0].reg); break;
     case ArrayOperation::UBOUND: Emit(Opcode::ARRAY_BOUND, reg, array.reg); break;
-    case ArrayOperation::SORT: Emit(Opcode::ARRAY_SORT, array.reg); break;
+    case ArrayOperation::SORT:
+        if (arguments.empty())
+            Emit(Opcode::ARRAY_SORT, array.reg);
+        else
+            Emit(Opcode::ARRAY_SORT_BY, array.reg, arguments[0].reg);
+        break;
     case ArrayOperation::INDEX_OF: Emit(Opcode::ARRAY_INDEX, reg, array.reg, arguments[0].reg); break;
     case ArrayOperation::POP:
         Emit(Opcode::ARRAY_POP, reg, array.reg);

@@ -195,6 +195,53 @@ NodePtr ExpressionChecker::ExtensionCall(NodePtr& object, const Expression& memb
                 use);
 }
 
+// Whether a function tells an order of such elements: it compares two, or gives the key of one.
+static bool TellsOrder(const FunctionSymbol& function, const ValueType& element) {
+    const size_t count = function.parameters.size();
+    bool takesElements =
+        std::all_of(function.parameters.begin(), function.parameters.end(), [&](const auto& parameter) {
+            bool isWider = element.Is(TypeKind::OBJECT) && parameter.type.Is(TypeKind::OBJECT)
+                           && element.cls->IsA(parameter.type.cls);
+            return !parameter.isByRef && (parameter.type == element || isWider);
+        });
+    if (!takesElements || function.native != nullptr) return false;
+    return count == 2 ? function.result.Is(TypeKind::INTEGER)
+                      : count == 1 && (function.result.IsNumber() || function.result.Is(TypeKind::STRING));
+}
+
+// array.Sort, array.Sort(AddressOf function)
+NodePtr ExpressionChecker::CheckSort(NodePtr array, std::vector<NodePtr> arguments, const Span& span,
+                                     const Span& nameSpan) {
+    const ValueType element = array->type.Element();
+    auto node = MakeNode(NodeKind::ARRAY_CALL, NO_TYPE, span);
+    node->arrayOperation = ArrayOperation::SORT;
+    node->left = std::move(array);
+    if (arguments.empty()) {
+        if (element.IsNumber() || element.Is(TypeKind::STRING)) return node;
+        Error(nameSpan, "only arrays of Integer, Double and String can be sorted without a function");
+        return InvalidNode(span);
+    }
+    NodePtr& order = arguments[0];
+    if (order->IsInvalid() && order->kind == NodeKind::INVALID) return InvalidNode(span);
+    const FunctionSymbol* function = nullptr;
+    bool isDelegate = order->type.Is(TypeKind::OBJECT) && order->type.cls->delegate != nullptr;
+    if (isDelegate && TellsOrder(*order->type.cls->delegate, element)) function = order->type.cls->delegate.get();
+    for (const FunctionSymbol* candidate : order->overloads) {
+        if (TellsOrder(*candidate, element)) function = candidate;
+    }
+    if (function == nullptr || arguments.size() != 1) {
+        Error(span, "Sort takes a function that compares two elements, (a As " + element.Text() + ", b As "
+                        + element.Text() + ") As Integer, or one that gives the key of an element");
+        return InvalidNode(span);
+    }
+    if (!isDelegate) {
+        order = Convert(std::move(order), {TypeKind::OBJECT, TypeKind::INVALID, environment_.DelegateOf(*function)});
+        if (order->IsInvalid()) return InvalidNode(span);
+    }
+    node->arguments.push_back(std::move(order));
+    return node;
+}
+
 NodePtr ExpressionChecker::CheckArrayMember(NodePtr array, const Expression& member, const Expression* call) {
     const Span& span = call != nullptr ? call->span : member.span;
     const ValueType element = array->type.Element();
@@ -206,15 +253,13 @@ NodePtr ExpressionChecker::CheckArrayMember(NodePtr array, const Expression& mem
         Error(member.nameSpan, "an array has no member \"" + member.name + "\"" + Suggestion(member.name, names));
         return InvalidNode(span);
     }
+    if (row->operation == ArrayOperation::SORT) {
+        return CheckSort(std::move(array), std::move(arguments), span, member.nameSpan);
+    }
     std::string_view parameters = row->parameters;
     if (arguments.size() != parameters.size()) {
         Error(span, std::string(row->name) + " takes " + Plural(parameters.size(), "argument") + ", not "
                         + std::to_string(arguments.size()));
-        return InvalidNode(span);
-    }
-    bool isSortable = element.IsNumber() || element.Is(TypeKind::STRING);
-    if (row->operation == ArrayOperation::SORT && !isSortable) {
-        Error(member.nameSpan, "only arrays of Integer, Double and String can be sorted");
         return InvalidNode(span);
     }
     ValueType result = NO_TYPE;

@@ -86,9 +86,6 @@ bool EqualVariants(Object* left, Kind leftKind, Object* right, Kind rightKind) {
     return left == right;
 }
 
-// NaN stands behind all numbers, so that sorting has an order to go by.
-bool IsBefore(double left, double right) { return left < right || (std::isnan(right) && !std::isnan(left)); }
-
 } // namespace
 
 bool DivideIntegers(int32_t left, int32_t right, int32_t& result) {
@@ -187,17 +184,6 @@ bool ResizeToBound(Array& array, int32_t bound) {
     // An array cannot be longer than that; there is no memory for it either.
     if (bound == std::numeric_limits<int32_t>::max()) bound--;
     return ArrayResize(&array, bound < 0 ? 0 : bound + 1);
-}
-
-void SortArray(Array& array) {
-    if (array.element == Kind::INTEGER || array.element == Kind::BOOLEAN) {
-        std::sort(array.Integers(), array.Integers() + array.count);
-    } else if (array.element == Kind::DOUBLE) {
-        std::sort(array.Numbers(), array.Numbers() + array.count, IsBefore);
-    } else if (array.element == Kind::STRING) {
-        std::stable_sort(array.Strings(), array.Strings() + array.count,
-                         [](const String* left, const String* right) { return StringView(left) < StringView(right); });
-    }
 }
 
 int32_t FindInArray(const Array& array, Slot value) {

@@ -37,7 +37,6 @@ bool ModuloDoubles(double left, double right, double& result);
 
 // Gives the array this last index; below 0 it becomes empty.
 bool ResizeToBound(Array& array, int32_t bound);
-void SortArray(Array& array);
 int32_t FindInArray(const Array& array, Slot value);
 // "index 3 of an array of 2"
 void RaiseOutOfBounds(int32_t index, const Array* array);
