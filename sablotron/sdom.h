@@ -225,7 +225,8 @@ SDOM_Exception SDOM_nodeToString(SablotSituation situation, SDOM_Document docume
 // ---- Queries (XPath 1.0) --------------------------------------------------------------------------------------------
 // Codes: 17 the query does not parse or uses an unbound prefix, 18 it cannot be evaluated or is no node set. *list is
 // released with SDOM_disposeNodeList; no match is an empty list. A list holds the nodes as they were found, whatever is
-// edited after it.
+// edited after it. Besides XPath's own functions there are generate-id() and format-number() of XSLT 1.0, the latter
+// with the default symbols.
 
 // Prefixes as bound on the document element; an unprefixed element name means its default namespace.
 SDOM_Exception SDOM_xql(SablotSituation situation, const char* query, SDOM_Node node, SDOM_NodeList* list);

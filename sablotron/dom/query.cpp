@@ -2,9 +2,11 @@
 #include "sablotron/dom/caches.h"
 #include "sablotron/dom/call.h"
 #include "sablotron/dom/path_evaluator.h"
+#include "sablotron/dom/xslt_functions.h"
 #include "sablotron/tree/bindings.h"
 #include "sablotron/tree/double_precision.h"
 #include "sablotron/tree/library_scope.h"
+#include "sablotron/tree/number_text.h"
 #include "sablotron/tree/stack.h"
 #include "sablotron/tree/xpath.h"
 #include "sablotron/tree/xpath_rewrite.h"
@@ -71,6 +73,8 @@ public:
         if (!context_) throw std::bad_alloc();
         context_->error = [](void*, xmlErrorPtr) {};
         xmlXPathContextSetCache(context_.get(), 1, -1, 0);
+        RegisterXsltFunctions(context_.get());
+        RegisterStringFunctions(context_.get());
     }
 
     // Null when the text does not parse. It lives until the next call.
