@@ -3,8 +3,9 @@
 # make test     runs the whole suite        make lint    checks the sources
 # make format   formats the sources         make install PREFIX=/usr/local
 # make conformance    runs public suites (fetched by npm and apt)
+# make dist     an archive that runs anywhere   make deb   a Debian package   make uninstall PREFIX=/usr/local
 .DELETE_ON_ERROR:
-.PHONY: all product demo test asan bench conformance lint format install clean configure-product configure-tests
+.PHONY: all product demo test asan bench conformance lint format install uninstall dist deb clean configure-product configure-tests
 
 PREFIX ?= /usr/local
 # Ninja tells its progress on a terminal; elsewhere only faults.
@@ -61,6 +62,16 @@ format:
 
 install: product
 	@cmake --install build/i386 --strip --prefix $(PREFIX)
+
+uninstall:
+	@packaging/uninstall $(DESTDIR)$(PREFIX)
+
+# Packages, in build/packages: an archive that runs from any folder, and one for Debian.
+dist: product
+	@packaging/build archive build/i386 build/packages
+
+deb: product
+	@packaging/build deb build/i386 build/packages
 
 clean:
 	rm -rf build

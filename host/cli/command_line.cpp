@@ -4,6 +4,8 @@
 #include "host/cli/session.h"
 #include "host/language/suggestion.h"
 
+#include <kova_version.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <vector>

@@ -6,6 +6,19 @@ install(TARGETS kova-xml LIBRARY DESTINATION ${KOVA_PRIVATE_FOLDER})
 install(PROGRAMS "${CMAKE_CURRENT_LIST_DIR}/kova.sh" DESTINATION bin RENAME kova)
 install(DIRECTORY "${CMAKE_SOURCE_DIR}/examples" "${CMAKE_SOURCE_DIR}/library" DESTINATION share/kova)
 
+# What finds the bundle, and what shells and desktops know of the command.
+configure_file("${CMAKE_SOURCE_DIR}/packaging/kova-xml.pc.in" kova-xml.pc @ONLY)
+configure_file("${CMAKE_SOURCE_DIR}/packaging/kova-xml-config.cmake.in" kova-xml-config.cmake COPYONLY)
+include(CMakePackageConfigHelpers)
+write_basic_package_version_file(kova-xml-config-version.cmake COMPATIBILITY SameMajorVersion ARCH_INDEPENDENT)
+install(FILES "${CMAKE_CURRENT_BINARY_DIR}/kova-xml.pc" DESTINATION lib/pkgconfig)
+install(FILES "${CMAKE_CURRENT_BINARY_DIR}/kova-xml-config.cmake"
+  "${CMAKE_CURRENT_BINARY_DIR}/kova-xml-config-version.cmake" DESTINATION lib/cmake/kova-xml)
+install(FILES "${CMAKE_SOURCE_DIR}/packaging/kova.bash-completion" DESTINATION share/bash-completion/completions
+  RENAME kova)
+install(FILES "${CMAKE_SOURCE_DIR}/packaging/kova.xml" DESTINATION share/mime/packages)
+install(FILES "${CMAKE_SOURCE_DIR}/packaging/text-x-kova.svg" DESTINATION share/icons/hicolor/scalable/mimetypes)
+
 # The licences of all that is installed, as NOTICE lists it.
 install(FILES "${CMAKE_SOURCE_DIR}/LICENSE" "${CMAKE_SOURCE_DIR}/NOTICE" DESTINATION share/doc/kova)
 install(FILES "${CMAKE_SOURCE_DIR}/build/expat/source/COPYING" DESTINATION share/doc/kova/licenses RENAME expat)
@@ -44,4 +57,14 @@ file(GLOB installed "${folder}/kova" "${folder}/kova-xml.so")
 foreach(file ${installed})
   file(RPATH_REMOVE FILE "${file}")
 endforeach()
+# The loader's place in the build tree, which bin/kova does not use, becomes the usual one of as many bytes.
+execute_process(COMMAND sh -ec [=[
+  interpreter=$(mktemp)
+  trap 'rm -f "$interpreter"' EXIT
+  objcopy --dump-section .interp="$interpreter" "$1"
+  size=$(stat -c %s "$interpreter")
+  printf /lib/ld-linux.so.2 >"$interpreter"
+  truncate -s "$size" "$interpreter"
+  objcopy --update-section .interp="$interpreter" "$1"]=]
+  sh "${folder}/kova" COMMAND_ERROR_IS_FATAL ANY)
 ]])

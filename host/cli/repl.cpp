@@ -5,6 +5,7 @@
 #include "host/framework/framework.h"
 
 #include <histedit.h>
+#include <kova_version.h>
 #include <unistd.h>
 
 #include <cerrno>
