@@ -238,6 +238,7 @@ struct NativeCall {
     bool hasObject;
     Kind result;
     std::string name; // for the disassembler and messages
+    std::vector<Kind> parameters;
 };
 
 // What instructions refer to by number.

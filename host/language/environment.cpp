@@ -409,8 +409,15 @@ uint32_t Environment::NativeIndex(const Method& method, bool isSetter, bool hasO
     if (!isNew) return entry->second;
     Kind result = isSetter ? Kind::NOTHING : method.signature.result.kind;
     std::string name = (method.owner != nullptr ? method.owner->name + "." : "") + method.signature.name;
-    tables.natives.push_back({isSetter ? method.setterShape : method.shape, isSetter ? method.setter : method.function,
-                              hasObject, result, std::move(name)});
+    tables.natives.push_back({isSetter ? method.setterShape : method.shape,
+                              isSetter ? method.setter : method.function,
+                              hasObject,
+                              result,
+                              std::move(name),
+                              {}});
+    for (const FormalParameter& parameter : method.signature.parameters) {
+        tables.natives.back().parameters.push_back(parameter.byRef ? Kind::NOTHING : parameter.type.kind);
+    }
     return entry->second;
 }
 

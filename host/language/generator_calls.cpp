@@ -35,6 +35,7 @@ void Generator::ByRefArgument(const Node& node, uint16_t reg, uint16_t owner) {
 
 uint16_t Generator::CallProgram(const FunctionSymbol& function, const Node* object, uint16_t objectRegister,
                                 const std::vector<NodePtr>& arguments, uint16_t result, Dispatch dispatch) {
+    const uint32_t place = offset_;
     bool hasObject = function.owner != nullptr;
     size_t count = arguments.size() + (hasObject ? 1 : 0);
     auto owners = HoldFieldOwners(function, arguments);
@@ -67,6 +68,7 @@ uint16_t Generator::CallProgram(const FunctionSymbol& function, const Node* obje
         }
     }
     for (const Value& value : passed) EndLifetime(value.lifetime);
+    offset_ = place;
     if (dispatch == Dispatch::VIRTUAL)
         Emit(Opcode::CALL_VIRTUAL, window, static_cast<uint16_t>(function.virtualSlot), function.index);
     else if (dispatch == Dispatch::DELEGATE)
@@ -83,6 +85,7 @@ uint16_t Generator::CallProgram(const FunctionSymbol& function, const Node* obje
 
 void Generator::CallNative(const FunctionSymbol& function, const Node* object, uint16_t objectRegister,
                            const std::vector<NodePtr>& arguments, uint16_t result, const EventSymbol* event) {
+    const uint32_t place = offset_;
     bool hasObject = function.owner != nullptr;
     bool isSetter = arguments.size() > function.parameters.size();
     size_t count = arguments.size() + (hasObject ? 1 : 0);
@@ -109,6 +112,7 @@ void Generator::CallNative(const FunctionSymbol& function, const Node* object, u
             ByRefArgument(*arguments[i], reg, isField ? owned[owner++].first.reg : uint16_t{0});
         }
     }
+    offset_ = place;
     if (event != nullptr)
         Emit(Opcode::RAISE_EVENT, result, window, environment_.EventIndex(event->native));
     else
@@ -121,7 +125,10 @@ void Generator::CallNative(const FunctionSymbol& function, const Node* object, u
 
 Value Generator::ProduceCall(const Node& node, uint16_t reg) {
     const FunctionSymbol& function = *node.function;
+    // A method's call is placed at its name, behind the object and the dot.
+    bool isMethod = node.kind == NodeKind::CALL && node.left != nullptr && node.left->kind != NodeKind::SELF;
     SetPlace(node.span);
+    if (isMethod) offset_ = node.left->span.offset + node.left->span.length + 1;
     bool hasResult = !node.type.Is(TypeKind::NOTHING);
     if (function.native != nullptr || node.event != nullptr) {
         CallNative(function, node.left.get(), 0, node.arguments, hasResult ? reg : NewRegister(), node.event);

@@ -73,6 +73,7 @@ Machine::Machine(Environment& environment, const RunOptions& options)
 
 Machine::~Machine() {
     raised_ = {};
+    raisedFile_ = {};
     current = outer_;
     if (stack_ != nullptr) munmap(stack_, STACK_SLOTS * sizeof(Slot));
 }
@@ -100,6 +101,8 @@ RunResult Machine::Run(const std::vector<uint32_t>& codes) {
 
 void Machine::ReleaseGlobals(RunResult& result) {
     raised_ = {};
+    raisedFile_ = {};
+    raisedText_ = {};
     {
         FailingProgram failing(isStopped_ || isFailed_);
         environment_.ReleaseGlobals();
@@ -125,7 +128,10 @@ UncaughtException Machine::Describe(Object* exception) {
     StringRef message;
     if (GetStringProperty(exception, "Message", message)) result.message = std::string(message.View());
     result.details = DetailsOf(exception);
-    if (raised_.Get() == exception) result.stack = raisedStack_;
+    if (raised_.Get() == exception) {
+        result.stack = raisedStack_;
+        result.inputLine = InputLine(exception);
+    }
     return result;
 }
 
@@ -258,6 +264,7 @@ void Machine::NoteRaised(Object* exception) {
     if (raised_.Get() == exception) return;
     raised_ = ObjectRef::Share(exception);
     raisedStack_ = StackTrace();
+    NoteInput();
     auto methods = exception->cls->FindMethods("Stack");
     if (methods.empty() || methods[0]->setter == nullptr) return;
     std::vector<std::string> lines;

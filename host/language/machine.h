@@ -6,6 +6,7 @@
 #include "host/language/environment.h"
 #include "host/language/run.h"
 #include "host/runtime/exception.h"
+#include "host/runtime/string.h"
 #include "host/runtime/watchdog.h"
 
 #include <atomic>
@@ -51,6 +52,8 @@ private:
     void ReleaseLifetimes(const Frame& frame, const Handler* handler);
     const Handler* FindHandler(const Frame& frame) const;
     void NoteRaised(Object* exception);
+    void NoteInput();
+    std::string InputLine(Object* exception) const;
     std::vector<StackEntry> StackTrace() const;
     static std::string ArgumentsOf(const Frame& frame);
     // false when the program has to stop.
@@ -75,6 +78,8 @@ private:
     std::vector<StackEntry> stopStack_;
     ObjectRef raised_; // the exception whose way was noted last
     std::vector<StackEntry> raisedStack_;
+    StringRef raisedText_; // what the native code was reading that raised it: a text, or a file
+    ObjectRef raisedFile_;
     Machine* outer_ = nullptr;
     Watchdog watchdog_; // the last: it asks a machine that stands
 };

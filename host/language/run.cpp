@@ -11,6 +11,7 @@ std::string FormatException(const UncaughtException& exception) {
     if (!exception.message.empty()) text += ": " + exception.message;
     text += '\n';
     if (!exception.details.empty()) text += "  " + exception.details + "\n";
+    text += exception.inputLine;
     if (!exception.stack.empty()) {
         const StackEntry& place = exception.stack[0];
         text += place.file + ":" + std::to_string(place.line) + ":" + std::to_string(place.column) + "\n";

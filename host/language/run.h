@@ -35,6 +35,7 @@ struct UncaughtException {
     std::string message;
     int32_t errorNumber = 0;
     std::string details;           // what else it knows: "Line 3, Node \"b\""
+    std::string inputLine;         // the place in the XML text that it speaks of, with a mark; empty when not known
     std::vector<StackEntry> stack; // where it was raised first, outermost last
 };
 

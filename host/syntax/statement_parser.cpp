@@ -339,7 +339,8 @@ bool StatementParser::Handler(Statement& statement) {
 
 bool StatementParser::CallOrAssignment(Statement& statement) {
     statement.kind = StatementKind::CALL;
-    bool startsExpression = cursor_.At(TokenKind::NAME) && !cursor_.At(Keyword::NOT) && !cursor_.At(Keyword::NEW);
+    bool startsExpression = cursor_.At(TokenKind::LEFT_PARENTHESIS)
+                            || (cursor_.At(TokenKind::NAME) && !cursor_.At(Keyword::NOT) && !cursor_.At(Keyword::NEW));
     if (!startsExpression) {
         if (!allowExpressions_ || !open_.empty()) {
             cursor_.Expected("a statement");
