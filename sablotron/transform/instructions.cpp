@@ -15,7 +15,9 @@
 #include <libxslt/transform.h>
 #include <libxslt/variables.h>
 
+#include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace sablot {
 namespace {
@@ -32,6 +34,12 @@ xmlDoc* FragmentOf(const xmlXPathObject* value) {
     if ((value == nullptr) || (value->type != XPATH_XSLT_TREE && value->type != XPATH_NODESET)) return nullptr;
     const xmlNodeSet* nodes = value->nodesetval;
     return (nodes != nullptr) && nodes->nodeNr > 0 && IsFragment(nodes->nodeTab[0]) ? nodes->nodeTab[0]->doc : nullptr;
+}
+
+// Registers a tree that the run may walk.
+bool RegisterTree(xsltTransformContext* context, const xmlDoc* tree) {
+    RunOf(context).guard.Register(tree);
+    return CheckStack(context, true);
 }
 
 // Copies of copies can be deeper than any tree before them, so each fragment is registered when it is used first. Its
@@ -211,7 +219,12 @@ void RunInstruction(xsltTransformContext* context, xmlNode* node, xmlNode* instr
     if (compiled->type == XSLT_FUNC_NUMBER
         && RunNumber(context, node, *reinterpret_cast<const xsltStylePreComp*>(compiled), compiled))
         return;
-    context->xpathCtxt->opCount = 0; // the limit is one for each instruction
+    // libxml2's limit is one for each instruction.
+    run.steps += std::exchange(context->xpathCtxt->opCount, 0);
+    if (run.steps > run.maxSteps) {
+        run.errors.Fail({.code = CODE_OTHER, .text = "The run takes too many steps"});
+        return;
+    }
     run.instructions.FunctionOf(compiled)(context, node, instruction, compiled);
     if (context->state != XSLT_STATE_STOPPED) Complete(context, compiled->type);
 }
@@ -225,8 +238,9 @@ xsltStylePreComp NewInstruction(xsltTransformFunction function) {
 }
 
 // For each element that it makes libxslt looks for namespaces in all elements around it: deep results take ages.
+constexpr int MAX_RESULT_DEPTH = 8'000;
+
 bool IsTooDeep(const xmlNode* place) {
-    constexpr int MAX_RESULT_DEPTH = 8'000;
     int depth = 0;
     for (; place != nullptr && depth <= MAX_RESULT_DEPTH; place = place->parent) ++depth;
     return depth > MAX_RESULT_DEPTH;
@@ -273,14 +287,30 @@ xmlXPathCompExpr* Instructions::NumberValue(const xsltElemPreComp* instruction) 
 
 bool CheckStack(xsltTransformContext* context, bool walks) {
     Run& run = RunOf(context);
-    if (run.guard.HasRoom(walks) && !(run.guard.HasGrown() && IsTooDeep(context->insert))) return true;
-    run.errors.Fail({.code = CODE_OTHER, .text = "the recursion is too deep"});
+    const bool hasRoom = run.guard.HasRoom(walks);
+    if (hasRoom && !(run.guard.HasGrown() && IsTooDeep(context->insert))) return true;
+    run.errors.Fail(
+        {.code = CODE_OTHER,
+         .text = hasRoom ? "The result is nested deeper than 8,000 elements" : "The recursion is too deep"});
     return false;
 }
 
-bool RegisterTree(xsltTransformContext* context, const xmlDoc* tree) {
-    RunOf(context).guard.Register(tree);
-    return CheckStack(context, true);
+bool RegisterDocument(xsltTransformContext* context, const xmlDoc* tree) {
+    ExtendLimits(context, tree);
+    return RegisterTree(context, tree);
+}
+
+void ExtendLimits(xsltTransformContext* context, const xmlDoc* tree) {
+    constexpr uint64_t INSTRUCTIONS_OF_NODE = 10'000;
+    const uint64_t stepsOfNode = maxXPathOperations / 4'000;
+    constexpr uint64_t MAX_INSTRUCTIONS = 1'000'000'000; // some minutes
+    constexpr size_t BYTES_LIKE_A_NODE = 100;
+    uint64_t size = 0;
+    for (const xmlNode* node : Walk(AsNode(tree)))
+        size += 1 + (IsElement(node) || IsDocument(node) ? 0 : View(node->content).size() / BYTES_LIKE_A_NODE);
+    context->opLimit =
+        static_cast<unsigned long>(std::min(context->opLimit + size * INSTRUCTIONS_OF_NODE, MAX_INSTRUCTIONS));
+    RunOf(context).maxSteps += size * stepsOfNode;
 }
 
 void GuardFunctions(xsltTransformContext* context) {

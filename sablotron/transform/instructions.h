@@ -32,16 +32,21 @@ struct Run {
     const Instructions& instructions;
     ErrorCollector& errors;
     MemoryGuard& memory;
-    StackGuard guard;
-    std::vector<Message> messages; // of xsl:message, to be sent when the run is over
+    StackGuard guard{};
+    std::vector<Message> messages{}; // of xsl:message, to be sent when the run is over
+    uint64_t steps = 0;              // of expressions, before the instruction at work
+    uint64_t maxSteps = 0;
 };
+
+// Lets a run that reads the tree take the more steps the larger it is.
+void ExtendLimits(xsltTransformContext* context, const xmlDoc* tree);
 
 // Ends the run with a failure when the stack could be too small for what comes next; with `walks`, for a walk of a
 // tree.
 bool CheckStack(xsltTransformContext* context, bool walks);
 
-// Registers a tree that the run may walk; false after a failure when it is too deep for that.
-bool RegisterTree(xsltTransformContext* context, const xmlDoc* tree);
+// Registers a document that the run reads; false after a failure when it is too deep to be walked.
+bool RegisterDocument(xsltTransformContext* context, const xmlDoc* tree);
 
 // Makes the extension functions of a run go through the check.
 void GuardFunctions(xsltTransformContext* context);

@@ -44,10 +44,10 @@ struct SablotProcessorRecord {
     std::map<std::string, sablot::Argument, std::less<>> arguments;
     std::map<std::string, std::string, std::less<>> results;
     std::vector<sablot::CompiledText> compiledTexts;
-    size_t maxMemory = size_t{1} << 30;            // that a run allocates: what a 32-bit process can hold
-    unsigned long maxInstructions = 1'000'000'000; // of one run: some minutes
-    int users = 0;                                 // calls at work that the caller's handlers may be running in
-    bool destroyed = false;                        // while there are users
+    size_t maxMemory = size_t{1} << 30;         // that a run allocates: what a 32-bit process can hold
+    unsigned long maxInstructions = 30'000'000; // of one run over little: some seconds
+    int users = 0;                              // calls at work that the caller's handlers may be running in
+    bool destroyed = false;                     // while there are users
 
     // The argument of that name; null when there is none or its document is gone.
     const sablot::Argument* FindArgument(std::string_view name) const;

@@ -21,6 +21,8 @@ constexpr unsigned FLAG_BITS = 15; // libxslt's flags of source nodes, at the sh
 constexpr unsigned NODE_FLAGS = FLAG_BITS << 12;
 constexpr unsigned HIGH_FLAGS = FLAG_BITS << 27; // of documents and attributes
 
+constexpr uint64_t EXPRESSIONS_OF_MANY_STEPS = 3; // that a run may evaluate, as many as one may take
+
 struct ContextDeleter {
     void operator()(xsltTransformContext* context) const { xsltFreeTransformContext(context); }
 };
@@ -114,7 +116,7 @@ private:
         if (!CheckEncoding(*stylesheet, encoding)) return false;
         Sandbox sandbox(processor_, errors_);
         sandbox.SetStylesheet(*style, Chars(stylesheet->Get()->doc->URL));
-        sandbox.SetDocumentCheck(RegisterTree);
+        sandbox.SetDocumentCheck(RegisterDocument);
         if (input->isTree && !stylesheet->StripsSpace()) {
             Document& document = **input->document;
             const BorrowedTree borrowed(document.Tree(), UriOf(*document.Tree(), inputUri));
@@ -159,13 +161,17 @@ private:
             errors_.Fail({.code = CODE_OTHER, .text = "The run takes too much memory"}); // which stops instructions
             context->xpathCtxt->opLimit = context->xpathCtxt->opCount = 1;               // and expressions
         });
-        sablot::Run run{stylesheet.GetInstructions(), errors_, memory, {}, {}};
+        sablot::Run run{.instructions = stylesheet.GetInstructions(),
+                        .errors = errors_,
+                        .memory = memory,
+                        .maxSteps = EXPRESSIONS_OF_MANY_STEPS * uint64_t{maxXPathOperations}};
         run.guard.Register(source);
         context->_private = &run;
         context->opLimit = processor_->maxInstructions;
         context->maxTemplateDepth = INT_MAX; // the stack decides
         context->maxTemplateVars = INT_MAX;
         context->xpathCtxt->opLimit = maxXPathOperations;
+        ExtendLimits(context.get(), source);
         xsltSetCtxtSecurityPrefs(ReadOnlyPreferences(), context.get());
         GuardFunctions(context.get());
         errors_.SetRun(context.get());

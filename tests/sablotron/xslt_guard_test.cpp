@@ -281,6 +281,9 @@ TEST_F(Guards, ExpressionsThatMultiplyEnd) {
     source += "</a>";
     sablot::maxXPathOperations = 100'000;
     EXPECT_EQ(Transform(Template("<xsl:value-of select='count(//b[count(//b[count(//b) > 0]) > 0])'/>"), source), 1);
+    EXPECT_EQ(
+        Transform(Template("<xsl:for-each select='//b'><xsl:if test='//b[count(//b) = 0]'/></xsl:for-each>"), source),
+        1);
 }
 
 } // namespace
