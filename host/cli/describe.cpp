@@ -1,4 +1,6 @@
-// `kova describe`: the classes, modules and functions that programs find, from the records of their registration.
+// `kova describe`: the classes, modules and functions that programs find, from the records of their registration, with
+// what the class reference says about them.
+#include "host/cli/reference.h"
 #include "host/cli/session.h"
 #include "host/cli/terminal.h"
 #include "host/language/suggestion.h"
@@ -17,63 +19,132 @@ namespace {
 // A text in the weight of a heading, on a terminal.
 std::string Heading(const std::string& text) { return UsesColor(stdout) ? "\033[1m" + text + "\033[0m" : text; }
 
-void PrintSection(const char* title, const std::vector<std::string>& lines) {
-    if (lines.empty()) return;
-    std::printf("\n%s\n", Heading(title).c_str());
-    for (const std::string& line : lines) std::printf("  %s\n", line.c_str());
+// A member as it is listed. Its text stands under `signature`.
+struct Item {
+    std::string name;
+    std::string signature;
+    std::string note;
+};
+
+struct Group {
+    const char* title;
+    std::vector<Item> items;
+};
+
+// What a class or module shows, with the pages that describe it: its own first, then those of its superclasses.
+struct Description {
+    std::string kind;
+    std::vector<std::string> pages;
+    std::vector<Group> groups;
+
+    std::string_view TextOf(const Item& item) const {
+        for (const std::string& page : pages) {
+            if (std::string_view text = reference::MemberText(page, item.signature); !text.empty()) return text;
+        }
+        return {};
+    }
+
+    // The text that stands after an item: overloads that share one are followed by it once.
+    std::string_view TextAfter(const Group& group, size_t index) const {
+        const std::string_view text = TextOf(group.items[index]);
+        const bool isShared = index + 1 < group.items.size() && TextOf(group.items[index + 1]).data() == text.data();
+        return isShared ? std::string_view() : text;
+    }
+};
+
+Item ItemOf(const Property& property) {
+    const char* note = property.write == Access::NONE  ? " (read-only)"
+                       : property.read == Access::NONE ? " (write-only)"
+                                                       : "";
+    return {property.name, property.name + " As " + property.type.Text(), note};
 }
 
-std::string Describe(const Property& property) {
-    std::string text = property.name + " As " + property.type.Text();
-    if (property.write == Access::NONE) text += "  (read-only)";
-    if (property.read == Access::NONE) text += "  (write-only)";
-    return text;
+Item ItemOf(const Method& method) {
+    return {method.signature.name, method.signature.Text(), method.setter != nullptr ? " (can be assigned to)" : ""};
 }
 
-std::string Describe(const Method& method) {
-    return method.signature.Text() + (method.setter != nullptr ? "  (can be assigned to)" : "");
-}
+Item ItemOf(const Event& event) { return {event.signature.name, event.signature.Text(), ""}; }
 
-std::vector<std::string> Describe(const std::vector<Constant>& constants) {
-    std::vector<std::string> lines;
-    lines.reserve(constants.size());
-    for (const Constant& constant : constants) lines.push_back(constant.name + " = " + FormatConstant(constant.value));
-    return lines;
+Item ItemOf(const Constant& constant) {
+    return {constant.name, constant.name + " = " + FormatConstant(constant.value), ""};
 }
 
 template <typename Members>
-std::vector<std::string> Describe(const Members& members) {
-    std::vector<std::string> lines;
-    lines.reserve(members.size());
-    for (const auto& member : members) lines.push_back(Describe(*member));
-    return lines;
+Group GroupOf(const char* title, const Members& members) {
+    Group group{title, {}};
+    for (const auto& member : members) {
+        if constexpr (requires { *member; })
+            group.items.push_back(ItemOf(*member));
+        else
+            group.items.push_back(ItemOf(member));
+    }
+    return group;
 }
 
-void PrintClass(const Class& cls) {
-    std::printf("%s\n", Heading("Class " + cls.name).c_str());
-    if (cls.super != nullptr) std::printf("  Inherits %s\n", cls.super->name.c_str());
-    std::vector<std::string> constructors;
-    std::vector<std::string> methods;
-    for (const auto& method : cls.methods)
-        (method->IsConstructor() ? constructors : methods).push_back(Describe(*method));
-    std::vector<std::string> events;
-    for (const auto& event : cls.events) events.push_back(event->signature.Text());
-    PrintSection("Constructors", constructors);
-    PrintSection("Properties", Describe(cls.properties));
-    PrintSection("Methods", methods);
-    PrintSection("Events", events);
-    PrintSection("Constants", Describe(cls.constants));
-    std::vector<std::string> subclasses;
-    for (const Class* other : AllClasses())
-        if (other->super == &cls) subclasses.push_back(other->name);
-    PrintSection("Subclasses", subclasses);
+Description DescriptionOf(const Class& cls) {
+    std::vector<const Method*> constructors;
+    std::vector<const Method*> methods;
+    for (const auto& method : cls.methods) (method->IsConstructor() ? constructors : methods).push_back(method.get());
+    Description description{"Class", {}, {}};
+    for (const Class* page = &cls; page != nullptr; page = page->super) description.pages.push_back(page->name);
+    description.groups = {GroupOf("Constructors", constructors), GroupOf("Properties", cls.properties),
+                          GroupOf("Methods", methods), GroupOf("Events", cls.events),
+                          GroupOf("Constants", cls.constants)};
+    return description;
 }
 
-void PrintModule(const Module& module) {
-    std::printf("%s\n", Heading("Module " + module.name).c_str());
-    PrintSection("Properties", Describe(module.properties));
-    PrintSection("Functions", Describe(module.functions));
-    PrintSection("Constants", Describe(module.constants));
+Description DescriptionOf(const Module& module) {
+    const bool isGlobal = module.name.empty();
+    return {"Module",
+            {isGlobal ? std::string(reference::FUNCTIONS_PAGE) : module.name},
+            {GroupOf("Properties", module.properties), GroupOf("Functions", module.functions),
+             GroupOf("Constants", module.constants)}};
+}
+
+void PrintText(std::string_view text, size_t indent) { std::fputs(reference::Filled(text, indent).c_str(), stdout); }
+
+// Each member with the first sentence about it.
+void PrintGroup(const Description& description, const Group& group) {
+    if (group.items.empty()) return;
+    std::printf("\n%s\n", Heading(group.title).c_str());
+    for (size_t i = 0; i < group.items.size(); ++i) {
+        const Item& item = group.items[i];
+        std::printf("  %s%s\n", item.signature.c_str(), item.note.c_str());
+        PrintText(reference::FirstSentence(description.TextAfter(group, i)), 6);
+    }
+}
+
+void PrintDescription(const Description& description, const Class* super, const std::vector<const Class*>& subclasses) {
+    const std::string& page = description.pages.front();
+    std::printf("%s\n", Heading(description.kind + " " + page).c_str());
+    if (super != nullptr) std::printf("  Inherits %s\n", super->name.c_str());
+    if (const std::string_view text = reference::Introduction(page); !text.empty()) {
+        std::putchar('\n');
+        PrintText(text, 0);
+    }
+    for (const Group& group : description.groups) PrintGroup(description, group);
+    if (const std::string_view text = reference::Section(page, "What surprises"); !text.empty()) {
+        std::printf("\n%s\n", Heading("What surprises").c_str());
+        PrintText(text, 2);
+    }
+    if (subclasses.empty()) return;
+    std::printf("\n%s\n", Heading("Subclasses").c_str());
+    for (const Class* subclass : subclasses) std::printf("  %s\n", subclass->name.c_str());
+}
+
+// The members of a name with their whole text; false when there are none.
+bool PrintMembers(const Description& description, std::string_view name) {
+    bool isFound = false;
+    for (const Group& group : description.groups) {
+        for (size_t i = 0; i < group.items.size(); ++i) {
+            const Item& item = group.items[i];
+            if (!SameName(item.name, name)) continue;
+            std::printf("%s%s\n", Heading(item.signature).c_str(), item.note.c_str());
+            PrintText(description.TextAfter(group, i), 2);
+            isFound = true;
+        }
+    }
+    return isFound;
 }
 
 // A class without super and members serves the plug-in alone: programs can do nothing with it.
@@ -82,27 +153,54 @@ bool IsForPrograms(const Class& cls) {
            || !cls.constants.empty();
 }
 
+void PrintNames(const char* title, const std::vector<std::string>& names) {
+    std::printf("%s\n", Heading(title).c_str());
+    for (const std::string& name : names)
+        std::printf("  %-26s%s\n", name.c_str(), reference::FirstSentence(reference::Introduction(name)).c_str());
+    std::putchar('\n');
+}
+
 void PrintCatalogue() {
     std::vector<std::string> classes;
     for (const Class* cls : AllClasses())
-        if (IsForPrograms(*cls))
-            classes.push_back(cls->name + (cls->super != nullptr ? "  (" + cls->super->name + ")" : ""));
+        if (IsForPrograms(*cls)) classes.push_back(cls->name);
     std::vector<std::string> modules;
     for (const Module* module : AllModules())
         if (!module->name.empty()) modules.push_back(module->name);
-    std::printf("%s\n", Heading("Classes").c_str());
-    for (const std::string& line : classes) std::printf("  %s\n", line.c_str());
-    PrintSection("Modules", modules);
-    if (const Module* globals = FindModule("")) PrintSection("Functions", Describe(globals->functions));
+    PrintNames("Classes", classes);
+    PrintNames("Modules", modules);
+    const Module* globals = FindModule("");
+    std::printf("%s\n", Heading("Functions").c_str());
+    if (globals == nullptr) return;
+    for (const auto& function : globals->functions) std::printf("  %s\n", function->signature.Text().c_str());
+}
+
+// "Class.Member", "Module.Member" or a function.
+bool PrintMember(std::string_view name) {
+    const size_t dot = name.find('.');
+    const std::string owner(dot == std::string_view::npos ? "" : name.substr(0, dot));
+    const std::string_view member = name.substr(dot == std::string_view::npos ? 0 : dot + 1);
+    bool isFound = false;
+    for (const Module* module : AllModules())
+        if (SameName(module->name, owner)) isFound = PrintMembers(DescriptionOf(*module), member);
+    if (isFound) return true;
+    for (const Class* cls = FindClass(owner); cls != nullptr; cls = cls->super)
+        if (PrintMembers(DescriptionOf(*cls), member)) return true;
+    return false;
 }
 
 int ReportUnknown(const std::string& name) {
     std::vector<std::string> names;
-    for (const Class* cls : AllClasses()) names.push_back(cls->name);
+    for (const Class* cls : AllClasses()) {
+        names.push_back(cls->name);
+        if (!SameName(cls->name, name.substr(0, name.find('.')))) continue;
+        for (const Group& group : DescriptionOf(*cls).groups)
+            for (const Item& item : group.items) names.push_back(cls->name + "." + item.name);
+    }
     for (const Module* module : AllModules()) names.push_back(module->name);
     if (const Module* globals = FindModule(""))
         for (const auto& function : globals->functions) names.push_back(function->signature.name);
-    std::fprintf(stderr, "kova: there is no class, module or function \"%s\"%s\n", name.c_str(),
+    std::fprintf(stderr, "kova: there is no class, module, function or member \"%s\"%s\n", name.c_str(),
                  language::Suggestion(name, names).c_str());
     return EXIT_FAILED;
 }
@@ -118,14 +216,14 @@ int DescribeName(const std::string& name) {
     if (name.empty()) {
         PrintCatalogue();
     } else if (const Class* cls = FindClass(name)) {
-        PrintClass(*cls);
-    } else if (const Module* module = FindModule(name)) {
-        PrintModule(*module);
-    } else {
-        const Module* globals = FindModule("");
-        std::vector<Method*> functions = globals != nullptr ? globals->FindFunctions(name) : std::vector<Method*>();
-        if (functions.empty()) return ReportUnknown(name);
-        for (const Method* function : functions) std::printf("%s\n", Describe(*function).c_str());
+        std::vector<const Class*> subclasses;
+        for (const Class* other : AllClasses())
+            if (other->super == cls) subclasses.push_back(other);
+        PrintDescription(DescriptionOf(*cls), cls->super, subclasses);
+    } else if (const Module* module = FindModule(SameName(name, reference::FUNCTIONS_PAGE) ? "" : name)) {
+        PrintDescription(DescriptionOf(*module), nullptr, {});
+    } else if (!PrintMember(name)) {
+        return ReportUnknown(name);
     }
     return EXIT_OK;
 }

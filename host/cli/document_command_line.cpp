@@ -27,9 +27,10 @@ std::vector<std::pair<std::string, std::string>> SplitPairs(const char* option, 
 
 void AddDescribe(CLI::App& app, CommandLine& line) {
     CLI::App& command =
-        AddCommand(app, {"describe", "[OPTIONS] [NAME]", "Show a class, module or function, or list them all",
+        AddCommand(app, {"describe", "[OPTIONS] [NAME]", "Explain a class, member or function, or list them all",
                          "  kova describe\n"
                          "  kova describe XmlNode\n"
+                         "  kova describe XmlNode.Xql\n"
                          "  kova describe InStr\n"});
     auto name = std::make_shared<std::string>();
     command.add_option("NAME", *name, "A class, module or function");
