@@ -78,6 +78,7 @@ struct FormatCommandOptions {
     int indent = 2;
     bool canonical = false;
     bool inPlace = false;
+    bool check = false; // tell which files would change
 };
 
 struct Edit {

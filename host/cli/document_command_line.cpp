@@ -118,22 +118,26 @@ void AddTransform(CLI::App& app, CommandLine& line) {
 }
 
 void AddFormat(CLI::App& app, CommandLine& line) {
-    CLI::App& command =
-        AddCommand(app, {"format", "[OPTIONS] [FILE...]", "Indent XML files, or print their canonical form",
-                         "  kova format books.xml\n"
-                         "  kova format --in-place --indent 4 *.xml\n"
-                         "  kova format --canonical books.xml | sha256sum\n"
-                         "\n"
-                         "White space is changed only where it means nothing: elements that hold text stay as\n"
-                         "they are, and so does what has xml:space=\"preserve\".\n"});
+    CLI::App& command = AddCommand(
+        app, {"format", "[OPTIONS] [FILE...]", "Indent XML files, or print their canonical form; lay out programs",
+              "  kova format books.xml\n"
+              "  kova format --in-place --indent 4 *.xml\n"
+              "  kova format --canonical books.xml | sha256sum\n"
+              "  kova format --check *.kova\n"
+              "\n"
+              "White space is changed only where it means nothing: elements that hold text stay as\n"
+              "they are, and so does what has xml:space=\"preserve\".\n"});
     auto format = std::make_shared<FormatCommandOptions>();
-    command.add_option("FILE", format->files, "XML files; - or none for standard input");
+    command.add_option("FILE", format->files,
+                       "XML files, or programs named *.kova; - or none for XML from standard input");
     CLI::Option* indent = command.add_option("--indent", format->indent, "Blanks for each level")
                               ->type_name("N")
                               ->capture_default_str()
                               ->check(CLI::Range(0, 64));
     command.add_flag("--canonical", format->canonical, "Canonical XML 1.0, with comments")->excludes(indent);
     command.add_flag("-i,--in-place", format->inPlace, "Rewrite the files, each whole or not at all");
+    command.add_flag("--check", format->check, "Only tell which files would change; exit code 1 if any would")
+        ->excludes("--in-place");
     command.callback([=, &line] { line.action = [=] { return Format(*format); }; });
 }
 
