@@ -31,7 +31,6 @@ struct Class {
     int32_t dataOffset = 0;            // of this class's data, counted from the object's address
     int32_t objectSize = 0;            // of the whole object
     uint32_t depth = 0;                // number of superclasses
-    uint32_t flags = 0;                // as in the record
     void* nativeConstructor = nullptr; // void(object)
     void* nativeDestructor = nullptr;
     ClassHook constructor = nullptr; // of a program class; called with this class

@@ -153,7 +153,6 @@ Class* RegisterClass(ClassDefinition& record) {
         auto cls = std::make_unique<Class>();
         cls->name = name;
         LayOut(*cls, super, record.dataSize);
-        cls->flags = record.flags;
         cls->nativeConstructor = record.constructor;
         cls->nativeDestructor = record.destructor;
         BuildMembers(*cls, record);
