@@ -3,7 +3,21 @@
 
 #include "glue/strings.h"
 
+#include <cstdlib>
+#include <memory>
+
 namespace kova {
+
+namespace {
+
+// Memory that the host gets to make an exception with when there is no other left.
+struct Reserve {
+    static constexpr size_t SIZE = 64 * 1024;
+    std::unique_ptr<void, decltype(&std::free)> memory{std::malloc(SIZE), std::free};
+};
+Reserve reserve;
+
+} // namespace
 
 KOVAObject NewException(const ClassDefinition& record, int32_t errorNumber) {
     KOVAObject exception = PluginNewInstance(record.name);
@@ -21,10 +35,12 @@ void SetExceptionMessage(KOVAObject exception, const ClassDefinition& record, KO
 void RaiseNilObjectException() { RuntimeRaiseException(PluginNewInstance("NilObjectException")); }
 
 void RaiseOutOfMemoryException() {
+    reserve.memory.reset();
     const KOVAObject exception = PluginNewInstance("OutOfMemoryException");
     const OwnedString message(BuildUTF8String("There is not enough memory."));
     KOVASetPropValueString(exception, "Message", message.Get());
     RuntimeRaiseException(exception);
+    reserve = Reserve(); // as soon as there is memory again
 }
 
 } // namespace kova

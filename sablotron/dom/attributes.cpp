@@ -56,9 +56,7 @@ xmlAttr* NewAttribute(Document& document, xmlNs* ns, const char* name, std::stri
 }
 
 xmlNs* NewDeclaration(const xmlChar* prefix, std::string_view uri) {
-    xmlNs* declaration = xmlNewNs(nullptr, Chars(std::string(uri).c_str()), prefix);
-    if (declaration == nullptr) throw std::bad_alloc();
-    return declaration;
+    return NewNamespace(prefix, Chars(std::string(uri).c_str()));
 }
 
 void SetDeclaredUri(xmlNs* declaration, std::string_view uri) {
@@ -142,10 +140,10 @@ NodeHandle* HandleOn(Document& document, xmlNode* element, xmlNode* found) {
 }
 
 void Attach(Document& document, xmlNode* element, xmlAttr* attribute, xmlAttr* next) {
-    document.RemoveDetached(document.HandleOf(attribute));
     Caches& caches = CachesOf(document);
     SiblingIndexes& list = caches.attributes.Attributes();
     xmlAttr* previous = next != nullptr ? next->prev : AsAttribute(list.Last(element, AsNode(element->properties)));
+    document.RemoveDetached(document.HandleOf(attribute));
     list.Inserting(element, AsNode(attribute), AsNode(next));
     (previous != nullptr ? previous->next : element->properties) = attribute;
     if (next != nullptr) next->prev = attribute;
@@ -158,18 +156,20 @@ void Attach(Document& document, xmlNode* element, xmlAttr* attribute, xmlAttr* n
 }
 
 NodeHandle* Detach(Document& document, xmlAttr* attribute) {
-    RemoveIdIfAny(attribute);
     Caches& caches = CachesOf(document);
+    xmlNs* ns =
+        attribute->ns != nullptr ? document.UnattachedNamespace(attribute->ns->prefix, attribute->ns->href) : nullptr;
+    NodeHandle* handle = AdoptDetached(document, attribute);
+    RemoveIdIfAny(attribute);
+    attribute->ns = ns;
     caches.attributes.Attributes().Removing(attribute->parent, AsNode(attribute));
     caches.attributeNames.Removing(attribute->parent, attribute);
     (attribute->prev != nullptr ? attribute->prev->next : attribute->parent->properties) = attribute->next;
     if (attribute->next != nullptr) attribute->next->prev = attribute->prev;
     attribute->parent = nullptr;
     attribute->prev = attribute->next = nullptr;
-    if (attribute->ns != nullptr)
-        attribute->ns = document.UnattachedNamespace(attribute->ns->prefix, attribute->ns->href);
     document.Touch();
-    return AdoptDetached(document, attribute);
+    return handle;
 }
 
 void Attach(Document& document, xmlNode* element, xmlNs* declaration, const xmlNs* next) {
@@ -185,12 +185,12 @@ void Attach(Document& document, xmlNode* element, xmlNs* declaration, const xmlN
 
 NodeHandle* Detach(Document& document, xmlNode* element, xmlNs* declaration) {
     NodeHandle* handle = document.HandleOf(declaration, element);
+    document.AddDetached(handle);
     xmlNs** place = &element->nsDef;
     while (*place != declaration) place = &(*place)->next;
     *place = declaration->next;
     declaration->next = nullptr;
     SetKept(declaration, nullptr);
-    document.AddDetached(handle);
     document.Touch();
     return handle;
 }

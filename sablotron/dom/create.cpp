@@ -14,7 +14,9 @@ namespace {
 template <typename Body>
 SDOM_Exception Create(SablotSituation situation, SDOM_Document document, SDOM_Node* node, Body body) {
     *node = nullptr;
-    return CallOnDocument(situation, document, [&](Document& found) { return body(found); });
+    const SDOM_Exception code = CallOnDocument(situation, document, [&](Document& found) { return body(found); });
+    if (code != SDOM_OK) *node = nullptr;
+    return code;
 }
 
 xmlNode* NewElement(Document& document, const char* name) {
@@ -145,10 +147,13 @@ SDOM_Exception SDOM_createProcessingInstruction(SablotSituation situation, SDOM_
         *instruction = nullptr;
         return CallOnDocument(situation, document, [](Document&) { return SDOM_INVALID_CHARACTER_ERR; });
     }
-    return CreateText(situation, document, instruction, data, IsInstructionData,
-                      [&](xmlDoc* tree, const xmlChar* text, int) {
-                          return xmlNewDocPI(tree, Chars(target), Chars(AsInstructionData(Chars(text)).c_str()));
-                      });
+    return CreateText(
+        situation, document, instruction, data, IsInstructionData, [&](xmlDoc* tree, const xmlChar* text, int) {
+            xmlNode* made = xmlNewDocPI(tree, Chars(target), Chars(AsInstructionData(Chars(text)).c_str()));
+            if (made == nullptr || made->name != nullptr) return made;
+            xmlFreeNode(made);
+            throw std::bad_alloc();
+        });
 }
 
 } // extern "C"

@@ -41,8 +41,8 @@ SDOM_Exception CheckChild(const SDOM_Node parent, const SDOM_Node child, const x
 }
 
 // Takes a node out of its parent for good or for a moment.
-void TakeOut(Document& document, xmlNode* node) {
-    CachesOf(document).children.Removing(node->parent, node);
+void TakeOut(Document& document, Caches& caches, xmlNode* node) {
+    caches.children.Removing(node->parent, node);
     Unlink(node);
     document.Touch();
 }
@@ -61,26 +61,28 @@ void KeepScope(Document& document, xmlNode* element) {
 void Detach(Document& document, xmlNode* node) {
     const bool isElement = IsElement(node);
     const bool fromElement = IsElement(node->parent);
+    Caches& caches = CachesOf(document);
     if (isElement) KeepScope(document, node);
     AdoptDetached(document, node);
-    TakeOut(document, node);
+    TakeOut(document, caches, node);
     if (!isElement) return;
     FixUpNamespaces(document, node);
-    if (fromElement) CachesOf(document).attributes.Scope().StillHolds(document);
+    if (fromElement) caches.attributes.Scope().StillHolds(document);
 }
 
 // Puts a node that may stand here before `next`, out of where it was.
 void Place(SDOM_Node child, xmlNode* parent, xmlNode* next) {
     Document& document = *child->document;
+    Caches& caches = CachesOf(document);
     xmlNode* node = child->node;
     const bool wasDetached = child->IsDetached();
     if (wasDetached) {
         document.RemoveDetached(child);
         if (IsElement(node)) DropKeptBindings(document, node);
     } else {
-        TakeOut(document, node);
+        TakeOut(document, caches, node);
     }
-    CachesOf(document).children.Inserting(parent, node, next);
+    caches.children.Inserting(parent, node, next);
     LinkBefore(parent, node, next);
     // A tree of its own declares all it needs, unless names of it were made before they had a place.
     if (!wasDetached || document.HasUnattachedNamespaces()) FixUpNamespaces(document, node);

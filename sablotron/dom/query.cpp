@@ -71,7 +71,8 @@ class QueryEngine {
 public:
     QueryEngine() : context_(xmlXPathNewContext(nullptr)) {
         if (!context_) throw std::bad_alloc();
-        context_->error = [](void*, xmlErrorPtr) {};
+        context_->error = OnError;
+        context_->userData = &noMemory_;
         xmlXPathContextSetCache(context_.get(), 1, -1, 0);
         RegisterXsltFunctions(context_.get());
         RegisterStringFunctions(context_.get());
@@ -88,13 +89,15 @@ public:
         const std::string rewritten =
             defaultPrefix.empty() ? std::string(text) : QualifyElementNames(text, defaultPrefix);
         Query query;
-        const ErrorScope silence({.structured = nullptr, .generic = DropGeneric}); // the context has a handler
+        const ErrorScope errors({.data = &noMemory_, .structured = OnError, .generic = DropGeneric});
         Reset(0);
         query.expression.reset(xmlXPathCtxtCompile(context_.get(), Chars(rewritten.c_str())));
+        if (noMemory_) throw std::bad_alloc();
         if (!query.expression || !IsClosed(text)) return nullptr;
         for (const std::string_view prefix : PrefixesOf(text)) query.prefixes.emplace_back(prefix);
         query.paths = ParsePaths(rewritten);
         if (query.paths && !CompilePredicates(*query.paths)) query.paths.reset();
+        if (noMemory_) throw std::bad_alloc();
         if (queries_.size() == MAX_COMPILED) {
             index_.erase(queries_.back().first);
             queries_.pop_back();
@@ -107,7 +110,7 @@ public:
     // The nodes of a query, from a node of the tree of `root`; nothing when it fails. Declarations among
     // them are copies that live until the next call.
     std::optional<Nodes> Evaluate(const Query& query, xmlDoc* root, xmlNode* node, const Bindings& bindings) {
-        const ErrorScope silence({.structured = nullptr, .generic = DropGeneric}); // the context has a handler
+        const ErrorScope errors({.data = &noMemory_, .structured = OnError, .generic = DropGeneric});
         // An expression nested deeper than what is left of the stack fails, as one beyond libxml2's limit does.
         const size_t remaining = RemainingStack() / DEPTH_BYTES;
         Reset(MAX_DEPTH - static_cast<int>(std::min(remaining, static_cast<size_t>(MAX_DEPTH))));
@@ -128,12 +131,19 @@ public:
                 result = nodes != nullptr ? Nodes(nodes->nodeTab, nodes->nodeTab + nodes->nodeNr) : Nodes();
             }
         }
+        const bool noMemory = noMemory_; // then nodes may be missing
         Reset(0);
+        if (noMemory) throw std::bad_alloc();
         return result;
     }
 
 private:
+    static void OnError(void* noMemory, xmlErrorPtr error) {
+        if (error->code == XML_ERR_NO_MEMORY) *static_cast<bool*>(noMemory) = true;
+    }
+
     void Reset(int depth) {
+        noMemory_ = false;
         context_->doc = nullptr;
         context_->node = nullptr;
         context_->namespaces = nullptr;
@@ -168,7 +178,8 @@ private:
 
     using Entry = std::pair<std::string, Query>;
     XPathPointer<xmlXPathContext> context_;
-    ObjectPointer value_; // owns the copies of declarations in the latest result
+    bool noMemory_ = false; // since the last Reset
+    ObjectPointer value_;   // owns the copies of declarations in the latest result
     std::list<Entry> queries_;
     std::unordered_map<std::string, std::list<Entry>::iterator> index_;
 };

@@ -28,13 +28,15 @@ SDOM_Exception RenameElement(Document& document, xmlNode* element, std::string_v
     QName name(newName);
     if (!name.isValid) return SDOM_INVALID_CHARACTER_ERR;
     if (name.prefix == "xmlns") return SDOM_NAMESPACE_ERR;
-    if (NameOf(element).prefix != name.prefix) {
-        xmlNs* ns = BindingAt(document, element, name.prefix);
-        if (!name.prefix.empty() && (ns == nullptr)) return SDOM_NAMESPACE_ERR;
-        element->ns = (ns != nullptr) && !View(ns->href).empty() ? ns : nullptr;
-        element->extra &= static_cast<unsigned short>(~ADOPTS_DEFAULT);
+    if (NameOf(element).prefix == name.prefix) {
+        SetName(element, name.localName.data());
+        return SDOM_OK;
     }
-    xmlNodeSetName(element, Chars(name.localName.data()));
+    xmlNs* ns = BindingAt(document, element, name.prefix);
+    if (!name.prefix.empty() && (ns == nullptr)) return SDOM_NAMESPACE_ERR;
+    SetName(element, name.localName.data());
+    element->ns = (ns != nullptr) && !View(ns->href).empty() ? ns : nullptr;
+    element->extra &= static_cast<unsigned short>(~ADOPTS_DEFAULT);
     return SDOM_OK;
 }
 
@@ -56,12 +58,17 @@ SDOM_Exception RenameAttribute(Document& document, xmlAttr* attribute, std::stri
         if (other == nullptr) other = FindAttribute(document, attribute->parent, newName);
         if ((other != nullptr) && other != attribute) return SDOM_NAMESPACE_ERR;
     }
-    RemoveIdIfAny(attribute);
-    attribute->ns = ns;
     AttributeNames& names = CachesOf(document).attributeNames;
     if (attribute->parent != nullptr) names.Removing(attribute->parent, attribute);
-    xmlNodeSetName(node, Chars(name.localName.data()));
+    try {
+        SetName(node, name.localName.data());
+    } catch (const std::bad_alloc&) {
+        if (attribute->parent != nullptr) names.Added(attribute->parent, attribute);
+        throw;
+    }
     if (attribute->parent != nullptr) names.Added(attribute->parent, attribute);
+    RemoveIdIfAny(attribute);
+    attribute->ns = ns;
     AddIdIfAny(attribute);
     return SDOM_OK;
 }
@@ -106,9 +113,7 @@ SDOM_Exception SetDeclarationValue(SDOM_Node handle, std::string_view uri) {
 
 SDOM_Exception SetContent(xmlNode* node, bool isAllowed, const char* text) {
     if (!isAllowed) return SDOM_INVALID_CHARACTER_ERR;
-    xmlNodeSetContent(node, Chars(text));
-    if (*text != '\0' && (node->content == nullptr)) throw std::bad_alloc();
-    node->psvi = nullptr; // the line of the text that it was
+    SetText(node, text);
     return SDOM_OK;
 }
 
@@ -130,7 +135,7 @@ SDOM_Exception SDOM_setNodeName(SablotSituation situation, SDOM_Node node, const
         case XML_NAMESPACE_DECL: return RenameDeclaration(document, node, Argument(name));
         case XML_PI_NODE:
             if (!IsInstructionTarget(Argument(name))) return SDOM_INVALID_CHARACTER_ERR;
-            xmlNodeSetName(found, Chars(name));
+            SetName(found, name);
             return SDOM_OK;
         default: return SDOM_NO_MODIFICATION_ALLOWED_ERR;
         }

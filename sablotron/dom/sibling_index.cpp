@@ -96,32 +96,30 @@ void SiblingIndex::SetBlockOfNodes(Block& block) {
 }
 
 size_t SiblingIndexes::Count(const xmlNode* owner, xmlNode* first) {
-    if (const SiblingIndex* index = Find(owner)) return index->Count();
+    const SiblingIndex* index = Find(owner);
     size_t count = 0;
-    for (const xmlNode* node = first; node != nullptr; node = node->next)
-        if (++count > SHORT_LIST) return Make(owner, first).Count();
-    return count;
+    for (const xmlNode* node = first; node != nullptr && index == nullptr; node = node->next)
+        if (++count == SHORT_LIST + 1) index = Make(owner, first);
+    return index != nullptr ? index->Count() : count;
 }
 
 xmlNode* SiblingIndexes::At(const xmlNode* owner, xmlNode* first, size_t index) {
     SiblingIndex* list = Find(owner);
-    if (list == nullptr) {
-        xmlNode* node = first;
-        for (size_t i = 0; node != nullptr && i < SHORT_LIST; ++i, node = node->next)
-            if (i == index) return node;
-        if (node == nullptr) return nullptr;
-        list = &Make(owner, first);
+    xmlNode* node = first;
+    for (size_t i = 0; node != nullptr && list == nullptr; ++i, node = node->next) {
+        if (i == index) return node;
+        if (i == SHORT_LIST) list = Make(owner, first);
     }
-    return index < list->Count() ? list->At(index) : nullptr;
+    return list != nullptr && index < list->Count() ? list->At(index) : nullptr;
 }
 
 xmlNode* SiblingIndexes::Last(const xmlNode* owner, xmlNode* first) {
     const SiblingIndex* list = Find(owner);
-    if (list != nullptr) return list->Count() != 0 ? list->Last() : nullptr;
     xmlNode* last = first;
-    for (size_t i = 0; last != nullptr && last->next != nullptr; ++i, last = last->next)
-        if (i == SHORT_LIST) return Make(owner, first).Last();
-    return last;
+    for (size_t i = 0; list == nullptr && last != nullptr && last->next != nullptr; ++i, last = last->next)
+        if (i == SHORT_LIST) list = Make(owner, first);
+    if (list == nullptr) return last;
+    return list->Count() != 0 ? list->Last() : nullptr;
 }
 
 void SiblingIndexes::Inserting(const xmlNode* owner, xmlNode* node, const xmlNode* next) noexcept {
@@ -150,12 +148,16 @@ SiblingIndex* SiblingIndexes::Find(const xmlNode* owner) {
     return nullptr;
 }
 
-SiblingIndex& SiblingIndexes::Make(const xmlNode* owner, xmlNode* first) {
+SiblingIndex* SiblingIndexes::Make(const xmlNode* owner, xmlNode* first) noexcept {
     Entry& entry = entries_[next_++ % entries_.size()];
-    entry = {}; // also when memory is short for the new one
-    entry.index.emplace(first);
+    entry = {};
+    try {
+        entry.index.emplace(first);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
     entry.owner = owner;
-    return *entry.index;
+    return &*entry.index;
 }
 
 void SiblingIndexes::Forget(const xmlNode* owner) noexcept {

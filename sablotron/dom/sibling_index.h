@@ -46,8 +46,8 @@ private:
     size_t lastStart_ = 0; // the index of the first node of that block
 };
 
-// The indexes of the lists that were asked for latest. Short lists are walked; memory that is short costs no more than
-// the index. A list is named by the node that it belongs to.
+// The indexes of the lists that were asked for latest; short lists are walked, and all when memory is short. A list is
+// named by the node that it belongs to.
 class SiblingIndexes {
 public:
     // `first` begins the list.
@@ -67,7 +67,8 @@ private:
     };
 
     SiblingIndex* Find(const xmlNode* owner);
-    SiblingIndex& Make(const xmlNode* owner, xmlNode* first);
+    // Null when memory is short.
+    SiblingIndex* Make(const xmlNode* owner, xmlNode* first) noexcept;
     void Forget(const xmlNode* owner) noexcept;
 
     // Nested loops over long lists need one entry each.

@@ -152,9 +152,8 @@ void KeepBindings(Document& document, xmlNode* element, const std::vector<Bindin
         xmlNs* declaration = binding.declaration;
         if (declaration == document.XmlBinding()) continue;
         if (binding.owner != element) {
-            copies.emplace_back(xmlNewNs(nullptr, declaration->href, declaration->prefix));
+            copies.emplace_back(NewNamespace(declaration->prefix, declaration->href));
             declaration = copies.back().get();
-            if (declaration == nullptr) throw std::bad_alloc();
             SetKept(declaration, document.Tree());
         }
         declarations.push_back(declaration);

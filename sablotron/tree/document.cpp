@@ -33,7 +33,8 @@ Document::Document(SablotSituation situation, xmlDoc* tree, Origin origin)
 Document::~Document() {
     for (xmlNode* node : detachedNodes_) FreeDetached(node);
     xmlFreeDoc(tree_);
-    for (auto& [names, ns] : unattachedNamespaces_) xmlFreeNs(ns);
+    for (auto& [names, ns] : unattachedNamespaces_)
+        if (ns != nullptr) xmlFreeNs(ns); // memory was short for the others
     if (emptyBinding_ != nullptr) xmlFreeNs(emptyBinding_);
 }
 
@@ -67,8 +68,7 @@ void Document::RemoveDetached(NodeHandle* handle) {
 xmlNs* Document::UnattachedNamespace(const xmlChar* prefix, const xmlChar* uri) {
     if (xmlStrEqual(prefix, Chars("xml"))) return XmlBinding();
     xmlNs*& ns = unattachedNamespaces_[{std::string(View(prefix)), std::string(View(uri))}];
-    if ((ns == nullptr) && ((ns = xmlNewNs(nullptr, uri, View(prefix).empty() ? nullptr : prefix)) == nullptr))
-        throw std::bad_alloc();
+    if (ns == nullptr) ns = NewNamespace(prefix, uri);
     ns->_private = this; // it never has a handle
     return ns;
 }
@@ -80,8 +80,7 @@ xmlNs* Document::XmlBinding() {
 }
 
 xmlNs* Document::EmptyBinding() {
-    if ((emptyBinding_ == nullptr) && ((emptyBinding_ = xmlNewNs(nullptr, Chars(""), nullptr)) == nullptr))
-        throw std::bad_alloc();
+    if (emptyBinding_ == nullptr) emptyBinding_ = NewNamespace(nullptr, Chars(""));
     return emptyBinding_;
 }
 

@@ -8,6 +8,7 @@
 
 #include <string>
 #include <unordered_map>
+#include <utility>
 
 namespace sablot {
 
@@ -66,8 +67,9 @@ private:
         default: return nullptr;
         }
         if (copy == nullptr) return nullptr;
-        if (!IsElement(node) && !View(node->content).empty()
-            && (copy->content == nullptr)) { // libxml2 leaves it out when memory is short
+        // libxml2 leaves out what memory is short for.
+        const bool lacksText = !IsElement(node) && !View(node->content).empty() && copy->content == nullptr;
+        if (lacksText || (node->type == XML_PI_NODE && copy->name == nullptr)) {
             xmlFreeNode(copy);
             return nullptr;
         }
@@ -81,9 +83,7 @@ private:
         if (!IsElement(from)) return true;
         for (const xmlNs* declaration = from->nsDef; declaration != nullptr; declaration = declaration->next) {
             if (IsKept(declaration)) continue;
-            xmlNs* copy = xmlNewNs(to, declaration->href, declaration->prefix);
-            if (copy == nullptr) return false;
-            copies_[declaration] = copy;
+            copies_[declaration] = Declare(to, declaration->prefix, declaration->href);
         }
         if ((from->ns != nullptr) && ((to->ns = CopyOf(from->ns, to)) == nullptr)) return false;
         xmlAttr* last = nullptr;
@@ -149,10 +149,40 @@ TreePointer CopyTree(const xmlDoc* tree) {
 }
 
 xmlNs* Declare(xmlNode* element, const xmlChar* prefix, const xmlChar* uri) {
-    for (xmlNs* declaration = element->nsDef; declaration != nullptr; declaration = declaration->next)
-        if (xmlStrEqual(declaration->prefix, prefix))
-            return xmlStrEqual(declaration->href, uri) ? declaration : nullptr;
-    return xmlNewNs(element, uri, prefix);
+    xmlNs** end = &element->nsDef;
+    for (; *end != nullptr; end = &(*end)->next)
+        if (xmlStrEqual((*end)->prefix, prefix)) return xmlStrEqual((*end)->href, uri) ? *end : nullptr;
+    return *end = NewNamespace(prefix, uri);
+}
+
+xmlNs* NewNamespace(const xmlChar* prefix, const xmlChar* uri) {
+    if (View(prefix).empty()) prefix = nullptr;
+    xmlNs* made = xmlNewNs(nullptr, uri, prefix);
+    if (made == nullptr) throw std::bad_alloc();
+    if (made->href != nullptr && (made->prefix != nullptr || prefix == nullptr)) return made;
+    xmlFreeNs(made);
+    throw std::bad_alloc();
+}
+
+void SetName(xmlNode* node, const char* name) {
+    xmlDict* names = node->doc->dict;
+    const xmlChar* copy = names != nullptr ? xmlDictLookup(names, Chars(name), -1) : xmlStrdup(Chars(name));
+    if (copy == nullptr) throw std::bad_alloc();
+    const xmlChar* old = std::exchange(node->name, copy);
+    if (names == nullptr || xmlDictOwns(names, old) == 0) xmlFree(const_cast<xmlChar*>(old));
+}
+
+void SetText(xmlNode* node, const char* text) {
+    xmlChar* copy = xmlStrdup(Chars(text));
+    if (copy == nullptr) throw std::bad_alloc();
+    const xmlDict* names = node->doc->dict;
+    // The parser keeps short texts in the node itself or with the names.
+    const bool isOwn = node->content != reinterpret_cast<xmlChar*>(&node->properties)
+                       && (names == nullptr || xmlDictOwns(node->doc->dict, node->content) == 0);
+    if (isOwn) xmlFree(node->content);
+    node->properties = nullptr;
+    node->content = copy;
+    node->psvi = nullptr; // the line of the text that it was
 }
 
 xmlNode* CopySubtree(const xmlNode* node, bool deep, xmlDoc* target) {
@@ -167,8 +197,7 @@ xmlAttr* NewBareAttribute(xmlDoc* tree, const xmlChar* name) {
     const bool hasRoom = tree->dict == nullptr || xmlDictSize(tree->dict) < GOOD_DICTIONARY;
     xmlAttr* attribute = xmlNewDocProp(tree, hasRoom ? name : Chars(""), nullptr);
     if (attribute == nullptr) throw std::bad_alloc();
-    if (hasRoom) return attribute;
-    attribute->name = xmlStrdup(name);
+    if (!hasRoom) attribute->name = xmlStrdup(name);
     if (attribute->name != nullptr) return attribute;
     xmlFreeProp(attribute);
     throw std::bad_alloc();

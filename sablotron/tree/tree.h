@@ -138,8 +138,15 @@ TreePointer CopyTree(const xmlDoc* tree);
 // the bindings around the original. It has no parent. Null when memory is short.
 xmlNode* CopySubtree(const xmlNode* node, bool deep, xmlDoc* target);
 
+// These make what libxml2 would leave incomplete when memory is short; they throw std::bad_alloc, and nothing has
+// changed. A declaration on no element; the prefix is null or "" for the default.
+xmlNs* NewNamespace(const xmlChar* prefix, const xmlChar* uri);
+// The name of an element, attribute or instruction.
+void SetName(xmlNode* node, const char* name);
+// The text of a text node, CDATA section, comment or instruction.
+void SetText(xmlNode* node, const char* text);
 // The element's own declaration of the prefix (null for the default) as that URI, made when it has none; null when it
-// declares the prefix as something else or memory is short.
+// declares the prefix as something else.
 xmlNs* Declare(xmlNode* element, const xmlChar* prefix, const xmlChar* uri);
 
 // An attribute of no element, without a value. Throws std::bad_alloc.
