@@ -3,9 +3,10 @@
 # make test     runs the whole suite        make lint    checks the sources
 # make format   formats the sources         make install PREFIX=/usr/local
 # make conformance    runs public suites (fetched by npm and apt)
+# make manual   man pages and one HTML page of the documents, in build/manual
 # make dist     an archive that runs anywhere   make deb   a Debian package   make uninstall PREFIX=/usr/local
 .DELETE_ON_ERROR:
-.PHONY: all product demo test asan bench conformance lint format install uninstall dist deb clean configure-product configure-tests
+.PHONY: all product demo test asan bench conformance lint format manual install uninstall dist deb clean configure-product configure-tests
 
 PREFIX ?= /usr/local
 # Ninja tells its progress on a terminal; elsewhere only faults.
@@ -60,17 +61,21 @@ format:
 	@cmake/tools lint
 	@git ls-files -z '*.cpp' '*.h' | xargs -0 clang-format -i
 
-install: product
+manual:
+	@cmake/tools manual
+	@cmake/manual . build/manual
+
+install: product manual
 	@cmake --install build/i386 --strip --prefix $(PREFIX)
 
 uninstall:
 	@packaging/uninstall $(DESTDIR)$(PREFIX)
 
 # Packages, in build/packages: an archive that runs from any folder, and one for Debian.
-dist: product
+dist: product manual
 	@packaging/build archive build/i386 build/packages
 
-deb: product
+deb: product manual
 	@packaging/build deb build/i386 build/packages
 
 clean:

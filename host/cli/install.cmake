@@ -19,6 +19,10 @@ install(FILES "${CMAKE_SOURCE_DIR}/packaging/kova.bash-completion" DESTINATION s
 install(FILES "${CMAKE_SOURCE_DIR}/packaging/kova.xml" DESTINATION share/mime/packages)
 install(FILES "${CMAKE_SOURCE_DIR}/packaging/text-x-kova.svg" DESTINATION share/icons/hicolor/scalable/mimetypes)
 
+# What `make manual` made.
+install(DIRECTORY "${CMAKE_SOURCE_DIR}/build/manual/man" DESTINATION share OPTIONAL)
+install(FILES "${CMAKE_SOURCE_DIR}/build/manual/kova.html" DESTINATION share/doc/kova OPTIONAL)
+
 # The licences of all that is installed, as NOTICE lists it.
 install(FILES "${CMAKE_SOURCE_DIR}/LICENSE" "${CMAKE_SOURCE_DIR}/NOTICE" DESTINATION share/doc/kova)
 install(FILES "${CMAKE_SOURCE_DIR}/build/expat/source/COPYING" DESTINATION share/doc/kova/licenses RENAME expat)
