@@ -34,6 +34,7 @@ struct RunCommandOptions {
     bool each = false;
     int jobs = 0; // of `each`, at once; 0: one for each processor
     bool reportLeaks = false;
+    bool profile = false;
     double timeLimit = 0;   // seconds, 0 for none
     double memoryLimit = 0; // megabytes, 0 for none
 };

@@ -34,6 +34,7 @@ void AddRun(CLI::App& app, CommandLine& line) {
     command.prefix_command();
     CLI::Option* leaks =
         command.add_flag("--leaks", run->reportLeaks, "List what is still alive when the program has ended");
+    command.add_flag("--profile", run->profile, "Show at the end where the processor time went");
     command.add_flag("--each", run->each, "Run the program for each of the files that follow it")->excludes(leaks);
     command.add_option("-j,--jobs", run->jobs, "With --each: how many at once (one for each processor)")
         ->type_name("N")

@@ -35,6 +35,7 @@ Compilation CompileFile(const std::filesystem::path& path, bool showWarnings) {
 
 int ReportOutcome(const RunResult& result) {
     std::fflush(stdout);
+    std::fputs(result.profile.c_str(), stderr);
     switch (result.outcome) {
     case RunOutcome::FINISHED: return EXIT_OK;
     case RunOutcome::UNCAUGHT_EXCEPTION:
@@ -62,6 +63,7 @@ RunOptions LimitsOf(const RunCommandOptions& options) {
     RunOptions limits;
     // One buffer with what programs write through StdOut.
     limits.print = [](std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); };
+    limits.profiles = options.profile;
     limits.timeLimit = std::chrono::milliseconds(static_cast<int64_t>(options.timeLimit * 1000));
     limits.memoryLimit = static_cast<size_t>(options.memoryLimit * 1024 * 1024);
     return limits;

@@ -499,6 +499,8 @@ CALL_NATIVE : {
     if (call.hasObject) NEED_OBJECT(B.object, "the object is Nil");
     Slot value{};
     CallNative(call.shape, call.function, &B, &value);
+    if (attention != 0) [[unlikely]]
+        NoteTicks();
     if (IsExceptionPending() || isStopped_) [[unlikely]] {
         if (call.result != Kind::NOTHING) ReleaseResult(call.result, value);
         goto failed;
@@ -511,6 +513,8 @@ GET_PROPERTY : {
     SAVE();
     if (property.owner != nullptr) NEED_OBJECT(B.object, "the object is Nil");
     Slot value = ReadProperty(B.object, property);
+    if (attention != 0) [[unlikely]]
+        NoteTicks();
     if (IsExceptionPending() || isStopped_) [[unlikely]] {
         ReleaseResult(property.type.kind, value);
         goto failed;
@@ -523,6 +527,8 @@ SET_PROPERTY : {
     SAVE();
     if (property.owner != nullptr) NEED_OBJECT(A.object, "the object is Nil");
     WriteProperty(A.object, property, B);
+    if (attention != 0) [[unlikely]]
+        NoteTicks();
     FAIL_UNLESS(!IsExceptionPending() && !isStopped_);
     NEXT();
 }

@@ -80,6 +80,7 @@ Machine::~Machine() {
 
 RunResult Machine::Run(const std::vector<uint32_t>& codes) {
     RunResult result;
+    if (options_.profiles) profiler_ = std::make_unique<Profiler>();
     for (uint32_t index : codes) {
         Slot unused{};
         // A destructor may have been stopped that the program itself went on after.
@@ -96,6 +97,8 @@ RunResult Machine::Run(const std::vector<uint32_t>& codes) {
         }
         break;
     }
+    if (profiler_ != nullptr) result.profile = profiler_->Report(environment_.files);
+    profiler_ = nullptr;
     return result;
 }
 
@@ -155,6 +158,7 @@ bool Machine::Push(const Code& code, Slot* base) {
 
 bool Machine::Invoke(const Code& code, const Slot* arguments, Slot* result) {
     if (isStopped_) return false;
+    if (attention != 0) [[unlikely]] NoteTicks();
     Slot* base = Top();
     if (!HasRoom()) {
         RaiseNew("StackOverflowException", 0, "the calls are nested too deeply");
@@ -202,8 +206,28 @@ void Machine::Stop(RunOutcome outcome) {
     stopStack_ = StackTrace();
 }
 
+void Machine::NoteTicks() {
+    const uint32_t ticks = profiler_ != nullptr ? Profiler::TakeTicks() : 0;
+    if (ticks == 0) return;
+    std::vector<Profiler::Place> stack;
+    for (auto frame = frames_.rbegin(); frame != frames_.rend() && stack.size() < MAX_TRACE; ++frame) {
+        const Code& code = *frame->code;
+        const Instruction& instruction = *frame->pc;
+        if (code.isHidden) continue;
+        bool isProperty = instruction.opcode == Opcode::GET_PROPERTY || instruction.opcode == Opcode::SET_PROPERTY;
+        if (instruction.opcode == Opcode::CALL_NATIVE)
+            stack.push_back({environment_.tables.natives[instruction.c].name});
+        if (isProperty) stack.push_back({environment_.tables.properties[instruction.c]->name});
+        auto index = static_cast<size_t>(frame->pc - code.instructions.data());
+        const uint32_t line = environment_.files[code.file]->Locate(code.offsets[index]).line;
+        stack.push_back({code.name.empty() ? "(statements)" : code.name, &code, line});
+    }
+    profiler_->Add(stack, ticks);
+}
+
 bool Machine::Poll() {
     attention = 0;
+    NoteTicks();
     if (Watchdog::IsInterrupted()) {
         Stop(RunOutcome::INTERRUPTED);
     } else if (watchdog_.IsTimeOver()) {

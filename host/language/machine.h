@@ -4,6 +4,7 @@
 
 #include "host/language/delegate.h"
 #include "host/language/environment.h"
+#include "host/language/profiler.h"
 #include "host/language/run.h"
 #include "host/runtime/exception.h"
 #include "host/runtime/string.h"
@@ -58,6 +59,8 @@ private:
     static std::string ArgumentsOf(const Frame& frame);
     // false when the program has to stop.
     bool Poll();
+    // Tells the profiler what has run up to here.
+    void NoteTicks();
     void Stop(RunOutcome outcome);
     Slot* Top() const;
     bool HasRoom() const; // on the C++ stack
@@ -81,7 +84,8 @@ private:
     StringRef raisedText_; // what the native code was reading that raised it: a text, or a file
     ObjectRef raisedFile_;
     Machine* outer_ = nullptr;
-    Watchdog watchdog_; // the last: it asks a machine that stands
+    std::unique_ptr<Profiler> profiler_; // null unless wanted
+    Watchdog watchdog_;                  // the last: it asks a machine that stands
 };
 
 } // namespace host::language

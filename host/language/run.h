@@ -17,6 +17,7 @@ struct RunOptions {
     std::chrono::milliseconds timeLimit{0}; // 0: none
     size_t memoryLimit = 0;                 // bytes of memory the process may hold; 0: none
     uint32_t callDepthLimit = 100000;       // deeper calls raise StackOverflowException
+    bool profiles = false;                  // RunResult::profile is wanted
 };
 
 enum class RunOutcome { FINISHED, UNCAUGHT_EXCEPTION, INTERRUPTED, TIME_LIMIT, MEMORY_LIMIT };
@@ -43,6 +44,7 @@ struct RunResult {
     RunOutcome outcome = RunOutcome::FINISHED;
     std::optional<UncaughtException> exception; // of UNCAUGHT_EXCEPTION
     std::vector<StackEntry> stack;              // where the program was stopped by an interrupt or limit
+    std::string profile;                        // tables of functions and lines by processor time
 };
 
 // "XmlDomException 8: message", the place with its source line and a mark under it, what else the exception knows, and
