@@ -1,6 +1,8 @@
 // Whole files, read and written by the commands. All throw std::runtime_error "PATH: REASON".
 #pragma once
 
+#include "host/cli/libxml2/input.h"
+
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -14,12 +16,6 @@ void WriteFile(const std::filesystem::path& path, std::string_view text);
 // Writes a file whole or not at all: what was there stays until the new text is complete on the disk, and so do its
 // permissions. Links are followed; what is no regular file is written to directly.
 void ReplaceFile(const std::filesystem::path& path, std::string_view text);
-
-// A text with the name that messages give it.
-struct Input {
-    std::string name;
-    std::string text;
-};
 
 // A file, or standard input for "-".
 Input ReadInput(const std::string& path);

@@ -33,12 +33,4 @@ NodeName NameOf(const xmlNode* node) {
     }
 }
 
-std::string ValueOf(const xmlNode* node) {
-    if (IsDeclaration(node)) return std::string(View(AsDeclaration(node)->href));
-    if (!IsAttribute(node)) return std::string(View(node->content));
-    std::string value;
-    for (const xmlNode* part = node->children; part != nullptr; part = part->next) value += View(part->content);
-    return value;
-}
-
 } // namespace sablot

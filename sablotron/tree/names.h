@@ -20,7 +20,5 @@ struct NodeName {
 bool HasExpandedName(const xmlNode* node);
 // Valid as long as the node is not edited.
 NodeName NameOf(const xmlNode* node);
-// The value of an attribute or a declaration; the content of text, comments and processing instructions.
-std::string ValueOf(const xmlNode* node);
 
 } // namespace sablot

@@ -1,8 +1,6 @@
 // Copies and links of libxml2 trees.
 #include "sablotron/tree/tree.h"
 
-#include "sablotron/tree/names.h"
-
 #include <libxml/dict.h>
 #include <libxml/valid.h>
 
@@ -229,6 +227,14 @@ void Unlink(xmlNode* node) {
     (node->prev != nullptr ? node->prev->next : parent->children) = node->next;
     (node->next != nullptr ? node->next->prev : parent->last) = node->prev;
     node->parent = node->prev = node->next = nullptr;
+}
+
+std::string ValueOf(const xmlNode* node) {
+    if (IsDeclaration(node)) return std::string(View(AsDeclaration(node)->href));
+    if (!IsAttribute(node)) return std::string(View(node->content));
+    std::string value;
+    for (const xmlNode* part = node->children; part != nullptr; part = part->next) value += View(part->content);
+    return value;
 }
 
 } // namespace sablot

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <new>
+#include <string>
 #include <string_view>
 
 namespace sablot {
@@ -159,5 +160,8 @@ xmlAttr* AppendAttribute(xmlNode* element, xmlAttr* last, xmlNs* ns, const xmlCh
 void LinkBefore(xmlNode* parent, xmlNode* node, xmlNode* next);
 // Takes a node out of its parent.
 void Unlink(xmlNode* node);
+
+// The value of an attribute or a declaration; the content of text, comments and processing instructions.
+std::string ValueOf(const xmlNode* node);
 
 } // namespace sablot

@@ -2,7 +2,7 @@
 // stand on too. Only this folder sees its headers.
 #pragma once
 
-#include "host/cli/files.h"
+#include "host/cli/libxml2/input.h"
 #include "host/syntax/diagnostic.h"
 
 #include <memory>
@@ -38,12 +38,6 @@ Document Parse(const Input& input, References references, std::vector<Diagnostic
 
 // Throws std::runtime_error for a document whose elements are nested deeper than libxml2's recursive functions bear.
 void CheckDepth(const _xmlDoc* document, const std::string& name);
-
-// The text of a line, counted from 1, without its end; empty if there is none or if it is no UTF-8.
-std::string LineOf(const std::string& text, uint32_t line);
-
-// Where a line's first character stands that is no white space, counted from 1.
-uint32_t FirstColumn(std::string_view line);
 
 // A node as text: markup for what has some, with the namespaces that it uses from outside of it; the value of an
 // attribute; the characters of a text.

@@ -1,8 +1,6 @@
 // libxml2's errors as the diagnostics that all commands show.
 #include "host/cli/libxml2/errors.h"
 
-#include "host/cli/libxml2/document.h"
-
 #include <algorithm>
 
 namespace host::xml {

@@ -1,7 +1,7 @@
 // Collects what libxml2 reports while an object of this type lives, instead of letting it print.
 #pragma once
 
-#include "host/cli/files.h"
+#include "host/cli/libxml2/input.h"
 #include "host/syntax/diagnostic.h"
 
 #include <libxml/xmlerror.h>

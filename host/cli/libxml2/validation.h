@@ -1,7 +1,7 @@
 // Whether documents are valid: by their document type, XML Schema or RELAX NG.
 #pragma once
 
-#include "host/cli/files.h"
+#include "host/cli/libxml2/input.h"
 #include "host/syntax/diagnostic.h"
 
 #include <memory>
