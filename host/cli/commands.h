@@ -117,6 +117,8 @@ int Check(const HostOptions& host, const CheckCommandOptions& options);
 int RunRepl(const HostOptions& host);
 int Describe(const HostOptions& host, const std::string& name);
 int DescribeName(const std::string& name); // with the host started
+int RunLanguageServer(const HostOptions& host);
+int WriteSyntaxFiles(const HostOptions& host, const std::string& folder);
 int RunTests(const HostOptions& host, const TestCommandOptions& options);
 int ShowEvents(const HostOptions& host, const EventsCommandOptions& options);
 int Query(const XqlCommandOptions& options);

@@ -89,6 +89,30 @@ void AddRepl(CLI::App& app, CommandLine& line) {
     command.callback([&line] { line.action = [&line] { return RunRepl(line.host); }; });
 }
 
+void AddLanguageServer(CLI::App& app, CommandLine& line) {
+    CLI::App& command =
+        AddCommand(app, {"lsp", "[OPTIONS]", "Serve an editor by the Language Server Protocol",
+                         "  kova lsp\n"
+                         "\n"
+                         "The editor starts it and talks to it over standard input and output. It tells errors\n"
+                         "while you type, completes names, shows the class reference, finds definitions and\n"
+                         "formats.\n"});
+    AddHostOptions(command, line.host);
+    command.callback([&line] { line.action = [&line] { return RunLanguageServer(line.host); }; });
+}
+
+void AddSyntax(CLI::App& app, CommandLine& line) {
+    CLI::App& command =
+        AddCommand(app, {"syntax", "[OPTIONS] FOLDER", "Write files that colour programs in Vim and VS Code",
+                         "  kova syntax editors\n"
+                         "  cp -r editors/vim/* ~/.vim/\n"
+                         "  cp -r editors/vscode ~/.vscode/extensions/kova-xml\n"});
+    auto folder = std::make_shared<std::string>();
+    command.add_option("FOLDER", *folder, "Where to write them; it is made if need be")->required();
+    AddHostOptions(command, line.host);
+    SetAction(command, line, folder, WriteSyntaxFiles);
+}
+
 void AddTest(CLI::App& app, CommandLine& line) {
     CLI::App& command =
         AddCommand(app, {"test", "[OPTIONS] FOLDER", "Run the programs of a folder that state what they expect",
@@ -124,6 +148,8 @@ void AddProgramCommands(CLI::App& app, CommandLine& line) {
     AddCheck(app, line);
     AddRepl(app, line);
     AddTest(app, line);
+    AddSyntax(app, line);
+    AddLanguageServer(app, line);
 }
 
 } // namespace host

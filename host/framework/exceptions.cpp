@@ -66,7 +66,7 @@ ClassDefinition& ExceptionData::Record() {
 constexpr const char* SUBCLASSES[] = {
     "NilObjectException",       "OutOfBoundsException",    "TypeMismatchException", "IllegalCastException",
     "IllegalArgumentException", "DivisionByZeroException", "KeyNotFoundException",  "IOException",
-    "StackOverflowException",   "OutOfMemoryException",    "JsonException",
+    "StackOverflowException",   "OutOfMemoryException",    "JsonException",         "OverflowException",
 };
 
 struct EndData {

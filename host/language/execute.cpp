@@ -317,7 +317,7 @@ VARIANT_LESS_EQUAL : {
 }
 
     SIMPLE(INTEGER_TO_DOUBLE, A.number = B.integer);
-    SIMPLE(DOUBLE_TO_INTEGER, A.integer = ToInteger(B.number));
+    SIMPLE(DOUBLE_TO_INTEGER, FAIL_UNLESS(CutToInteger(B.number, A.integer)));
 BOX_INTEGER : {
     Object* box = BoxInteger(B.integer);
     FAIL_UNLESS(box != nullptr);

@@ -180,6 +180,15 @@ bool UnboxTo(Kind kind, Object* variant, Slot& result) {
     return Mismatch("the Variant holds " + NameOf(variant) + ", not " + NAMES[static_cast<size_t>(kind)]);
 }
 
+bool CutToInteger(double number, int32_t& result) {
+    bool fits = number > -2147483649.0 && number < 2147483648.0;
+    if (fits)
+        result = static_cast<int32_t>(number);
+    else
+        RaiseNew("OverflowException", 0, NumberText(number) + " does not fit an Integer");
+    return fits;
+}
+
 bool ResizeToBound(Array& array, int32_t bound) {
     // An array cannot be longer than that; there is no memory for it either.
     if (bound == std::numeric_limits<int32_t>::max()) bound--;

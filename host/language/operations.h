@@ -35,6 +35,9 @@ bool ModuloIntegers(int32_t left, int32_t right, int32_t& result);
 bool DivideDoubles(double left, double right, double& result);
 bool ModuloDoubles(double left, double right, double& result);
 
+// The number without its fraction; false when no Integer is as large.
+bool CutToInteger(double number, int32_t& result);
+
 // Gives the array this last index; below 0 it becomes empty.
 bool ResizeToBound(Array& array, int32_t bound);
 int32_t FindInArray(const Array& array, Slot value);
