@@ -59,7 +59,7 @@ constexpr std::string_view WARNINGS[] = {
     "not implemented",
     "xsl:with-param: The content should be empty",
     "xsl:param: The content should be empty",
-    "invalid value for method",
+    "invalid value for",
     "disable-output-escaping allows only",
 };
 
@@ -67,7 +67,8 @@ constexpr std::string_view WARNINGS[] = {
 constexpr int STACK_ERROR = static_cast<int>(XML_XPATH_EXPRESSION_OK) + static_cast<int>(XPATH_STACK_ERROR);
 
 // What these are about has been said before.
-constexpr std::string_view CONSEQUENCES[] = {"XPath evaluation returned no result.", "ret == NULL"};
+constexpr std::string_view CONSEQUENCES[] = {"XPath evaluation returned no result.", "ret == NULL",
+                                             "Failed to evaluate the"};
 
 // Reports that come without a place.
 constexpr std::string_view UNPLACED[] = {"was not compiled", "ret == NULL"};
@@ -112,9 +113,23 @@ std::string AttributeValue(const xmlNode& element, const char* name) {
     return hasText ? std::string(View(attribute->children->content)) : "";
 }
 
+// ": a='{count(1)}'", the attribute of a literal element that is a template; "" when there are several, or none.
+std::string QuotedTemplate(const xmlNode& element) {
+    std::string quoted;
+    for (const xmlAttr* attribute = element.properties; attribute != nullptr; attribute = attribute->next) {
+        const std::string name(View(attribute->name));
+        const std::string value = WithoutTextFunction(AttributeValue(element, name.c_str()));
+        if (value.find('{') == std::string::npos) continue;
+        if (!quoted.empty()) return {};
+        quoted.append(": ").append(name).append("='").append(value).append("'");
+    }
+    return quoted;
+}
+
 // ": 'count(1)'", the expression or pattern of the instruction; "" when it has none.
 std::string Quoted(const xmlNode* instruction) {
-    if (instruction == nullptr || !IsXslt(instruction)) return {};
+    if (instruction == nullptr) return {};
+    if (!IsXslt(instruction)) return QuotedTemplate(*instruction);
     for (const char* name : {"select", "test", "match", "use", "value", "count", "from"})
         if (const std::string value = AttributeValue(*instruction, name); !value.empty())
             return ": '" + WithoutTextFunction(value) + "'";

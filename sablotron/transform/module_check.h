@@ -37,7 +37,7 @@ private:
     bool CheckAttribute(xmlNode* element, xmlAttr* attribute, const Rule& rule, bool isLater);
     bool CheckExpression(const xmlNode* element, const std::string& expression);
     bool CheckPrefix(const xmlNode* element, const std::string& prefix, const std::string& text);
-    bool CheckWord(const xmlNode* element, const Rule& rule, const std::string& value);
+    bool CheckWord(xmlNode* element, xmlAttr* attribute, const Rule& rule, bool isLater);
     bool CheckTemplate(xmlNode* element, xmlAttr* attribute, bool isLater);
     bool CheckTopLevelText(const xmlNode* stylesheet);
     Verdict CheckDecimalFormat(const xmlNode* element);

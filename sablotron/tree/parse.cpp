@@ -3,7 +3,7 @@
 
 #include "sablotron/tree/decode.h"
 #include "sablotron/tree/library_scope.h"
-#include "sablotron/tree/wording.h"
+#include "sablotron/tree/parse_text.h"
 
 #include <libxml/HTMLparser.h>
 #include <libxml/SAX2.h>
@@ -28,55 +28,6 @@ struct ContextDeleter {
 };
 using ContextPointer = std::unique_ptr<xmlParserCtxt, ContextDeleter>;
 
-constexpr std::string_view TEXT_LIMIT = "huge text node";
-constexpr Wording WORDINGS[] = {
-    {TEXT_LIMIT, "Text is longer than 10,000,000 bytes, the limit for a document that declares entities"},
-    {"AttValue length too long",
-     "The value of an attribute is longer than 10,000,000 bytes, the limit for a document that "
-     "declares entities"},
-    {"Comment too big", "A comment is longer than 10,000,000 bytes, the limit for a document that declares entities"},
-    {"CData section too big", "A CDATA section is longer than 10,000,000 bytes, the limit for a document that declares "
-                              "entities"},
-    {"PI * too big", "Processing instruction * is longer than 10,000,000 bytes, the limit for a document that declares "
-                     "entities"},
-    {"Name too long", "A name is longer than 50,000 bytes, the limit for a document that declares entities"},
-    {"Excessive depth in document", "Elements are nested deeper than 256, the limit for a document that declares "
-                                    "entities"},
-    {"Detected an entity reference loop", "Entities refer to themselves or make too much text of little"},
-    {"xmlParseEntityRef: no name", "'&' begins a reference: write &amp; for the character"},
-    {"EntityRef: expecting ';'", "A reference ends in ';': write &amp; for the character '&'"},
-    {"PEReference: %*; not found", "Parameter entity '*' not defined"},
-    {"invalid xmlChar value *", "A reference to character number *, which XML does not allow"},
-    {"character reference out of bounds", "A reference to a character that XML does not allow"},
-    {"invalid Char value *", "Character number * is not allowed in XML"},
-    {"Char 0x* out of allowed range", "Character number 0x* is not allowed in XML"},
-    {"Input is not proper UTF-8, indicate encoding ! Bytes: *", "Input is not proper UTF-8 (bytes *)"},
-    {"StartTag: invalid element name", "'<' begins a tag, and no name follows: write &lt; for the character"},
-    {"AttValue: \" or ' expected", "The value of an attribute stands in quotes"},
-    {"AttValue: ' expected", "The value of an attribute has no end"},
-    {"Specification mandates value for attribute *", "Attribute * has no value"},
-    {"attributes construct error", "White space is needed between attributes"},
-    {"error parsing attribute name", "A name of an attribute or '>' is needed"},
-    {"Failed to parse QName", "A name has more than one colon"},
-    {"PI * never end", "Processing instruction * not terminated"},
-    {"CData section not finished", "CDATA section not terminated"},
-    {"Double hyphen within comment", "'--' is not allowed in a comment"},
-    {"no DOCTYPE name", "The document type declaration has no name"},
-    {"error detected in Markup declaration", "Something in the document type declaration is no declaration"},
-    {"Space required after the NOTATION name", "Space required after the name of the notation"},
-};
-
-// What libxml2 says, for a user: one line, without its functions and options.
-std::string UserText(std::string_view message) {
-    while (!message.empty() && (message.back() == '\n' || message.back() == ' ')) message.remove_suffix(1);
-    if (std::string text = Reworded(message, WORDINGS); text != message) return text;
-    if (message.starts_with("xml") && message.size() > 3 && message[3] >= 'A' && message[3] <= 'Z')
-        if (const size_t colon = message.find(": "); colon < message.find(' ')) message.remove_prefix(colon + 2);
-    std::string text(message.substr(0, message.find(" use XML_PARSE_HUGE option")));
-    std::replace(text.begin(), text.end(), '\n', ' ');
-    return text;
-}
-
 // One parse: the failure is the first error that is fatal or concerns namespaces, else the first error of all.
 struct Parse {
     ParseFailure& failure;
@@ -88,7 +39,7 @@ struct Parse {
     void Fail(int code, int line, std::string_view message, bool decisive) noexcept {
         if (decided || (!decisive && failure.code != 0)) return;
         try {
-            failure.text = "XML parser error " + std::to_string(code) + ": " + UserText(message);
+            failure.text = "XML parser error " + std::to_string(code) + ": " + ParseErrorText(message);
         } catch (const std::bad_alloc&) {
             noMemory = true;
             return;
