@@ -43,17 +43,6 @@ struct Query {
     std::optional<PathUnion> paths;    // what the expression is, if no more than that
 };
 
-// Whether every parenthesis is closed: libxml2 takes the end of the text for that of a call's arguments.
-bool IsClosed(std::string_view text) {
-    int depth = 0;
-    for (size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (c == '"' || c == '\'') i = std::min(text.find(c, i + 1), text.size());
-        depth += c == '(' ? 1 : c == ')' ? -1 : 0;
-    }
-    return depth == 0;
-}
-
 // The bindings of one evaluation. An empty `defaultPrefix`: unprefixed names are in no namespace.
 struct Bindings {
     std::vector<xmlNs*> declarations;
@@ -93,7 +82,7 @@ public:
         Reset(0);
         query.expression.reset(xmlXPathCtxtCompile(context_.get(), Chars(rewritten.c_str())));
         if (noMemory_) throw std::bad_alloc();
-        if (!query.expression || !IsClosed(text)) return nullptr;
+        if (!query.expression || !IsComplete(text)) return nullptr;
         for (const std::string_view prefix : PrefixesOf(text)) query.prefixes.emplace_back(prefix);
         query.paths = ParsePaths(rewritten);
         if (query.paths && !CompilePredicates(*query.paths)) query.paths.reset();

@@ -368,12 +368,8 @@ bool ModuleCheck::CheckAttribute(xmlNode* element, xmlAttr* attribute, const Rul
 }
 
 bool ModuleCheck::Parses(const std::string& expression) {
-    // What libxml2 can evaluate while it reads a tree it parses in another way, which lets more pass; in parentheses it
-    // does not.
-    const bool isPath = expression.find_first_of("[(@") == std::string::npos;
-    const std::string parsed = isPath ? '(' + expression + ')' : expression;
-    const XPathPointer<xmlXPathCompExpr> compiled(xmlXPathCtxtCompile(context_.get(), Chars(parsed.c_str())));
-    return compiled != nullptr;
+    const XPathPointer<xmlXPathCompExpr> compiled(xmlXPathCtxtCompile(context_.get(), Chars(expression.c_str())));
+    return compiled != nullptr && IsComplete(expression);
 }
 
 bool ModuleCheck::CheckExpression(const xmlNode* element, const std::string& expression) {

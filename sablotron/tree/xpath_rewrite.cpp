@@ -1,6 +1,7 @@
 // The tokens of an XPath expression, and which of its names are element names.
 #include "sablotron/tree/xpath_rewrite.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <utility>
 
@@ -140,6 +141,17 @@ std::vector<std::string_view> PrefixesOf(std::string_view expression) {
     Rewriter rewriter(expression, "");
     rewriter.Run();
     return rewriter.Prefixes();
+}
+
+bool IsComplete(std::string_view expression) {
+    int depth = 0;
+    for (size_t i = 0; i < expression.size(); ++i) {
+        const char c = expression[i];
+        if (c == '"' || c == '\'') i = std::min(expression.find(c, i + 1), expression.size());
+        depth += c == '(' ? 1 : c == ')' ? -1 : 0;
+    }
+    const size_t last = expression.find_last_not_of(" \t\r\n");
+    return depth == 0 && (last == std::string_view::npos || expression[last] != '|');
 }
 
 } // namespace sablot

@@ -16,4 +16,8 @@ std::string QualifyElementNames(std::string_view expression, std::string_view pr
 // The prefixes of names, functions and variables in the expression, as they come.
 std::vector<std::string_view> PrefixesOf(std::string_view expression);
 
+// Whether nothing is missing that libxml2 does not miss: it takes the end of an expression for that of a call's
+// arguments, and for an operand of '|'.
+bool IsComplete(std::string_view expression);
+
 } // namespace sablot
