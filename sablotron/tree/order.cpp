@@ -36,11 +36,19 @@ int Sign(T left, T right) {
     return left < right ? -1 : left > right ? 1 : 0;
 }
 
-// Whether `node` comes before `other` in the list that starts at `first`.
-template <typename Node>
-bool IsBefore(const Node* first, const Node* node, const Node* other) {
+// Whether `node` comes before `other` in their list, which starts at `first`: declarations do not know the one before.
+bool IsBefore(const xmlNs* first, const xmlNs* node, const xmlNs* other) {
     for (; first != node; first = first->next)
         if (first == other) return false;
+    return true;
+}
+
+bool IsBefore(const xmlAttr* node, const xmlAttr* other) {
+    const xmlAttr* previous = node->prev;
+    for (const xmlAttr* next = node->next; next != other; next = next != nullptr ? next->next : nullptr) {
+        if (previous == other) return false;
+        if (previous != nullptr) previous = previous->prev;
+    }
     return true;
 }
 
@@ -58,10 +66,9 @@ int OrderIndex::Compare(const NodeHandle* left, const NodeHandle* right) {
     Position to = PositionOf(right);
     if (from.anchor != to.anchor) return CompareNodes(document, from.anchor, to.anchor);
     if (from.group != to.group) return Sign(from.group, to.group);
-    const bool before =
-        from.group == Position::ATTRIBUTE
-            ? IsBefore<xmlAttr>(from.anchor->properties, AsAttribute(left->node), AsAttribute(right->node))
-            : IsBefore<xmlNs>(from.anchor->nsDef, AsDeclaration(left->node), AsDeclaration(right->node));
+    const bool before = from.group == Position::ATTRIBUTE
+                            ? IsBefore(AsAttribute(left->node), AsAttribute(right->node))
+                            : IsBefore(from.anchor->nsDef, AsDeclaration(left->node), AsDeclaration(right->node));
     return before ? -1 : 1;
 }
 
