@@ -27,7 +27,7 @@ struct Item {
 };
 
 struct Group {
-    const char* title;
+    std::string title;
     std::vector<Item> items;
 };
 
@@ -101,6 +101,29 @@ Description DescriptionOf(const Module& module) {
              GroupOf("Constants", module.constants)}};
 }
 
+// A page of the library that programs import: the command does not compile it to describe it.
+Description LibraryDescription(std::string_view page) {
+    Description description{"Library", {std::string(page)}, {}};
+    for (const reference::Heading& heading : reference::Headings(page)) {
+        if (heading.isSection) {
+            description.groups.push_back({std::string(heading.text), {}});
+            continue;
+        }
+        const std::string signature(heading.text);
+        description.groups.back().items.push_back({signature.substr(0, signature.find('(')), signature, ""});
+    }
+    return description;
+}
+
+// The pages of the library: what is not registered.
+std::vector<std::string> LibraryPages() {
+    std::vector<std::string> names;
+    for (const std::string_view page : reference::Pages())
+        if (page != reference::FUNCTIONS_PAGE && FindClass(page) == nullptr && FindModule(page) == nullptr)
+            names.emplace_back(page);
+    return names;
+}
+
 void PrintText(std::string_view text, size_t indent) { std::fputs(reference::Filled(text, indent).c_str(), stdout); }
 
 // Each member with the first sentence about it.
@@ -169,10 +192,20 @@ void PrintCatalogue() {
         if (!module->name.empty()) modules.push_back(module->name);
     PrintNames("Classes", classes);
     PrintNames("Modules", modules);
+    PrintNames("Library", LibraryPages());
     const Module* globals = FindModule("");
     std::printf("%s\n", Heading("Functions").c_str());
     if (globals == nullptr) return;
     for (const auto& function : globals->functions) std::printf("  %s\n", function->signature.Text().c_str());
+}
+
+bool PrintLibraryPage(std::string_view name) {
+    for (const std::string& page : LibraryPages()) {
+        if (!SameName(page, name)) continue;
+        PrintDescription(LibraryDescription(page), nullptr, {});
+        return true;
+    }
+    return false;
 }
 
 // "Class.Member", "Module.Member" or a function.
@@ -183,6 +216,9 @@ bool PrintMember(std::string_view name) {
     bool isFound = false;
     for (const Module* module : AllModules())
         if (SameName(module->name, owner)) isFound = PrintMembers(DescriptionOf(*module), member);
+    if (isFound) return true;
+    for (const std::string& page : LibraryPages())
+        if (owner.empty() || SameName(page, owner)) isFound |= PrintMembers(LibraryDescription(page), member);
     if (isFound) return true;
     for (const Class* cls = FindClass(owner); cls != nullptr; cls = cls->super)
         if (PrintMembers(DescriptionOf(*cls), member)) return true;
@@ -197,6 +233,7 @@ int ReportUnknown(const std::string& name) {
         for (const Group& group : DescriptionOf(*cls).groups)
             for (const Item& item : group.items) names.push_back(cls->name + "." + item.name);
     }
+    for (const std::string& page : LibraryPages()) names.push_back(page);
     for (const Module* module : AllModules()) names.push_back(module->name);
     if (const Module* globals = FindModule(""))
         for (const auto& function : globals->functions) names.push_back(function->signature.name);
@@ -222,7 +259,7 @@ int DescribeName(const std::string& name) {
         PrintDescription(DescriptionOf(*cls), cls->super, subclasses);
     } else if (const Module* module = FindModule(SameName(name, reference::FUNCTIONS_PAGE) ? "" : name)) {
         PrintDescription(DescriptionOf(*module), nullptr, {});
-    } else if (!PrintMember(name)) {
+    } else if (!PrintLibraryPage(name) && !PrintMember(name)) {
         return ReportUnknown(name);
     }
     return EXIT_OK;

@@ -2,7 +2,6 @@
 #include "host/cli/reference.h"
 
 #include <sstream>
-#include <vector>
 
 namespace host::reference {
 
@@ -93,6 +92,22 @@ private:
 };
 
 } // namespace
+
+std::vector<std::string_view> Pages() {
+    std::vector<std::string_view> names;
+    for (const std::string_view line : Lines(TEXT))
+        if (line.starts_with("# ")) names.push_back(line.substr(2));
+    return names;
+}
+
+std::vector<Heading> Headings(std::string_view page) {
+    std::vector<Heading> headings;
+    for (const std::string_view line : Lines(Page(page))) {
+        if (line.starts_with("## ")) headings.push_back({true, line.substr(3)});
+        if (line.starts_with("### ")) headings.push_back({false, line.substr(4)});
+    }
+    return headings;
+}
 
 std::string_view Introduction(std::string_view page) {
     const std::string_view text = Page(page);
