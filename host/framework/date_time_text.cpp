@@ -164,7 +164,7 @@ bool IsZone(std::string_view zone) {
     char16_t canonical[128];
     UErrorCode status = U_ZERO_ERROR;
     ucal_getCanonicalTimeZoneID(name.data(), static_cast<int32_t>(name.size()), canonical, 128, nullptr, &status);
-    return U_SUCCESS(status);
+    return U_SUCCESS(status) != 0;
 }
 
 CalendarDate ToCalendar(const ZonedTime& time) {
@@ -199,7 +199,7 @@ std::optional<ZonedTime> FromCalendar(const CalendarDate& date, std::string_view
     ZonedTime time{milliseconds + std::round((date.second - second) * SECOND), std::string(zone)};
     if (time.zone.empty() || time.zone == "Z") time.zone = "UTC";
     CalendarDate found = ToCalendar(time);
-    bool exists = U_SUCCESS(status) && found.day == date.day && found.month == date.month;
+    bool exists = U_SUCCESS(status) != 0 && found.day == date.day && found.month == date.month;
     return exists ? std::optional(time) : std::nullopt;
 }
 

@@ -56,11 +56,18 @@ int32_t GetDirectory(Object* self, int32_t) {
     return static_cast<int32_t>(fs::is_directory(Path(self), error));
 }
 
-// An Integer cannot hold the length of larger files: it stays at its greatest value.
-int32_t GetLength(Object* self, int32_t) {
+// A Double has the exact size of every file.
+double GetSize(Object* self, int32_t) {
     std::error_code error;
     uintmax_t size = fs::file_size(Path(self), error);
-    return error ? 0 : static_cast<int32_t>(std::min<uintmax_t>(size, INT32_MAX));
+    return error ? 0 : static_cast<double>(size);
+}
+
+int32_t GetLength(Object* self, int32_t param) {
+    double size = GetSize(self, param);
+    if (size <= INT32_MAX) return static_cast<int32_t>(size);
+    RaiseNew("OverflowException", 0, Path(self).native() + ": the length does not fit an Integer (use Size)");
+    return 0;
 }
 
 Object* GetParent(Object* self, int32_t) {
@@ -149,7 +156,7 @@ const PropertyDefinition PROPERTIES[] = {
     ReadOnly("Name", "String", Native<GetName>()),      ReadOnly("AbsolutePath", "String", Native<GetPath>()),
     ReadOnly("Exists", "Boolean", Native<GetExists>()), ReadOnly("Directory", "Boolean", Native<GetDirectory>()),
     ReadOnly("Length", "Integer", Native<GetLength>()), ReadOnly("Parent", "FolderItem", Native<GetParent>()),
-    ReadOnly("Count", "Integer", Native<GetCount>()),
+    ReadOnly("Count", "Integer", Native<GetCount>()),   ReadOnly("Size", "Double", Native<GetSize>()),
 };
 
 const MethodDefinition METHODS[] = {

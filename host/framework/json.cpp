@@ -52,15 +52,15 @@ public:
     }
     bool string(string_t& value) override { return Add(BoxText(value)); }
     bool binary(binary_t&) override { return false; }
-    bool start_object(std::size_t) override { return Open(NewDictionary()); }
+    bool start_object(size_t) override { return Open(NewDictionary()); }
     bool end_object() override { return Close(); }
-    bool start_array(std::size_t) override { return Open(ObjectRef::Adopt(NewArray(TypeNamed("Variant")))); }
+    bool start_array(size_t) override { return Open(ObjectRef::Adopt(NewArray(TypeNamed("Variant")))); }
     bool end_array() override { return Close(); }
     bool key(string_t& name) override {
         open_.back().key = BoxText(name);
         return true;
     }
-    bool parse_error(std::size_t, const std::string&, const Json::exception& exception) override {
+    bool parse_error(size_t, const std::string&, const Json::exception& exception) override {
         // "[json.exception.parse_error.101] parse error at line 1, column 2: what is wrong"
         error_ = exception.what();
         size_t place = error_.find("] ");
