@@ -4,7 +4,8 @@ set(KOVA_PRIVATE_FOLDER lib/kova)
 install(TARGETS kova RUNTIME DESTINATION ${KOVA_PRIVATE_FOLDER})
 install(TARGETS kova-xml LIBRARY DESTINATION ${KOVA_PRIVATE_FOLDER})
 install(PROGRAMS "${CMAKE_CURRENT_LIST_DIR}/kova.sh" DESTINATION bin RENAME kova)
-install(DIRECTORY "${CMAKE_SOURCE_DIR}/examples" "${CMAKE_SOURCE_DIR}/library" DESTINATION share/kova)
+install(DIRECTORY "${CMAKE_SOURCE_DIR}/examples" "${CMAKE_SOURCE_DIR}/library" DESTINATION share/kova
+  PATTERN CMakeLists.txt EXCLUDE)
 
 # What finds the bundle, and what shells and desktops know of the command.
 configure_file("${CMAKE_SOURCE_DIR}/packaging/kova-xml.pc.in" kova-xml.pc @ONLY)
