@@ -3,12 +3,14 @@
 # make test     runs the whole suite        make lint    checks the sources
 # make format   formats the sources         make install PREFIX=/usr/local
 # make conformance    runs public suites (fetched by npm and apt)
+# make fuzz SECONDS=60  tries to break it: so long for each target   make faults   lets each allocation fail
 # make manual   man pages and one HTML page of the documents, in build/manual
 # make dist     an archive that runs anywhere   make deb   a Debian package   make uninstall PREFIX=/usr/local
 .DELETE_ON_ERROR:
-.PHONY: all product demo test asan bench conformance lint format manual install uninstall dist deb clean configure-product configure-tests
+.PHONY: all product demo test asan fuzz faults bench conformance lint format manual install uninstall dist deb clean configure-product configure-tests
 
 PREFIX ?= /usr/local
+SECONDS ?= 60
 # Ninja tells its progress on a terminal; elsewhere only faults.
 BUILD_FLAGS := $(if $(VERBOSE),-v,$(shell [ -t 2 ] || echo --quiet))
 BUILD = cmake --build --preset i386 --parallel
@@ -42,6 +44,16 @@ asan: configure-tests
 	@[ -f build/i386-asan/build.ninja ] || cmake/progress Configuring cmake --preset i386-asan
 	@cmake --build --preset i386-asan --parallel -- $(BUILD_FLAGS)
 	@ctest --preset i386-asan --parallel $$(nproc)
+
+fuzz: configure-tests
+	@cmake/tools fuzz
+	@[ -f build/i386-fuzz/build.ninja ] || cmake/progress Configuring cmake --preset i386-fuzz
+	@cmake --build --preset i386-fuzz --parallel -- $(BUILD_FLAGS)
+	@tests/fuzz/run $(SECONDS)
+
+faults: all
+	@$(BUILD) --target failing_malloc -- $(BUILD_FLAGS)
+	@tests/faults/run build/i386
 
 bench: configure-tests
 	@cmake/tools bench

@@ -12,7 +12,8 @@ endforeach()
 set(CMAKE_POLICY_DEFAULT_CMP0077 NEW)
 add_subdirectory("${CMAKE_SOURCE_DIR}/build/expat/source/expat" "${CMAKE_BINARY_DIR}/expat" EXCLUDE_FROM_ALL SYSTEM)
 target_compile_options(expat PRIVATE "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/="
-  "$<$<BOOL:${KOVA_SANITIZE}>:-fsanitize=address;-fno-omit-frame-pointer>")
+  "$<$<BOOL:${KOVA_SANITIZE}>:-fsanitize=address;-fno-omit-frame-pointer>"
+  $<$<BOOL:${KOVA_FUZZ}>:-fsanitize=fuzzer-no-link>)
 
 find_library(LIBFFI ffi REQUIRED)
 find_path(LIBFFI_INCLUDE_DIR ffi.h REQUIRED)

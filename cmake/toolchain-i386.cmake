@@ -1,8 +1,14 @@
 # 32-bit x86 with Debian's i386 libraries from build/sysroot (see cmake/sysroot).
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR i686)
-set(CMAKE_C_COMPILER gcc)
-set(CMAKE_CXX_COMPILER g++)
+if(KOVA_CLANG)
+  set(CMAKE_C_COMPILER clang)
+  set(CMAKE_CXX_COMPILER clang++)
+  list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES KOVA_CLANG)
+else()
+  set(CMAKE_C_COMPILER gcc)
+  set(CMAKE_CXX_COMPILER g++)
+endif()
 
 set(CMAKE_SYSROOT "${CMAKE_CURRENT_LIST_DIR}/../build/sysroot")
 get_filename_component(CMAKE_SYSROOT "${CMAKE_SYSROOT}" ABSOLUTE)

@@ -99,6 +99,7 @@ void RegisterExceptions() {
         RegisterClass(records[i]);
     }
     RegisterClass(EndData::Record());
+    PrepareOutOfMemory();
 }
 
 } // namespace host

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -80,10 +81,12 @@ bool LinkFresh(int descriptor, const fs::path& folder, fs::path& name) {
 
 StreamFile::~StreamFile() {
     if (file_ == nullptr) return;
-    if (IsProgramFailing() || error_ != 0)
-        Discard();
-    else
-        Close();
+    try {
+        if (!IsProgramFailing() && error_ == 0) Close();
+    } catch (const std::bad_alloc&) {
+        RaiseOutOfMemory();
+    }
+    if (file_ != nullptr) Discard();
 }
 
 bool StreamFile::Open(const fs::path& path, const char* mode) {

@@ -1,37 +1,13 @@
 // Builders for the framework's definition records, so that a table has one line for each member.
 #pragma once
 
-#include "host/runtime/exception.h"
+#include "host/runtime/guarded.h"
 #include "host/runtime/object.h"
 #include "host/runtime/records.h"
 
-#include <exception>
-#include <new>
 #include <span>
 
 namespace host {
-
-// A function as native callers call it: what it throws for want of memory, or else, is raised in the program.
-template <auto FUNCTION>
-struct Guarded;
-template <typename Result, typename... Arguments, Result (*FUNCTION)(Arguments...)>
-struct Guarded<FUNCTION> {
-    static Result Call(Arguments... arguments) noexcept {
-        try {
-            return FUNCTION(arguments...);
-        } catch (const std::bad_alloc&) {
-            RaiseOutOfMemory();
-        } catch (const std::exception& error) {
-            RaiseNew("RuntimeException", 0, error.what());
-        }
-        return Result();
-    }
-};
-
-template <auto FUNCTION>
-void* Native() {
-    return reinterpret_cast<void*>(&Guarded<FUNCTION>::Call);
-}
 
 constexpr uint32_t MEMBER_FLAGS = 4; // what plug-ins give their members
 

@@ -35,6 +35,8 @@ std::unordered_map<Object*, std::vector<Attachment>>& Attachments() {
     return attachments;
 }
 
+bool hasStandIns = false; // even to look costs memory otherwise
+
 // By the class that it stands in for.
 std::unordered_map<Class*, StandIn>& StandIns() {
     static auto& standIns = *new std::unordered_map<Class*, StandIn>;
@@ -76,6 +78,7 @@ void AttachHandler(Object* object, const Event* event, Object* delegate, Delegat
     auto attachments = Attachments().try_emplace(object).first;
     if (attachments->second.empty() && object->cls->destructor != DropAttachments) {
         StandIn& standIn = StandIns()[object->cls];
+        hasStandIns = true;
         if (standIn.cls == nullptr) standIn.cls = DefineStandIn(object->cls, DropAttachments);
         MoveToStandIn(object, standIn.cls);
     }
@@ -102,6 +105,7 @@ void DetachHandler(Object* object, const Event* event, const Object* delegate) {
 }
 
 void RemoveStandIns() {
+    if (!hasStandIns) return;
     std::erase_if(StandIns(), [](auto& entry) { return RemoveClass(entry.second.cls); });
 }
 

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <new>
 
 namespace host::language {
 
@@ -152,7 +153,12 @@ bool Machine::Push(const Code& code, Slot* base) {
         RaiseNew("StackOverflowException", 0, "the calls are nested too deeply");
         return false;
     }
-    frames_.push_back({&code, code.instructions.data(), base});
+    try {
+        frames_.push_back({&code, code.instructions.data(), base});
+    } catch (const std::bad_alloc&) {
+        RaiseOutOfMemory();
+        return false;
+    }
     return true;
 }
 
@@ -283,12 +289,21 @@ std::vector<StackEntry> Machine::StackTrace() const {
     return trace;
 }
 
-// An exception that is raised again keeps the place where it was raised first.
+// An exception that is raised again keeps the place where it was raised first. Without memory its place is not known.
 void Machine::NoteRaised(Object* exception) {
     if (raised_.Get() == exception) return;
     raised_ = ObjectRef::Share(exception);
-    raisedStack_ = StackTrace();
-    NoteInput();
+    raisedStack_.clear();
+    try {
+        raisedStack_ = StackTrace();
+        NoteInput();
+        GiveStack(exception);
+    } catch (const std::bad_alloc&) {
+        TakePendingException();
+    }
+}
+
+void Machine::GiveStack(Object* exception) const {
     auto methods = exception->cls->FindMethods("Stack");
     if (methods.empty() || methods[0]->setter == nullptr) return;
     std::vector<std::string> lines;
@@ -302,6 +317,7 @@ void Machine::NoteRaised(Object* exception) {
     arguments[1] = array.Get();
     Slot unused{};
     CallNative(methods[0]->setterShape, methods[0]->setter, arguments, &unused);
+    TakePendingException();
 }
 
 const Handler* Machine::FindHandler(const Frame& frame) const {

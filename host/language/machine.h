@@ -55,6 +55,7 @@ private:
     void NoteRaised(Object* exception);
     void NoteInput();
     std::string InputLine(Object* exception) const;
+    void GiveStack(Object* exception) const;
     std::vector<StackEntry> StackTrace() const;
     static std::string ArgumentsOf(const Frame& frame);
     // false when the program has to stop.

@@ -131,9 +131,8 @@ Closure::Closure(const CallShape* shape, ClosureCallback callback, void* context
 
 Closure::~Closure() { ffi_closure_free(memory_); }
 
-void Closure::Enter(ffi_cif*, void* result, ffi_raw* words, void* self) noexcept {
-    const auto* closure = static_cast<const Closure*>(self);
-    const CallShape& shape = *closure->shape_;
+void Closure::Call(ffi_raw* words, Slot& value) const {
+    const CallShape& shape = *shape_;
     const size_t count = shape.types.size();
     Slot few[FEW_ARGUMENTS];
     std::vector<Slot> many;
@@ -151,13 +150,22 @@ void Closure::Enter(ffi_cif*, void* result, ffi_raw* words, void* self) noexcept
             arguments[i].integer = (words++)->sint;
         }
     }
-
-    Slot value{};
     if (IsExceptionPending()) {
         SuspendedException suspended;
-        closure->callback_(closure->context_, arguments, &value);
+        callback_(context_, arguments, &value);
     } else {
-        closure->callback_(closure->context_, arguments, &value);
+        callback_(context_, arguments, &value);
+    }
+}
+
+void Closure::Enter(ffi_cif*, void* result, ffi_raw* words, void* self) noexcept {
+    const auto* closure = static_cast<const Closure*>(self);
+    const CallShape& shape = *closure->shape_;
+    Slot value{};
+    try {
+        closure->Call(words, value);
+    } catch (const std::bad_alloc&) {
+        RaiseOutOfMemory();
     }
     if (shape.result == Kind::DOUBLE) {
         std::memcpy(result, &value.number, sizeof(double));

@@ -63,6 +63,7 @@ public:
     void* Function() const { return function_; }
 
 private:
+    void Call(ffi_raw* words, Slot& value) const;
     static void Enter(ffi_cif* cif, void* result, ffi_raw* words, void* self) noexcept;
 
     const CallShape* shape_;

@@ -7,6 +7,7 @@
 #include "host/runtime/signature.h"
 
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -21,7 +22,7 @@ struct ProgramClass {};
 using ClassHook = void (*)(Object* object, Class* cls);
 
 struct Class {
-    // Tells a class reference from a class name: no name begins with this byte.
+    // Tells a class reference from a class name: no name begins with these bytes.
     static constexpr uint32_t MARK = 0x4B4B4B01;
 
     const uint32_t mark = MARK;
@@ -74,7 +75,9 @@ struct Class {
 
 // Whether this is a class reference rather than a NUL-terminated class name; not nullptr.
 inline bool IsClassReference(const void* reference) {
-    return *static_cast<const char*>(reference) == static_cast<char>(Class::MARK & 0xFF);
+    return std::strncmp(static_cast<const char*>(reference), reinterpret_cast<const char*>(&Class::MARK),
+                        sizeof Class::MARK)
+           == 0;
 }
 
 Class* FindClass(std::string_view name);

@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <utility>
 
 namespace host {
@@ -15,15 +16,18 @@ Object* detail::pendingException = nullptr;
 
 namespace {
 
-// Given up when memory runs out, so that the exception can be made.
+// Given up when memory runs out, so that the exception can be made, and raised when even that is not enough.
 constexpr size_t RESERVE_SIZE = 64 << 10;
 void* reserve = std::malloc(RESERVE_SIZE);
+Object* spareException = nullptr;
+
+constexpr const char* OUT_OF_MEMORY = "OutOfMemoryException";
 
 bool isFailing = false;
 
 [[noreturn]] void Die(const char* message) {
     std::fprintf(stderr, "kova: %s\n", message);
-    std::abort();
+    std::_Exit(EXIT_FAILURE);
 }
 
 } // namespace
@@ -51,12 +55,38 @@ void RaiseNew(std::string_view className, int32_t number, std::string_view messa
 
 void RaiseOutOfMemory() {
     static bool isRaising = false;
-    if (isRaising) Die("out of memory");
-    isRaising = true;
-    std::free(std::exchange(reserve, nullptr));
-    RaiseNew("OutOfMemoryException", 0, "The host has run out of memory.");
-    reserve = std::malloc(RESERVE_SIZE);
-    isRaising = false;
+    if (!std::exchange(isRaising, true)) {
+        std::free(std::exchange(reserve, nullptr));
+        try {
+            RaiseNew(OUT_OF_MEMORY, 0, "The host has run out of memory.");
+        } catch (const std::bad_alloc&) { // not even for that: see below
+        }
+        reserve = std::malloc(RESERVE_SIZE);
+        isRaising = false;
+    }
+    if (IsExceptionPending()) return;
+    if (spareException == nullptr) Die("out of memory");
+    LockObject(spareException);
+    Raise(spareException);
+}
+
+void PrepareOutOfMemory() {
+    RaiseNew(OUT_OF_MEMORY, 0, "The host has run out of memory.");
+    spareException = TakePendingException().Detach();
+}
+
+void RaiseCaught() noexcept {
+    try {
+        try {
+            throw;
+        } catch (const std::bad_alloc&) {
+            RaiseOutOfMemory();
+        } catch (const std::exception& error) {
+            RaiseNew("RuntimeException", 0, error.what());
+        }
+    } catch (const std::bad_alloc&) {
+        RaiseOutOfMemory();
+    }
 }
 
 bool IsProgramFailing() { return isFailing; }

@@ -22,8 +22,12 @@ void Raise(Object* exception);
 // empty, Message (UTF-8), and raises it.
 void RaiseNew(std::string_view className, int32_t number, std::string_view message);
 
-// Raises OutOfMemoryException. Ends the process when there is no memory even for that.
+// Raises OutOfMemoryException. When there is no memory even for that, it is the one that was made beforehand, once the
+// class is registered.
 void RaiseOutOfMemory();
+void PrepareOutOfMemory();
+// In a handler of C++: raises in the program what was thrown.
+void RaiseCaught() noexcept;
 
 // Whether objects are released because the program fails: by an exception on its way, or as it is stopped. What they
 // have not finished is not to be kept then.

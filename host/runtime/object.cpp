@@ -7,6 +7,7 @@
 #include "host/runtime/small_blocks.h"
 
 #include <cstring>
+#include <new>
 #include <vector>
 
 namespace host {
@@ -25,9 +26,17 @@ constexpr int MAX_DEPTH = 64;
 
 int destroyDepth = 0;
 
-std::vector<Object*>& WaitingObjects() {
-    static auto& waiting = *new std::vector<Object*>;
-    return waiting;
+std::vector<Object*>* waitingObjects = nullptr; // made when it is needed first
+
+// false without memory.
+bool LetWait(Object* object) {
+    try {
+        if (waitingObjects == nullptr) waitingObjects = new std::vector<Object*>;
+        waitingObjects->push_back(object);
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
 }
 
 using NativeHook = void (*)(Object*);
@@ -68,8 +77,12 @@ void Destroy(Object* object) {
     SetState(object, DYING, DYING_COUNT);
     if (cls->hasFinalizer && !(object->references & FINALIZED) && FinalizeAndCheckSaved(object)) return;
     for (Class* level = cls; level != nullptr; level = level->super) {
-        if (level->destructor != nullptr) level->destructor(object, level);
-        CallNativeHook(level->nativeDestructor, object);
+        try {
+            if (level->destructor != nullptr) level->destructor(object, level);
+            CallNativeHook(level->nativeDestructor, object);
+        } catch (const std::bad_alloc&) {
+            RaiseOutOfMemory();
+        }
     }
     if (uint32_t count = CountOf(object); count > DYING_COUNT) {
         SetState(object, DEAD, count - DYING_COUNT);
@@ -108,18 +121,14 @@ void ReleaseObject(Object* object) {
         FreeMemory(object);
         return;
     }
-    std::vector<Object*>& waiting = WaitingObjects();
-    if (destroyDepth >= MAX_DEPTH) {
-        waiting.push_back(object);
-        return;
-    }
+    if (destroyDepth >= MAX_DEPTH && LetWait(object)) return;
     ++destroyDepth;
     Destroy(object);
     --destroyDepth;
     // The list is drained from the outermost level, where there is the most room.
-    while (destroyDepth == 0 && !waiting.empty()) {
-        Object* next = waiting.back();
-        waiting.pop_back();
+    while (destroyDepth == 0 && waitingObjects != nullptr && !waitingObjects->empty()) {
+        Object* next = waitingObjects->back();
+        waitingObjects->pop_back();
         ++destroyDepth;
         Destroy(next);
         --destroyDepth;

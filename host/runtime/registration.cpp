@@ -136,10 +136,9 @@ void CheckVersion(int32_t version) {
 Class* RegisterClass(ClassDefinition& record) {
     const auto* name = static_cast<const char*>(record.name);
     if (name == nullptr) throw DefinitionError("class without name");
-    if (IsClassReference(record.name)) {
-        throw DefinitionError("class " + static_cast<const Class*>(record.name)->name
-                              + ": its record is registered already");
-    }
+    for (const auto& cls : Registry::Get().classes)
+        if (cls.get() == record.name)
+            throw DefinitionError("class " + cls->name + ": its record is registered already");
     return Naming("class " + std::string(name), [&] {
         CheckVersion(record.version);
         CheckClassName(name);

@@ -5,6 +5,7 @@
 #include "host/runtime/class.h"
 #include "host/runtime/encoding.h"
 #include "host/runtime/exception.h"
+#include "host/runtime/guarded.h"
 #include "host/runtime/log.h"
 #include "host/runtime/module.h"
 #include "host/runtime/object.h"
@@ -44,13 +45,15 @@ void Register(Action action) {
 const Signature* KnownSignature(const char* declaration) {
     static auto& signatures = *new std::unordered_map<std::string, std::optional<Signature>>;
     if (declaration == nullptr) return nullptr;
-    auto [entry, isNew] = signatures.try_emplace(declaration);
-    if (isNew) {
+    auto entry = signatures.find(declaration);
+    if (entry == signatures.end()) {
+        std::optional<Signature> signature;
         try {
-            entry->second = ParseSignature(declaration);
+            signature = ParseSignature(declaration);
         } catch (const DefinitionError&) {
-            entry->second.reset();
+            signature.reset();
         }
+        entry = signatures.emplace(declaration, std::move(signature)).first;
     }
     return entry->second ? &*entry->second : nullptr;
 }
@@ -132,38 +135,38 @@ void* KOVALoadGlobalMethod(Object*, const char* declaration) {
 
 double KOVAGetKVVersion() { return HOST_VERSION; }
 
-template <typename Function>
-Service Entry(const char* name, Function* function) {
-    return {name, reinterpret_cast<void*>(function)};
+template <auto FUNCTION>
+Service Entry(const char* name) {
+    return {name, Native<FUNCTION>()};
 }
 
 const std::array SERVICES = {
-    Entry("RegisterPluginVersion", RegisterPluginVersion),
-    Entry("PluginRegisterClass", PluginRegisterClass),
-    Entry("PluginRegisterModule", PluginRegisterModule),
-    Entry("PluginNewInstance", PluginNewInstance),
-    Entry("KOVALockObject", KOVALockObject),
-    Entry("KOVAUnlockObject", KOVAUnlockObject),
-    Entry("KOVABuildString", KOVABuildString),
-    Entry("KOVALockString", KOVALockString),
-    Entry("KOVAUnlockString", KOVAUnlockString),
-    Entry("StringGetCString", CString),
-    Entry("KOVAGetStringEncoding", KOVAGetStringEncoding),
-    Entry("KOVASetStringEncoding", KOVASetStringEncoding),
-    Entry("KOVAConvertString", ConvertStringPooled),
-    Entry("RuntimeAddString", AddStrings),
-    Entry("RuntimeStringCompare", CompareStrings),
-    Entry("GetEventInstance", GetEventInstance),
-    Entry("RuntimeRaiseException", Raise),
-    Entry("RuntimeUBound", RuntimeUBound),
-    Entry("RuntimeDirectReadStringArray", RuntimeDirectReadStringArray),
-    Entry("KOVAGetPropValueInt", KOVAGetPropValueInt),
-    Entry("KOVASetPropValueInt", KOVASetPropValueInt),
-    Entry("KOVASetPropValueString", KOVASetPropValueString),
-    Entry("KOVALoadObjectMethod", KOVALoadObjectMethod),
-    Entry("KOVALoadGlobalMethod", KOVALoadGlobalMethod),
-    Entry("KOVAGetKVVersion", KOVAGetKVVersion),
-    Entry("RuntimeLogMessage", LogMessage),
+    Entry<RegisterPluginVersion>("RegisterPluginVersion"),
+    Entry<PluginRegisterClass>("PluginRegisterClass"),
+    Entry<PluginRegisterModule>("PluginRegisterModule"),
+    Entry<PluginNewInstance>("PluginNewInstance"),
+    Entry<KOVALockObject>("KOVALockObject"),
+    Entry<KOVAUnlockObject>("KOVAUnlockObject"),
+    Entry<KOVABuildString>("KOVABuildString"),
+    Entry<KOVALockString>("KOVALockString"),
+    Entry<KOVAUnlockString>("KOVAUnlockString"),
+    Entry<CString>("StringGetCString"),
+    Entry<KOVAGetStringEncoding>("KOVAGetStringEncoding"),
+    Entry<KOVASetStringEncoding>("KOVASetStringEncoding"),
+    Entry<ConvertStringPooled>("KOVAConvertString"),
+    Entry<AddStrings>("RuntimeAddString"),
+    Entry<CompareStrings>("RuntimeStringCompare"),
+    Entry<GetEventInstance>("GetEventInstance"),
+    Entry<Raise>("RuntimeRaiseException"),
+    Entry<RuntimeUBound>("RuntimeUBound"),
+    Entry<RuntimeDirectReadStringArray>("RuntimeDirectReadStringArray"),
+    Entry<KOVAGetPropValueInt>("KOVAGetPropValueInt"),
+    Entry<KOVASetPropValueInt>("KOVASetPropValueInt"),
+    Entry<KOVASetPropValueString>("KOVASetPropValueString"),
+    Entry<KOVALoadObjectMethod>("KOVALoadObjectMethod"),
+    Entry<KOVALoadGlobalMethod>("KOVALoadGlobalMethod"),
+    Entry<KOVAGetKVVersion>("KOVAGetKVVersion"),
+    Entry<LogMessage>("RuntimeLogMessage"),
 };
 
 std::array<bool, SERVICES.size()> isDisabled{};
