@@ -161,6 +161,8 @@ void StreamFile::Close() {
 
 // 0, or the error number.
 int StreamFile::Replace() {
+    // A rename may reach the disk before what was written does. Where that cannot be waited for, it is not.
+    if (fsync(fileno(file_)) != 0 && errno != EINVAL) return errno;
     if (temporary_.empty() && !LinkFresh(fileno(file_), target_.parent_path(), temporary_)) return errno;
     if (std::rename(temporary_.c_str(), target_.c_str()) != 0) return errno;
     temporary_.clear();

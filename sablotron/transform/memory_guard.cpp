@@ -15,6 +15,18 @@ namespace {
 std::mutex usersMutex;
 int users = 0; // guards that live, in all threads
 
+// What libxml2 allocates with outside of runs.
+struct Allocator {
+    xmlFreeFunc free = nullptr;
+    xmlMallocFunc allocate = nullptr;
+    xmlReallocFunc reallocate = nullptr;
+    xmlStrdupFunc duplicate = nullptr;
+
+    // That of a host of its own is left alone: nothing is known of what it hands out.
+    bool IsMalloc() const { return allocate == std::malloc; }
+};
+Allocator before;
+
 int64_t SizeOf(void* memory) { return static_cast<int64_t>(malloc_usable_size(memory)); }
 
 } // namespace
@@ -25,12 +37,15 @@ MemoryGuard::MemoryGuard(size_t limit, std::function<void()> onExceeded)
     : limit_(static_cast<int64_t>(limit)), onExceeded_(std::move(onExceeded)) {
     current_ = this;
     const std::lock_guard lock(usersMutex);
-    if (users++ == 0) xmlMemSetup(Free, Allocate, Reallocate, Duplicate);
+    if (users++ > 0) return;
+    xmlMemGet(&before.free, &before.allocate, &before.reallocate, &before.duplicate);
+    if (before.IsMalloc()) xmlMemSetup(Free, Allocate, Reallocate, Duplicate);
 }
 
 MemoryGuard::~MemoryGuard() {
     const std::lock_guard lock(usersMutex);
-    if (--users == 0) xmlMemSetup(std::free, std::malloc, std::realloc, strdup);
+    if (--users == 0 && before.IsMalloc())
+        xmlMemSetup(before.free, before.allocate, before.reallocate, before.duplicate);
     current_ = nullptr;
 }
 
