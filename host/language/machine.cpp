@@ -164,7 +164,8 @@ bool Machine::Push(const Code& code, Slot* base) {
 
 bool Machine::Invoke(const Code& code, const Slot* arguments, Slot* result) {
     if (isStopped_) return false;
-    if (attention != 0) [[unlikely]] NoteTicks();
+    if (attention != 0) [[unlikely]]
+        NoteTicks();
     Slot* base = Top();
     if (!HasRoom()) {
         RaiseNew("StackOverflowException", 0, "the calls are nested too deeply");

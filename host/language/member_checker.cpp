@@ -29,6 +29,20 @@ const ArrayMember* FindArrayMember(std::string_view name) {
     return row == std::end(ARRAY_MEMBERS) ? nullptr : row;
 }
 
+// Whether a function tells an order of such elements: it compares two, or gives the key of one.
+bool TellsOrder(const FunctionSymbol& function, const ValueType& element) {
+    const size_t count = function.parameters.size();
+    bool takesElements =
+        std::all_of(function.parameters.begin(), function.parameters.end(), [&](const auto& parameter) {
+            bool isWider = element.Is(TypeKind::OBJECT) && parameter.type.Is(TypeKind::OBJECT)
+                           && element.cls->IsA(parameter.type.cls);
+            return !parameter.isByRef && (parameter.type == element || isWider);
+        });
+    if (!takesElements || function.native != nullptr) return false;
+    return count == 2 ? function.result.Is(TypeKind::INTEGER)
+                      : count == 1 && (function.result.IsNumber() || function.result.Is(TypeKind::STRING));
+}
+
 } // namespace
 
 ModuleSymbol* ExpressionChecker::QualifyingModule(const Expression& expression) {
@@ -193,20 +207,6 @@ NodePtr ExpressionChecker::ExtensionCall(NodePtr& object, const Expression& memb
     }
     return Call(nullptr, functions, std::move(arguments), call != nullptr ? call->span : member.span, member.nameSpan,
                 use);
-}
-
-// Whether a function tells an order of such elements: it compares two, or gives the key of one.
-static bool TellsOrder(const FunctionSymbol& function, const ValueType& element) {
-    const size_t count = function.parameters.size();
-    bool takesElements =
-        std::all_of(function.parameters.begin(), function.parameters.end(), [&](const auto& parameter) {
-            bool isWider = element.Is(TypeKind::OBJECT) && parameter.type.Is(TypeKind::OBJECT)
-                           && element.cls->IsA(parameter.type.cls);
-            return !parameter.isByRef && (parameter.type == element || isWider);
-        });
-    if (!takesElements || function.native != nullptr) return false;
-    return count == 2 ? function.result.Is(TypeKind::INTEGER)
-                      : count == 1 && (function.result.IsNumber() || function.result.Is(TypeKind::STRING));
 }
 
 // array.Sort, array.Sort(AddressOf function)
