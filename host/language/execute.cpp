@@ -23,20 +23,10 @@ void ReleaseArguments(const Code& code, const Slot* window) {
     for (size_t i = 0; i < code.parameters.size(); ++i) ReleaseSlot(window[i], code.parameters[i]);
 }
 
-// What a native function returned although it raised an exception.
-void ReleaseResult(Kind kind, Slot value) {
-    if (kind == Kind::STRING) UnlockString(value.string);
-    if (kind == Kind::OBJECT || kind == Kind::VARIANT || kind == Kind::ARRAY) UnlockObject(value.object);
-}
-
 void Bind(Object* delegate, Object* target, const Code* code) {
     LockObject(target);
     AsDelegate(delegate)->target = target;
     AsDelegate(delegate)->code = code;
-}
-
-void RaiseMismatch(const Object* object, const std::string& wanted) {
-    RaiseNew("TypeMismatchException", 0, "a " + object->cls->name + " is not a " + wanted);
 }
 
 } // namespace

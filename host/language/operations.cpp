@@ -266,4 +266,13 @@ void ReleaseSlot(Slot slot, Storage storage) {
     if (storage == Storage::OBJECT) UnlockObject(slot.object);
 }
 
+void ReleaseResult(Kind kind, Slot value) {
+    if (kind == Kind::STRING) UnlockString(value.string);
+    if (kind == Kind::OBJECT || kind == Kind::VARIANT || kind == Kind::ARRAY) UnlockObject(value.object);
+}
+
+void RaiseMismatch(const Object* object, const std::string& wanted) {
+    RaiseNew("TypeMismatchException", 0, "a " + object->cls->name + " is not a " + wanted);
+}
+
 } // namespace host::language

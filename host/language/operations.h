@@ -54,4 +54,8 @@ std::string TextOfVariant(Object* variant);
 // Gives back what a variable or argument of this storage holds.
 void ReleaseSlot(Slot slot, Storage storage);
 
+// What a native function returned although it raised an exception.
+void ReleaseResult(Kind kind, Slot value);
+void RaiseMismatch(const Object* object, const std::string& wanted);
+
 } // namespace host::language
