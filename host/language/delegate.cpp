@@ -15,4 +15,10 @@ Class* DelegateClass(std::string name) {
     return DefineInternalClass(std::move(name), static_cast<int32_t>(sizeof(Delegate) - sizeof(Object)), ReleaseTarget);
 }
 
+void Bind(Object* delegate, Object* target, const Code* code) {
+    LockObject(target);
+    AsDelegate(delegate)->target = target;
+    AsDelegate(delegate)->code = code;
+}
+
 } // namespace host::language

@@ -20,5 +20,7 @@ Class* DelegateClass(std::string name);
 using DelegateCall = void (*)(Delegate& delegate, const Slot* arguments, Slot* result);
 
 inline Delegate* AsDelegate(Object* object) { return static_cast<Delegate*>(object); }
+// Makes a new delegate call the code on the target.
+void Bind(Object* delegate, Object* target, const Code* code);
 
 } // namespace host::language

@@ -23,12 +23,6 @@ void ReleaseArguments(const Code& code, const Slot* window) {
     for (size_t i = 0; i < code.parameters.size(); ++i) ReleaseSlot(window[i], code.parameters[i]);
 }
 
-void Bind(Object* delegate, Object* target, const Code* code) {
-    LockObject(target);
-    AsDelegate(delegate)->target = target;
-    AsDelegate(delegate)->code = code;
-}
-
 } // namespace
 
 bool Machine::Execute() {
