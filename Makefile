@@ -67,6 +67,7 @@ conformance: product
 lint: configure-tests
 	@cmake/tools lint
 	@cmake/updates build
+	@$(BUILD) --target generated_sources -- $(BUILD_FLAGS)
 	@cmake/lint build/i386
 
 format:
