@@ -51,9 +51,7 @@ std::vector<std::string> ReadDictionary(const fs::path& path) {
         if (!line.starts_with('"')) continue;
         std::string word;
         for (size_t i = 1; i + 1 < line.size(); ++i) {
-            if (line[i] != '\\') {
-                word += line[i];
-            } else if (line[++i] == 'x') {
+            if (line[i] == '\\' && line[++i] == 'x') {
                 word += static_cast<char>(std::stoi(line.substr(i + 1, 2), nullptr, 16));
                 i += 2;
             } else {
@@ -117,9 +115,8 @@ private:
 
 void SayInput(int signal) {
     constexpr std::string_view TITLE = "The input was:\n";
-    static_cast<void>(!write(STDERR_FILENO, TITLE.data(), TITLE.size()));
-    static_cast<void>(!write(STDERR_FILENO, current.data(), current.size()));
-    static_cast<void>(!write(STDERR_FILENO, "\n", 1));
+    for (const std::string_view text : {TITLE, std::string_view(current), std::string_view("\n")})
+        [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
     std::signal(signal, SIG_DFL);
     raise(signal);
 }
