@@ -63,9 +63,9 @@ void* MemoryGuard::Allocate(size_t size) {
 }
 
 void* MemoryGuard::Reallocate(void* memory, size_t size) {
-    const int64_t size = SizeOf(memory);
+    const int64_t freed = SizeOf(memory);
     void* moved = std::realloc(memory, size);
-    if ((current_ != nullptr) && (moved != nullptr)) current_->Count(SizeOf(moved) - size);
+    if ((current_ != nullptr) && (moved != nullptr)) current_->Count(SizeOf(moved) - freed);
     return moved;
 }
 
