@@ -41,38 +41,11 @@ private:
 };
 
 TEST_F(LanguageRun, ErrorsShowTheirLineAndMarkTheText) {
-    EXPECT_EQ(Errors("Dim d As New Dictionary\nPrint d.Cuont\n"),
-              "a.kova:2:9: error: Dictionary has no member \"Cuont\" "
-              "(did you mean \"Count\"?)\n"
-              "Print d.Cuont\n"
-              "        ^~~~~\n");
     // Columns count characters; tabs stay, so that the caret stands right at any width.
     EXPECT_EQ(Errors("\tPrint \"äöü\" + 1"), "a.kova:1:14: error: \"+\" cannot be applied to String and Integer "
                                              "(convert the other side with Str(…))\n"
                                              "\tPrint \"äöü\" + 1\n"
                                              "\t            ^\n");
-}
-
-TEST_F(LanguageRun, UncaughtExceptionsTellTheCallsThatLedThere) {
-    RunResult result = RunText("Class Counter\n"
-                               "  Sub Add(n As Integer)\n"
-                               "    Raise New IOException(\"disk\", 5)\n"
-                               "  End Sub\n"
-                               "End Class\n"
-                               "Sub Work()\n"
-                               "  Dim c As New Counter\n"
-                               "  c.Add(1)\n"
-                               "End Sub\n"
-                               "\n"
-                               "Work\n");
-    ASSERT_EQ(result.outcome, RunOutcome::UNCAUGHT_EXCEPTION);
-    EXPECT_EQ(FormatException(*result.exception), "IOException 5: disk\n"
-                                                  "a.kova:3:5\n"
-                                                  "    Raise New IOException(\"disk\", 5)\n"
-                                                  "    ^\n"
-                                                  "  at Counter.Add(n = 1) (a.kova:3)\n"
-                                                  "  at Work() (a.kova:8)\n"
-                                                  "  at a.kova:11\n");
 }
 
 TEST_F(LanguageRun, LimitsStopAProgramWithoutItsHandlers) {

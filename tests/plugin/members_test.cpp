@@ -1,55 +1,10 @@
-// All members of the plug-in's classes, as the bundle registers them.
-#include "host/syntax/names.h"
+// Members of objects that have no document.
 #include "tests/plugin/plugin_host.h"
-
-#include <algorithm>
-#include <cctype>
-#include <filesystem>
-#include <fstream>
-#include <set>
 
 namespace {
 
 using host::ObjectRef;
 using host::Value;
-
-constexpr const char* CLASSES[] = {
-    "XmlReader",    "XmlReaderException", "XmlAttributeList", "XmlContentModel", "XmlXsltHandler",
-    "XmlException", "XmlDomException",    "XmlNamespaces",    "XmlNodeList",     "XmlNode",
-    "XmlElement",   "XmlAttribute",       "XmlDocument",      "XmlStyleSheet"};
-
-// Every word of the host programs, case folded.
-std::set<std::string> WordsOfPrograms() {
-    const auto isLetter = [](char c) { return c == '_' || std::isalpha(static_cast<unsigned char>(c)) != 0; };
-    std::set<std::string> words;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(KOVA_SOURCE_DIR "/tests/programs")) {
-        if (entry.path().extension() != ".kova") continue;
-        std::ifstream file(entry.path());
-        const std::string text(std::istreambuf_iterator<char>(file), {});
-        for (auto start = text.begin(); (start = std::find_if(start, text.end(), isLetter)) != text.end();) {
-            const auto end = std::find_if_not(start, text.end(), isLetter);
-            words.insert(host::FoldName({start, end}));
-            start = end;
-        }
-    }
-    return words;
-}
-
-TEST(Members, AreAllUsedByTheHostPrograms) {
-    StartHost();
-    const std::set<std::string> words = WordsOfPrograms();
-    for (const char* name : CLASSES) {
-        const host::Class* cls = host::FindClass(name);
-        ASSERT_NE(cls, nullptr) << name;
-        for (const auto& property : cls->properties)
-            EXPECT_TRUE(words.contains(host::FoldName(property->name))) << name << "." << property->name;
-        for (const auto& method : cls->methods)
-            EXPECT_TRUE(words.contains(host::FoldName(method->signature.name)))
-                << name << "." << method->signature.name;
-        for (const auto& event : cls->events)
-            EXPECT_TRUE(words.contains(host::FoldName(event->signature.name))) << name << "." << event->signature.name;
-    }
-}
 
 // A wrapper that a program made with New has no document: each member answers nothing and leaves 8 in LastError.
 TEST(Members, WithoutADocumentAnswerNothing) {

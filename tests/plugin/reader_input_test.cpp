@@ -1,4 +1,4 @@
-// The reader on real files, and on input that is made to hurt.
+// The reader on input that is made to hurt.
 #include "host/runtime/class_program.h"
 #include "host/runtime/dynamic.h"
 #include "tests/plugin/plugin_host.h"
@@ -25,15 +25,6 @@ std::string FileText(const std::string& path) {
     std::ostringstream text;
     text << std::ifstream(path, std::ios::binary).rdbuf();
     return text.str();
-}
-
-TEST(RealFiles, ChunkSizeDoesNotMatter) {
-    const std::string text = FileText(SHARE + std::string("xml/docbook/stylesheet/docbook-xsl/html/docbook.xsl"));
-    ReaderTrace trace;
-    const std::vector<std::string> whole = Joined(trace.Events(text));
-    EXPECT_EQ(whole.back(), "EndElement('xsl:stylesheet')");
-    for (const size_t size : {1U, 7U, 4096U})
-        EXPECT_EQ(Joined(trace.ParseChunks(trace.NewReader(), text, size)), whole) << size;
 }
 
 TEST(HardInput, TruncatedAnywhere) {

@@ -3,13 +3,8 @@
 #include "sablotron/tree/tree.h"
 #include "tests/sablotron/xslt_fixture.h"
 
-#include <libxml/parser.h>
-#include <libxslt/documents.h>
-#include <libxslt/xsltutils.h>
-
 #include <filesystem>
 #include <fstream>
-#include <tuple>
 
 namespace {
 
@@ -176,36 +171,6 @@ TEST_F(Cache, ARunLeavesNoTraceOnItsTrees) {
     // A stylesheet may be its own source.
     EXPECT_EQ(Transform(style, style), 0);
     EXPECT_EQ(Text(style), sheet);
-}
-
-// The libraries' handlers of the whole process are those of before after every call.
-TEST_F(Cache, GlobalHandlersAreRestored) {
-    const auto handlers = [] {
-        return std::tuple(xmlStructuredError, xmlStructuredErrorContext, xmlGenericError, xmlGenericErrorContext,
-                          xsltGenericError, xsltGenericErrorContext, xsltDocDefaultLoader,
-                          xmlGetExternalEntityLoader());
-    };
-    Parse("<a/>");
-    const auto before = handlers();
-    for (const std::string& sheet : {Template("<a/>"), Template("<xsl:value-of select='$v'/>"), std::string("<a>"),
-                                     Sheet("<xsl:import href='n'/>")}) {
-        Transform(sheet, "<a/>");
-        EXPECT_EQ(handlers(), before);
-        bool checked = false;
-        onMessage = [&] {
-            EXPECT_EQ(handlers(), before);
-            checked = true;
-        };
-        Transform(sheet, "<a/>");
-        EXPECT_EQ(checked, !messages.empty());
-        onMessage = nullptr;
-        SDOM_NodeList list = nullptr;
-        for (const char* query : {"//a", "a[", "f()", "q:a", "$v"}) {
-            SDOM_xql(situation, query, reinterpret_cast<SDOM_Node>(documents[0]), &list);
-            SDOM_disposeNodeList(situation, list);
-            EXPECT_EQ(handlers(), before);
-        }
-    }
 }
 
 } // namespace

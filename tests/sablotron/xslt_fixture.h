@@ -111,7 +111,6 @@ protected:
         Message message{code, level, {}};
         for (; *fields != nullptr; ++fields) message.fields.emplace_back(*fields);
         static_cast<XsltFixture*>(self)->messages.push_back(message);
-        if (static_cast<XsltFixture*>(self)->onMessage) static_cast<XsltFixture*>(self)->onMessage();
         return 0;
     }
 
@@ -125,6 +124,5 @@ protected:
                                  Keep, Keep};
     int severity = -1; // of the latest message
     std::vector<Message> messages;
-    std::function<void()> onMessage;
     std::vector<SDOM_Document> documents;
 };

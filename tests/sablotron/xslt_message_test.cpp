@@ -32,13 +32,6 @@ TEST_F(MessageFields, OfXslMessageGoToLog) {
     EXPECT_EQ(messages[1].Field("msg"), "xsl:message ()");
 }
 
-TEST_F(MessageFields, KeepLinesBeyond65535) {
-    const std::string lines(70000, '\n');
-    EXPECT_EQ(Transform(Template(lines + "<xsl:value-of select='$v'/>"), "<a/>"), 46);
-    ASSERT_EQ(messages.size(), 1U);
-    EXPECT_EQ(messages[0].Field("line"), "70001");
-}
-
 // Lines go with copies of the tree, also into another document.
 TEST_F(MessageFields, KeepTheLinesOfCopies) {
     SDOM_Document style = Parse(Template(std::string(70000, '\n') + "<xsl:value-of select='$v'/>"));
@@ -61,17 +54,6 @@ TEST_F(MessageFields, EndWithTheProcessor) {
     EXPECT_EQ(SablotParseBuffer(situation, "<a", &document), 2);
     documents.push_back(document);
     EXPECT_TRUE(messages.empty());
-}
-
-TEST_F(MessageFields, OfAStylesheetThatIsParsed) {
-    SDOM_Document document = nullptr;
-    const std::string text = Template("\n<xsl:value-of select='a['/>");
-    EXPECT_EQ(SablotParseStylesheetBuffer(situation, text.c_str(), &document), 18);
-    documents.push_back(document);
-    ASSERT_EQ(messages.size(), 1U);
-    EXPECT_EQ(messages[0].Field("line"), "2");
-    EXPECT_EQ(messages[0].Field("node"), "element '<xsl:value-of>'");
-    EXPECT_EQ(messages[0].Field("URI"), "arg:/style");
 }
 
 // A failure that EXSLT lets a stylesheet pass is none.
