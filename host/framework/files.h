@@ -5,6 +5,8 @@
 
 #include <filesystem>
 #include <string_view>
+#include <system_error>
+#include <vector>
 
 namespace host {
 
@@ -13,6 +15,9 @@ ObjectRef NewFolderItem(const std::filesystem::path& path);
 
 // Raises IOException "PATH: REASON" with the system's error number.
 void RaiseFileError(const std::filesystem::path& path, int error);
+
+// The names of what stands in a folder, in order.
+std::vector<std::filesystem::path> NamesIn(const std::filesystem::path& folder, std::error_code& error);
 
 // New streams over a file, opened with a mode of fopen or created. nil, with IOException raised, when that cannot be
 // done.

@@ -6,10 +6,14 @@
 #include "host/runtime/exception.h"
 #include "host/runtime/string.h"
 
+#include <dirent.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <memory>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -79,11 +83,7 @@ Object* GetParent(Object* self, int32_t) {
 void List(Object* self) {
     FolderItemData& data = DataOf<FolderItemData>(self);
     std::error_code error;
-    fs::directory_iterator entries(data.path, error);
-    data.items.clear();
-    for (; !error && entries != fs::directory_iterator(); entries.increment(error))
-        data.items.push_back(entries->path().filename());
-    std::sort(data.items.begin(), data.items.end());
+    data.items = NamesIn(data.path, error);
     data.listed = Succeeded(self, error);
 }
 
@@ -197,6 +197,24 @@ ObjectRef NewFolderItem(const fs::path& path) {
     if (!absolute.has_filename() && absolute != absolute.root_path()) absolute = absolute.parent_path();
     DataOf<FolderItemData>(item.Get()).path = absolute;
     return item;
+}
+
+// std::filesystem's iterators end the process when they get no memory.
+std::vector<fs::path> NamesIn(const fs::path& folder, std::error_code& error) {
+    struct Close {
+        void operator()(DIR* entries) const { closedir(entries); }
+    };
+    std::vector<fs::path> names;
+    const std::unique_ptr<DIR, Close> entries(opendir(folder.c_str()));
+    if (entries != nullptr) errno = 0;
+    while (const dirent* entry = entries != nullptr ? readdir(entries.get()) : nullptr) {
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..") names.emplace_back(name);
+        errno = 0;
+    }
+    error.assign(errno, std::generic_category());
+    std::sort(names.begin(), names.end());
+    return names;
 }
 
 void RaiseFileError(const fs::path& path, int error) {

@@ -75,8 +75,8 @@ Folded Fold(Operation operation, const ConstantValue& left, const ConstantValue&
     if (const auto* boolean = std::get_if<bool>(&left)) {
         return FoldBooleans(operation, *boolean, std::get<bool>(right));
     }
-    if (const auto* string = std::get_if<std::string>(&left)) {
-        const auto& other = std::get<std::string>(right);
+    if (const auto* string = std::get_if<ConstantText>(&left)) {
+        const auto& other = std::get<ConstantText>(right);
         if (operation == Operation::ADD) return *string + other;
         return Compare(operation, *string, other);
     }

@@ -124,7 +124,7 @@ Value Generator::Generate(const Node& node) {
     uint16_t reg = 0;
     if (InPlace(node, reg)) return {reg, -1};
     reg = NewRegister();
-    const auto* string = std::get_if<std::string>(&node.constant);
+    const auto* string = std::get_if<ConstantText>(&node.constant);
     if (node.IsConstant() && string != nullptr && !string->empty()) {
         EmitLong(Opcode::BORROW_STRING, reg, static_cast<int32_t>(environment_.StringIndex(*string)));
         return {reg, -1};
@@ -134,7 +134,7 @@ Value Generator::Generate(const Node& node) {
 
 Value Generator::Argument(const Node& node, uint16_t reg) {
     uint16_t place = 0;
-    const auto* string = std::get_if<std::string>(&node.constant);
+    const auto* string = std::get_if<ConstantText>(&node.constant);
     if (InPlace(node, place)) {
         Emit(Opcode::MOVE, reg, place);
         return {reg, -1};
@@ -233,7 +233,7 @@ void Generator::EmitUnary(Opcode opcode, const Node& operand, uint16_t reg) {
 }
 
 Value Generator::ProduceConstant(const Node& node, uint16_t reg) {
-    if (const auto* string = std::get_if<std::string>(&node.constant); string != nullptr && !string->empty()) {
+    if (const auto* string = std::get_if<ConstantText>(&node.constant); string != nullptr && !string->empty()) {
         EmitLong(Opcode::LOAD_STRING, reg, static_cast<int32_t>(environment_.StringIndex(*string)));
         return Owned(reg, node.type);
     }

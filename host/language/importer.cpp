@@ -1,6 +1,7 @@
 // Finds and reads imported sources.
 #include "host/language/importer.h"
 
+#include "host/framework/files.h"
 #include "host/language/suggestion.h"
 #include "host/syntax/parser.h"
 
@@ -39,9 +40,8 @@ std::string LibraryNames(std::string_view wanted) {
     std::vector<std::string> names;
     std::error_code error;
     for (const fs::path& folder : LibraryFolders()) {
-        for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
-            if (entry.path().extension() == EXTENSION) names.push_back(entry.path().stem());
-        }
+        for (const fs::path& name : NamesIn(folder, error))
+            if (name.extension() == EXTENSION) names.push_back(name.stem());
     }
     return Suggestion(wanted, names);
 }

@@ -61,7 +61,7 @@ ValueType TypeOf(const ConstantValue& value) {
     if (std::holds_alternative<bool>(value)) return BOOLEAN_TYPE;
     if (std::holds_alternative<int32_t>(value)) return INTEGER_TYPE;
     if (std::holds_alternative<double>(value)) return DOUBLE_TYPE;
-    if (std::holds_alternative<std::string>(value)) return STRING_TYPE;
+    if (std::holds_alternative<ConstantText>(value)) return STRING_TYPE;
     return NIL_TYPE;
 }
 

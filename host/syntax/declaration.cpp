@@ -21,7 +21,7 @@ std::string FormatConstant(const ConstantValue& value) {
         std::string text(digits.data(), end);
         return text.find_first_of(".en") == std::string::npos ? text + ".0" : text;
     }
-    if (const std::string* string = std::get_if<std::string>(&value)) {
+    if (const std::string* string = std::get_if<ConstantText>(&value)) {
         std::string text = "\"";
         for (char c : *string) text += c == '"' ? "\"\"" : std::string(1, c);
         return text + "\"";

@@ -7,13 +7,20 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
 namespace host {
 
+// A type of its own: libstdc++ 12 takes a variant of std::string for one that always holds something, and destroys one
+// whose copy has failed for want of memory.
+struct ConstantText : std::string {
+    ConstantText(std::string text) : std::string(std::move(text)) {}
+};
+
 // A constant as written in a source: Nil, Boolean, Integer, Double or String.
-using ConstantValue = std::variant<std::monostate, bool, int32_t, double, std::string>;
+using ConstantValue = std::variant<std::monostate, bool, int32_t, double, ConstantText>;
 
 // A type as written, e.g. "XmlNode", or "String" with isArray for `map() as String`. Names are compared without case.
 struct TypeName {
