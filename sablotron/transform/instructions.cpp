@@ -79,7 +79,6 @@ void RunMessage(xsltTransformContext* context, xmlNode* node, xmlNode* instructi
     message.code = CODE_XSL_MESSAGE;
     message.level = SABLOT_LEVEL_WARNING;
     message.text = text;
-    run.memory.Add(message.text.size());
     run.messages.push_back(std::move(message));
 }
 
@@ -219,6 +218,7 @@ void RunInstruction(xsltTransformContext* context, xmlNode* node, xmlNode* instr
     if (compiled->type == XSLT_FUNC_NUMBER
         && RunNumber(context, node, *reinterpret_cast<const xsltStylePreComp*>(compiled), compiled))
         return;
+    if (run.memory.IsExceeded()) return run.errors.FailFor("The run takes too much memory");
     // libxml2's limit is one for each instruction.
     run.steps += std::exchange(context->xpathCtxt->opCount, 0);
     if (run.steps > run.maxSteps) {

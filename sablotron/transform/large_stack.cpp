@@ -1,9 +1,11 @@
-// A stack comes with a thread; signals stay with the caller's.
+// A stack comes with a thread; signals stay with the caller's, but for those of its own faults.
 #include "sablotron/transform/large_stack.h"
 
 #include <pthread.h>
 
+#include <cerrno>
 #include <csignal>
+#include <ctime>
 #include <exception>
 
 namespace sablot {
@@ -14,6 +16,8 @@ constexpr size_t STACK_SIZE = size_t{1} << 27; // its frames are larger
 #else
 constexpr size_t STACK_SIZE = size_t{1} << 25;
 #endif
+
+constexpr long TURN = 5'000'000; // nanoseconds
 
 struct Task {
     const std::function<void()>& work;
@@ -30,27 +34,40 @@ void* Run(void* data) {
     return nullptr;
 }
 
-bool RunInThread(Task& task) {
+void Join(pthread_t thread, const std::function<void()>& look) {
+    constexpr long SECOND = 1'000'000'000;
+    timespec until{};
+    do {
+        look();
+        clock_gettime(CLOCK_MONOTONIC, &until);
+        until.tv_nsec += TURN;
+        until.tv_sec += until.tv_nsec / SECOND;
+        until.tv_nsec %= SECOND;
+    } while (pthread_clockjoin_np(thread, nullptr, CLOCK_MONOTONIC, &until) == ETIMEDOUT);
+}
+
+bool RunInThread(Task& task, const std::function<void()>& look) {
     pthread_attr_t attributes;
     if (pthread_attr_init(&attributes) != 0) return false;
-    sigset_t all;
+    sigset_t others;
     sigset_t before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
+    sigfillset(&others);
+    for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT}) sigdelset(&others, fault);
+    pthread_sigmask(SIG_SETMASK, &others, &before);
     pthread_t thread{};
     const bool runs = pthread_attr_setstacksize(&attributes, STACK_SIZE) == 0
                       && pthread_create(&thread, &attributes, Run, &task) == 0;
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     pthread_attr_destroy(&attributes);
-    if (runs) pthread_join(thread, nullptr);
+    if (runs) Join(thread, look);
     return runs;
 }
 
 } // namespace
 
-void OnLargeStack(const std::function<void()>& work) {
+void OnLargeStack(const std::function<void()>& work, const std::function<void()>& look) {
     Task task{work, nullptr};
-    if (!RunInThread(task)) work();
+    if (!RunInThread(task, look)) work();
     if (task.thrown) std::rethrow_exception(task.thrown);
 }
 

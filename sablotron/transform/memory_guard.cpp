@@ -1,83 +1,42 @@
-// Functions in the place of libxml2's allocator, which is malloc: what they hand out is malloc's, too.
+// What the process holds, as the kernel counts it.
 #include "sablotron/transform/memory_guard.h"
 
-#include <libxml/xmlmemory.h>
-#include <malloc.h>
+#include <fcntl.h>
+#include <unistd.h>
 
-#include <cstdlib>
-#include <cstring>
-#include <mutex>
-#include <utility>
+#include <array>
+#include <cstdio>
 
 namespace sablot {
 namespace {
 
-std::mutex usersMutex;
-int users = 0; // guards that live, in all threads
-
-// What libxml2 allocates with outside of runs.
-struct Allocator {
-    xmlFreeFunc free = nullptr;
-    xmlMallocFunc allocate = nullptr;
-    xmlReallocFunc reallocate = nullptr;
-    xmlStrdupFunc duplicate = nullptr;
-
-    // That of a host of its own is left alone: nothing is known of what it hands out.
-    bool IsMalloc() const { return allocate == std::malloc; }
-};
-Allocator before;
-
-int64_t SizeOf(void* memory) { return static_cast<int64_t>(malloc_usable_size(memory)); }
+// Bytes of memory for data, without files; 0 if unknown.
+size_t DataSize() {
+    const int file = open("/proc/self/statm", O_RDONLY | O_CLOEXEC);
+    if (file < 0) return 0;
+    std::array<char, 128> text{};
+    const ssize_t length = read(file, text.data(), text.size() - 1);
+    close(file);
+    unsigned long pages = 0;
+    if (length <= 0 || std::sscanf(text.data(), "%*u %*u %*u %*u %*u %lu", &pages) != 1) return 0;
+    return size_t{pages} * static_cast<size_t>(sysconf(_SC_PAGESIZE));
+}
 
 } // namespace
 
-thread_local MemoryGuard* MemoryGuard::current_ = nullptr;
-
-MemoryGuard::MemoryGuard(size_t limit, std::function<void()> onExceeded)
-    : limit_(static_cast<int64_t>(limit)), onExceeded_(std::move(onExceeded)) {
-    current_ = this;
-    const std::lock_guard lock(usersMutex);
-    if (users++ > 0) return;
-    xmlMemGet(&before.free, &before.allocate, &before.reallocate, &before.duplicate);
-    if (before.IsMalloc()) xmlMemSetup(Free, Allocate, Reallocate, Duplicate);
+void MemoryGuard::Look() {
+    if (IsExceeded()) return;
+    const size_t held = DataSize();
+    if (before_ == 0) before_ = held;
+    if (held <= before_ || held - before_ <= limit_) return;
+    const std::lock_guard lock(mutex_);
+    isExceeded_ = true; // which stops instructions
+    if (expressions_ != nullptr) __atomic_store_n(&expressions_->opLimit, 1, __ATOMIC_RELAXED);
 }
 
-MemoryGuard::~MemoryGuard() {
-    const std::lock_guard lock(usersMutex);
-    if (--users == 0 && before.IsMalloc())
-        xmlMemSetup(before.free, before.allocate, before.reallocate, before.duplicate);
-    current_ = nullptr;
-}
-
-void MemoryGuard::Count(int64_t bytes) {
-    used_ += bytes;
-    if (used_ <= limit_ || isExceeded_) return;
-    isExceeded_ = true;
-    onExceeded_();
-}
-
-void* MemoryGuard::Allocate(size_t size) {
-    void* memory = std::malloc(size);
-    if (current_ != nullptr) current_->Count(SizeOf(memory));
-    return memory;
-}
-
-void* MemoryGuard::Reallocate(void* memory, size_t size) {
-    const int64_t freed = SizeOf(memory);
-    void* moved = std::realloc(memory, size);
-    if ((current_ != nullptr) && (moved != nullptr)) current_->Count(SizeOf(moved) - freed);
-    return moved;
-}
-
-char* MemoryGuard::Duplicate(const char* text) {
-    char* copy = strdup(text);
-    if (current_ != nullptr) current_->Count(SizeOf(copy));
-    return copy;
-}
-
-void MemoryGuard::Free(void* memory) {
-    if (current_ != nullptr) current_->used_ -= SizeOf(memory);
-    std::free(memory);
+void MemoryGuard::SetExpressions(xmlXPathContext* context) {
+    const std::lock_guard lock(mutex_);
+    expressions_ = context;
 }
 
 } // namespace sablot

@@ -91,7 +91,7 @@ struct Outcome {
 
 class Transformation {
 public:
-    explicit Transformation(SablotHandle processor) : processor_(processor) {}
+    Transformation(SablotHandle processor, MemoryGuard& memory) : processor_(processor), memory_(memory) {}
 
     Outcome Run(const std::string& stylesheetUri, const std::string& inputUri) {
         if (!Transform(stylesheetUri, inputUri)) {
@@ -157,13 +157,9 @@ private:
         const std::unique_ptr<xsltTransformContext, ContextDeleter> context(
             xsltNewTransformContext(stylesheet.Get(), source));
         if (!context) return false;
-        MemoryGuard memory(processor_->maxMemory, [&] {
-            errors_.Fail({.code = CODE_OTHER, .text = "The run takes too much memory"}); // which stops instructions
-            context->xpathCtxt->opLimit = context->xpathCtxt->opCount = 1;               // and expressions
-        });
         sablot::Run run{.instructions = stylesheet.GetInstructions(),
                         .errors = errors_,
-                        .memory = memory,
+                        .memory = memory_,
                         .maxSteps = EXPRESSIONS_OF_MANY_STEPS * uint64_t{maxXPathOperations}};
         run.guard.Register(source);
         context->_private = &run;
@@ -171,6 +167,7 @@ private:
         context->maxTemplateDepth = INT_MAX; // the stack decides
         context->maxTemplateVars = INT_MAX;
         context->xpathCtxt->opLimit = maxXPathOperations;
+        const MemoryGuard::Expressions bounded(memory_, context->xpathCtxt);
         ExtendLimits(context.get(), source);
         xsltSetCtxtSecurityPrefs(ReadOnlyPreferences(), context.get());
         GuardFunctions(context.get());
@@ -181,6 +178,7 @@ private:
             outcome_.result.reset(
                 xsltApplyStylesheetUser(stylesheet.Get(), source, nullptr, nullptr, nullptr, context.get()));
         if (!outcome_.result) errors_.EnsureFailure();
+        if (memory_.IsExceeded()) errors_.FailFor("The run takes too much memory");
         errors_.SetRun(nullptr);
         outcome_.isText = context->type == XSLT_OUTPUT_TEXT;
         outcome_.messages = std::move(run.messages);
@@ -196,6 +194,7 @@ private:
     void Fail(int code, std::string text) { errors_.Fail({.code = code, .text = std::move(text)}); }
 
     SablotHandle processor_;
+    MemoryGuard& memory_;
     ErrorCollector errors_;
     Outcome outcome_;
 };
@@ -214,10 +213,12 @@ int SablotRunProcessorGen(SablotSituation, SablotHandle processor, const char* s
         const std::string name(ArgumentName(result));
         processor->results.erase(name);
         Outcome outcome;
-        OnLargeStack([&] {
+        MemoryGuard memory(processor->maxMemory);
+        const auto work = [&] {
             const DoublePrecision precision;
-            outcome = Transformation(processor).Run(stylesheet, input);
-        });
+            outcome = Transformation(processor, memory).Run(stylesheet, input);
+        };
+        OnLargeStack(work, [&memory] { memory.Look(); });
         for (const Message& message : outcome.messages) SendMessage(processor, message);
         if (outcome.code != 0) return outcome.code;
         if (processor->outputHandler != nullptr) SendEvents(outcome.result.get(), outcome.isText, processor);
