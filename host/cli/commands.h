@@ -28,6 +28,12 @@ struct HostOptions {
     std::vector<std::string> without; // services to withhold
 };
 
+// What a program may need; 0 for no limit.
+struct ProgramLimits {
+    double seconds = 0;
+    double megabytes = 0;
+};
+
 struct RunCommandOptions {
     std::filesystem::path program;
     std::vector<std::string> arguments; // with `each` the files, one for each run
@@ -35,8 +41,7 @@ struct RunCommandOptions {
     int jobs = 0; // of `each`, at once; 0: one for each processor
     bool reportLeaks = false;
     bool profile = false;
-    double timeLimit = 0;   // seconds, 0 for none
-    double memoryLimit = 0; // megabytes, 0 for none
+    ProgramLimits limits;
 };
 
 struct CheckCommandOptions {
@@ -54,8 +59,8 @@ struct TestCommandOptions {
     std::filesystem::path leakList;
     std::filesystem::path data; // what programs find as the environment variable KOVA_DATA
     bool update = false;
-    int jobs = 0; // 0: one for each processor
-    double timeLimit = 60;
+    int jobs = 0;                                        // 0: one for each processor
+    ProgramLimits limits{.seconds = 60, .megabytes = 0}; // of each program
 };
 
 struct EventsCommandOptions {

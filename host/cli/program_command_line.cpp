@@ -20,6 +20,13 @@ void ReadFilesOfEach(RunCommandOptions& run, const std::vector<std::string>& res
     if (!files.remaining().empty()) throw UsageError("there is no option \"" + files.remaining().front() + "\"");
 }
 
+void AddLimits(CLI::App& command, ProgramLimits& limits, const char* time, const char* memory) {
+    CLI::Option* seconds =
+        command.add_option("--time-limit", limits.seconds, time)->type_name("SECONDS")->check(AboveZero());
+    if (limits.seconds > 0) seconds->capture_default_str();
+    command.add_option("--memory-limit", limits.megabytes, memory)->type_name("MEGABYTES")->check(AboveZero());
+}
+
 void AddRun(CLI::App& app, CommandLine& line) {
     CLI::App& command = AddCommand(
         app, {"run", "[OPTIONS] PROGRAM [ARGUMENTS...]", "Run a program; what follows its name is the program's own",
@@ -39,12 +46,8 @@ void AddRun(CLI::App& app, CommandLine& line) {
     command.add_option("-j,--jobs", run->jobs, "With --each: how many at once (one for each processor)")
         ->type_name("N")
         ->check(AboveZero());
-    command.add_option("--time-limit", run->timeLimit, "End the program after this time (exit code 124)")
-        ->type_name("SECONDS")
-        ->check(AboveZero());
-    command.add_option("--memory-limit", run->memoryLimit, "End the program when it needs more")
-        ->type_name("MEGABYTES")
-        ->check(AboveZero());
+    AddLimits(command, run->limits, "End the program after this time (exit code 124)",
+              "End the program when it needs more");
     AddHostOptions(command, line.host);
     command.callback([=, &command, &line] {
         std::vector<std::string> rest = command.remaining();
@@ -133,10 +136,7 @@ void AddTest(CLI::App& app, CommandLine& line) {
     command.add_option("-j,--jobs", test->jobs, "Programs to run at once (one for each processor)")
         ->type_name("N")
         ->check(AboveZero());
-    command.add_option("--time-limit", test->timeLimit, "Limit for each program")
-        ->type_name("SECONDS")
-        ->capture_default_str()
-        ->check(AboveZero());
+    AddLimits(command, test->limits, "Limit for each program", "Limit for each program");
     AddHostOptions(command, line.host);
     SetAction(command, line, test, RunTests);
 }

@@ -5,8 +5,10 @@
 #include "host/cli/terminal.h"
 #include "host/framework/framework.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <string>
 
@@ -59,14 +61,22 @@ int ReportOutcome(const RunResult& result) {
     return EXIT_FAILED;
 }
 
-RunOptions LimitsOf(const RunCommandOptions& options) {
-    RunOptions limits;
+RunOptions OptionsOf(const ProgramLimits& limits) {
+    constexpr double LONGEST = 1e9;          // seconds
+    constexpr double MEGABYTE = 1024 * 1024; // bytes
+    constexpr double MOST = SIZE_MAX;        // bytes
+    RunOptions options;
     // One buffer with what programs write through StdOut.
-    limits.print = [](std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); };
-    limits.profiles = options.profile;
-    limits.timeLimit = std::chrono::milliseconds(static_cast<int64_t>(options.timeLimit * 1000));
-    limits.memoryLimit = static_cast<size_t>(options.memoryLimit * 1024 * 1024);
-    return limits;
+    options.print = [](std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); };
+    options.timeLimit = std::chrono::milliseconds(static_cast<int64_t>(std::min(limits.seconds, LONGEST) * 1000));
+    options.memoryLimit = static_cast<size_t>(std::min(limits.megabytes * MEGABYTE, MOST));
+    return options;
+}
+
+RunOptions OptionsOf(const RunCommandOptions& command) {
+    RunOptions options = OptionsOf(command.limits);
+    options.profiles = command.profile;
+    return options;
 }
 
 InterruptHandler::InterruptHandler() {

@@ -14,8 +14,9 @@ Compilation CompileFile(const std::filesystem::path& path, bool showWarnings);
 // Tells on standard error how a program ended; the exit code that follows from it.
 int ReportOutcome(const RunResult& result);
 
-// What a run may need, as the command line says it; it prints to standard output.
-RunOptions LimitsOf(const RunCommandOptions& options);
+// For a run that may need no more than the limits and prints to standard output.
+RunOptions OptionsOf(const ProgramLimits& limits);
+RunOptions OptionsOf(const RunCommandOptions& command);
 
 // Ctrl-C stops the program that runs while this lives, instead of the process.
 class InterruptHandler {

@@ -84,9 +84,7 @@ private:
         Compilation compilation = Compile({Source{program.filename().native(), text, program.native()}});
         CheckDiagnostics(compilation.diagnostics);
         if (!compilation.program) return;
-        RunOptions options;
-        options.print = [](std::string_view printed) { std::fwrite(printed.data(), 1, printed.size(), stdout); };
-        CheckOutcome(host::Run(*compilation.program, options));
+        CheckOutcome(host::Run(*compilation.program, OptionsOf(test_.limits)));
     }
 
     void CheckDiagnostics(const std::vector<Diagnostic>& diagnostics) {
@@ -115,8 +113,9 @@ private:
     void CheckOutcome(const RunResult& outcome) {
         const std::optional<ExpectedException>& expected = expectations_.exception;
         const std::optional<UncaughtException>& got = outcome.exception;
-        if (outcome.outcome != RunOutcome::FINISHED && outcome.outcome != RunOutcome::UNCAUGHT_EXCEPTION)
-            Fail(outcome.stack.empty() ? 0 : static_cast<int>(outcome.stack.front().line), "the program was stopped");
+        const int lastLine = outcome.stack.empty() ? 0 : static_cast<int>(outcome.stack.front().line);
+        if (outcome.outcome == RunOutcome::TIME_LIMIT) Fail(lastLine, "the time limit is reached");
+        if (outcome.outcome == RunOutcome::MEMORY_LIMIT) Fail(lastLine, "the memory limit is reached");
         if (!expected && !got) return;
         int line = got && !got->stack.empty() ? static_cast<int>(got->stack.front().line) : 0;
         if (!expected) {

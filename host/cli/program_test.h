@@ -1,6 +1,8 @@
 // `kova test`, one program of it: runs a program and compares what it does with what its comments say.
 #pragma once
 
+#include "host/cli/commands.h"
+
 #include <filesystem>
 #include <map>
 #include <string>
@@ -15,6 +17,7 @@ LeakList ReadLeakList(const std::filesystem::path& file);
 struct ProgramTest {
     std::filesystem::path program; // with the expectations
     bool update = false;           // rewrite the file with longer output when it differs
+    ProgramLimits limits;
 };
 
 struct ProgramTestResult {

@@ -19,7 +19,7 @@ int RunProgram(const HostOptions& host, const RunCommandOptions& options) {
         Compilation compilation = CompileFile(options.program, false);
         if (!compilation.program) return EXIT_FAILED;
         InterruptHandler interrupts;
-        result = ReportOutcome(Run(*compilation.program, LimitsOf(options)));
+        result = ReportOutcome(Run(*compilation.program, OptionsOf(options)));
     }
     if (options.reportLeaks) {
         std::fflush(stdout);

@@ -42,7 +42,7 @@ private:
         if (!isRedirected) return EXIT_FAILED;
         SetProgramEnvironment({options_.program, {options_.arguments[index]}});
         InterruptHandler interrupts;
-        return ReportOutcome(host::Run(program_, LimitsOf(options_)));
+        return ReportOutcome(host::Run(program_, OptionsOf(options_)));
     }
 
     bool Ended(size_t index, int status) {
