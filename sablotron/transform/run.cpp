@@ -7,11 +7,13 @@
 #include "sablotron/tree/guarded.h"
 #include "sablotron/tree/xpath.h"
 
+#include <libxml/threads.h>
 #include <libxslt/pattern.h>
 #include <libxslt/transform.h>
 #include <libxslt/xsltutils.h>
 
 #include <climits>
+#include <new>
 #include <utility>
 
 namespace sablot {
@@ -215,6 +217,7 @@ int SablotRunProcessorGen(SablotSituation, SablotHandle processor, const char* s
         Outcome outcome;
         MemoryGuard memory(processor->maxMemory);
         const auto work = [&] {
+            if (xmlGetGlobalState() == nullptr) throw std::bad_alloc(); // of this thread
             const DoublePrecision precision;
             outcome = Transformation(processor, memory).Run(stylesheet, input);
         };
