@@ -105,6 +105,13 @@ public:
         others_ = {host::Create("XmlElement"), host::Create("XmlDocument"), host::Create("XmlNodeList")};
     }
 
+    Stress(const Stress&) = delete;
+    Stress& operator=(const Stress&) = delete;
+    // A map gives back the entries that its Count, which the walk has set to anything, covers, and no others.
+    ~Stress() {
+        for (const ObjectRef& map : maps_) host::SetProperty(map, "Count", 16);
+    }
+
     unsigned LeakedStrings() const { return leakedStrings_; }
 
     // Whether there was an object to call.
