@@ -22,8 +22,10 @@ enum class Position { ROOT, TOP, TEMPLATE, ANYWHERE, CHILD };
 struct Element {
     std::string_view name;
     Position position;
-    std::string_view parents[2] = {}; // of a CHILD, and further ones of others
+    std::string_view parents[2] = {}; // of a CHILD
+    std::string_view attributes = {}; // beside those that there are rules for
 };
+constexpr std::string_view OF_ROOT = "id version extension-element-prefixes exclude-result-prefixes";
 constexpr Element ELEMENTS[] = {
     {"apply-imports", Position::TEMPLATE},
     {"apply-templates", Position::TEMPLATE},
@@ -34,8 +36,16 @@ constexpr Element ELEMENTS[] = {
     {"comment", Position::TEMPLATE},
     {"copy", Position::TEMPLATE},
     {"copy-of", Position::TEMPLATE},
-    {"decimal-format", Position::TOP},
-    {"document", Position::TEMPLATE},
+    {"decimal-format",
+     Position::TOP,
+     {},
+     "decimal-separator grouping-separator infinity minus-sign NaN percent per-mille zero-digit digit "
+     "pattern-separator"},
+    {"document",
+     Position::TEMPLATE,
+     {},
+     "href method version encoding omit-xml-declaration standalone doctype-public doctype-system "
+     "cdata-section-elements indent media-type"},
     {"element", Position::TEMPLATE},
     {"fallback", Position::TEMPLATE},
     {"for-each", Position::TEMPLATE},
@@ -45,18 +55,18 @@ constexpr Element ELEMENTS[] = {
     {"key", Position::TOP},
     {"message", Position::TEMPLATE},
     {"namespace-alias", Position::TOP},
-    {"number", Position::TEMPLATE},
+    {"number", Position::TEMPLATE, {}, "lang grouping-separator grouping-size"},
     {"otherwise", Position::CHILD, {"choose"}},
-    {"output", Position::TOP},
+    {"output", Position::TOP, {}, "version encoding doctype-public doctype-system media-type"},
     {"param", Position::ANYWHERE},
     {"preserve-space", Position::TOP},
     {"processing-instruction", Position::TEMPLATE},
-    {"sort", Position::CHILD, {"apply-templates", "for-each"}},
+    {"sort", Position::CHILD, {"apply-templates", "for-each"}, "lang"},
     {"strip-space", Position::TOP},
-    {"stylesheet", Position::ROOT},
+    {"stylesheet", Position::ROOT, {}, OF_ROOT},
     {"template", Position::TOP},
     {"text", Position::TEMPLATE},
-    {"transform", Position::ROOT},
+    {"transform", Position::ROOT, {}, OF_ROOT},
     {"value-of", Position::TEMPLATE},
     {"variable", Position::ANYWHERE},
     {"when", Position::CHILD, {"choose"}},
@@ -301,6 +311,7 @@ ModuleCheck::Verdict ModuleCheck::CheckInstruction(xmlNode* element, bool isTop,
     if (!isLater && !StandsRight(element, *known, isTop)) return FailPlace(element);
     if (name == "import" && !StandsFirst(element))
         return Fail(element, CODE_OTHER, Tag(element) + " must stand before all other elements");
+    if (!isLater && !CheckAttributeNames(element, known->attributes)) return Verdict::FAILED;
     for (const Rule& rule : RULES) {
         if (rule.element != name) continue;
         xmlAttr* attribute = xmlHasProp(element, Chars(std::string(rule.attribute).c_str()));
@@ -335,6 +346,24 @@ ModuleCheck::Verdict ModuleCheck::CheckLiteral(xmlNode* element, bool isLater) {
     for (xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next)
         if (!IsXslt(AsNode(attribute)) && !CheckTemplate(element, attribute, isLater)) return Verdict::FAILED;
     return Verdict::RIGHT;
+}
+
+// Those of other namespaces may stand anywhere (2.1).
+bool ModuleCheck::CheckAttributeNames(const xmlNode* element, std::string_view others) {
+    const std::vector<std::string> allowed = Words(std::string(others));
+    for (const xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next) {
+        if (attribute->ns != nullptr && !IsXslt(AsNode(attribute))) continue;
+        const std::string name = Tag(AsNode(attribute));
+        const auto allows = [&](const Rule& rule) {
+            return rule.element == View(element->name) && rule.attribute == name;
+        };
+        if (std::find(allowed.begin(), allowed.end(), name) != allowed.end()
+            || std::any_of(std::begin(RULES), std::end(RULES), allows))
+            continue;
+        Fail(element, CODE_OTHER, "The attribute '" + name + "' is not allowed in " + Tag(element));
+        return false;
+    }
+    return true;
 }
 
 bool ModuleCheck::CheckAttribute(xmlNode* element, xmlAttr* attribute, const Rule& rule, bool isLater) {

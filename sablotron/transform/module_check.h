@@ -7,6 +7,7 @@
 
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace sablot {
@@ -34,6 +35,7 @@ private:
     Verdict CheckInstruction(xmlNode* element, bool isTop, bool isLater);
     Verdict CheckFunctionResult(const xmlNode* result);
     Verdict CheckLiteral(xmlNode* element, bool isLater);
+    bool CheckAttributeNames(const xmlNode* element, std::string_view others);
     bool CheckAttribute(xmlNode* element, xmlAttr* attribute, const Rule& rule, bool isLater);
     bool CheckExpression(const xmlNode* element, const std::string& expression);
     bool CheckPrefix(const xmlNode* element, const std::string& prefix, const std::string& text);
