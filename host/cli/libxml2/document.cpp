@@ -4,10 +4,14 @@
 #include "host/cli/libxml2/parsing.h"
 #include "host/cli/libxml2/tree.h"
 
+#include <libxml/SAX2.h>
 #include <libxml/xmlsave.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <limits>
 #include <unordered_set>
+#include <utility>
 
 namespace host::xml {
 
@@ -35,6 +39,41 @@ xmlParserInputPtr Refuse(const char* name, const char*, xmlParserCtxtPtr) {
 bool MayDeclareEntities(const std::string& text) {
     bool isAscii = text.find('\0') == std::string::npos && text.find('<') != std::string::npos;
     return !isAscii || text.find("<!ENTITY") != std::string::npos;
+}
+
+// libxml2 goes through all attributes of an element to add one: more than these are added to a holder and handed over.
+constexpr int GROUP = 64;
+
+void StartElement(void* data, const xmlChar* name, const xmlChar* prefix, const xmlChar* uri, int namespaceCount,
+                  const xmlChar** namespaces, int count, int defaultedCount, const xmlChar** attributes) {
+    auto* parser = static_cast<xmlParserCtxtPtr>(data);
+    xmlNodePtr parent = parser->node;
+    // The attributes from `at` on; those that the document type declares stand last.
+    auto start = [=](int at, int namespaceCountThere) {
+        constexpr int WORDS = 5; // of an attribute
+        int size = std::min(count - at, GROUP);
+        int defaulted = std::clamp(at + size - (count - defaultedCount), 0, size);
+        xmlSAX2StartElementNs(data, name, prefix, uri, namespaceCountThere, namespaces, size, defaulted,
+                              attributes + static_cast<ptrdiff_t>(at) * WORDS);
+    };
+    start(0, namespaceCount);
+    xmlNodePtr element = parser->node;
+    if (count <= GROUP || element == parent) return;
+    xmlAttrPtr last = element->properties;
+    while (last != nullptr && last->next != nullptr) last = last->next;
+    for (int at = GROUP; at < count; at += GROUP) {
+        start(at, 0);
+        if (parser->node == element) return; // the parser has reported why
+        xmlNodePtr holder = nodePop(parser);
+        xmlAttrPtr first = std::exchange(holder->properties, nullptr);
+        (last != nullptr ? last->next : element->properties) = first;
+        for (xmlAttrPtr next = first; next != nullptr; next = next->next) {
+            next->parent = element;
+            next->prev = std::exchange(last, next);
+        }
+        xmlUnlinkNode(holder);
+        xmlFreeNode(holder);
+    }
 }
 
 // Adds declarations to an element for as long as it is written.
@@ -119,6 +158,7 @@ Document ReadText(xmlParserCtxtPtr parser, const Input& input, int options) {
         throw std::runtime_error(input.name + ": the text is larger than 2 GB");
     options |= XML_PARSE_NONET | XML_PARSE_BIG_LINES;
     if (!MayDeclareEntities(input.text)) options |= XML_PARSE_HUGE;
+    parser->sax->startElementNs = StartElement;
     return Document(xmlCtxtReadMemory(parser, input.text.data(), static_cast<int>(input.text.size()),
                                       input.name.c_str(), nullptr, options));
 }
