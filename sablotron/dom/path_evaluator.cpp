@@ -124,6 +124,24 @@ private:
 
 namespace {
 
+// The last node below the node; the node itself when it has no children.
+xmlNode* LastBelow(xmlNode* node) {
+    while (FirstChild(node) != nullptr) node = node->last;
+    return node;
+}
+
+// The nodes that end before the node begins, last things first.
+template <typename Visit>
+void ForEachBefore(xmlNode* node, Visit visit) {
+    for (xmlNode* at = ElementOf(node); at != nullptr; at = at->parent)
+        for (xmlNode* sibling = at->prev; sibling != nullptr; sibling = sibling->prev)
+            for (xmlNode* last = LastBelow(sibling);;) {
+                if (!visit(last)) return;
+                if (last == sibling) break;
+                last = last->prev != nullptr ? LastBelow(last->prev) : last->parent;
+            }
+}
+
 // The nodes of an axis in its own order, which is the reverse of document order on axes that go back. `visit` answers
 // whether to go on.
 template <typename Visit>
@@ -168,24 +186,7 @@ void ForEach(Axis axis, xmlNode* node, Visit visit) {
              next = NextInTree(next, nullptr)) {
         }
         return;
-    case Axis::PRECEDING:
-        for (xmlNode* at = ElementOf(node); at != nullptr; at = at->parent)
-            for (xmlNode* sibling = at->prev; sibling != nullptr; sibling = sibling->prev) {
-                // What is below the sibling, last things first.
-                xmlNode* last = sibling;
-                while (FirstChild(last) != nullptr) last = last->last;
-                for (;;) {
-                    if (!visit(last)) return;
-                    if (last == sibling) break;
-                    if (last->prev == nullptr) {
-                        last = last->parent;
-                        continue;
-                    }
-                    last = last->prev;
-                    while (FirstChild(last) != nullptr) last = last->last;
-                }
-            }
-        return;
+    case Axis::PRECEDING: ForEachBefore(node, visit); return;
     }
 }
 

@@ -111,7 +111,7 @@ SDOM_Exception SetDeclarationValue(SDOM_Node handle, std::string_view uri) {
     return SDOM_OK;
 }
 
-SDOM_Exception SetContent(xmlNode* node, bool isAllowed, const char* text) {
+SDOM_Exception SetContent(xmlNode* node, bool isAllowed, std::string_view text) {
     if (!isAllowed) return SDOM_INVALID_CHARACTER_ERR;
     SetText(node, text);
     return SDOM_OK;
@@ -153,9 +153,9 @@ SDOM_Exception SDOM_setNodeValue(SablotSituation situation, SDOM_Node node, cons
             return SDOM_OK;
         case XML_NAMESPACE_DECL: return SetDeclarationValue(node, text);
         case XML_TEXT_NODE:
-        case XML_CDATA_SECTION_NODE: return SetContent(found, IsXmlText(text), text.empty() ? "" : value);
-        case XML_COMMENT_NODE: return SetContent(found, IsCommentText(text), WithLineFeeds(text).c_str());
-        case XML_PI_NODE: return SetContent(found, IsInstructionData(text), AsInstructionData(text).c_str());
+        case XML_CDATA_SECTION_NODE: return SetContent(found, IsXmlText(text), text);
+        case XML_COMMENT_NODE: return SetContent(found, IsCommentText(text), WithLineFeeds(text));
+        case XML_PI_NODE: return SetContent(found, IsInstructionData(text), AsInstructionData(text));
         default: return SDOM_NO_MODIFICATION_ALLOWED_ERR;
         }
     });

@@ -170,8 +170,8 @@ void SetName(xmlNode* node, const char* name) {
     if (names == nullptr || xmlDictOwns(names, old) == 0) xmlFree(const_cast<xmlChar*>(old));
 }
 
-void SetText(xmlNode* node, const char* text) {
-    xmlChar* copy = xmlStrdup(Chars(text));
+void SetText(xmlNode* node, std::string_view text) {
+    xmlChar* copy = xmlStrndup(Chars(text.empty() ? "" : text.data()), static_cast<int>(text.size()));
     if (copy == nullptr) throw std::bad_alloc();
     const xmlDict* names = node->doc->dict;
     // The parser keeps short texts in the node itself or with the names.

@@ -145,7 +145,7 @@ xmlNs* NewNamespace(const xmlChar* prefix, const xmlChar* uri);
 // The name of an element, attribute or instruction.
 void SetName(xmlNode* node, const char* name);
 // The text of a text node, CDATA section, comment or instruction.
-void SetText(xmlNode* node, const char* text);
+void SetText(xmlNode* node, std::string_view text);
 // The element's own declaration of the prefix (null for the default) as that URI, made when it has none; null when it
 // declares the prefix as something else.
 xmlNs* Declare(xmlNode* element, const xmlChar* prefix, const xmlChar* uri);
