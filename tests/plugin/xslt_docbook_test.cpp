@@ -1,4 +1,4 @@
-// A real article through real stylesheets of many modules: by a host program, by the command, and by xsltproc.
+// A real book through real stylesheets of many modules: by a host program, by the command, and by xsltproc.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
@@ -40,14 +40,14 @@ std::string WithNumberedIds(const std::string& page) {
 
 TEST(DocBook, PageIsTheOneOfXsltproc) {
     if (std::system("command -v xsltproc >/dev/null") != 0) GTEST_SKIP() << "xsltproc is not installed";
-    const std::string article = PROGRAMS + "article.xml";
+    const std::string book = std::string(KOVA_SOURCE_DIR) + "/examples/data/manual/book.xml";
     const std::string sheet = DATA + "/xml/docbook/stylesheet/docbook-xsl/html/docbook.xsl";
     const std::string expected =
-        WithNumberedIds(OutputOf("xsltproc --nonet --novalid " + sheet + " " + article + " 2>/dev/null"));
+        WithNumberedIds(OutputOf("xsltproc --nonet --novalid " + sheet + " " + book + " 2>/dev/null"));
     EXPECT_GT(expected.size(), 5000u);
     for (const std::string& command :
          {"KOVA_DATA=" + DATA + " " KOVA_COMMAND " run " + PROGRAMS + "docbook.kova page 2>/dev/null",
-          KOVA_COMMAND " transform " + article + " " + sheet + " 2>/dev/null"})
+          KOVA_COMMAND " transform " + book + " " + sheet + " 2>/dev/null"})
         EXPECT_EQ(WithNumberedIds(OutputOf(command)), expected) << command;
 }
 
