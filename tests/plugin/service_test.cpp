@@ -5,10 +5,13 @@
 #include "tests/plugin/linked_plugin.h"
 #include "tests/plugin/plugin_host.h"
 #include "tests/plugin/reader_trace.h"
+#include "tests/sanitizers.h"
 
 #include <gtest/gtest.h>
 #include <malloc.h>
+#include <sys/resource.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <regex>
 
@@ -334,6 +337,34 @@ TEST(Services, NothingStaysWithoutAnInstance) {
             return std::string(mallinfo2().uordblks < before.uordblks + 10'000 ? "freed" : "kept");
         },
         "freed");
+    ReplacedServices().clear();
+}
+
+bool hasRoom = false;
+
+host::Object* NewInstanceIfThereIsRoom(void* reference) {
+    void* room = std::malloc(48'000);
+    hasRoom = room != nullptr;
+    std::free(room);
+    return HostService<host::Object*(void*)>("PluginNewInstance")(reference);
+}
+
+TEST(Services, TheEndOfMemoryLeavesRoomForItsException) {
+    if (IS_SANITIZED) GTEST_SKIP();
+    ReplacedServices() = {{"PluginNewInstance", reinterpret_cast<void*>(NewInstanceIfThereIsRoom)}};
+    ExpectStory(
+        [] {
+            const ObjectRef document = MakeDocument("<a>" + std::string(1'000'000, 'x') + "</a>");
+            const rlimit nothingMore = {1, RLIM_INFINITY};
+            setrlimit(RLIMIT_AS, &nothingMore);
+            for (void* volatile taken = document.Get(); taken != nullptr;) taken = std::malloc(16'000);
+            try {
+                return TextOf(document, "ToString").substr(0, 10);
+            } catch (const host::ProgramException& e) {
+                return e.className + (hasRoom ? " with room" : "");
+            }
+        },
+        "OutOfMemoryException with room");
     ReplacedServices().clear();
 }
 
