@@ -10,6 +10,8 @@
 namespace sablot {
 namespace {
 
+constexpr std::string_view ANYWHERE = "/descendant-or-self::node()/"; // what "//" stands for
+
 // Whether the expression can stand as the only argument of a function as it is: a faulty one could become right.
 bool IsClosed(std::string_view expression) {
     int depth = 0;
@@ -45,6 +47,16 @@ bool MayBeNumber(std::string_view expression) {
 std::string WrappedAsText(const std::string& expression) {
     if (!MayBeNumber(expression) || !IsClosed(expression)) return expression;
     return std::string(TEXT_FUNCTION) + '(' + expression + ')';
+}
+
+std::string WithoutStream(const std::string& expression, bool isBelowAnything) {
+    // What contains any of these is no stream to libxml2.
+    if (expression.find_first_of("[(@$\"'") != std::string::npos) return expression;
+    const size_t first = expression.find_first_not_of(" \t\r\n");
+    const size_t slashes = expression.find("//");
+    if (isBelowAnything && first != std::string::npos && expression[first] != '/')
+        return std::string(ANYWHERE) + expression;
+    return slashes == std::string::npos ? expression : std::string(expression).replace(slashes, 2, ANYWHERE);
 }
 
 std::string WrappedAsRefused(const std::string& expression) {

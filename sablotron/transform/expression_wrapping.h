@@ -1,4 +1,4 @@
-// Expressions of stylesheets as the argument of a function of ours, and back.
+// Expressions of stylesheets in forms that libxml2 evaluates as XSLT has it, and back.
 #pragma once
 
 #include <string>
@@ -13,6 +13,9 @@ constexpr std::string_view REFUSED_FUNCTION = "sablot.refused";
 
 // The expression as the argument of TEXT_FUNCTION, where its value can need that.
 std::string WrappedAsText(const std::string& expression);
+// The expression in a form that libxml2 does not evaluate as a stream, which passes over what is below 10,000 levels.
+// With `isBelowAnything` it is a pattern whose nodes may stand anywhere.
+std::string WithoutStream(const std::string& expression, bool isBelowAnything);
 // What stands for an expression that does not parse: a call of REFUSED_FUNCTION with it.
 std::string WrappedAsRefused(const std::string& expression);
 

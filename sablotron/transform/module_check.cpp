@@ -112,7 +112,8 @@ std::string Value(const xmlNode* element, const char* name) {
     return attribute != nullptr ? Value(attribute) : "";
 }
 
-void SetValue(xmlNode* element, xmlAttr* attribute, const std::string& value) {
+void Change(xmlNode* element, xmlAttr* attribute, const std::string& value) {
+    if (value == Value(attribute)) return;
     xmlFreeNodeList(attribute->children);
     attribute->children = attribute->last = Checked(xmlNewDocText(element->doc, Chars(value.c_str())), value);
     attribute->children->parent = AsNode(attribute);
@@ -329,17 +330,21 @@ ModuleCheck::Verdict ModuleCheck::CheckInstruction(xmlNode* element, bool isTop,
 }
 
 // func:result of EXSLT, about which libexslt reports without a place.
-ModuleCheck::Verdict ModuleCheck::CheckFunctionResult(const xmlNode* result) {
+ModuleCheck::Verdict ModuleCheck::CheckFunctionResult(xmlNode* result) {
     const xmlNode* function = result->parent;
     while (IsElement(function) && !IsOfFunctions(function, "function")) function = function->parent;
     if (!IsElement(function)) return Fail(result, CODE_OTHER, Tag(result) + " stands in a func:function only");
     for (const xmlNode* next = result->next; next != nullptr; next = next->next)
         if (IsElement(next) && !(IsXslt(next) && View(next->name) == "fallback"))
             return Fail(next, CODE_OTHER, "Nothing but xsl:fallback may follow " + Tag(result));
-    if (xmlHasProp(const_cast<xmlNode*>(result), Chars("select")) == nullptr) return Verdict::RIGHT;
+    xmlAttr* select = xmlHasProp(result, Chars("select"));
+    if (select == nullptr) return Verdict::RIGHT;
     if (result->children != nullptr)
         return Fail(result, CODE_OTHER, Tag(result) + " has content or the attribute 'select', not both");
-    return CheckExpression(result, Value(result, "select")) ? Verdict::RIGHT : Verdict::FAILED;
+    const std::string expression = Value(select);
+    if (!CheckExpression(result, expression)) return Verdict::FAILED;
+    Change(result, select, WithoutStream(expression, false));
+    return Verdict::RIGHT;
 }
 
 ModuleCheck::Verdict ModuleCheck::CheckLiteral(xmlNode* element, bool isLater) {
@@ -373,13 +378,16 @@ bool ModuleCheck::CheckAttribute(xmlNode* element, xmlAttr* attribute, const Rul
     case Content::TEMPLATE: return CheckTemplate(element, attribute, isLater);
     case Content::EXPRESSION:
         if (isLater && !Parses(value)) {
-            SetValue(element, attribute, WrappedAsRefused(value));
+            Change(element, attribute, WrappedAsRefused(value));
             return true;
         }
         if (!CheckExpression(element, value)) return false;
-        if (rule.isText && WrappedAsText(value) != value) SetValue(element, attribute, WrappedAsText(value));
+        Change(element, attribute, WithoutStream(rule.isText ? WrappedAsText(value) : value, false));
         return true;
-    case Content::PATTERN: return CheckExpression(element, value);
+    case Content::PATTERN:
+        if (!CheckExpression(element, value)) return false;
+        if (rule.element == "key") Change(element, attribute, WithoutStream(value, true));
+        return true;
     case Content::NAMES:
         for (const std::string& name : Words(value)) {
             const std::string prefix = name.substr(0, std::min(name.find(':'), name.size()));
@@ -468,11 +476,11 @@ bool ModuleCheck::CheckTemplate(xmlNode* element, xmlAttr* attribute, bool isLat
             prepared += '{' + WrappedAsRefused(expression) + '}';
         } else {
             if (!CheckExpression(element, expression)) return false;
-            prepared += '{' + WrappedAsText(expression) + '}';
+            prepared += '{' + WithoutStream(WrappedAsText(expression), false) + '}';
         }
         at = end;
     }
-    if (prepared != value) SetValue(element, attribute, prepared);
+    Change(element, attribute, prepared);
     return true;
 }
 

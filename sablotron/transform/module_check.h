@@ -33,7 +33,7 @@ private:
     };
 
     Verdict CheckInstruction(xmlNode* element, bool isTop, bool isLater);
-    Verdict CheckFunctionResult(const xmlNode* result);
+    Verdict CheckFunctionResult(xmlNode* result);
     Verdict CheckLiteral(xmlNode* element, bool isLater);
     bool CheckAttributeNames(const xmlNode* element, std::string_view others);
     bool CheckAttribute(xmlNode* element, xmlAttr* attribute, const Rule& rule, bool isLater);
