@@ -28,6 +28,18 @@ std::string WithoutName(std::string text, std::string_view name) {
     return text.starts_with(name) ? text.substr(name.size()) : text;
 }
 
+// A fault in another file than the one at work, a module or a document that the run read, begins with the name of that
+// file and the line.
+void MoveToItsFile(Diagnostic& fault) {
+    const std::string line = ", line " + std::to_string(fault.line) + ": ";
+    const size_t end = fault.message.find(line);
+    std::error_code error;
+    if (end == std::string::npos || !fs::is_regular_file(fault.message.substr(0, end), error)) return;
+    fault.file = fault.message.substr(0, end);
+    fault.message.erase(0, end + line.size());
+    fault.sourceLine = xml::LineOf(ReadInput(fault.file).text, fault.line);
+}
+
 // The classes tell the line of a fault; the caret stands under what begins it.
 Diagnostic Locate(const Input& input, const ProgramException& error) {
     Diagnostic fault;
@@ -37,6 +49,7 @@ Diagnostic Locate(const Input& input, const ProgramException& error) {
     std::string line = WithoutName(GetProperty(error.exception, "Line").Text(), "line:");
     fault.line = std::max(1U, static_cast<uint32_t>(std::strtoul(line.c_str(), nullptr, 10)));
     fault.sourceLine = xml::LineOf(input.text, fault.line);
+    MoveToItsFile(fault);
     fault.column = xml::FirstColumn(fault.sourceLine);
     return fault;
 }

@@ -2,6 +2,7 @@
 #include "host/cli/libxml2/errors.h"
 
 #include <algorithm>
+#include <cctype>
 
 namespace host::xml {
 
@@ -11,6 +12,13 @@ namespace {
 constexpr size_t MAX_FOUND = 500;
 
 void Ignore(void*, const char*, ...) {}
+
+// Some texts begin with the name of the function in which they stand, "xmlParseSomething: ".
+void RemoveFunctionName(std::string& message) {
+    size_t colon = message.find(": ");
+    bool isNamed = message.starts_with("xml") && std::isupper(static_cast<unsigned char>(message[3])) != 0;
+    if (isNamed && colon < message.find(' ')) message.erase(0, colon + 2);
+}
 
 } // namespace
 
@@ -31,6 +39,7 @@ void ErrorCollector::Collect(void* collector, xmlErrorPtr error) {
     bool isMinor = error->domain == XML_FROM_NAMESPACE || (error->domain == XML_FROM_VALID && !self.validates);
     bool isWarning = error->level == XML_ERR_WARNING || isMinor;
     std::string message = error->message != nullptr ? error->message : "unknown error";
+    RemoveFunctionName(message);
     self.Add(isWarning ? Severity::WARNING : Severity::ERROR, error->line, error->int2, std::move(message));
     bool isElsewhere = error->file != nullptr && self.input_.name != error->file && !self.found.empty();
     if (!isElsewhere) return;
