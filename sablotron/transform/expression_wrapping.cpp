@@ -2,6 +2,7 @@
 #include "sablotron/transform/expression_wrapping.h"
 
 #include "sablotron/tree/tree.h"
+#include "sablotron/tree/xpath_rewrite.h"
 
 #include <libxml/uri.h>
 
@@ -57,6 +58,10 @@ std::string WithoutStream(const std::string& expression, bool isBelowAnything) {
     if (isBelowAnything && first != std::string::npos && expression[first] != '/')
         return std::string(ANYWHERE) + expression;
     return slashes == std::string::npos ? expression : std::string(expression).replace(slashes, 2, ANYWHERE);
+}
+
+std::string Prepared(const std::string& expression, bool isText) {
+    return WithoutStream(ParentsAsPredicates(isText ? WrappedAsText(expression) : expression), false);
 }
 
 std::string WrappedAsRefused(const std::string& expression) {

@@ -343,7 +343,7 @@ ModuleCheck::Verdict ModuleCheck::CheckFunctionResult(xmlNode* result) {
         return Fail(result, CODE_OTHER, Tag(result) + " has content or the attribute 'select', not both");
     const std::string expression = Value(select);
     if (!CheckExpression(result, expression)) return Verdict::FAILED;
-    Change(result, select, WithoutStream(expression, false));
+    Change(result, select, Prepared(expression, false));
     return Verdict::RIGHT;
 }
 
@@ -382,7 +382,7 @@ bool ModuleCheck::CheckAttribute(xmlNode* element, xmlAttr* attribute, const Rul
             return true;
         }
         if (!CheckExpression(element, value)) return false;
-        Change(element, attribute, WithoutStream(rule.isText ? WrappedAsText(value) : value, false));
+        Change(element, attribute, Prepared(value, rule.isText));
         return true;
     case Content::PATTERN:
         if (!CheckExpression(element, value)) return false;
@@ -476,7 +476,7 @@ bool ModuleCheck::CheckTemplate(xmlNode* element, xmlAttr* attribute, bool isLat
             prepared += '{' + WrappedAsRefused(expression) + '}';
         } else {
             if (!CheckExpression(element, expression)) return false;
-            prepared += '{' + WithoutStream(WrappedAsText(expression), false) + '}';
+            prepared += '{' + Prepared(expression, true) + '}';
         }
         at = end;
     }

@@ -131,7 +131,44 @@ private:
     bool otherPrincipal_ = false; // the next name test is of an attribute or a namespace
 };
 
+// Whether the text is a step to children or attributes by name and no more: "b", "p:b", "*", "@x".
+bool IsNamedStep(std::string_view step) {
+    if (step.starts_with('@')) step.remove_prefix(1);
+    const size_t colon = step.find(':');
+    if (colon != std::string_view::npos && colon > 0 && IsNameStart(step[0])) step.remove_prefix(colon + 1);
+    return step == "*" || (!step.empty() && IsNameStart(step[0]) && std::all_of(step.begin(), step.end(), IsNameChar));
+}
+
+// Whether the text ends in a step that can have predicates. What could be an operator is taken for one.
+bool EndsInStep(std::string_view text) {
+    if (text.empty() || text.back() == ']' || text.back() == ')') return !text.empty();
+    if (text.back() == '*') return text.size() > 1 && std::string_view("/:@").find(text[text.size() - 2]) < 3;
+    size_t begin = text.size();
+    while (begin > 0 && IsNameChar(text[begin - 1])) --begin;
+    const std::string_view name = text.substr(begin);
+    return !name.empty() && IsNameStart(name[0]) && !name.ends_with('.') && name != "and" && name != "or"
+           && name != "div" && name != "mod";
+}
+
 } // namespace
+
+std::string ParentsAsPredicates(std::string_view expression) {
+    constexpr std::string_view TO_PARENT = "/..";
+    std::string result(expression);
+    if (expression.find_first_of("\"'") != std::string_view::npos) return result;
+    for (size_t at = result.find(TO_PARENT); at != std::string::npos; at = result.find(TO_PARENT, at + 1)) {
+        const size_t slash = at > 0 ? result.rfind('/', at - 1) : std::string::npos;
+        if (slash == std::string::npos || slash == 0) continue;
+        const std::string step = result.substr(slash + 1, at - slash - 1);
+        const bool isAnywhere = result[slash - 1] == '/';
+        if (!IsNamedStep(step) || !(isAnywhere || EndsInStep(std::string_view(result).substr(0, slash)))) continue;
+        const size_t begin = isAnywhere ? slash - 1 : slash;
+        const std::string parents = (isAnywhere ? "/descendant-or-self::node()[" : "[") + step + ']';
+        result.replace(begin, at + TO_PARENT.size() - begin, parents);
+        at = begin;
+    }
+    return result;
+}
 
 std::string QualifyElementNames(std::string_view expression, std::string_view prefix) {
     return Rewriter(expression, prefix).Run();

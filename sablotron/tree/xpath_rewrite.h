@@ -1,4 +1,4 @@
-// The default-namespace rule of queries, applied to the tokens of an expression.
+// Rewriting expressions by their tokens: the default-namespace rule of queries, and forms that cost less.
 #pragma once
 
 #include <string>
@@ -12,6 +12,10 @@ namespace sablot {
 // functions, variables, node types, axes, operators and strings stay as they are. What is no XPath is copied as it
 // stands: the parser of expressions reports it. (XPath 1.0, section 3.7, "Lexical Structure".)
 std::string QualifyElementNames(std::string_view expression, std::string_view prefix);
+
+// `expression` with paths to children or attributes and back, "a/b/..", as predicates, "a[b]": the same nodes, found
+// without comparing each with each as libxml2 does.
+std::string ParentsAsPredicates(std::string_view expression);
 
 // The prefixes of names, functions and variables in the expression, as they come.
 std::vector<std::string_view> PrefixesOf(std::string_view expression);

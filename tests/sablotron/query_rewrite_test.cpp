@@ -77,5 +77,28 @@ TEST(XpathRewrite, QualifiesOnlyElementNames) {
     for (const Case& c : CASES) EXPECT_EQ(QualifyElementNames(c.expression, "d"), c.expected) << c.expression;
 }
 
+constexpr Case PARENTS[] = {
+    {"//a/b/..", "//a[b]"},
+    {"count(//p:a/@p:b/..) + count(a/*/../c)", "count(//p:a[@p:b]) + count(a[*]/c)"},
+    {"//@id/..", "/descendant-or-self::node()[@id]"},
+    {"r//b/../..", "r/descendant-or-self::node()[b]/.."},
+    {"p:*/b/..[a[1]/b/..]", "p:*[b][a[1][b]]"},
+    {"f()/b.c/.. | $v/b/..", "f()[b.c] | $v[b]"},
+    // These stay.
+    {"b/..", "b/.."},
+    {"/b/..", "/b/.."},
+    {"./b/.. | ../b/..", "./b/.. | ../b/.."},
+    {"a or/b/..", "a or/b/.."},
+    {"a */b/..", "a */b/.."},
+    {"a/parent::b/..", "a/parent::b/.."},
+    {"a/text()/..", "a/text()/.."},
+    {"a/b[1]/..", "a/b[1]/.."},
+    {"contains(a, 'a/b/..')", "contains(a, 'a/b/..')"},
+};
+
+TEST(XpathRewrite, MakesWaysToAndFroPredicates) {
+    for (const Case& c : PARENTS) EXPECT_EQ(ParentsAsPredicates(c.expression), c.expected) << c.expression;
+}
+
 } // namespace
 } // namespace sablot
