@@ -108,6 +108,29 @@ private:
     throw QueryError(fault);
 }
 
+// The query with ways to children or attributes by name and back, "a/b/..", as predicates, "a[b]", for which libxml2
+// does not compare each node with each. What stands before the way may be no step: then the result is no expression.
+std::string WithoutWaysBack(const std::string& query) {
+    constexpr std::string_view TO_PARENT = "/..";
+    std::string result = query;
+    if (query.find_first_of("\"'") != std::string::npos) return result;
+    for (size_t at = result.find(TO_PARENT); at != std::string::npos; at = result.find(TO_PARENT, at + 1)) {
+        size_t begin = at;
+        while (begin > 0 && (IsNameByte(result[begin - 1]) || result[begin - 1] == ':')) --begin;
+        if (begin == at && begin > 0 && result[begin - 1] == '*') --begin;
+        if (begin > 0 && result[begin - 1] == '@') --begin;
+        std::string step = result.substr(begin, at - begin);
+        bool isStep = !step.empty() && step[0] != '.' && step.find("::") == std::string::npos;
+        if (!isStep || begin < 2 || result[begin - 1] != '/') continue;
+        bool isAnywhere = result[begin - 2] == '/';
+        begin -= isAnywhere ? 2 : 1;
+        result.replace(begin, at + TO_PARENT.size() - begin,
+                       (isAnywhere ? "/descendant-or-self::node()[" : "[") + step + "]");
+        at = begin;
+    }
+    return result;
+}
+
 // XPath 1.0, 4.2: a decimal number without exponent.
 std::string FormatNumber(double number) {
     if (std::isnan(number)) return "NaN";
@@ -197,6 +220,9 @@ QueryResult Evaluate(_xmlDoc* document, const std::string& query, const Namespac
     context->node = reinterpret_cast<xmlNodePtr>(document);
     std::unique_ptr<xmlXPathCompExpr, FreeExpression> expression(xmlXPathCtxtCompile(context.get(), Text(query)));
     if (expression == nullptr) Fail(query, context.get(), errors, false);
+    if (xmlXPathCompExprPtr cheaper = xmlXPathCtxtCompile(context.get(), Text(WithoutWaysBack(query))))
+        expression.reset(cheaper);
+    errors.found.clear();
     xmlXPathOrderDocElems(document);
     xmlXPathObjectPtr object = xmlXPathCompiledEval(expression.get(), context.get());
     if (object == nullptr) Fail(query, context.get(), errors, true);
