@@ -188,11 +188,6 @@ void ErrorCollector::FailAt(const xmlNode* instruction, int code, std::string te
     if (!failure_) failure_ = std::move(message);
 }
 
-void ErrorCollector::FailFor(const char* cause) {
-    Fail({.code = CODE_OTHER, .text = cause});
-    failure_->text = cause;
-}
-
 void ErrorCollector::EnsureFailure() {
     FailOnXPathError();
     if (!failure_ && unplaced_) Keep(unplaced_->code, unplaced_->text, {});

@@ -45,8 +45,6 @@ public:
     // Keeps a failure. Its place is the current instruction of the run unless the message has a place.
     void Fail(Message message);
     void FailAt(const xmlNode* instruction, int code, std::string text);
-    // Fails, or gives the failure that came of it this text.
-    void FailFor(const char* cause);
     // Makes an XPath error that no report followed a failure.
     void FailOnXPathError();
     // Drops what the libraries said without a failure that came of it.

@@ -218,7 +218,10 @@ void RunInstruction(xsltTransformContext* context, xmlNode* node, xmlNode* instr
     if (compiled->type == XSLT_FUNC_NUMBER
         && RunNumber(context, node, *reinterpret_cast<const xsltStylePreComp*>(compiled), compiled))
         return;
-    if (run.memory.IsExceeded()) return run.errors.FailFor("The run takes too much memory");
+    if (run.memory.IsExceeded()) {
+        run.errors.Fail({.code = CODE_OTHER, .text = "The run takes too much memory"});
+        return;
+    }
     // libxml2's limit is one for each instruction.
     run.steps += std::exchange(context->xpathCtxt->opCount, 0);
     if (run.steps > run.maxSteps) {

@@ -31,7 +31,7 @@ private:
 struct Run {
     const Instructions& instructions;
     ErrorCollector& errors;
-    const MemoryGuard& memory;
+    MemoryGuard& memory;
     StackGuard guard{};
     std::vector<Message> messages{}; // of xsl:message, to be sent when the run is over
     uint64_t steps = 0;              // of expressions, before the instruction at work

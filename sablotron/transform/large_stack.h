@@ -5,9 +5,8 @@
 
 namespace sablot {
 
-// Runs the work on a stack of 32 MB, whatever the caller's is, and waits for it; every few milliseconds it calls `look`
-// meanwhile. What the work throws, this throws. (Without memory for such a stack it runs on the caller's, and nobody
-// looks.)
-void OnLargeStack(const std::function<void()>& work, const std::function<void()>& look);
+// Runs the work on a stack of 32 MB in the caller's thread, whatever the caller's is. What it throws, this throws.
+// (Without memory for such a stack it runs on the caller's.)
+void OnLargeStack(const std::function<void()>& work);
 
 } // namespace sablot

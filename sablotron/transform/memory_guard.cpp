@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdio>
+#include <ctime>
 
 namespace sablot {
 namespace {
@@ -24,19 +25,20 @@ size_t DataSize() {
 
 } // namespace
 
-void MemoryGuard::Look() {
-    if (IsExceeded()) return;
+bool MemoryGuard::IsExceeded() {
+    constexpr int64_t TURN = 5'000'000;
+    if (isExceeded_) return true;
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    const int64_t time = int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+    if (time < nextLook_) return false;
+    const bool isFirst = nextLook_ == 0; // many runs are over before they would look
+    nextLook_ = time + TURN;
+    if (isFirst) return false;
     const size_t held = DataSize();
     if (before_ == 0) before_ = held;
-    if (held <= before_ || held - before_ <= limit_) return;
-    const std::lock_guard lock(mutex_);
-    isExceeded_ = true; // which stops instructions
-    if (expressions_ != nullptr) __atomic_store_n(&expressions_->opLimit, 1, __ATOMIC_RELAXED);
-}
-
-void MemoryGuard::SetExpressions(xmlXPathContext* context) {
-    const std::lock_guard lock(mutex_);
-    expressions_ = context;
+    isExceeded_ = held > before_ && held - before_ > limit_;
+    return isExceeded_;
 }
 
 } // namespace sablot

@@ -93,7 +93,7 @@ struct Outcome {
 
 class Transformation {
 public:
-    Transformation(SablotHandle processor, MemoryGuard& memory) : processor_(processor), memory_(memory) {}
+    explicit Transformation(SablotHandle processor) : processor_(processor) {}
 
     Outcome Run(const std::string& stylesheetUri, const std::string& inputUri) {
         if (!Transform(stylesheetUri, inputUri)) {
@@ -159,9 +159,10 @@ private:
         const std::unique_ptr<xsltTransformContext, ContextDeleter> context(
             xsltNewTransformContext(stylesheet.Get(), source));
         if (!context) return false;
+        MemoryGuard memory(processor_->maxMemory);
         sablot::Run run{.instructions = stylesheet.GetInstructions(),
                         .errors = errors_,
-                        .memory = memory_,
+                        .memory = memory,
                         .maxSteps = EXPRESSIONS_OF_MANY_STEPS * uint64_t{maxXPathOperations}};
         run.guard.Register(source);
         context->_private = &run;
@@ -169,7 +170,6 @@ private:
         context->maxTemplateDepth = INT_MAX; // the stack decides
         context->maxTemplateVars = INT_MAX;
         context->xpathCtxt->opLimit = maxXPathOperations;
-        const MemoryGuard::Expressions bounded(memory_, context->xpathCtxt);
         ExtendLimits(context.get(), source);
         xsltSetCtxtSecurityPrefs(ReadOnlyPreferences(), context.get());
         GuardFunctions(context.get());
@@ -180,7 +180,6 @@ private:
             outcome_.result.reset(
                 xsltApplyStylesheetUser(stylesheet.Get(), source, nullptr, nullptr, nullptr, context.get()));
         if (!outcome_.result) errors_.EnsureFailure();
-        if (memory_.IsExceeded()) errors_.FailFor("The run takes too much memory");
         errors_.SetRun(nullptr);
         outcome_.isText = context->type == XSLT_OUTPUT_TEXT;
         outcome_.messages = std::move(run.messages);
@@ -196,7 +195,6 @@ private:
     void Fail(int code, std::string text) { errors_.Fail({.code = code, .text = std::move(text)}); }
 
     SablotHandle processor_;
-    MemoryGuard& memory_;
     ErrorCollector errors_;
     Outcome outcome_;
 };
@@ -215,13 +213,11 @@ int SablotRunProcessorGen(SablotSituation, SablotHandle processor, const char* s
         const std::string name(ArgumentName(result));
         processor->results.erase(name);
         Outcome outcome;
-        MemoryGuard memory(processor->maxMemory);
-        const auto work = [&] {
+        OnLargeStack([&] {
             if (xmlGetGlobalState() == nullptr) throw std::bad_alloc(); // of this thread
             const DoublePrecision precision;
-            outcome = Transformation(processor, memory).Run(stylesheet, input);
-        };
-        OnLargeStack(work, [&memory] { memory.Look(); });
+            outcome = Transformation(processor).Run(stylesheet, input);
+        });
         for (const Message& message : outcome.messages) SendMessage(processor, message);
         if (outcome.code != 0) return outcome.code;
         if (processor->outputHandler != nullptr) SendEvents(outcome.result.get(), outcome.isText, processor);

@@ -22,12 +22,20 @@ uintptr_t FindStackEnd() {
     return top - std::min(size, MAX_STACK);
 }
 
+// Asking costs a read of /proc; each thread has a stack of its own.
+thread_local uintptr_t currentEnd = 0;
+
 } // namespace
 
 uintptr_t StackEnd() {
-    // Asking costs a read of /proc; each thread has a stack of its own.
-    thread_local const uintptr_t END = FindStackEnd();
-    return END;
+    if (currentEnd == 0) currentEnd = FindStackEnd();
+    return currentEnd;
+}
+
+uintptr_t ExchangeStackEnd(uintptr_t stackEnd) {
+    const uintptr_t before = StackEnd();
+    currentEnd = stackEnd;
+    return before;
 }
 
 } // namespace sablot

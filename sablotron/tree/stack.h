@@ -1,4 +1,4 @@
-// How much of the thread's stack is left for libraries that recurse.
+// How much of the stack is left for libraries that recurse.
 #pragma once
 
 #include <cstddef>
@@ -6,8 +6,11 @@
 
 namespace sablot {
 
-// Where the thread's stack ends.
+// Where the stack ends that the thread runs on.
 uintptr_t StackEnd();
+
+// Tells of a change of stacks in this thread; answers where the stack before ends.
+uintptr_t ExchangeStackEnd(uintptr_t stackEnd);
 
 // Bytes between here and there.
 inline size_t RemainingStack(uintptr_t stackEnd = StackEnd()) {
