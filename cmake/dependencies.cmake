@@ -29,3 +29,9 @@ target_link_libraries(LibEdit INTERFACE "${LIBEDIT}")
 find_library(LIBMD libmd.a REQUIRED)
 add_library(LibMd INTERFACE)
 target_link_libraries(LibMd INTERFACE "${LIBMD}")
+
+# The command's allocator: trees of many small nodes take four fifths of the time that they take with glibc's. The C++
+# library comes before it, for its operator new throws where that of mimalloc aborts.
+find_library(MIMALLOC libmimalloc.so.2 REQUIRED)
+add_library(MiMalloc INTERFACE)
+target_link_options(MiMalloc INTERFACE -Wl,--no-as-needed -lstdc++ "${MIMALLOC}" -Wl,--as-needed)

@@ -27,7 +27,7 @@ install(FILES "${CMAKE_SOURCE_DIR}/build/manual/kova.html" DESTINATION share/doc
 # The licences of all that is installed, as NOTICE lists it.
 install(FILES "${CMAKE_SOURCE_DIR}/LICENSE" "${CMAKE_SOURCE_DIR}/NOTICE" DESTINATION share/doc/kova)
 install(FILES "${CMAKE_SOURCE_DIR}/build/expat/source/COPYING" DESTINATION share/doc/kova/licenses RENAME expat)
-foreach(package IN ITEMS libxml2 libxslt1.1 libicu72 libffi8 libedit2 libbsd0 libmd0 libtinfo6 libcli11-dev nlohmann-json3-dev zlib1g
+foreach(package IN ITEMS libxml2 libxslt1.1 libicu72 libffi8 libedit2 libbsd0 libmd0 libmimalloc2.0 libtinfo6 libcli11-dev nlohmann-json3-dev zlib1g
                          liblzma5 libgcrypt20 libgpg-error0 libc6 gcc-12-base)
   install(FILES "${CMAKE_SYSROOT}/usr/share/doc/${package}/copyright" DESTINATION share/doc/kova/licenses
     RENAME "${package}")
