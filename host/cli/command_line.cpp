@@ -108,6 +108,14 @@ void AddHostOptions(CLI::App& command, HostOptions& options) {
         ->type_name("SERVICE");
 }
 
+void AddReadBelow(CLI::App& command, HostOptions& options) {
+    command
+        .add_option("--read-below", options.readBelow,
+                    "Let stylesheets read files of this folder only, and of those inside it")
+        ->type_name("FOLDER")
+        ->check(CLI::ExistingDirectory);
+}
+
 CLI::Validator AboveZero() {
     return {[](const std::string& text) {
                 char* end = nullptr;

@@ -44,6 +44,9 @@ CLI::Option* AddRepeatable(CLI::App& command, const std::string& name, Values& v
 // Options of every command that loads the plug-in.
 void AddHostOptions(CLI::App& command, HostOptions& options);
 
+// Option of the commands that transform or run programs which may.
+void AddReadBelow(CLI::App& command, HostOptions& options);
+
 // For options that take a number: refuses zero and less.
 CLI::Validator AboveZero();
 

@@ -26,6 +26,7 @@ struct UsageError : std::runtime_error {
 struct HostOptions {
     std::vector<std::string> plugins; // paths of bundles; empty means the one that belongs to this command
     std::vector<std::string> without; // services to withhold
+    std::filesystem::path readBelow;  // the folder whose files stylesheets may read; empty means all files
 };
 
 // What a program may need; 0 for no limit.

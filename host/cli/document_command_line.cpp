@@ -107,6 +107,7 @@ void AddTransform(CLI::App& app, CommandLine& line) {
                               ->type_name("FILE");
     command.add_flag("--events", transform->events, "Print the events of an XmlXsltHandler, one a line")
         ->excludes(output);
+    AddReadBelow(command, line.host);
     AddHostOptions(command, line.host);
     command.callback([=, &line] {
         if (arguments->empty()) throw CLI::RequiredError("STYLESHEET");

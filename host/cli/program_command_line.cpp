@@ -48,6 +48,7 @@ void AddRun(CLI::App& app, CommandLine& line) {
         ->check(AboveZero());
     AddLimits(command, run->limits, "End the program after this time (exit code 124)",
               "End the program when it needs more");
+    AddReadBelow(command, line.host);
     AddHostOptions(command, line.host);
     command.callback([=, &command, &line] {
         std::vector<std::string> rest = command.remaining();
@@ -88,6 +89,7 @@ void AddRepl(CLI::App& app, CommandLine& line) {
     CLI::App& command = AddCommand(app, {"repl", "[OPTIONS]", "Read statements, run each at once, print expressions",
                                          "  kova repl\n"
                                          "  echo 'Len(\"word\")' | kova repl\n"});
+    AddReadBelow(command, line.host);
     AddHostOptions(command, line.host);
     command.callback([&line] { line.action = [&line] { return RunRepl(line.host); }; });
 }
@@ -137,6 +139,7 @@ void AddTest(CLI::App& app, CommandLine& line) {
         ->type_name("N")
         ->check(AboveZero());
     AddLimits(command, test->limits, "Limit for each program", "Limit for each program");
+    AddReadBelow(command, line.host);
     AddHostOptions(command, line.host);
     SetAction(command, line, test, RunTests);
 }

@@ -6,6 +6,7 @@
 #include "host/runtime/plugin.h"
 #include "host/runtime/services.h"
 
+#include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -29,6 +30,8 @@ void Withhold(const std::string& service) {
 } // namespace
 
 void StartHost(const HostOptions& options) {
+    // What reads files for a stylesheet looks there; so do the processes that a program starts.
+    if (!options.readBelow.empty()) setenv("KOVA_READ_BELOW", fs::canonical(options.readBelow).c_str(), 1);
     RegisterFramework();
     for (const std::string& service : options.without) Withhold(service);
     if (options.plugins.empty()) LoadPlugin(FindPlugin());

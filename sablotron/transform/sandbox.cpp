@@ -11,6 +11,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
+#include <climits>
+#include <cstdlib>
 #include <optional>
 #include <utility>
 
@@ -21,12 +24,31 @@ constexpr size_t MAX_INSTRUCTION_DEPTH = 3000;    // libxslt looks at what is ar
 constexpr unsigned MAX_MODULE_LOADS = 32;         // of one module by one stylesheet
 constexpr size_t MAX_FILE_SIZE = size_t{1} << 29; // bytes; the whole text is held in memory
 
+// The folder below which files may be read, if the process was given one.
+const char* ReadableFolder() { return std::getenv("KOVA_READ_BELOW"); }
+
+// Whether an open file stands below the folder, whatever links and ".." led there.
+bool IsBelow(int file, const char* folder) {
+    std::array<char, PATH_MAX> real{};
+    std::array<char, PATH_MAX> path{};
+    const std::string link = "/proc/self/fd/" + std::to_string(file);
+    if (realpath(folder, real.data()) == nullptr || readlink(link.c_str(), path.data(), path.size() - 1) < 0)
+        return false;
+    std::string prefix = real.data();
+    if (prefix != "/") prefix += '/';
+    return std::string_view(path.data()).starts_with(prefix);
+}
+
 class File {
 public:
     // Only regular files: reading a device or a pipe may never end.
     explicit File(const std::string& path)
         : descriptor_(path.empty() ? -1 : open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)) {
-        if (descriptor_ >= 0 && (fstat(descriptor_, &status_) != 0 || !S_ISREG(status_.st_mode))) Close();
+        if (descriptor_ < 0) return;
+        const char* folder = ReadableFolder();
+        const bool isReadable = fstat(descriptor_, &status_) == 0 && S_ISREG(status_.st_mode)
+                                && (folder == nullptr || IsBelow(descriptor_, folder));
+        if (!isReadable) Close();
     }
     File(const File&) = delete;
     File& operator=(const File&) = delete;
@@ -154,7 +176,10 @@ TreePointer Sandbox::Parse(const SablotSource& source, const std::string& uri, x
 }
 
 TreePointer Sandbox::NotFound(const std::string& uri) {
-    errors_.Fail({.code = CODE_NOT_FOUND, .text = "'" + DisplayName(uri) + "' not found"});
+    const char* folder = ReadableFolder();
+    errors_.Fail({.code = CODE_NOT_FOUND,
+                  .text = "'" + DisplayName(uri) + "' not found"
+                          + (folder != nullptr ? " below '" + std::string(folder) + "'" : "")});
     return nullptr;
 }
 
