@@ -1,5 +1,6 @@
 // The plug-in in a host that lacks a service or answers oddly: the fallback flows on, and nothing falls over.
 #include "host/framework/files.h"
+#include "host/runtime/exception.h"
 #include "host/runtime/services.h"
 #include "tests/plugin/child.h"
 #include "tests/plugin/linked_plugin.h"
@@ -11,8 +12,10 @@
 #include <malloc.h>
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <regex>
 
 namespace {
@@ -91,10 +94,40 @@ void ExpectStory(const std::function<std::string()>& story, const std::string& e
     EXPECT_EQ(child.output, expected);
 }
 
+// Stands for a service that fails, whatever it is asked: nil, 0, false.
+int32_t AnswerNothing() { return 0; }
+
+// Whether the service has an answer that says that it failed; it is then to be as if it were missing.
+// (KOVABuildString's is want of memory, which is told.)
+bool CanFail(std::string_view service) {
+    constexpr std::string_view FAILING[] = {
+        "PluginNewInstance",
+        "StringGetCString",
+        "KOVAConvertString",
+        "RuntimeAddString",
+        "GetEventInstance",
+        "KOVAGetPropValueInt",
+        "KOVASetPropValueInt",
+        "KOVALoadObjectMethod",
+        "KOVASetPropValueString",
+        "KOVALoadGlobalMethod",
+        "RuntimeDirectReadStringArray",
+    };
+    return std::find(std::begin(FAILING), std::end(FAILING), service) != std::end(FAILING);
+}
+
 template <typename Case>
 class Missing : public testing::TestWithParam<Case> {
 protected:
-    Missing() { ReplacedServices() = {{this->GetParam().service, nullptr}}; }
+    // Runs the check without the service, and with one that fails if it can.
+    void ForBoth(const std::function<void()>& check) {
+        ReplacedServices() = {{this->GetParam().service, nullptr}};
+        check();
+        if (!CanFail(this->GetParam().service)) return;
+        SCOPED_TRACE("it fails");
+        ReplacedServices() = {{this->GetParam().service, reinterpret_cast<void*>(AnswerNothing)}};
+        check();
+    }
     ~Missing() override { ReplacedServices().clear(); }
 };
 
@@ -110,9 +143,11 @@ class MissingForReaders : public Missing<ReaderCase> {};
 
 TEST_P(MissingForReaders, ItsFallbackFlowsOn) {
     const ReaderCase& expected = GetParam();
-    ExpectStory(ReaderStory, expected.document != nullptr
-                                 ? std::string(expected.document) + "\n" + expected.wrong + "\n" + expected.file
-                                 : "there is no class XmlReader");
+    ForBoth([&] {
+        ExpectStory(ReaderStory, expected.document != nullptr
+                                     ? std::string(expected.document) + "\n" + expected.wrong + "\n" + expected.file
+                                     : "there is no class XmlReader");
+    });
 }
 
 INSTANTIATE_TEST_SUITE_P(Services, MissingForReaders, testing::ValuesIn(READER_CASES),
@@ -280,8 +315,10 @@ const StoryCase STORY_CASES[] = {
 class MissingForDocuments : public Missing<StoryCase> {};
 
 TEST_P(MissingForDocuments, ItsFallbackFlowsOn) {
-    ExpectStory(DocumentStory, GetParam().documents);
-    ExpectStory(TransformationStory, GetParam().transformations);
+    ForBoth([&] {
+        ExpectStory(DocumentStory, GetParam().documents);
+        ExpectStory(TransformationStory, GetParam().transformations);
+    });
 }
 
 INSTANTIATE_TEST_SUITE_P(Services, MissingForDocuments, testing::ValuesIn(STORY_CASES),
@@ -314,6 +351,59 @@ TEST(Services, EveryStreamIsClosed) {
             return std::to_string(closed);
         },
         "3");
+    ReplacedServices().clear();
+}
+
+// A method of the host's files and streams that raises, and answers nothing.
+const char* failingMethod = nullptr;
+
+int32_t RaiseAndAnswerNothing() {
+    host::RaiseNew("IOException", 5, "failed");
+    return 0;
+}
+
+void* LoadFailing(host::Object* object, const char* declaration) {
+    if (std::string_view(declaration).starts_with(failingMethod)) return reinterpret_cast<void*>(RaiseAndAnswerNothing);
+    return HostService<void*(host::Object*, const char*)>("KOVALoadObjectMethod")(object, declaration);
+}
+
+// The host's exception is the one that the program sees.
+TEST(Services, AMethodOfAFileThatFailsIsTold) {
+    ReplacedServices() = {{"KOVALoadObjectMethod", reinterpret_cast<void*>(LoadFailing)}};
+    struct {
+        const char* method;
+        const char* told; // when a reader reads, a document loads, a document saves
+    } const cases[] = {
+        {"OpenAsBinaryFile", "IOException 5: failed | IOException 5: failed | saved"},
+        {"Read", "IOException 5: failed | IOException 5: failed | saved"},
+        {"Close", "IOException 5: failed | IOException 5: failed | IOException 5: failed"},
+        {"NativePath", "read | IOException 5: failed | saved"},
+        {"CreateTextFile", "read | loaded | IOException 5: failed"},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.method);
+        failingMethod = each.method;
+        ExpectStory(
+            [] {
+                Story story;
+                std::ofstream("file.xml") << "<f/>";
+                const ObjectRef file = host::NewFolderItem("file.xml");
+                story.Tell([&] {
+                    Call(host::Create("XmlReader", {}), "Parse", {file});
+                    return "read";
+                });
+                story.Tell([&] {
+                    Call(MakeDocument("<a/>"), "LoadXml(fItem as FolderItem)", {file});
+                    return "loaded";
+                });
+                story.Tell([&] {
+                    Call(MakeDocument("<a/>"), "SaveXml(fItem as FolderItem)", {file});
+                    return "saved";
+                });
+                return story.Text();
+            },
+            each.told);
+    }
     ReplacedServices().clear();
 }
 
