@@ -106,7 +106,8 @@ void DetachHandler(Object* object, const Event* event, const Object* delegate) {
 
 void RemoveStandIns() {
     if (!hasStandIns) return;
-    std::erase_if(StandIns(), [](auto& entry) { return RemoveClass(entry.second.cls); });
+    // There is none where memory ended when it was to be made.
+    std::erase_if(StandIns(), [](auto& entry) { return entry.second.cls == nullptr || RemoveClass(entry.second.cls); });
 }
 
 } // namespace host::language

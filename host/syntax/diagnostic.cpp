@@ -13,6 +13,25 @@ size_t CountCharacters(std::string_view text) {
         text.begin(), text.end(), [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; }));
 }
 
+// More of a name in a message is not shown.
+constexpr size_t MAX_NAME = 100;
+
+// The message with its longest words cut. A quotation mark at the end of one stays.
+std::string WithShortNames(const std::string& message) {
+    std::string shortened;
+    for (size_t start = 0; start < message.size();) {
+        size_t end = std::min(message.find(' ', start), message.size());
+        size_t cut = std::min(end, start + MAX_NAME);
+        while (cut < end && (static_cast<unsigned char>(message[cut]) & 0xC0) == 0x80) --cut;
+        shortened.append(message, start, cut - start);
+        if (cut < end) shortened += message[end - 1] == '"' ? "…\"" : "…";
+        start = message.find_first_not_of(' ', end);
+        start = std::min(start, message.size());
+        shortened.append(message, end, start - end);
+    }
+    return shortened;
+}
+
 // More of a line is not shown.
 constexpr size_t MAX_SHOWN = 160;
 // What is shown of a longer line before the marked text.
@@ -62,6 +81,7 @@ std::string FormatDiagnostic(const Diagnostic& diagnostic, bool color) {
 }
 
 void DiagnosticList::Add(Severity severity, const Span& span, std::string message) {
+    if (message.size() > MAX_NAME) message = WithShortNames(message);
     for (const Entry& entry : entries_) {
         if (entry.span.file == span.file && entry.span.offset == span.offset && entry.message == message) return;
     }
