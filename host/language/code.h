@@ -177,6 +177,7 @@ namespace host::language {
     X(PRINT_DOUBLE, "r")                                                                                               \
     X(PRINT_STRING, "r")                                                                                               \
     X(PRINT_VARIANT, "r")                                                                                              \
+    X(SHOW, "r")                                                                                                       \
     X(PRINT_LINE, "")
 
 enum class Opcode : uint16_t {

@@ -1,5 +1,6 @@
 // The opcode loop.
 #include "host/language/attachments.h"
+#include "host/language/display.h"
 #include "host/language/folding.h"
 #include "host/language/machine.h"
 #include "host/language/operations.h"
@@ -560,6 +561,7 @@ bool Machine::Execute() {
             SIMPLE(PRINT_DOUBLE, PrintText(NumberText(A.number) + "\n"));
             SIMPLE(PRINT_STRING, PrintString(A.string));
             SIMPLE(PRINT_VARIANT, PrintText(TextOfVariant(A.object) + "\n"));
+            SIMPLE(SHOW, PrintText(DisplayText(A.object) + "\n"));
             SIMPLE(PRINT_LINE, PrintText("\n"));
 
         failed:

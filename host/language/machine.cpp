@@ -1,6 +1,7 @@
 // Calls from outside, limits, and the way of exceptions through the frames.
 #include "host/language/machine.h"
 
+#include "host/language/display.h"
 #include "host/language/folding.h"
 #include "host/language/operations.h"
 #include "host/runtime/array.h"
@@ -33,24 +34,6 @@ Machine* current = nullptr;
 bool IsError(const Object* exception) {
     const Class* error = FindClass("RuntimeException");
     return exception == nullptr || error == nullptr || exception->cls->IsA(error);
-}
-
-// The values of the properties that the exception's own class has beyond those of all exceptions.
-std::string DetailsOf(Object* exception) {
-    std::string text;
-    for (const Class* level = exception->cls; level->super != nullptr; level = level->super) {
-        for (const auto& property : level->properties) {
-            Kind kind = property->type.kind;
-            bool isShown = kind == Kind::INTEGER || kind == Kind::DOUBLE || kind == Kind::STRING;
-            if (property->read == Access::NONE || !isShown) continue;
-            Slot value = ReadProperty(exception, *property);
-            bool isRead = !TakePendingException();
-            std::string shown = isRead ? Abridged(kind, value) : "";
-            if (kind == Kind::STRING) UnlockString(value.string);
-            if (isRead && shown != "\"\"") text += (text.empty() ? "" : ", ") + property->name + " " + shown;
-        }
-    }
-    return text;
 }
 
 } // namespace
@@ -131,7 +114,7 @@ UncaughtException Machine::Describe(Object* exception) {
     GetIntegerProperty(exception, "ErrorNumber", result.errorNumber);
     StringRef message;
     if (GetStringProperty(exception, "Message", message)) result.message = std::string(message.View());
-    result.details = DetailsOf(exception);
+    result.details = DetailsOf(exception, FindClass("RuntimeException"));
     if (raised_.Get() == exception) {
         result.stack = raisedStack_;
         result.inputLine = InputLine(exception);

@@ -325,6 +325,7 @@ void StatementCompiler::Print(NodePtr value, bool isExpression) {
                     : value->type.Is(TypeKind::INTEGER) ? Opcode::PRINT_INTEGER
                     : value->type.Is(TypeKind::BOOLEAN) ? Opcode::PRINT_BOOLEAN
                     : value->type.Is(TypeKind::DOUBLE)  ? Opcode::PRINT_DOUBLE
+                    : isExpression                      ? Opcode::SHOW
                                                         : Opcode::PRINT_VARIANT;
     uint16_t top = generator_.Top();
     Value printed = generator_.Generate(*value);

@@ -147,7 +147,7 @@ TEST_F(LanguageSession, EntriesBuildOnEachOther) {
         {"a", "other\n"},
         {"Class Box\n  Value As Integer = 3\nEnd Class", ""},
         {"Dim c As New Box", ""},
-        {"c", "Box\n"},
+        {"c", "Box (Value 3)\n"},
         {"c.Value", "3\n"},
         {"Class Box\nEnd Class", "class \"Box\" cannot be replaced while it has objects or subclasses"},
         {"c = Nil", ""},
