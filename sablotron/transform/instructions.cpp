@@ -16,7 +16,9 @@
 #include <libxslt/variables.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
 namespace sablot {
@@ -51,9 +53,41 @@ void RegisterFragment(xsltTransformContext* context, xmlDoc* fragment) {
     RegisterTree(context, fragment);
 }
 
+// Ends the run with a failure when it holds too much.
+bool CheckMemory(const xsltTransformContext* context) {
+    Run& run = RunOf(context);
+    if (!run.memory.IsExceeded()) return true;
+    run.errors.Fail({.code = CODE_OTHER, .text = "The run takes too much memory"});
+    return false;
+}
+
+// What makes texts, and the functions that do it.
+constexpr const char* TEXT_MAKERS[] = {"concat",          "normalize-space",  "string",   "substring",
+                                       "substring-after", "substring-before", "translate"};
+std::array<xmlXPathFunction, std::size(TEXT_MAKERS)> textMakers{};
+
+template <size_t INDEX>
+void MakeText(xmlXPathParserContext* parser, int argumentCount) {
+    if (CheckMemory(xsltXPathGetTransformContext(parser)))
+        textMakers[INDEX](parser, argumentCount);
+    else
+        parser->error = XPATH_STACK_ERROR;
+}
+
+template <size_t... INDEX>
+void RegisterTextMakers(xmlXPathContext* context, std::index_sequence<INDEX...>) {
+    const auto replace = [context](size_t index, xmlXPathFunction function) {
+        textMakers[index] = xmlXPathFunctionLookup(context, Chars(TEXT_MAKERS[index]));
+        xmlXPathRegisterFunc(context, Chars(TEXT_MAKERS[index]), nullptr);
+        xmlXPathRegisterFunc(context, Chars(TEXT_MAKERS[index]), function);
+    };
+    (replace(INDEX, MakeText<INDEX>), ...);
+}
+
 // A variable; a result tree fragment is a node set of its root.
 xmlXPathObject* LookUpVariable(void* data, const xmlChar* name, const xmlChar* uri) {
     auto* context = static_cast<xsltTransformContext*>(data);
+    if (!CheckMemory(context)) return nullptr;
     xmlXPathObject* value = xsltXPathVariableLookup(data, name, uri);
     if (xmlDoc* fragment = FragmentOf(value)) RegisterFragment(context, fragment);
     if ((value != nullptr) && value->type == XPATH_XSLT_TREE) value->type = XPATH_NODESET;
@@ -218,10 +252,7 @@ void RunInstruction(xsltTransformContext* context, xmlNode* node, xmlNode* instr
     if (compiled->type == XSLT_FUNC_NUMBER
         && RunNumber(context, node, *reinterpret_cast<const xsltStylePreComp*>(compiled), compiled))
         return;
-    if (run.memory.IsExceeded()) {
-        run.errors.Fail({.code = CODE_OTHER, .text = "The run takes too much memory"});
-        return;
-    }
+    if (!CheckMemory(context)) return;
     // libxml2's limit is one for each instruction.
     run.steps += std::exchange(context->xpathCtxt->opCount, 0);
     if (run.steps > run.maxSteps) {
@@ -318,6 +349,7 @@ void ExtendLimits(xsltTransformContext* context, const xmlDoc* tree) {
 
 void GuardFunctions(xsltTransformContext* context) {
     RegisterStringFunctions(context->xpathCtxt);
+    RegisterTextMakers(context->xpathCtxt, std::make_index_sequence<std::size(TEXT_MAKERS)>());
     xmlXPathRegisterVariableLookup(context->xpathCtxt, LookUpVariable, context);
     xmlXPathRegisterFuncLookup(context->xpathCtxt, LookUpFunction, context->xpathCtxt);
 }

@@ -6,7 +6,7 @@
 
 namespace sablot {
 
-// Looks between instructions at what the process holds; libxml2's allocator, which is the whole process's, stays what
+// Looks between instructions, and inside expressions, at what the process holds; libxml2's allocator, which is the whole process's, stays what
 // it is. The run is not refused memory when there is more than the limit: it is seen to that it comes to an end.
 class MemoryGuard {
 public:
