@@ -138,6 +138,16 @@ void Refuse(xmlXPathParserContext* parser, int) {
     parser->error = XPATH_EXPR_ERROR;
 }
 
+// The argument of functions that evaluate a text, as expressions of the stylesheet are compiled.
+void PrepareExpression(xmlXPathObject* value) {
+    if (value == nullptr || value->type != XPATH_STRING) return;
+    const std::string expression(View(value->stringval));
+    const std::string prepared = Prepared(expression, false);
+    if (prepared == expression) return;
+    xmlFree(value->stringval);
+    value->stringval = xmlStrdup(Chars(prepared.c_str()));
+}
+
 // Runs an extension function. One that returns a fragment registers it.
 void CallFunction(xmlXPathParserContext* parser, int argumentCount) {
     xsltTransformContext* const context = xsltXPathGetTransformContext(parser);
@@ -147,7 +157,9 @@ void CallFunction(xmlXPathParserContext* parser, int argumentCount) {
         parser->error = XPATH_STACK_ERROR;
         return;
     }
-    if (View(parser->context->functionURI) == Chars(EXSLT_STRINGS_NAMESPACE)) NumbersToStrings(parser, argumentCount);
+    const std::string_view uri = View(parser->context->functionURI);
+    if (uri == Chars(EXSLT_STRINGS_NAMESPACE)) NumbersToStrings(parser, argumentCount);
+    if (uri == Chars(EXSLT_DYNAMIC_NAMESPACE) || uri == Chars(SAXON_NAMESPACE)) PrepareExpression(parser->value);
     // What this one is asked is what it is for.
     if (View(parser->context->function) == "object-type" && FragmentOf(parser->value) != nullptr)
         parser->value->type = XPATH_XSLT_TREE;
