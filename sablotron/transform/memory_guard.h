@@ -6,8 +6,9 @@
 
 namespace sablot {
 
-// Looks between instructions, and inside expressions, at what the process holds; libxml2's allocator, which is the whole process's, stays what
-// it is. The run is not refused memory when there is more than the limit: it is seen to that it comes to an end.
+// Looks between instructions, and inside expressions, at what the process holds; libxml2's allocator, which is the
+// whole process's, stays what it is. The run is not refused memory when there is more than the limit: it is seen to
+// that it comes to an end.
 class MemoryGuard {
 public:
     explicit MemoryGuard(size_t limit) : limit_(limit) {}
