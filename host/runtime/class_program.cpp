@@ -78,9 +78,9 @@ Method* AddMethod(Class* cls, const ClassDescription::ProgramMethod& method) {
 void SetEventHandler(Class* cls, const Event* event, void* function) { ReplaceHandler(cls, event, function); }
 
 void SetEventHandler(Class* cls, const Event* event, ClosureCallback callback, void* context) {
-    auto closure = std::make_unique<Closure>(event->shape, callback, context);
-    ReplaceHandler(cls, event, closure->Function());
-    cls->handlerClosures.push_back(std::move(closure));
+    // Kept before it can be called: there may be no memory to keep it.
+    cls->handlerClosures.push_back(std::make_unique<Closure>(event->shape, callback, context));
+    ReplaceHandler(cls, event, cls->handlerClosures.back()->Function());
 }
 
 Class* DefineInternalClass(std::string name, int32_t dataSize, ClassHook destructor) {
