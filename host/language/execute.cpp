@@ -37,6 +37,7 @@ bool Machine::Execute() {
     Slot* const globals = environment_.globals;
     const Instruction* pc = frames_.back().pc;
     Slot* base = frames_.back().base;
+    const Code* callee = nullptr; // of a call that is being made
 
 // The operands of the present instruction, and the way to the next one.
 #define A (base[pc->a])
@@ -395,60 +396,41 @@ bool Machine::Execute() {
             NEXT();
         }
 
-        CALL : {
-            const Code* code = tables.codes[static_cast<size_t>(pc->i)].get();
-            Slot* window = &A;
+        CALL:
             SAVE();
-            if (!Push(*code, window)) [[unlikely]] {
-                ReleaseArguments(*code, window);
-                goto failed;
-            }
-            base = window;
-            pc = code->instructions.data();
-            POLL();
-            DISPATCH();
-        }
+            callee = tables.codes[static_cast<size_t>(pc->i)].get();
+            goto enter;
         CALL_VIRTUAL : {
-            Slot* window = &A;
             SAVE();
-            Object* object = window->object;
-            const Code* code;
+            const Object* object = A.object;
             if (object == nullptr) [[unlikely]] {
-                code = tables.codes[pc->c].get();
-                ReleaseArguments(*code, window);
+                ReleaseArguments(*tables.codes[pc->c], &A);
                 RaiseNilObject("the object is Nil");
                 goto failed;
             }
-            code = static_cast<const ClassCode*>(object->cls->program)->virtualMethods[pc->b];
-            if (!Push(*code, window)) [[unlikely]] {
-                ReleaseArguments(*code, window);
-                goto failed;
-            }
-            base = window;
-            pc = code->instructions.data();
-            POLL();
-            DISPATCH();
+            callee = static_cast<const ClassCode*>(object->cls->program)->virtualMethods[pc->b];
+            goto enter;
         }
         CALL_DELEGATE : {
-            Slot* window = &A;
             SAVE();
-            const Code* code = tables.codes[pc->c].get();
-            Delegate* delegate = AsDelegate(window->object);
+            const Delegate* delegate = AsDelegate(A.object);
             if (delegate == nullptr) [[unlikely]] {
-                ReleaseArguments(*code, window);
+                ReleaseArguments(*tables.codes[pc->c], &A);
                 RaiseNilObject("the delegate is Nil");
                 goto failed;
             }
-            code = delegate->code;
-            window->object = delegate->target;
-            LockObject(window->object);
-            UnlockObject(delegate);
-            if (!Push(*code, window)) [[unlikely]] {
-                ReleaseArguments(*code, window);
+            callee = delegate->code;
+            LockObject(delegate->target);
+            UnlockObject(std::exchange(A.object, delegate->target));
+        }
+        enter : {
+            Slot* window = &A;
+            if (!Push(*callee, window)) [[unlikely]] {
+                ReleaseArguments(*callee, window);
                 goto failed;
             }
             base = window;
-            pc = code->instructions.data();
+            pc = callee->instructions.data();
             POLL();
             DISPATCH();
         }

@@ -52,36 +52,6 @@ const Operator* FindOperator(const Token& token) {
     return nullptr;
 }
 
-// Keywords that can also name a variable, since they start no expression and no statement in one.
-bool CanBeName(Keyword keyword) {
-    switch (keyword) {
-    case Keyword::NONE:
-    case Keyword::BYREF:
-    case Keyword::BYVAL:
-    case Keyword::CLASS:
-    case Keyword::DECLARE:
-    case Keyword::DELEGATE:
-    case Keyword::DOWNTO:
-    case Keyword::EACH:
-    case Keyword::ENUM:
-    case Keyword::EVENT:
-    case Keyword::EXTENDS:
-    case Keyword::GET:
-    case Keyword::IMPORT:
-    case Keyword::IN:
-    case Keyword::INHERITS:
-    case Keyword::MODULE:
-    case Keyword::PRIVATE:
-    case Keyword::PROPERTY:
-    case Keyword::PROTECTED:
-    case Keyword::SET:
-    case Keyword::SHARED:
-    case Keyword::STATIC:
-    case Keyword::STEP: return true;
-    default: return false;
-    }
-}
-
 ExpressionPtr Make(ExpressionKind kind) {
     auto expression = std::make_unique<Expression>();
     expression->kind = kind;

@@ -42,36 +42,6 @@ bool IsModifier(const Token& token) {
     return token.keyword == Keyword::PRIVATE || token.keyword == Keyword::PROTECTED || token.keyword == Keyword::SHARED;
 }
 
-// Words that are never the name of a variable, parameter or type.
-bool IsReservedWord(Keyword keyword) {
-    switch (keyword) {
-    case Keyword::NONE:
-    case Keyword::BYREF:
-    case Keyword::BYVAL:
-    case Keyword::CLASS:
-    case Keyword::DECLARE:
-    case Keyword::DELEGATE:
-    case Keyword::DOWNTO:
-    case Keyword::EACH:
-    case Keyword::ENUM:
-    case Keyword::EVENT:
-    case Keyword::EXTENDS:
-    case Keyword::GET:
-    case Keyword::IMPORT:
-    case Keyword::IN:
-    case Keyword::INHERITS:
-    case Keyword::MODULE:
-    case Keyword::PRIVATE:
-    case Keyword::PROPERTY:
-    case Keyword::PROTECTED:
-    case Keyword::SET:
-    case Keyword::SHARED:
-    case Keyword::STATIC:
-    case Keyword::STEP: return false;
-    default: return true;
-    }
-}
-
 bool IntroducesName(Keyword keyword) {
     switch (keyword) {
     case Keyword::SUB:
@@ -93,7 +63,7 @@ bool IsNameBehind(const std::vector<Token>& tokens, size_t index) {
 
 bool EndsOperand(const Token& token) {
     return token.kind == TokenKind::INTEGER || token.kind == TokenKind::DOUBLE || IsClosing(token)
-           || (token.kind == TokenKind::NAME && !IsReservedWord(token.keyword));
+           || (token.kind == TokenKind::NAME && CanBeName(token.keyword));
 }
 
 // The same for words that may be names elsewhere.
@@ -138,7 +108,7 @@ bool IsWordHere(const std::vector<Token>& tokens, size_t index) {
 bool IsWord(const std::vector<Token>& tokens, size_t index) {
     const Token& token = tokens[index];
     if (token.kind != TokenKind::NAME) return false;
-    if (!IsReservedWord(token.keyword)) return IsWordHere(tokens, index);
+    if (CanBeName(token.keyword)) return IsWordHere(tokens, index);
     if (index + 1 < tokens.size() && tokens[index + 1].keyword == Keyword::AS) return false;
     if (index == 0) return true;
     const Token& before = tokens[index - 1];

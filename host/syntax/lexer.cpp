@@ -408,6 +408,35 @@ std::string StringValue(const Token& token) {
     return value;
 }
 
+bool CanBeName(Keyword keyword) {
+    switch (keyword) {
+    case Keyword::NONE:
+    case Keyword::BYREF:
+    case Keyword::BYVAL:
+    case Keyword::CLASS:
+    case Keyword::DECLARE:
+    case Keyword::DELEGATE:
+    case Keyword::DOWNTO:
+    case Keyword::EACH:
+    case Keyword::ENUM:
+    case Keyword::EVENT:
+    case Keyword::EXTENDS:
+    case Keyword::GET:
+    case Keyword::IMPORT:
+    case Keyword::IN:
+    case Keyword::INHERITS:
+    case Keyword::MODULE:
+    case Keyword::PRIVATE:
+    case Keyword::PROPERTY:
+    case Keyword::PROTECTED:
+    case Keyword::SET:
+    case Keyword::SHARED:
+    case Keyword::STATIC:
+    case Keyword::STEP: return true;
+    default: return false;
+    }
+}
+
 std::string_view KeywordName(Keyword keyword) {
     auto found = std::find_if(std::begin(KEYWORDS), std::end(KEYWORDS),
                               [keyword](const auto& entry) { return entry.first == keyword; });

@@ -132,5 +132,7 @@ std::string StringValue(const Token& token);
 // The keyword as the documentation writes it, e.g. "ElseIf".
 std::string_view KeywordName(Keyword keyword);
 std::vector<std::string_view> KeywordNames();
+// Whether a variable, parameter or type can have the word's name: it starts no expression and no statement in one.
+bool CanBeName(Keyword keyword);
 
 } // namespace host
