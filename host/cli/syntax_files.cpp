@@ -59,7 +59,7 @@ std::vector<WordList> AllWords() {
         bool isConstant = std::find(constants.begin(), constants.end(), word) != constants.end();
         if (!isConstant) keywords.emplace_back(word);
     }
-    Words types{"Integer", "Double", "Boolean", "String", "Variant"};
+    Words types = BuiltInTypeNames();
     Words functions;
     for (const Class* cls : AllClasses()) types.push_back(cls->name);
     for (const Module* module : AllModules()) {

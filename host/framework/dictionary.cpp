@@ -7,6 +7,7 @@
 #include "host/runtime/class.h"
 #include "host/runtime/encoding.h"
 #include "host/runtime/exception.h"
+#include "host/runtime/numbers.h"
 #include "host/runtime/string.h"
 #include "host/runtime/variant.h"
 
@@ -30,6 +31,8 @@ struct Key {
             number = UnboxInteger(variant);
             break;
         case Kind::DOUBLE: number = UnboxDouble(variant); break;
+        case Kind::INT64:
+        case Kind::CURRENCY: TakeWide(Unbox(variant)); break;
         case Kind::BOOLEAN: number = static_cast<double>(UnboxInteger(variant) != 0); break;
         case Kind::STRING: {
             String* string = UnboxString(variant);
@@ -44,12 +47,27 @@ struct Key {
         }
     }
 
+    // What a Double can stand for is one.
+    void TakeWide(Slot value) {
+        Slot same{};
+        bool isDouble = ConvertNumber(kind, value, Kind::DOUBLE, same)
+                        && (kind == Kind::INT64 || CurrencyOf(same.number) == Currency{value.wide});
+        if (isDouble) {
+            number = same.number;
+            kind = Kind::DOUBLE;
+        } else {
+            wide = value.wide;
+        }
+    }
+
     bool operator==(const Key& other) const {
-        return kind == other.kind && number == other.number && text == other.text && object == other.object;
+        return kind == other.kind && number == other.number && wide == other.wide && text == other.text
+               && object == other.object;
     }
 
     Kind kind;
     double number = 0;
+    int64_t wide = 0;
     std::string_view text;
     Object* object = nullptr;
     StringRef converted;
@@ -58,7 +76,8 @@ struct Key {
 struct KeyHash {
     size_t operator()(const Key& key) const {
         return key.kind == Kind::STRING ? std::hash<std::string_view>()(key.text)
-                                        : std::hash<double>()(key.number) ^ std::hash<Object*>()(key.object);
+                                        : std::hash<double>()(key.number) ^ std::hash<int64_t>()(key.wide)
+                                              ^ std::hash<Object*>()(key.object);
     }
 };
 

@@ -60,18 +60,10 @@ int32_t GetDirectory(Object* self, int32_t) {
     return static_cast<int32_t>(fs::is_directory(Path(self), error));
 }
 
-// A Double has the exact size of every file.
-double GetSize(Object* self, int32_t) {
+int64_t GetLength(Object* self, int32_t) {
     std::error_code error;
     uintmax_t size = fs::file_size(Path(self), error);
-    return error ? 0 : static_cast<double>(size);
-}
-
-int32_t GetLength(Object* self, int32_t param) {
-    double size = GetSize(self, param);
-    if (size <= INT32_MAX) return static_cast<int32_t>(size);
-    RaiseNew("OverflowException", 0, Path(self).native() + ": the length does not fit an Integer (use Size)");
-    return 0;
+    return error ? 0 : static_cast<int64_t>(size);
 }
 
 Object* GetParent(Object* self, int32_t) {
@@ -155,8 +147,8 @@ void MoveFileTo(Object* self, Object* destination) {
 const PropertyDefinition PROPERTIES[] = {
     ReadOnly("Name", "String", Native<GetName>()),      ReadOnly("AbsolutePath", "String", Native<GetPath>()),
     ReadOnly("Exists", "Boolean", Native<GetExists>()), ReadOnly("Directory", "Boolean", Native<GetDirectory>()),
-    ReadOnly("Length", "Integer", Native<GetLength>()), ReadOnly("Parent", "FolderItem", Native<GetParent>()),
-    ReadOnly("Count", "Integer", Native<GetCount>()),   ReadOnly("Size", "Double", Native<GetSize>()),
+    ReadOnly("Length", "Int64", Native<GetLength>()),   ReadOnly("Parent", "FolderItem", Native<GetParent>()),
+    ReadOnly("Count", "Integer", Native<GetCount>()),
 };
 
 const MethodDefinition METHODS[] = {

@@ -6,7 +6,7 @@
 #include "host/runtime/class.h"
 #include "host/runtime/encoding.h"
 #include "host/runtime/exception.h"
-#include "host/runtime/number_text.h"
+#include "host/runtime/numbers.h"
 #include "host/runtime/string.h"
 #include "host/runtime/variant.h"
 
@@ -39,13 +39,12 @@ public:
     bool boolean(bool value) override { return Add(ObjectRef::Adopt(BoxBoolean(static_cast<int32_t>(value)))); }
     bool number_integer(number_integer_t value) override {
         bool isSmall = value >= std::numeric_limits<int32_t>::min() && value <= std::numeric_limits<int32_t>::max();
-        return Add(ObjectRef::Adopt(isSmall ? BoxInteger(static_cast<int32_t>(value))
-                                            : BoxDouble(static_cast<double>(value))));
+        return Add(ObjectRef::Adopt(isSmall ? BoxInteger(static_cast<int32_t>(value)) : BoxInt64(value)));
     }
     bool number_unsigned(number_unsigned_t value) override {
-        bool isSmall = value <= static_cast<number_unsigned_t>(std::numeric_limits<int32_t>::max());
-        return Add(ObjectRef::Adopt(isSmall ? BoxInteger(static_cast<int32_t>(value))
-                                            : BoxDouble(static_cast<double>(value))));
+        bool fits = value <= static_cast<number_unsigned_t>(std::numeric_limits<int64_t>::max());
+        if (fits) return number_integer(static_cast<number_integer_t>(value));
+        return Add(ObjectRef::Adopt(BoxDouble(static_cast<double>(value))));
     }
     bool number_float(number_float_t value, const string_t&) override {
         return Add(ObjectRef::Adopt(BoxDouble(value)));
@@ -131,8 +130,10 @@ public:
         switch (VariantKind(value)) {
         case Kind::NOTHING: text_ += "null"; return true;
         case Kind::BOOLEAN: text_ += UnboxInteger(value) != 0 ? "true" : "false"; return true;
-        case Kind::INTEGER: text_ += std::to_string(UnboxInteger(value)); return true;
-        case Kind::DOUBLE: return Number(UnboxDouble(value));
+        case Kind::INTEGER:
+        case Kind::DOUBLE:
+        case Kind::INT64:
+        case Kind::CURRENCY: return Number(VariantKind(value), Unbox(value));
         case Kind::STRING: Text(UnboxString(value)); return true;
         case Kind::ARRAY: return Elements(*AsArray(value));
         default: break;
@@ -148,9 +149,10 @@ private:
         return false;
     }
 
-    bool Number(double number) {
-        if (!std::isfinite(number)) return Fail("JsonText: JSON knows finite numbers only");
-        text_ += NumberText(number);
+    bool Number(Kind kind, Slot number) {
+        if (kind == Kind::DOUBLE && !std::isfinite(number.number))
+            return Fail("JsonText: JSON knows finite numbers only");
+        text_ += NumberText(kind, number);
         return true;
     }
 
@@ -187,9 +189,11 @@ private:
             Next(i == 0);
             bool isWritten = true;
             switch (array.element) {
-            case Kind::INTEGER: text_ += std::to_string(array.Integers()[i]); break;
             case Kind::BOOLEAN: text_ += array.Integers()[i] != 0 ? "true" : "false"; break;
-            case Kind::DOUBLE: isWritten = Number(array.Numbers()[i]); break;
+            case Kind::INTEGER:
+            case Kind::DOUBLE:
+            case Kind::INT64:
+            case Kind::CURRENCY: isWritten = Number(array.element, ArrayGet(&array, i)); break;
             case Kind::STRING: Text(array.Strings()[i]); break;
             default: isWritten = Write(array.Objects()[i]); break;
             }

@@ -36,6 +36,28 @@ double DigitsValue(std::string_view digits, int base) {
     return error == std::errc() ? static_cast<double>(value) : 0;
 }
 
+// `write` puts the number into a buffer, as ICU's functions do.
+template <typename Write>
+std::optional<std::string> FormatBy(std::string_view pattern, Write write) {
+    std::u16string wide = ToUtf16(IcuPattern(pattern));
+    UErrorCode status = U_ZERO_ERROR;
+    UParseError place;
+    std::unique_ptr<UNumberFormat, decltype(&unum_close)> format(
+        unum_open(UNUM_PATTERN_DECIMAL, wide.data(), static_cast<int32_t>(wide.size()), "en", &place, &status),
+        unum_close);
+    if (U_FAILURE(status)) return std::nullopt;
+    unum_setAttribute(format.get(), UNUM_ROUNDING_MODE, UNUM_ROUND_HALFUP);
+    std::u16string result(64, u'\0');
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        status = U_ZERO_ERROR;
+        int32_t length = write(format.get(), result.data(), static_cast<int32_t>(result.size()), &status);
+        result.resize(static_cast<size_t>(length));
+        if (status != U_BUFFER_OVERFLOW_ERROR) break;
+    }
+    if (U_FAILURE(status)) return std::nullopt;
+    return ToUtf8(result);
+}
+
 } // namespace
 
 double NumberValue(std::string_view text) {
@@ -64,24 +86,16 @@ double NumberValue(std::string_view text) {
 }
 
 std::optional<std::string> FormatNumber(double number, std::string_view pattern) {
-    std::u16string wide = ToUtf16(IcuPattern(pattern));
-    UErrorCode status = U_ZERO_ERROR;
-    UParseError place;
-    std::unique_ptr<UNumberFormat, decltype(&unum_close)> format(
-        unum_open(UNUM_PATTERN_DECIMAL, wide.data(), static_cast<int32_t>(wide.size()), "en", &place, &status),
-        unum_close);
-    if (U_FAILURE(status)) return std::nullopt;
-    unum_setAttribute(format.get(), UNUM_ROUNDING_MODE, UNUM_ROUND_HALFUP);
-    std::u16string result(64, u'\0');
-    for (int attempt = 0; attempt < 2; ++attempt) {
-        status = U_ZERO_ERROR;
-        int32_t length = unum_formatDouble(format.get(), number, result.data(), static_cast<int32_t>(result.size()),
-                                           nullptr, &status);
-        result.resize(static_cast<size_t>(length));
-        if (status != U_BUFFER_OVERFLOW_ERROR) break;
-    }
-    if (U_FAILURE(status)) return std::nullopt;
-    return ToUtf8(result);
+    return FormatBy(pattern, [number](UNumberFormat* format, char16_t* text, int32_t size, UErrorCode* status) {
+        return unum_formatDouble(format, number, text, size, nullptr, status);
+    });
+}
+
+std::optional<std::string> FormatDecimal(std::string_view number, std::string_view pattern) {
+    return FormatBy(pattern, [number](UNumberFormat* format, char16_t* text, int32_t size, UErrorCode* status) {
+        return unum_formatDecimal(format, number.data(), static_cast<int32_t>(number.size()), text, size, nullptr,
+                                  status);
+    });
 }
 
 } // namespace host

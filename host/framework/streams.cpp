@@ -83,21 +83,19 @@ String* ReadBinary(Object* self, int32_t count, Object* encoding) {
     return FileOf<BinaryData>(self).Read(static_cast<size_t>(count), EncodingValue(encoding, ENCODING_UNKNOWN));
 }
 
-int32_t GetLength(Object* self, int32_t) {
-    return static_cast<int32_t>(std::min<int64_t>(FileOf<BinaryData>(self).Length(), INT32_MAX));
-}
+int64_t GetLength(Object* self, int32_t) { return FileOf<BinaryData>(self).Length(); }
 
-void SetLength(Object* self, int32_t, int32_t length) {
+void SetLength(Object* self, int32_t, int64_t length) {
     StreamFile& stream = FileOf<BinaryData>(self);
     if (std::FILE* file = stream.Get()) stream.RaiseIf(std::fflush(file) != 0 || ftruncate(fileno(file), length) != 0);
 }
 
-int32_t GetPosition(Object* self, int32_t) {
+int64_t GetPosition(Object* self, int32_t) {
     std::FILE* file = FileOf<BinaryData>(self).Get();
-    return file != nullptr ? static_cast<int32_t>(ftello(file)) : 0;
+    return file != nullptr ? int64_t{ftello(file)} : 0;
 }
 
-void SetPosition(Object* self, int32_t, int32_t position) {
+void SetPosition(Object* self, int32_t, int64_t position) {
     StreamFile& stream = FileOf<BinaryData>(self);
     if (std::FILE* file = stream.Get()) stream.RaiseIf(fseeko(file, position, SEEK_SET) != 0);
 }
@@ -140,8 +138,8 @@ void WriteLine(Object* self, String* text) {
 }
 
 const PropertyDefinition BINARY_PROPERTIES[] = {
-    ReadWrite("length", "Integer", Native<GetLength>(), Native<SetLength>()),
-    ReadWrite("Position", "Integer", Native<GetPosition>(), Native<SetPosition>()),
+    ReadWrite("length", "Int64", Native<GetLength>(), Native<SetLength>()),
+    ReadWrite("Position", "Int64", Native<GetPosition>(), Native<SetPosition>()),
     ReadOnly("EOF", "Boolean", Native<GetEof<BinaryData>>()),
 };
 

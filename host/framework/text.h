@@ -37,5 +37,7 @@ double NumberValue(std::string_view text);
 // Formats by a pattern such as "#,##0.00", "0.0%", "0.00E+0" or "0;(0)"; `\` quotes the next character.
 // Nothing when the pattern is malformed.
 std::optional<std::string> FormatNumber(double number, std::string_view pattern);
+// The same for a number in decimal digits, of any length.
+std::optional<std::string> FormatDecimal(std::string_view number, std::string_view pattern);
 
 } // namespace host

@@ -64,9 +64,12 @@ NodePtr ExpressionChecker::UpperBound(NodePtr array, const Span& span) {
 NodePtr ExpressionChecker::ArrayOf(std::vector<NodePtr> elements, const Span& span) {
     // An empty one takes the type that is wanted.
     ValueType type = elements.empty() ? NIL_TYPE : elements[0]->type;
-    // Integer and Double values together make an array of Doubles, classes one of the class they share.
+    // Numbers make an array of what arithmetic on them is done in, classes one of the class they share.
     for (const NodePtr& element : elements) {
         if (element->IsInvalid()) return InvalidNode(span);
+        const ValueType number =
+            type.IsNumber() && element->type.IsNumber() ? CommonNumber(type, element->type) : INVALID_TYPE;
+        if (number.IsNumber()) type = number;
         bool fits = ConversionCost(element->type, type) >= 0;
         if (!fits && ConversionCost(type, element->type) >= 0) type = element->type;
     }
@@ -191,7 +194,7 @@ FunctionSymbol* ExpressionChecker::Choose(const std::vector<FunctionSymbol*>& ov
         int cost = 0;
         for (size_t i = 0; i < arguments.size() && cost >= 0; ++i) {
             const ParameterSymbol& parameter = function->parameters[i];
-            int step = ConversionCost(arguments[i]->type, parameter.type);
+            int step = ConversionCost(*arguments[i], parameter.type);
             if (parameter.isByRef && step > 0) step = -1;
             cost = step < 0 ? -1 : cost + step;
         }
@@ -237,8 +240,8 @@ void ExpressionChecker::ReportNoOverload(const std::vector<FunctionSymbol*>& ove
         for (size_t i = 0; i < arguments.size(); ++i) {
             const ParameterSymbol& parameter = function.parameters[i];
             const ValueType& type = arguments[i]->type;
-            bool isWrong = ConversionCost(arguments[i]->type, parameter.type) < 0
-                           || (parameter.isByRef && !(type == parameter.type));
+            bool isWrong =
+                ConversionCost(*arguments[i], parameter.type) < 0 || (parameter.isByRef && !(type == parameter.type));
             if (!isWrong) continue;
             Error(arguments[i]->span, "\"" + parameter.name + "\" of " + function.Text() + " must be "
                                           + parameter.type.Text() + ", not " + type.Text()

@@ -37,7 +37,7 @@ void ProgramCompiler::DefineClass(ClassSymbol& cls) {
     description.super = cls.super != nullptr ? cls.super->native : nullptr;
     int32_t size = 0;
     for (const PropertySymbol* field : cls.fields) {
-        int32_t width = field->type.Is(TypeKind::DOUBLE) ? 8 : 4;
+        int32_t width = field->type.IsWide() ? 8 : 4;
         size = (size + width - 1) / width * width;
         description.fields.push_back({field->name, RuntimeType(field->type), size});
         size += width;

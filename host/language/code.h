@@ -18,11 +18,12 @@ namespace host::language {
 
 // Every instruction: name and what its operands a, b, c mean (see Disassemble): r register, k small constant, n number,
 // F function, o byte offset, C class, N native function, P property, E event, A array class. Operands that fill b and c
-// together: i integer, j jump (relative to the next instruction), f function, g global, s string, d double, c class.
-// The list is the only one: enumeration, dispatch table and disassembler are made from it.
+// together: i integer, j jump (relative to the next instruction), f function, g global, s string, d double, w Int64, c
+// class. The list is the only one: enumeration, dispatch table and disassembler are made from it.
 #define KOVA_INSTRUCTIONS(X)                                                                                           \
     X(LOAD_INTEGER, "ri")                                                                                              \
     X(LOAD_DOUBLE, "rd")                                                                                               \
+    X(LOAD_WIDE, "rw")                                                                                                 \
     X(LOAD_STRING, "rs")                                                                                               \
     X(BORROW_STRING, "rs")                                                                                             \
     X(LOAD_NIL, "r")                                                                                                   \
@@ -45,28 +46,28 @@ namespace host::language {
     X(ADDRESS_GLOBAL, "rg")                                                                                            \
     X(ADDRESS_FIELD, "rro")                                                                                            \
     X(LOAD_REFERENCE_WORD, "rr")                                                                                       \
-    X(LOAD_REFERENCE_DOUBLE, "rr")                                                                                     \
+    X(LOAD_REFERENCE_WIDE, "rr")                                                                                       \
     X(LOAD_REFERENCE_STRING, "rr")                                                                                     \
     X(LOAD_REFERENCE_OBJECT, "rr")                                                                                     \
     X(STORE_REFERENCE_WORD, "rr")                                                                                      \
-    X(STORE_REFERENCE_DOUBLE, "rr")                                                                                    \
+    X(STORE_REFERENCE_WIDE, "rr")                                                                                      \
     X(TAKE_REFERENCE_STRING, "rr")                                                                                     \
     X(TAKE_REFERENCE_OBJECT, "rr")                                                                                     \
     X(LOAD_FIELD_WORD, "rro")                                                                                          \
-    X(LOAD_FIELD_DOUBLE, "rro")                                                                                        \
+    X(LOAD_FIELD_WIDE, "rro")                                                                                          \
     X(LOAD_FIELD_STRING, "rro")                                                                                        \
     X(LOAD_FIELD_OBJECT, "rro")                                                                                        \
     X(STORE_FIELD_WORD, "rro")                                                                                         \
-    X(STORE_FIELD_DOUBLE, "rro")                                                                                       \
+    X(STORE_FIELD_WIDE, "rro")                                                                                         \
     X(TAKE_FIELD_STRING, "rro")                                                                                        \
     X(TAKE_FIELD_OBJECT, "rro")                                                                                        \
     X(NEW_ARRAY, "r-A")                                                                                                \
     X(LOAD_ELEMENT_WORD, "rrr")                                                                                        \
-    X(LOAD_ELEMENT_DOUBLE, "rrr")                                                                                      \
+    X(LOAD_ELEMENT_WIDE, "rrr")                                                                                        \
     X(LOAD_ELEMENT_STRING, "rrr")                                                                                      \
     X(LOAD_ELEMENT_OBJECT, "rrr")                                                                                      \
     X(STORE_ELEMENT_WORD, "rrr")                                                                                       \
-    X(STORE_ELEMENT_DOUBLE, "rrr")                                                                                     \
+    X(STORE_ELEMENT_WIDE, "rrr")                                                                                       \
     X(TAKE_ELEMENT_STRING, "rrr")                                                                                      \
     X(TAKE_ELEMENT_OBJECT, "rrr")                                                                                      \
     X(ARRAY_APPEND, "rr")                                                                                              \
@@ -97,6 +98,18 @@ namespace host::language {
     X(MODULO_DOUBLE, "rrr")                                                                                            \
     X(POWER_DOUBLE, "rrr")                                                                                             \
     X(NEGATE_DOUBLE, "rr")                                                                                             \
+    X(ADD_WIDE, "rrr")                                                                                                 \
+    X(SUBTRACT_WIDE, "rrr")                                                                                            \
+    X(NEGATE_WIDE, "rr")                                                                                               \
+    X(MODULO_WIDE, "rrr")                                                                                              \
+    X(MULTIPLY_INT64, "rrr")                                                                                           \
+    X(DIVIDE_INT64, "rrr")                                                                                             \
+    X(AND_INT64, "rrr")                                                                                                \
+    X(OR_INT64, "rrr")                                                                                                 \
+    X(XOR_INT64, "rrr")                                                                                                \
+    X(NOT_INT64, "rr")                                                                                                 \
+    X(MULTIPLY_CURRENCY, "rrr")                                                                                        \
+    X(DIVIDE_CURRENCY, "rrr")                                                                                          \
     X(ADD_STRING, "rrr")                                                                                               \
     X(APPEND_STRING, "rr")                                                                                             \
     X(APPEND_GLOBAL, "rg")                                                                                             \
@@ -109,6 +122,10 @@ namespace host::language {
     X(UNEQUAL_DOUBLE, "rrr")                                                                                           \
     X(LESS_DOUBLE, "rrr")                                                                                              \
     X(LESS_EQUAL_DOUBLE, "rrr")                                                                                        \
+    X(EQUAL_WIDE, "rrr")                                                                                               \
+    X(UNEQUAL_WIDE, "rrr")                                                                                             \
+    X(LESS_WIDE, "rrr")                                                                                                \
+    X(LESS_EQUAL_WIDE, "rrr")                                                                                          \
     X(EQUAL_STRING, "rrr")                                                                                             \
     X(UNEQUAL_STRING, "rrr")                                                                                           \
     X(LESS_STRING, "rrr")                                                                                              \
@@ -129,14 +146,10 @@ namespace host::language {
     X(VARIANT_LESS_EQUAL, "rrr")                                                                                       \
     X(INTEGER_TO_DOUBLE, "rr")                                                                                         \
     X(DOUBLE_TO_INTEGER, "rr")                                                                                         \
-    X(BOX_INTEGER, "rr")                                                                                               \
-    X(BOX_BOOLEAN, "rr")                                                                                               \
-    X(BOX_DOUBLE, "rr")                                                                                                \
-    X(BOX_STRING, "rr")                                                                                                \
-    X(UNBOX_INTEGER, "rr")                                                                                             \
-    X(UNBOX_BOOLEAN, "rr")                                                                                             \
-    X(UNBOX_DOUBLE, "rr")                                                                                              \
-    X(UNBOX_STRING, "rr")                                                                                              \
+    X(INTEGER_TO_WIDE, "rr")                                                                                           \
+    X(CONVERT_NUMBER, "rrn")                                                                                           \
+    X(BOX, "rrn")                                                                                                      \
+    X(UNBOX, "rrn")                                                                                                    \
     X(CHECK_CLASS, "rc")                                                                                               \
     X(CHECK_ARRAY, "r-A")                                                                                              \
     X(CHECK_NIL, "r")                                                                                                  \
@@ -153,6 +166,8 @@ namespace host::language {
     X(FOR_NEXT_INTEGER, "rrr")                                                                                         \
     X(FOR_TEST_DOUBLE, "rrr")                                                                                          \
     X(FOR_NEXT_DOUBLE, "rrr")                                                                                          \
+    X(FOR_TEST_WIDE, "rrr")                                                                                            \
+    X(FOR_NEXT_WIDE, "rrr")                                                                                            \
     X(CALL, "rf")                                                                                                      \
     X(CALL_VIRTUAL, "rnF")                                                                                             \
     X(CALL_DELEGATE, "rnF")                                                                                            \
@@ -172,11 +187,8 @@ namespace host::language {
     X(END_FINALLY, "r")                                                                                                \
     X(RAISE, "r")                                                                                                      \
     X(RAISE_AGAIN, "r")                                                                                                \
-    X(PRINT_INTEGER, "r")                                                                                              \
-    X(PRINT_BOOLEAN, "r")                                                                                              \
-    X(PRINT_DOUBLE, "r")                                                                                               \
+    X(PRINT_VALUE, "rn")                                                                                               \
     X(PRINT_STRING, "r")                                                                                               \
-    X(PRINT_VARIANT, "r")                                                                                              \
     X(SHOW, "r")                                                                                                       \
     X(PRINT_LINE, "")
 
@@ -247,6 +259,7 @@ struct Tables {
     std::vector<std::unique_ptr<Code>> codes;
     std::vector<String*> strings; // one reference each
     std::vector<double> doubles;
+    std::vector<int64_t> wides;
     std::vector<NativeCall> natives;
     std::vector<const Property*> properties;
     std::vector<const Event*> events;

@@ -3,6 +3,22 @@
 
 namespace host::language {
 
+namespace {
+
+bool IsZero(const ConstantValue& number) {
+    if (const auto* integer = std::get_if<int32_t>(&number)) return *integer == 0;
+    if (const auto* value = std::get_if<double>(&number)) return *value == 0;
+    if (const auto* amount = std::get_if<Currency>(&number)) return amount->units == 0;
+    return std::get<int64_t>(number) == 0;
+}
+
+Opcode ForOpcode(const ValueType& type, Opcode integer, Opcode number, Opcode wide) {
+    if (type.Is(TypeKind::INTEGER)) return integer;
+    return type.Is(TypeKind::DOUBLE) ? number : wide;
+}
+
+} // namespace
+
 using ast::Operation;
 using ast::Statement;
 using ast::StatementKind;
@@ -154,18 +170,15 @@ StatementCompiler::Flow StatementCompiler::CompileFor(const Statement& statement
     Label exit;
     bool hasExit = false;
     if (!variable->IsInvalid() && !variable->type.IsNumber()) {
-        diagnostics_.Error(statement.nameSpan,
-                           "the variable of a For must be Integer or Double, not " + variable->type.Text());
+        diagnostics_.Error(statement.nameSpan, "the variable of a For must be a number, not " + variable->type.Text());
         variable = InvalidNode(statement.nameSpan);
     }
     const ValueType type = variable->type;
-    bool isDouble = type.Is(TypeKind::DOUBLE);
     from = checker_.Convert(std::move(from), type);
     to = checker_.Convert(std::move(to), type);
     step = checker_.Convert(std::move(step), type);
-    bool isZero = step->IsConstant()
-                  && (isDouble ? std::get<double>(step->constant) == 0 : std::get<int32_t>(step->constant) == 0);
-    if (isZero) diagnostics_.Error(step->span, "the step must not be 0");
+    if (!step->IsInvalid() && step->IsConstant() && IsZero(step->constant))
+        diagnostics_.Error(step->span, "the step must not be 0");
 
     uint16_t counter = 0;
     uint16_t limit = 0;
@@ -178,13 +191,14 @@ StatementCompiler::Flow StatementCompiler::CompileFor(const Statement& statement
         limit = Hidden(*to);
         stride = Hidden(*step);
         if (statement.isDescending) {
-            generator_.Emit(isDouble ? Opcode::NEGATE_DOUBLE : Opcode::NEGATE_INTEGER, stride, stride);
+            generator_.Emit(NegationOf(type), stride, stride);
         }
         if (isRegister) {
             generator_.Emit(Opcode::MOVE, variable->variable->slot, counter);
             counter = static_cast<uint16_t>(variable->variable->slot);
         }
-        generator_.Emit(isDouble ? Opcode::FOR_TEST_DOUBLE : Opcode::FOR_TEST_INTEGER, counter, limit, stride);
+        generator_.Emit(ForOpcode(type, Opcode::FOR_TEST_INTEGER, Opcode::FOR_TEST_DOUBLE, Opcode::FOR_TEST_WIDE),
+                        counter, limit, stride);
         generator_.Jump(Opcode::JUMP, 0, exit);
         generator_.Bind(start);
         if (!isRegister) generator_.Assign(*variable, *RegisterNode(counter, type, statement.nameSpan));
@@ -193,7 +207,8 @@ StatementCompiler::Flow StatementCompiler::CompileFor(const Statement& statement
     generator_.Bind(next);
     if (Generating()) {
         if (!isRegister) generator_.GenerateInto(*variable, counter);
-        generator_.Emit(isDouble ? Opcode::FOR_NEXT_DOUBLE : Opcode::FOR_NEXT_INTEGER, counter, limit, stride);
+        generator_.Emit(ForOpcode(type, Opcode::FOR_NEXT_INTEGER, Opcode::FOR_NEXT_DOUBLE, Opcode::FOR_NEXT_WIDE),
+                        counter, limit, stride);
         generator_.Jump(Opcode::JUMP_BACK, 0, start);
         generator_.Bind(exit);
     }

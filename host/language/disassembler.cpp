@@ -33,6 +33,7 @@ std::string Operand(char kind, const Instruction& instruction, uint16_t value, s
     case 'f': return tables.codes[index]->name;
     case 'g': return "global " + std::to_string(instruction.i);
     case 's': return '"' + std::string(StringView(tables.strings[index])) + '"';
+    case 'w': return std::to_string(tables.wides[index]);
     case 'd': return std::to_string(tables.doubles[index]);
     case 'c': return tables.classes[index]->name;
     default: return std::to_string(value);

@@ -48,7 +48,7 @@ std::string DetailsOf(Object* object, const Class* end) {
     for (const Class* level = object->cls; level != nullptr && level != end; level = level->super) {
         for (const auto& property : level->properties) {
             Kind kind = property->type.kind;
-            bool isShown = kind == Kind::INTEGER || kind == Kind::DOUBLE || kind == Kind::STRING;
+            bool isShown = IsNumber(kind) || kind == Kind::STRING;
             if (property->read == Access::NONE || !isShown) continue;
             Slot value = ReadProperty(object, *property);
             bool isRead = !TakePendingException();
@@ -62,7 +62,7 @@ std::string DetailsOf(Object* object, const Class* end) {
 
 std::string DisplayText(Object* value) {
     if (const Array* array = AsArray(value)) return ElementsOf(*array);
-    if (VariantKind(value) != Kind::OBJECT) return TextOfVariant(value);
+    if (VariantKind(value) != Kind::OBJECT) return TextOf(Kind::VARIANT, {.object = value});
     if (std::optional<std::string> text = TextOf(value)) return *text;
     const std::string details = DetailsOf(value, nullptr);
     return value->cls->name + (details.empty() ? "" : " (" + details + ")");

@@ -94,15 +94,11 @@ bool Environment::RemoveProgramClass(const std::string& key) {
 }
 
 ValueType Environment::TypeNamed(std::string_view name, bool isArray) {
-    static const std::pair<const char*, ValueType> BASIC_TYPES[] = {
-        {"Integer", INTEGER_TYPE}, {"Boolean", BOOLEAN_TYPE}, {"Double", DOUBLE_TYPE},
-        {"String", STRING_TYPE},   {"Variant", VARIANT_TYPE},
-    };
+    const Type builtIn = host::TypeNamed(name);
     ValueType type;
-    for (const auto& [basicName, basicType] : BASIC_TYPES) {
-        if (SameName(name, basicName)) type = basicType;
-    }
-    if (type.Is(TypeKind::INVALID)) {
+    if (builtIn.kind != Kind::OBJECT) {
+        type = FromRuntime(builtIn);
+    } else {
         const ModuleSymbol* module = Find(modules, name);
         bool isEnum = module != nullptr && module->definition->isEnum;
         ClassSymbol* cls = isEnum ? nullptr : FindClass(name);
@@ -120,6 +116,8 @@ ValueType Environment::FromRuntime(const Type& type) {
     case Kind::DOUBLE: return DOUBLE_TYPE;
     case Kind::STRING: return STRING_TYPE;
     case Kind::VARIANT: return VARIANT_TYPE;
+    case Kind::INT64: return INT64_TYPE;
+    case Kind::CURRENCY: return CURRENCY_TYPE;
     case Kind::OBJECT: return TypeNamed(type.className, false);
     case Kind::ARRAY: break;
     }
@@ -400,6 +398,12 @@ uint32_t Environment::DoubleIndex(double value) {
     auto [entry, isNew] =
         doubleIndices_.emplace(std::bit_cast<uint64_t>(value), static_cast<uint32_t>(tables.doubles.size()));
     if (isNew) tables.doubles.push_back(value);
+    return entry->second;
+}
+
+uint32_t Environment::WideIndex(int64_t value) {
+    auto [entry, isNew] = wideIndices_.emplace(value, static_cast<uint32_t>(tables.wides.size()));
+    if (isNew) tables.wides.push_back(value);
     return entry->second;
 }
 

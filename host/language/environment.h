@@ -54,6 +54,7 @@ public:
     // Numbers in the tables.
     uint32_t StringIndex(const std::string& text);
     uint32_t DoubleIndex(double value);
+    uint32_t WideIndex(int64_t value);
     uint32_t NativeIndex(const Method& method, bool isSetter, bool hasObject);
     uint32_t PropertyIndex(const Property* property);
     uint32_t EventIndex(const Event* event);
@@ -110,6 +111,7 @@ private:
     Names<std::vector<std::unique_ptr<FunctionSymbol>>> importedFunctions_;
     std::unordered_map<std::string, uint32_t> stringIndices_;
     std::unordered_map<uint64_t, uint32_t> doubleIndices_;
+    std::unordered_map<int64_t, uint32_t> wideIndices_;
     std::map<std::pair<const Method*, bool>, uint32_t> nativeIndices_;
     std::unordered_map<const Property*, uint32_t> propertyIndices_;
     std::unordered_map<const Event*, uint32_t> eventIndices_;

@@ -5,9 +5,9 @@
 #include "host/language/machine.h"
 #include "host/language/operations.h"
 #include "host/language/sorting.h"
+#include "host/language/wide_arithmetic.h"
 #include "host/runtime/array.h"
 #include "host/runtime/encoding.h"
-#include "host/runtime/number_text.h"
 #include "host/runtime/property.h"
 #include "host/runtime/value.h"
 #include "host/runtime/variant.h"
@@ -59,6 +59,16 @@ bool Machine::Execute() {
         if (!(condition)) [[unlikely]]                                                                                 \
             goto failed;                                                                                               \
     } while (false)
+#define FIT(condition)                                                                                                 \
+    do {                                                                                                               \
+        if (!(condition)) [[unlikely]]                                                                                 \
+            goto overflow;                                                                                             \
+    } while (false)
+#define NEED_DIVISOR(divisor)                                                                                          \
+    do {                                                                                                               \
+        if ((divisor) == 0) [[unlikely]]                                                                               \
+            goto divisionByZero;                                                                                       \
+    } while (false)
 #define NEED_OBJECT(object, what)                                                                                      \
     do {                                                                                                               \
         if ((object) == nullptr) [[unlikely]] {                                                                        \
@@ -90,6 +100,7 @@ bool Machine::Execute() {
 
             SIMPLE(LOAD_INTEGER, A.integer = pc->i);
             SIMPLE(LOAD_DOUBLE, A.number = tables.doubles[static_cast<size_t>(pc->i)]);
+            SIMPLE(LOAD_WIDE, A.wide = tables.wides[static_cast<size_t>(pc->i)]);
             SIMPLE(LOAD_STRING, A.string = tables.strings[static_cast<size_t>(pc->i)]; LockString(A.string));
             SIMPLE(BORROW_STRING, A.string = tables.strings[static_cast<size_t>(pc->i)]);
             SIMPLE(LOAD_NIL, A = Slot{.number = 0});
@@ -127,19 +138,19 @@ bool Machine::Execute() {
             A.pointer = &DataAt<std::byte>(B.object, pc->c);
             NEXT();
             SIMPLE(LOAD_REFERENCE_WORD, A.integer = *static_cast<int32_t*>(B.pointer));
-            SIMPLE(LOAD_REFERENCE_DOUBLE, A.number = *static_cast<double*>(B.pointer));
+            SIMPLE(LOAD_REFERENCE_WIDE, A.wide = *static_cast<int64_t*>(B.pointer));
             SIMPLE(LOAD_REFERENCE_STRING, A.string = *static_cast<String**>(B.pointer); LockString(A.string));
             SIMPLE(LOAD_REFERENCE_OBJECT, A.object = *static_cast<Object**>(B.pointer); LockObject(A.object));
             SIMPLE(STORE_REFERENCE_WORD, *static_cast<int32_t*>(A.pointer) = B.integer);
-            SIMPLE(STORE_REFERENCE_DOUBLE, *static_cast<double*>(A.pointer) = B.number);
+            SIMPLE(STORE_REFERENCE_WIDE, *static_cast<int64_t*>(A.pointer) = B.wide);
             SIMPLE(TAKE_REFERENCE_STRING, UnlockString(std::exchange(*static_cast<String**>(A.pointer), B.string)));
             SIMPLE(TAKE_REFERENCE_OBJECT, SAVE();
                    UnlockObject(std::exchange(*static_cast<Object**>(A.pointer), B.object)));
 
             SIMPLE(LOAD_FIELD_WORD, NEED_OBJECT(B.object, "the object is Nil");
                    A.integer = DataAt<int32_t>(B.object, pc->c));
-            SIMPLE(LOAD_FIELD_DOUBLE, NEED_OBJECT(B.object, "the object is Nil");
-                   A.number = DataAt<double>(B.object, pc->c));
+            SIMPLE(LOAD_FIELD_WIDE, NEED_OBJECT(B.object, "the object is Nil");
+                   A.wide = DataAt<int64_t>(B.object, pc->c));
         LOAD_FIELD_STRING:
             NEED_OBJECT(B.object, "the object is Nil");
             A.string = DataAt<String*>(B.object, pc->c);
@@ -154,9 +165,9 @@ bool Machine::Execute() {
             NEED_OBJECT(A.object, "the object is Nil");
             DataAt<int32_t>(A.object, pc->c) = B.integer;
             NEXT();
-        STORE_FIELD_DOUBLE:
+        STORE_FIELD_WIDE:
             NEED_OBJECT(A.object, "the object is Nil");
-            DataAt<double>(A.object, pc->c) = B.number;
+            DataAt<int64_t>(A.object, pc->c) = B.wide;
             NEXT();
         TAKE_FIELD_STRING:
             NEED_OBJECT(A.object, "the object is Nil");
@@ -170,7 +181,7 @@ bool Machine::Execute() {
 
             SIMPLE(NEW_ARRAY, A.array = NewArray(tables.arrayClasses[pc->c]); FAIL_UNLESS(A.array != nullptr));
             SIMPLE(LOAD_ELEMENT_WORD, NEED_ELEMENT(B.array, C.integer); A.integer = B.array->Integers()[C.integer]);
-            SIMPLE(LOAD_ELEMENT_DOUBLE, NEED_ELEMENT(B.array, C.integer); A.number = B.array->Numbers()[C.integer]);
+            SIMPLE(LOAD_ELEMENT_WIDE, NEED_ELEMENT(B.array, C.integer); A.wide = B.array->Wides()[C.integer]);
         LOAD_ELEMENT_STRING:
             NEED_ELEMENT(B.array, C.integer);
             A.string = B.array->Strings()[C.integer];
@@ -182,7 +193,7 @@ bool Machine::Execute() {
             LockObject(A.object);
             NEXT();
             SIMPLE(STORE_ELEMENT_WORD, NEED_ELEMENT(A.array, B.integer); A.array->Integers()[B.integer] = C.integer);
-            SIMPLE(STORE_ELEMENT_DOUBLE, NEED_ELEMENT(A.array, B.integer); A.array->Numbers()[B.integer] = C.number);
+            SIMPLE(STORE_ELEMENT_WIDE, NEED_ELEMENT(A.array, B.integer); A.array->Wides()[B.integer] = C.wide);
         TAKE_ELEMENT_STRING:
             NEED_ELEMENT(A.array, B.integer);
             UnlockString(std::exchange(A.array->Strings()[B.integer], C.string));
@@ -240,8 +251,8 @@ bool Machine::Execute() {
             SIMPLE(ADD_CONSTANT, A.integer = WrappingAdd(B.integer, static_cast<int16_t>(pc->c)));
             SIMPLE(SUBTRACT_INTEGER, A.integer = WrappingSubtract(B.integer, C.integer));
             SIMPLE(MULTIPLY_INTEGER, A.integer = WrappingMultiply(B.integer, C.integer));
-            SIMPLE(DIVIDE_INTEGER, FAIL_UNLESS(DivideIntegers(B.integer, C.integer, A.integer)));
-            SIMPLE(MODULO_INTEGER, FAIL_UNLESS(ModuloIntegers(B.integer, C.integer, A.integer)));
+            SIMPLE(DIVIDE_INTEGER, NEED_DIVISOR(C.integer); A.integer = WrappingDivide(B.integer, C.integer));
+            SIMPLE(MODULO_INTEGER, NEED_DIVISOR(C.integer); A.integer = WrappingModulo(B.integer, C.integer));
             SIMPLE(NEGATE_INTEGER, A.integer = WrappingSubtract(0, B.integer));
             SIMPLE(AND_INTEGER, A.integer = B.integer & C.integer);
             SIMPLE(OR_INTEGER, A.integer = B.integer | C.integer);
@@ -251,10 +262,22 @@ bool Machine::Execute() {
             SIMPLE(ADD_DOUBLE, A.number = B.number + C.number);
             SIMPLE(SUBTRACT_DOUBLE, A.number = B.number - C.number);
             SIMPLE(MULTIPLY_DOUBLE, A.number = B.number * C.number);
-            SIMPLE(DIVIDE_DOUBLE, FAIL_UNLESS(DivideDoubles(B.number, C.number, A.number)));
-            SIMPLE(MODULO_DOUBLE, FAIL_UNLESS(ModuloDoubles(B.number, C.number, A.number)));
+            SIMPLE(DIVIDE_DOUBLE, NEED_DIVISOR(C.number); A.number = B.number / C.number);
+            SIMPLE(MODULO_DOUBLE, NEED_DIVISOR(C.number); A.number = std::fmod(B.number, C.number));
             SIMPLE(POWER_DOUBLE, A.number = std::pow(B.number, C.number));
             SIMPLE(NEGATE_DOUBLE, A.number = -B.number);
+            SIMPLE(ADD_WIDE, FIT(AddWide(B.wide, C.wide, A.wide)));
+            SIMPLE(SUBTRACT_WIDE, FIT(SubtractWide(B.wide, C.wide, A.wide)));
+            SIMPLE(NEGATE_WIDE, FIT(SubtractWide(0, B.wide, A.wide)));
+            SIMPLE(MODULO_WIDE, NEED_DIVISOR(C.wide); A.wide = ModuloWide(B.wide, C.wide));
+            SIMPLE(MULTIPLY_INT64, FIT(MultiplyInt64(B.wide, C.wide, A.wide)));
+            SIMPLE(DIVIDE_INT64, NEED_DIVISOR(C.wide); FIT(DivideInt64(B.wide, C.wide, A.wide)));
+            SIMPLE(AND_INT64, A.wide = B.wide & C.wide);
+            SIMPLE(OR_INT64, A.wide = B.wide | C.wide);
+            SIMPLE(XOR_INT64, A.wide = B.wide ^ C.wide);
+            SIMPLE(NOT_INT64, A.wide = ~B.wide);
+            SIMPLE(MULTIPLY_CURRENCY, FIT(MultiplyCurrency(B.wide, C.wide, A.wide)));
+            SIMPLE(DIVIDE_CURRENCY, NEED_DIVISOR(C.wide); FIT(DivideCurrency(B.wide, C.wide, A.wide)));
         ADD_STRING : {
             String* joined = AddStrings(B.string, C.string);
             FAIL_UNLESS(joined != nullptr || !IsExceptionPending());
@@ -281,6 +304,10 @@ bool Machine::Execute() {
             SIMPLE(UNEQUAL_DOUBLE, A.integer = B.number != C.number);
             SIMPLE(LESS_DOUBLE, A.integer = B.number < C.number);
             SIMPLE(LESS_EQUAL_DOUBLE, A.integer = B.number <= C.number);
+            SIMPLE(EQUAL_WIDE, A.integer = B.wide == C.wide);
+            SIMPLE(UNEQUAL_WIDE, A.integer = B.wide != C.wide);
+            SIMPLE(LESS_WIDE, A.integer = B.wide < C.wide);
+            SIMPLE(LESS_EQUAL_WIDE, A.integer = B.wide <= C.wide);
             SIMPLE(EQUAL_STRING, A.integer = static_cast<int32_t>(CompareStrings(B.string, C.string) == 0));
             SIMPLE(UNEQUAL_STRING, A.integer = static_cast<int32_t>(CompareStrings(B.string, C.string) != 0));
             SIMPLE(LESS_STRING, A.integer = static_cast<int32_t>(CompareStrings(B.string, C.string) < 0));
@@ -310,34 +337,15 @@ bool Machine::Execute() {
 
             SIMPLE(INTEGER_TO_DOUBLE, A.number = B.integer);
             SIMPLE(DOUBLE_TO_INTEGER, FAIL_UNLESS(CutToInteger(B.number, A.integer)));
-        BOX_INTEGER : {
-            Object* box = BoxInteger(B.integer);
+            SIMPLE(INTEGER_TO_WIDE, A.wide = B.integer);
+            SIMPLE(CONVERT_NUMBER, FAIL_UNLESS(ConvertOrRaise(pc->c, B, A)));
+        BOX : {
+            Object* box = Box(static_cast<Kind>(pc->c), B);
             FAIL_UNLESS(box != nullptr);
             A.object = box;
             NEXT();
         }
-        BOX_BOOLEAN : {
-            Object* box = BoxBoolean(B.integer);
-            FAIL_UNLESS(box != nullptr);
-            A.object = box;
-            NEXT();
-        }
-        BOX_DOUBLE : {
-            Object* box = BoxDouble(B.number);
-            FAIL_UNLESS(box != nullptr);
-            A.object = box;
-            NEXT();
-        }
-        BOX_STRING : {
-            Object* box = BoxString(B.string);
-            FAIL_UNLESS(box != nullptr);
-            A.object = box;
-            NEXT();
-        }
-            SIMPLE(UNBOX_INTEGER, FAIL_UNLESS(UnboxTo(Kind::INTEGER, B.object, A)));
-            SIMPLE(UNBOX_BOOLEAN, FAIL_UNLESS(UnboxTo(Kind::BOOLEAN, B.object, A)));
-            SIMPLE(UNBOX_DOUBLE, FAIL_UNLESS(UnboxTo(Kind::DOUBLE, B.object, A)));
-            SIMPLE(UNBOX_STRING, FAIL_UNLESS(UnboxTo(Kind::STRING, B.object, A)));
+            SIMPLE(UNBOX, FAIL_UNLESS(UnboxTo(static_cast<Kind>(pc->c), B.object, A)));
         CHECK_CLASS : {
             const Class* wanted = tables.classes[static_cast<size_t>(pc->i)];
             if (A.object != nullptr && !A.object->cls->IsA(wanted)) [[unlikely]] {
@@ -381,6 +389,8 @@ bool Machine::Execute() {
             SKIP_IF(C.integer >= 0 ? A.integer <= B.integer : A.integer >= B.integer);
         FOR_TEST_DOUBLE:
             SKIP_IF(C.number >= 0 ? A.number <= B.number : A.number >= B.number);
+        FOR_TEST_WIDE:
+            SKIP_IF(C.wide >= 0 ? A.wide <= B.wide : A.wide >= B.wide);
         // The jump behind leads to the next turn; it is skipped when the limit is passed.
         FOR_NEXT_INTEGER : {
             int64_t following = int64_t{A.integer} + C.integer;
@@ -392,6 +402,11 @@ bool Machine::Execute() {
         FOR_NEXT_DOUBLE : {
             A.number += C.number;
             bool goesOn = C.number >= 0 ? A.number <= B.number : A.number >= B.number;
+            if (!goesOn) ++pc;
+            NEXT();
+        }
+        FOR_NEXT_WIDE : {
+            bool goesOn = AddWide(A.wide, C.wide, A.wide) && (C.wide >= 0 ? A.wide <= B.wide : A.wide >= B.wide);
             if (!goesOn) ++pc;
             NEXT();
         }
@@ -538,14 +553,16 @@ bool Machine::Execute() {
             Raise(std::exchange(A.object, nullptr));
             goto unwind;
 
-            SIMPLE(PRINT_INTEGER, PrintText(std::to_string(A.integer) + "\n"));
-            SIMPLE(PRINT_BOOLEAN, PrintText(A.integer != 0 ? "True\n" : "False\n"));
-            SIMPLE(PRINT_DOUBLE, PrintText(NumberText(A.number) + "\n"));
+            SIMPLE(PRINT_VALUE, PrintText(TextOf(static_cast<Kind>(pc->b), A) + "\n"));
             SIMPLE(PRINT_STRING, PrintString(A.string));
-            SIMPLE(PRINT_VARIANT, PrintText(TextOfVariant(A.object) + "\n"));
             SIMPLE(SHOW, PrintText(DisplayText(A.object) + "\n"));
             SIMPLE(PRINT_LINE, PrintText("\n"));
 
+        overflow:
+            RaiseNew("OverflowException", 0, "the result is too large");
+            goto failed;
+        divisionByZero:
+            RaiseDivisionByZero();
         failed:
             SAVE();
         unwind:
@@ -569,6 +586,8 @@ bool Machine::Execute() {
 #undef NEXT
 #undef SIMPLE
 #undef FAIL_UNLESS
+#undef FIT
+#undef NEED_DIVISOR
 #undef NEED_OBJECT
 #undef NEED_ELEMENT
 #undef SAVE

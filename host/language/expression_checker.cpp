@@ -3,6 +3,7 @@
 
 #include "host/language/folding.h"
 #include "host/language/hints.h"
+#include "host/runtime/numbers.h"
 
 namespace host::language {
 
@@ -50,6 +51,73 @@ NodePtr ExpressionChecker::CheckAs(const Expression& expression, const ValueType
 
 NodePtr ExpressionChecker::CheckCondition(const Expression& expression) { return CheckAs(expression, BOOLEAN_TYPE); }
 
+namespace {
+
+// What is lost on the way shows when the program runs. A Currency and a Double become each other only by a cast.
+int NumberCost(const ValueType& from, const ValueType& type) {
+    if (from.Is(TypeKind::DOUBLE) || from.Is(TypeKind::CURRENCY)) return -1;
+    switch (type.kind) {
+    case TypeKind::INT64: return 20;
+    case TypeKind::DOUBLE: return 50;
+    case TypeKind::CURRENCY: return 55;
+    default: return 60;
+    }
+}
+
+Slot SlotOf(const ConstantValue& number) {
+    if (const auto* integer = std::get_if<int32_t>(&number)) return {.integer = *integer};
+    if (const auto* value = std::get_if<double>(&number)) return {.number = *value};
+    if (const auto* amount = std::get_if<Currency>(&number)) return {.wide = amount->units};
+    return {.wide = std::get<int64_t>(number)};
+}
+
+// A constant number as one of another type; nothing when it does not fit.
+std::optional<ConstantValue> ConvertConstant(const Node& node, const ValueType& type) {
+    Slot result{};
+    const Kind to = KindOf(type.kind);
+    if (!ConvertNumber(KindOf(node.type.kind), SlotOf(node.constant), to, result)) return std::nullopt;
+    switch (to) {
+    case Kind::INTEGER: return result.integer;
+    case Kind::DOUBLE: return result.number;
+    case Kind::INT64: return result.wide;
+    default: return Currency{result.wide};
+    }
+}
+
+bool IsExactAmount(const Node& node) {
+    const auto* number = std::get_if<double>(&node.constant);
+    return node.IsConstant() && number != nullptr && ExactCurrencyOf(*number).has_value();
+}
+
+} // namespace
+
+int ExpressionChecker::ConversionCost(const Node& value, const ValueType& type) {
+    if (type.Is(TypeKind::CURRENCY) && IsExactAmount(value)) return NumberCost(INTEGER_TYPE, type);
+    return ConversionCost(value.type, type);
+}
+
+ValueType ExpressionChecker::CommonType(const Node& left, const Node& right) {
+    if (left.type.IsNumber() && right.type.IsNumber()) {
+        const ValueType common = CommonNumber(left.type, right.type);
+        if (!common.Is(TypeKind::INVALID)) return common;
+        if (ConversionCost(left, CURRENCY_TYPE) >= 0 && ConversionCost(right, CURRENCY_TYPE) >= 0) return CURRENCY_TYPE;
+    }
+    return ConversionCost(right, left.type) >= 0 ? left.type : right.type;
+}
+
+NodePtr ExpressionChecker::NumberNode(NodePtr node, const ValueType& type) {
+    if (node->IsConstant()) {
+        if (auto constant = ConvertConstant(*node, type)) return ConstantNode(std::move(*constant), node->span);
+        const char* article = type.Is(TypeKind::INTEGER) || type.Is(TypeKind::INT64) ? "an " : "a ";
+        Error(node->span, FormatConstant(node->constant) + " does not fit " + article + type.Text());
+        return InvalidNode(node->span);
+    }
+    auto conversion = MakeNode(NodeKind::CONVERT, type, node->span);
+    conversion->conversion = Conversion::NUMBER;
+    conversion->left = std::move(node);
+    return conversion;
+}
+
 int ExpressionChecker::ConversionCost(const ValueType& from, const ValueType& type) {
     if (from == type || from.Is(TypeKind::INVALID) || type.Is(TypeKind::INVALID)) return 0;
     if (from.Is(TypeKind::NOTHING) || type.Is(TypeKind::NOTHING)) return -1;
@@ -62,7 +130,7 @@ int ExpressionChecker::ConversionCost(const ValueType& from, const ValueType& ty
     if (from.Is(TypeKind::ARRAY) && type.Is(TypeKind::ARRAY) && from.element == TypeKind::NIL) return 1;
     if (type.Is(TypeKind::VARIANT)) return 100;
     if (from.Is(TypeKind::VARIANT)) return 120;
-    if (from.Is(TypeKind::INTEGER) && type.Is(TypeKind::DOUBLE)) return 50;
+    if (from.IsNumber() && type.IsNumber()) return NumberCost(from, type);
     if (from.Is(TypeKind::OBJECT) && type.Is(TypeKind::OBJECT)) return from.cls->DistanceTo(type.cls);
     return -1;
 }
@@ -73,7 +141,7 @@ NodePtr ExpressionChecker::Convert(NodePtr node, const ValueType& type) {
     if (from == type) return node;
     if (from.Is(TypeKind::ADDRESS)) return BindAddress(std::move(node), type);
     if (node->kind == NodeKind::ARRAY && type.Is(TypeKind::ARRAY)) return ConvertElements(std::move(node), type);
-    if (ConversionCost(from, type) < 0) {
+    if (ConversionCost(*node, type) < 0) {
         Error(node->span, "expected " + type.Text() + ", not " + from.Text() + ConversionHint(from, type));
         return InvalidNode(node->span);
     }
@@ -81,13 +149,9 @@ NodePtr ExpressionChecker::Convert(NodePtr node, const ValueType& type) {
         node->type = type;
         return node;
     }
-    if (node->IsConstant() && type.Is(TypeKind::DOUBLE) && from.Is(TypeKind::INTEGER)) {
-        return ConstantNode(static_cast<double>(std::get<int32_t>(node->constant)), node->span);
-    }
+    if (from.IsNumber() && type.IsNumber()) return NumberNode(std::move(node), type);
     auto conversion = MakeNode(NodeKind::CONVERT, type, node->span);
-    if (type.Is(TypeKind::DOUBLE) && from.Is(TypeKind::INTEGER)) {
-        conversion->conversion = Conversion::INTEGER_TO_DOUBLE;
-    } else if (type.Is(TypeKind::VARIANT)) {
+    if (type.Is(TypeKind::VARIANT)) {
         conversion->conversion = from.IsReference() ? Conversion::NONE : Conversion::BOX;
     } else if (from.Is(TypeKind::VARIANT)) {
         conversion->conversion = Conversion::UNBOX;
@@ -115,10 +179,9 @@ NodePtr ExpressionChecker::CheckCast(const ValueType& type, const Expression& ca
     if (node->IsInvalid()) return InvalidNode(call.span);
     const ValueType from = node->type;
     node->span = call.span;
+    if (from.IsNumber() && type.IsNumber() && !(from == type)) return NumberNode(std::move(node), type);
     Conversion conversion = Conversion::NONE;
-    if (type.Is(TypeKind::INTEGER) && from.Is(TypeKind::DOUBLE)) {
-        conversion = Conversion::DOUBLE_TO_INTEGER;
-    } else if (from.Is(TypeKind::OBJECT) && type.Is(TypeKind::OBJECT) && !from.cls->IsA(type.cls)) {
+    if (from.Is(TypeKind::OBJECT) && type.Is(TypeKind::OBJECT) && !from.cls->IsA(type.cls)) {
         if (!type.cls->IsA(from.cls)) {
             Error(call.span, "a value of class " + from.Text() + " is never a " + type.Text());
             return InvalidNode(call.span);
@@ -145,17 +208,16 @@ NodePtr ExpressionChecker::CheckUnary(const Expression& expression) {
         operand = Convert(std::move(operand), BOOLEAN_TYPE);
         type = BOOLEAN_TYPE;
     }
-    bool fits = isNot ? type.Is(TypeKind::BOOLEAN) || type.Is(TypeKind::INTEGER) : type.IsNumber();
+    bool isWhole = type.Is(TypeKind::INTEGER) || type.Is(TypeKind::INT64);
+    bool fits = isNot ? type.Is(TypeKind::BOOLEAN) || isWhole : type.IsNumber();
     if (!fits) {
         Error(expression.nameSpan,
               std::string("\"") + (isNot ? "Not" : "-") + "\" cannot be applied to " + operand->type.Text());
         return InvalidNode(expression.span);
     }
     if (operand->IsConstant()) {
-        if (type.Is(TypeKind::BOOLEAN)) return ConstantNode(!std::get<bool>(operand->constant), expression.span);
-        if (type.Is(TypeKind::DOUBLE)) return ConstantNode(-std::get<double>(operand->constant), expression.span);
-        int32_t value = std::get<int32_t>(operand->constant);
-        return ConstantNode(isNot ? ~value : WrappingSubtract(0, value), expression.span);
+        auto folded = isNot ? FoldNot(operand->constant) : FoldMinus(operand->constant);
+        if (folded) return ConstantNode(std::move(*folded), expression.span);
     }
     auto node = MakeNode(isNot ? NodeKind::NOT : NodeKind::NEGATE, type, expression.span);
     node->left = std::move(operand);
@@ -197,7 +259,7 @@ NodePtr ExpressionChecker::CheckConditional(const Expression& expression) {
     NodePtr& second = node->arguments[1];
     if (node->left->IsInvalid() || first->IsInvalid() || second->IsInvalid()) return InvalidNode(expression.span);
     // The two become the more general of their types.
-    node->type = ConversionCost(second->type, first->type) >= 0 ? first->type : second->type;
+    node->type = CommonType(*first, *second);
     first = Convert(std::move(first), node->type);
     second = Convert(std::move(second), node->type);
     if (first->IsInvalid() || second->IsInvalid()) return InvalidNode(expression.span);

@@ -145,6 +145,12 @@ private:
 
     // The cost of passing a value where a type is wanted: 0 exact, negative impossible.
     static int ConversionCost(const ValueType& from, const ValueType& type);
+    // A Double as it is written may stand for a Currency.
+    static int ConversionCost(const Node& value, const ValueType& type);
+    // The more general of the two types.
+    static ValueType CommonType(const Node& left, const Node& right);
+    // A number as one of another type; a constant at once.
+    NodePtr NumberNode(NodePtr node, const ValueType& type);
     bool IsInstanceName(const ast::Expression& expression);
     ModuleSymbol* QualifyingModule(const ast::Expression& expression);
     ClassSymbol* QualifyingClass(const ast::Expression& expression);

@@ -1,8 +1,9 @@
 // Computes constant expressions.
 #include "host/language/folding.h"
 
+#include "host/language/wide_arithmetic.h"
+
 #include <cmath>
-#include <limits>
 
 namespace host::language {
 
@@ -51,6 +52,38 @@ Folded FoldDoubles(Operation operation, double left, double right) {
     }
 }
 
+Folded FoldInt64(Operation operation, int64_t left, int64_t right) {
+    int64_t result = 0;
+    switch (operation) {
+    case Operation::ADD: return AddWide(left, right, result) ? Folded(result) : Folded();
+    case Operation::SUBTRACT: return SubtractWide(left, right, result) ? Folded(result) : Folded();
+    case Operation::MULTIPLY: return MultiplyInt64(left, right, result) ? Folded(result) : Folded();
+    case Operation::INTEGER_DIVIDE: return right != 0 && DivideInt64(left, right, result) ? Folded(result) : Folded();
+    case Operation::MODULO: return right == 0 ? Folded() : ModuloWide(left, right);
+    case Operation::AND: return left & right;
+    case Operation::OR: return left | right;
+    case Operation::XOR: return left ^ right;
+    default: return Compare(operation, left, right);
+    }
+}
+
+Folded FoldCurrencies(Operation operation, int64_t left, int64_t right) {
+    Currency result;
+    bool isComputed = false;
+    switch (operation) {
+    case Operation::ADD: isComputed = AddWide(left, right, result.units); break;
+    case Operation::SUBTRACT: isComputed = SubtractWide(left, right, result.units); break;
+    case Operation::MULTIPLY: isComputed = MultiplyCurrency(left, right, result.units); break;
+    case Operation::DIVIDE: isComputed = right != 0 && DivideCurrency(left, right, result.units); break;
+    case Operation::MODULO:
+        isComputed = right != 0;
+        if (isComputed) result.units = ModuloWide(left, right);
+        break;
+    default: return Compare(operation, left, right);
+    }
+    return isComputed ? Folded(result) : Folded();
+}
+
 Folded FoldBooleans(Operation operation, bool left, bool right) {
     switch (operation) {
     case Operation::AND: return left && right;
@@ -72,6 +105,10 @@ Folded Fold(Operation operation, const ConstantValue& left, const ConstantValue&
     if (const auto* number = std::get_if<double>(&left)) {
         return FoldDoubles(operation, *number, std::get<double>(right));
     }
+    if (const auto* wide = std::get_if<int64_t>(&left)) return FoldInt64(operation, *wide, std::get<int64_t>(right));
+    if (const auto* amount = std::get_if<Currency>(&left)) {
+        return FoldCurrencies(operation, amount->units, std::get<Currency>(right).units);
+    }
     if (const auto* boolean = std::get_if<bool>(&left)) {
         return FoldBooleans(operation, *boolean, std::get<bool>(right));
     }
@@ -83,11 +120,21 @@ Folded Fold(Operation operation, const ConstantValue& left, const ConstantValue&
     return std::nullopt;
 }
 
-int32_t ToInteger(double value) {
-    if (std::isnan(value)) return 0;
-    if (value >= 2147483647.0) return std::numeric_limits<int32_t>::max();
-    if (value <= -2147483648.0) return std::numeric_limits<int32_t>::min();
-    return static_cast<int32_t>(value);
+Folded FoldMinus(const ConstantValue& value) {
+    int64_t result = 0;
+    if (const auto* integer = std::get_if<int32_t>(&value)) return WrappingSubtract(0, *integer);
+    if (const auto* number = std::get_if<double>(&value)) return -*number;
+    if (const auto* wide = std::get_if<int64_t>(&value)) {
+        return SubtractWide(0, *wide, result) ? Folded(result) : Folded();
+    }
+    const auto* amount = std::get_if<Currency>(&value);
+    return amount != nullptr && SubtractWide(0, amount->units, result) ? Folded(Currency{result}) : Folded();
+}
+
+Folded FoldNot(const ConstantValue& value) {
+    if (const auto* boolean = std::get_if<bool>(&value)) return !*boolean;
+    if (const auto* integer = std::get_if<int32_t>(&value)) return ~*integer;
+    return ~std::get<int64_t>(value);
 }
 
 } // namespace host::language

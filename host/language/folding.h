@@ -7,9 +7,13 @@
 
 namespace host::language {
 
-// The constant that an operation on two constants of one type gives; nothing for a division by zero and for operations
-// the type does not have.
+// The constant that an operation on two constants of one type gives; nothing for a division by zero, for a result that
+// does not fit, and for operations the type does not have.
 std::optional<ConstantValue> Fold(ast::Operation operation, const ConstantValue& left, const ConstantValue& right);
+
+// The constant with its sign changed, or with its bits; nothing where the result does not fit.
+std::optional<ConstantValue> FoldMinus(const ConstantValue& value);
+std::optional<ConstantValue> FoldNot(const ConstantValue& value);
 
 // 32-bit arithmetic that wraps around.
 inline int32_t WrappingAdd(int32_t left, int32_t right) {
@@ -26,8 +30,5 @@ inline int32_t WrappingDivide(int32_t left, int32_t right) {
     return right == -1 ? WrappingSubtract(0, left) : left / right;
 }
 inline int32_t WrappingModulo(int32_t left, int32_t right) { return right == -1 ? 0 : left % right; }
-
-// Rounds toward zero; what does not fit becomes the nearest Integer, NaN becomes 0.
-int32_t ToInteger(double value);
 
 } // namespace host::language

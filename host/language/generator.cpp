@@ -1,6 +1,8 @@
 // Instructions, registers, and the values of all kinds of nodes but operators and calls.
 #include "host/language/generator.h"
 
+#include "host/language/operations.h"
+
 #include <algorithm>
 
 namespace host::language {
@@ -10,14 +12,19 @@ namespace {
 constexpr Variants COPY{Opcode::MOVE, Opcode::MOVE, Opcode::COPY_STRING, Opcode::COPY_OBJECT};
 constexpr Variants LOAD_GLOBAL{Opcode::LOAD_GLOBAL, Opcode::LOAD_GLOBAL, Opcode::LOAD_GLOBAL_STRING,
                                Opcode::LOAD_GLOBAL_OBJECT};
-constexpr Variants LOAD_REFERENCE{Opcode::LOAD_REFERENCE_WORD, Opcode::LOAD_REFERENCE_DOUBLE,
+constexpr Variants LOAD_REFERENCE{Opcode::LOAD_REFERENCE_WORD, Opcode::LOAD_REFERENCE_WIDE,
                                   Opcode::LOAD_REFERENCE_STRING, Opcode::LOAD_REFERENCE_OBJECT};
-constexpr Variants LOAD_FIELD{Opcode::LOAD_FIELD_WORD, Opcode::LOAD_FIELD_DOUBLE, Opcode::LOAD_FIELD_STRING,
+constexpr Variants LOAD_FIELD{Opcode::LOAD_FIELD_WORD, Opcode::LOAD_FIELD_WIDE, Opcode::LOAD_FIELD_STRING,
                               Opcode::LOAD_FIELD_OBJECT};
-constexpr Variants LOAD_ELEMENT{Opcode::LOAD_ELEMENT_WORD, Opcode::LOAD_ELEMENT_DOUBLE, Opcode::LOAD_ELEMENT_STRING,
+constexpr Variants LOAD_ELEMENT{Opcode::LOAD_ELEMENT_WORD, Opcode::LOAD_ELEMENT_WIDE, Opcode::LOAD_ELEMENT_STRING,
                                 Opcode::LOAD_ELEMENT_OBJECT};
 
 } // namespace
+
+Opcode NegationOf(const ValueType& type) {
+    if (type.Is(TypeKind::INTEGER)) return Opcode::NEGATE_INTEGER;
+    return type.Is(TypeKind::DOUBLE) ? Opcode::NEGATE_DOUBLE : Opcode::NEGATE_WIDE;
+}
 
 Opcode Variants::For(const ValueType& type) const {
     switch (StorageOf(type)) {
@@ -25,7 +32,7 @@ Opcode Variants::For(const ValueType& type) const {
     case Storage::OBJECT: return object;
     case Storage::PLAIN: break;
     }
-    return type.Is(TypeKind::DOUBLE) ? number : word;
+    return type.IsWide() ? wide : word;
 }
 
 void Generator::Emit(Opcode opcode, size_t a, size_t b, size_t c) {
@@ -185,10 +192,14 @@ Value Generator::Produce(const Node& node, uint16_t reg) {
     case NodeKind::CONVERT: value = ProduceConversion(node, reg); break;
     case NodeKind::BINARY: value = ProduceBinary(node, reg); break;
     case NodeKind::NEGATE:
-        EmitUnary(node.type.Is(TypeKind::DOUBLE) ? Opcode::NEGATE_DOUBLE : Opcode::NEGATE_INTEGER, *node.left, reg);
+        SetPlace(node.span);
+        EmitUnary(NegationOf(node.type), *node.left, reg);
         break;
     case NodeKind::NOT:
-        EmitUnary(node.type.Is(TypeKind::BOOLEAN) ? Opcode::NOT_BOOLEAN : Opcode::NOT_INTEGER, *node.left, reg);
+        EmitUnary(node.type.Is(TypeKind::BOOLEAN)   ? Opcode::NOT_BOOLEAN
+                  : node.type.Is(TypeKind::INTEGER) ? Opcode::NOT_INTEGER
+                                                    : Opcode::NOT_INT64,
+                  *node.left, reg);
         break;
     case NodeKind::IS_A: {
         Value object = Generate(*node.left);
@@ -241,6 +252,10 @@ Value Generator::ProduceConstant(const Node& node, uint16_t reg) {
         EmitLong(Opcode::LOAD_DOUBLE, reg, static_cast<int32_t>(environment_.DoubleIndex(*number)));
     } else if (const auto* integer = std::get_if<int32_t>(&node.constant)) {
         EmitLong(Opcode::LOAD_INTEGER, reg, *integer);
+    } else if (const auto* wide = std::get_if<int64_t>(&node.constant)) {
+        EmitLong(Opcode::LOAD_WIDE, reg, static_cast<int32_t>(environment_.WideIndex(*wide)));
+    } else if (const auto* amount = std::get_if<Currency>(&node.constant)) {
+        EmitLong(Opcode::LOAD_WIDE, reg, static_cast<int32_t>(environment_.WideIndex(amount->units)));
     } else if (const auto* boolean = std::get_if<bool>(&node.constant)) {
         EmitLong(Opcode::LOAD_INTEGER, reg, *boolean ? 1 : 0);
     } else {
@@ -298,33 +313,40 @@ Value Generator::ProduceElement(const Node& node, uint16_t reg) {
     return value;
 }
 
+Value Generator::ConvertNumber(const Node& node, uint16_t reg) {
+    const Kind from = KindOf(node.left->type.kind);
+    const Kind to = KindOf(node.type.kind);
+    Value value = Generate(*node.left);
+    SetPlace(node.span);
+    if (from == Kind::INTEGER && to == Kind::DOUBLE)
+        Emit(Opcode::INTEGER_TO_DOUBLE, reg, value.reg);
+    else if (from == Kind::INTEGER && to == Kind::INT64)
+        Emit(Opcode::INTEGER_TO_WIDE, reg, value.reg);
+    else if (from == Kind::DOUBLE && to == Kind::INTEGER)
+        Emit(Opcode::DOUBLE_TO_INTEGER, reg, value.reg);
+    else
+        Emit(Opcode::CONVERT_NUMBER, reg, value.reg, ConversionOf(from, to));
+    return {reg, -1};
+}
+
 Value Generator::ProduceConversion(const Node& node, uint16_t reg) {
     const ValueType& from = node.left->type;
     switch (node.conversion) {
     case Conversion::NONE: return GenerateInto(*node.left, reg);
-    case Conversion::INTEGER_TO_DOUBLE: EmitUnary(Opcode::INTEGER_TO_DOUBLE, *node.left, reg); return {reg, -1};
-    case Conversion::DOUBLE_TO_INTEGER: EmitUnary(Opcode::DOUBLE_TO_INTEGER, *node.left, reg); return {reg, -1};
+    case Conversion::NUMBER: return ConvertNumber(node, reg);
     case Conversion::CHECK_CLASS: break;
     case Conversion::BOX: {
-        Opcode opcode = from.Is(TypeKind::INTEGER)   ? Opcode::BOX_INTEGER
-                        : from.Is(TypeKind::BOOLEAN) ? Opcode::BOX_BOOLEAN
-                        : from.Is(TypeKind::DOUBLE)  ? Opcode::BOX_DOUBLE
-                                                     : Opcode::BOX_STRING;
         Value value = Generate(*node.left);
-        Emit(opcode, reg, value.reg);
+        Emit(Opcode::BOX, reg, value.reg, static_cast<size_t>(KindOf(from.kind)));
         Value boxed = Owned(reg, node.type);
         Release(value, from);
         return boxed;
     }
     case Conversion::UNBOX: {
         if (node.type.IsReference()) break;
-        Opcode opcode = node.type.Is(TypeKind::INTEGER)   ? Opcode::UNBOX_INTEGER
-                        : node.type.Is(TypeKind::BOOLEAN) ? Opcode::UNBOX_BOOLEAN
-                        : node.type.Is(TypeKind::DOUBLE)  ? Opcode::UNBOX_DOUBLE
-                                                          : Opcode::UNBOX_STRING;
         Value variant = Generate(*node.left);
         SetPlace(node.span);
-        Emit(opcode, reg, variant.reg);
+        Emit(Opcode::UNBOX, reg, variant.reg, static_cast<size_t>(KindOf(node.type.kind)));
         Value value = Owned(reg, node.type);
         Release(variant, from);
         return value;

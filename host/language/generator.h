@@ -24,12 +24,15 @@ struct Value {
 // The variants of an instruction by what it moves.
 struct Variants {
     Opcode word;
-    Opcode number;
+    Opcode wide;
     Opcode string;
     Opcode object;
 
     Opcode For(const ValueType& type) const;
 };
+
+// Of a number.
+Opcode NegationOf(const ValueType& type);
 
 class Generator {
 public:
@@ -90,6 +93,7 @@ private:
     Value ProduceArrayCall(const Node& node, uint16_t reg);
     Value ProduceConditional(const Node& node, uint16_t reg);
     Value ProduceConversion(const Node& node, uint16_t reg);
+    Value ConvertNumber(const Node& node, uint16_t reg);
     Value ProduceBinary(const Node& node, uint16_t reg);
     Value ProduceConcatenation(const Node& node, uint16_t reg);
     // The object is a node or, if that is null, in a register. Answers the register in which the result lies.

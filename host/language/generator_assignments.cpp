@@ -13,11 +13,11 @@ constexpr Variants SET{Opcode::MOVE, Opcode::MOVE, Opcode::SET_STRING, Opcode::S
 constexpr Variants TAKE{Opcode::MOVE, Opcode::MOVE, Opcode::TAKE_STRING, Opcode::TAKE_OBJECT};
 constexpr Variants STORE_GLOBAL{Opcode::STORE_GLOBAL, Opcode::STORE_GLOBAL, Opcode::TAKE_GLOBAL_STRING,
                                 Opcode::TAKE_GLOBAL_OBJECT};
-constexpr Variants STORE_REFERENCE{Opcode::STORE_REFERENCE_WORD, Opcode::STORE_REFERENCE_DOUBLE,
+constexpr Variants STORE_REFERENCE{Opcode::STORE_REFERENCE_WORD, Opcode::STORE_REFERENCE_WIDE,
                                    Opcode::TAKE_REFERENCE_STRING, Opcode::TAKE_REFERENCE_OBJECT};
-constexpr Variants STORE_FIELD{Opcode::STORE_FIELD_WORD, Opcode::STORE_FIELD_DOUBLE, Opcode::TAKE_FIELD_STRING,
+constexpr Variants STORE_FIELD{Opcode::STORE_FIELD_WORD, Opcode::STORE_FIELD_WIDE, Opcode::TAKE_FIELD_STRING,
                                Opcode::TAKE_FIELD_OBJECT};
-constexpr Variants STORE_ELEMENT{Opcode::STORE_ELEMENT_WORD, Opcode::STORE_ELEMENT_DOUBLE, Opcode::TAKE_ELEMENT_STRING,
+constexpr Variants STORE_ELEMENT{Opcode::STORE_ELEMENT_WORD, Opcode::STORE_ELEMENT_WIDE, Opcode::TAKE_ELEMENT_STRING,
                                  Opcode::TAKE_ELEMENT_OBJECT};
 
 } // namespace

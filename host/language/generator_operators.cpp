@@ -72,6 +72,23 @@ constexpr Arithmetic DOUBLES[] = {
     {Operation::MULTIPLY, Opcode::MULTIPLY_DOUBLE}, {Operation::DIVIDE, Opcode::DIVIDE_DOUBLE},
     {Operation::MODULO, Opcode::MODULO_DOUBLE},     {Operation::POWER, Opcode::POWER_DOUBLE},
 };
+constexpr Arithmetic INT64S[] = {
+    {Operation::ADD, Opcode::ADD_WIDE},
+    {Operation::SUBTRACT, Opcode::SUBTRACT_WIDE},
+    {Operation::MULTIPLY, Opcode::MULTIPLY_INT64},
+    {Operation::INTEGER_DIVIDE, Opcode::DIVIDE_INT64},
+    {Operation::MODULO, Opcode::MODULO_WIDE},
+    {Operation::AND, Opcode::AND_INT64},
+    {Operation::OR, Opcode::OR_INT64},
+    {Operation::XOR, Opcode::XOR_INT64},
+};
+constexpr Arithmetic CURRENCIES[] = {
+    {Operation::ADD, Opcode::ADD_WIDE},
+    {Operation::SUBTRACT, Opcode::SUBTRACT_WIDE},
+    {Operation::MULTIPLY, Opcode::MULTIPLY_CURRENCY},
+    {Operation::DIVIDE, Opcode::DIVIDE_CURRENCY},
+    {Operation::MODULO, Opcode::MODULO_WIDE},
+};
 constexpr Arithmetic VARIANTS[] = {
     {Operation::ADD, Opcode::VARIANT_ADD},
     {Operation::SUBTRACT, Opcode::VARIANT_SUBTRACT},
@@ -89,14 +106,20 @@ Opcode ArithmeticOpcode(Operation operation, const ValueType& type) {
                             [operation](const Arithmetic& row) { return row.operation == operation; })
             ->opcode;
     };
-    if (type.Is(TypeKind::INTEGER)) return find(INTEGERS);
-    return type.Is(TypeKind::VARIANT) ? find(VARIANTS) : find(DOUBLES);
+    switch (type.kind) {
+    case TypeKind::INTEGER: return find(INTEGERS);
+    case TypeKind::INT64: return find(INT64S);
+    case TypeKind::CURRENCY: return find(CURRENCIES);
+    case TypeKind::VARIANT: return find(VARIANTS);
+    default: return find(DOUBLES);
+    }
 }
 
 // equal, unequal, less, less or equal
 constexpr Opcode COMPARISONS[][4] = {
     {Opcode::EQUAL_INTEGER, Opcode::UNEQUAL_INTEGER, Opcode::LESS_INTEGER, Opcode::LESS_EQUAL_INTEGER},
     {Opcode::EQUAL_DOUBLE, Opcode::UNEQUAL_DOUBLE, Opcode::LESS_DOUBLE, Opcode::LESS_EQUAL_DOUBLE},
+    {Opcode::EQUAL_WIDE, Opcode::UNEQUAL_WIDE, Opcode::LESS_WIDE, Opcode::LESS_EQUAL_WIDE},
     {Opcode::EQUAL_STRING, Opcode::UNEQUAL_STRING, Opcode::LESS_STRING, Opcode::LESS_EQUAL_STRING},
     // An unequal Variant is one that is not equal.
     {Opcode::VARIANT_EQUAL, Opcode::VARIANT_EQUAL, Opcode::VARIANT_LESS, Opcode::VARIANT_LESS_EQUAL},
@@ -109,7 +132,11 @@ Opcode ComparisonOpcode(const Node& node, int index) {
     bool isIdentity = type.IsReference() && (!type.Is(TypeKind::VARIANT) || isNilTest);
     if (isIdentity) return index == 0 ? Opcode::EQUAL_OBJECT : Opcode::UNEQUAL_OBJECT;
     if (type.Is(TypeKind::BOOLEAN)) return index == 0 ? Opcode::EQUAL_BOOLEAN : Opcode::UNEQUAL_BOOLEAN;
-    size_t row = type.Is(TypeKind::INTEGER) ? 0 : type.Is(TypeKind::DOUBLE) ? 1 : type.Is(TypeKind::STRING) ? 2 : 3;
+    size_t row = type.Is(TypeKind::INTEGER)  ? 0
+                 : type.Is(TypeKind::DOUBLE) ? 1
+                 : type.IsWide()             ? 2
+                 : type.Is(TypeKind::STRING) ? 3
+                                             : 4;
     return COMPARISONS[row][index];
 }
 

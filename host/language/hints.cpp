@@ -4,7 +4,12 @@
 namespace host::language {
 
 std::string ConversionHint(const ValueType& from, const ValueType& to) {
-    if (to.Is(TypeKind::INTEGER) && from.Is(TypeKind::DOUBLE)) return " (Integer(…) cuts off the fraction)";
+    bool isWhole = to.Is(TypeKind::INTEGER) || to.Is(TypeKind::INT64);
+    if (to.Is(TypeKind::CURRENCY) && from.Is(TypeKind::DOUBLE)) return " (Currency(…) rounds to four decimals)";
+    if (from.Is(TypeKind::CURRENCY) && to.Is(TypeKind::DOUBLE)) return " (use Double(…))";
+    if (isWhole && from.IsNumber()) return " (" + to.Text() + "(…) cuts off the fraction)";
+    if (to.Is(TypeKind::CURRENCY) && from.Is(TypeKind::STRING)) return " (use ParseCurrency(…))";
+    if (to.Is(TypeKind::INT64) && from.Is(TypeKind::STRING)) return " (use ParseInt64(…))";
     if (to.Is(TypeKind::INTEGER) && from.Is(TypeKind::BOOLEAN)) return " (use Integer(…))";
     if (to.Is(TypeKind::BOOLEAN) && from.Is(TypeKind::INTEGER)) return " (compare it with 0)";
     if (to.Is(TypeKind::STRING) && (from.IsNumber() || from.Is(TypeKind::BOOLEAN))) return " (use Str(…))";

@@ -10,7 +10,7 @@ ValueType ExpressionChecker::ResolveType(const TypeName& type) {
     ValueType resolved = environment_.TypeNamed(type.name, type.isArray);
     if (resolved.Is(TypeKind::INVALID)) {
         std::vector<std::string> names = environment_.ClassNames();
-        for (const char* basic : {"Integer", "Double", "Boolean", "String", "Variant"}) names.emplace_back(basic);
+        for (std::string& basic : BuiltInTypeNames()) names.push_back(std::move(basic));
         Error(type.span, "there is no type \"" + type.name + "\"" + Suggestion(type.name, names));
     }
     return resolved;

@@ -37,9 +37,8 @@ enum class NodeKind : uint8_t {
 };
 
 enum class Conversion : uint8_t {
-    NONE, // the same bits
-    INTEGER_TO_DOUBLE,
-    DOUBLE_TO_INTEGER,
+    NONE,        // the same bits
+    NUMBER,      // of one kind to another
     BOX,         // to Variant
     UNBOX,       // from Variant, checked
     CHECK_CLASS, // to a subclass, checked

@@ -2,9 +2,11 @@
 #include "host/language/operations.h"
 
 #include "host/language/folding.h"
+#include "host/language/wide_arithmetic.h"
 #include "host/runtime/class.h"
 #include "host/runtime/exception.h"
 #include "host/runtime/number_text.h"
+#include "host/runtime/numbers.h"
 #include "host/runtime/variant.h"
 
 #include <algorithm>
@@ -15,21 +17,10 @@ namespace host::language {
 
 namespace {
 
-bool IsNumber(Kind kind) { return kind == Kind::INTEGER || kind == Kind::DOUBLE; }
-
-double NumberOf(Kind kind, Object* variant) {
-    return kind == Kind::INTEGER ? UnboxInteger(variant) : UnboxDouble(variant);
-}
-
 std::string NameOf(Object* variant) {
-    switch (VariantKind(variant)) {
-    case Kind::NOTHING: return "Nil";
-    case Kind::INTEGER: return "Integer";
-    case Kind::BOOLEAN: return "Boolean";
-    case Kind::DOUBLE: return "Double";
-    case Kind::STRING: return "String";
-    default: return variant->cls->name;
-    }
+    const Kind kind = VariantKind(variant);
+    if (kind == Kind::NOTHING) return "Nil";
+    return kind == Kind::OBJECT || kind == Kind::ARRAY ? variant->cls->name : BuiltInName(kind);
 }
 
 bool Mismatch(const std::string& message) {
@@ -43,85 +34,126 @@ bool CannotOperate(VariantOperation operation, Object* left, Object* right) {
                     + NameOf(left) + " and " + NameOf(right));
 }
 
-bool OperateIntegers(VariantOperation operation, int32_t left, int32_t right, Slot& result) {
-    int32_t value = 0;
+bool NoResult() {
+    RaiseNew("OverflowException", 0, "the result is too large");
+    return false;
+}
+
+// Two numbers of one kind. The operations are those that the kind has; the divisor is not 0.
+bool OperateIntegers(VariantOperation operation, int32_t left, int32_t right, int32_t& result) {
     switch (operation) {
-    case VariantOperation::ADD: value = WrappingAdd(left, right); break;
-    case VariantOperation::SUBTRACT: value = WrappingSubtract(left, right); break;
-    case VariantOperation::MULTIPLY: value = WrappingMultiply(left, right); break;
-    case VariantOperation::INTEGER_DIVIDE:
-        if (!DivideIntegers(left, right, value)) return false;
-        break;
-    default:
-        if (!ModuloIntegers(left, right, value)) return false;
-        break;
+    case VariantOperation::ADD: result = WrappingAdd(left, right); break;
+    case VariantOperation::SUBTRACT: result = WrappingSubtract(left, right); break;
+    case VariantOperation::MULTIPLY: result = WrappingMultiply(left, right); break;
+    case VariantOperation::INTEGER_DIVIDE: result = WrappingDivide(left, right); break;
+    default: result = WrappingModulo(left, right); break;
     }
-    result.object = BoxInteger(value);
+    return true;
+}
+
+bool OperateWides(VariantOperation operation, bool isCurrency, int64_t left, int64_t right, int64_t& result) {
+    switch (operation) {
+    case VariantOperation::ADD: return AddWide(left, right, result);
+    case VariantOperation::SUBTRACT: return SubtractWide(left, right, result);
+    case VariantOperation::MULTIPLY:
+        return isCurrency ? MultiplyCurrency(left, right, result) : MultiplyInt64(left, right, result);
+    case VariantOperation::DIVIDE: return DivideCurrency(left, right, result);
+    case VariantOperation::INTEGER_DIVIDE: return DivideInt64(left, right, result);
+    default: result = ModuloWide(left, right); return true;
+    }
+}
+
+bool OperateDoubles(VariantOperation operation, double left, double right, double& result) {
+    switch (operation) {
+    case VariantOperation::ADD: result = left + right; break;
+    case VariantOperation::SUBTRACT: result = left - right; break;
+    case VariantOperation::MULTIPLY: result = left * right; break;
+    case VariantOperation::POWER: result = std::pow(left, right); break;
+    case VariantOperation::DIVIDE: result = left / right; break;
+    default: result = std::fmod(left, right); break;
+    }
+    return true;
+}
+
+// What an operation on two numbers is computed in; NOTHING when they do not have it.
+Kind ComputedIn(VariantOperation operation, Kind left, Kind right) {
+    const Kind common = CommonNumber(left, right);
+    const bool isWhole = common == Kind::INTEGER || common == Kind::INT64;
+    switch (operation) {
+    case VariantOperation::DIVIDE: return isWhole ? Kind::DOUBLE : common;
+    case VariantOperation::POWER: return common == Kind::CURRENCY ? Kind::NOTHING : Kind::DOUBLE;
+    case VariantOperation::INTEGER_DIVIDE: return isWhole ? common : Kind::NOTHING;
+    default: return common;
+    }
+}
+
+bool IsZero(Kind kind, Slot value) {
+    if (kind == Kind::INTEGER) return value.integer == 0;
+    return kind == Kind::DOUBLE ? value.number == 0 : value.wide == 0;
+}
+
+bool Divides(VariantOperation operation) {
+    return operation == VariantOperation::DIVIDE || operation == VariantOperation::INTEGER_DIVIDE
+           || operation == VariantOperation::MODULO;
+}
+
+bool OperateNumbers(VariantOperation operation, Object* left, Object* right, Slot& result) {
+    const Kind kind = ComputedIn(operation, VariantKind(left), VariantKind(right));
+    if (kind == Kind::NOTHING) return CannotOperate(operation, left, right);
+    Slot a{};
+    Slot b{};
+    if (!ConvertOrRaise(ConversionOf(VariantKind(left), kind), Unbox(left), a)
+        || !ConvertOrRaise(ConversionOf(VariantKind(right), kind), Unbox(right), b)) {
+        return false;
+    }
+    if (Divides(operation) && IsZero(kind, b)) {
+        RaiseDivisionByZero();
+        return false;
+    }
+    Slot value{};
+    bool fits = kind == Kind::INTEGER  ? OperateIntegers(operation, a.integer, b.integer, value.integer)
+                : kind == Kind::DOUBLE ? OperateDoubles(operation, a.number, b.number, value.number)
+                                       : OperateWides(operation, kind == Kind::CURRENCY, a.wide, b.wide, value.wide);
+    if (!fits) return NoResult();
+    result.object = Box(kind, value);
     return result.object != nullptr;
 }
 
-bool OperateDoubles(VariantOperation operation, double left, double right, Slot& result) {
-    double value = 0;
-    switch (operation) {
-    case VariantOperation::ADD: value = left + right; break;
-    case VariantOperation::SUBTRACT: value = left - right; break;
-    case VariantOperation::MULTIPLY: value = left * right; break;
-    case VariantOperation::POWER: value = std::pow(left, right); break;
-    case VariantOperation::DIVIDE:
-        if (!DivideDoubles(left, right, value)) return false;
-        break;
-    default:
-        if (!ModuloDoubles(left, right, value)) return false;
-        break;
+bool EqualVariants(Object* left, Object* right) {
+    const Kind leftKind = VariantKind(left);
+    const Kind rightKind = VariantKind(right);
+    if (IsNumber(leftKind) && IsNumber(rightKind)) {
+        return CompareNumbers(leftKind, Unbox(left), rightKind, Unbox(right)) == 0;
     }
-    result.object = BoxDouble(value);
-    return result.object != nullptr;
-}
-
-bool EqualVariants(Object* left, Kind leftKind, Object* right, Kind rightKind) {
-    if (IsNumber(leftKind) && IsNumber(rightKind)) return NumberOf(leftKind, left) == NumberOf(rightKind, right);
     if (leftKind != rightKind) return false;
     if (leftKind == Kind::STRING) return CompareStrings(UnboxString(left), UnboxString(right)) == 0;
     if (leftKind == Kind::BOOLEAN) return (UnboxInteger(left) != 0) == (UnboxInteger(right) != 0);
     return left == right;
 }
 
+// Nothing is lost: what becomes an Integer or Int64 has no fraction, what becomes a Currency at most four decimals, and
+// a Currency becomes nothing else.
+bool ConvertWithoutLoss(Kind from, Slot value, Kind to, Slot& result) {
+    if (from == Kind::CURRENCY || !IsNumber(from)) return false;
+    if (from == Kind::DOUBLE && to == Kind::CURRENCY && !ExactCurrencyOf(value.number)) return false;
+    Slot converted{};
+    if (!ConvertNumber(from, value, to, converted) || CompareNumbers(from, value, to, converted) != 0) return false;
+    result = converted;
+    return true;
+}
+
 } // namespace
 
-bool DivideIntegers(int32_t left, int32_t right, int32_t& result) {
-    if (right == 0) {
-        RaiseNew("DivisionByZeroException", 0, "division by zero");
-        return false;
-    }
-    result = WrappingDivide(left, right);
-    return true;
-}
-
-bool ModuloIntegers(int32_t left, int32_t right, int32_t& result) {
-    if (right == 0) {
-        RaiseNew("DivisionByZeroException", 0, "division by zero");
-        return false;
-    }
-    result = WrappingModulo(left, right);
-    return true;
-}
-
-bool DivideDoubles(double left, double right, double& result) {
-    if (right == 0) {
-        RaiseNew("DivisionByZeroException", 0, "division by zero");
-        return false;
-    }
-    result = left / right;
-    return true;
-}
-
-bool ModuloDoubles(double left, double right, double& result) {
-    if (right == 0) {
-        RaiseNew("DivisionByZeroException", 0, "division by zero");
-        return false;
-    }
-    result = std::fmod(left, right);
-    return true;
+bool ConvertOrRaise(uint16_t kinds, Slot value, Slot& result) {
+    const auto from = static_cast<Kind>(kinds >> 8);
+    const auto to = static_cast<Kind>(kinds & 0xFF);
+    if (ConvertNumber(from, value, to, result)) return true;
+    const bool isInexact = from == Kind::INT64 && to == Kind::DOUBLE;
+    RaiseNew("OverflowException", 0,
+             isInexact ? "no Double is " + NumberText(from, value)
+                       : NumberText(from, value) + " does not fit " + (to == Kind::CURRENCY ? "a " : "an ")
+                             + BuiltInName(to));
+    return false;
 }
 
 bool OperateVariants(VariantOperation operation, Object* left, Object* right, Slot& result) {
@@ -130,16 +162,15 @@ bool OperateVariants(VariantOperation operation, Object* left, Object* right, Sl
     bool areNumbers = IsNumber(leftKind) && IsNumber(rightKind);
     bool areStrings = leftKind == Kind::STRING && rightKind == Kind::STRING;
     if (operation == VariantOperation::EQUAL) {
-        result.integer = static_cast<int32_t>(EqualVariants(left, leftKind, right, rightKind));
+        result.integer = static_cast<int32_t>(EqualVariants(left, right));
         return true;
     }
     if (operation == VariantOperation::LESS || operation == VariantOperation::LESS_EQUAL) {
-        if (!areNumbers && !areStrings) return CannotOperate(operation, left, right);
-        double leftNumber =
-            areNumbers ? NumberOf(leftKind, left) : CompareStrings(UnboxString(left), UnboxString(right));
-        double rightNumber = areNumbers ? NumberOf(rightKind, right) : 0;
-        result.integer = static_cast<int32_t>(operation == VariantOperation::LESS ? leftNumber < rightNumber
-                                                                                  : leftNumber <= rightNumber);
+        bool areComparable = areStrings || (areNumbers && CommonNumber(leftKind, rightKind) != Kind::NOTHING);
+        if (!areComparable) return CannotOperate(operation, left, right);
+        std::partial_ordering order = areNumbers ? CompareNumbers(leftKind, Unbox(left), rightKind, Unbox(right))
+                                                 : CompareStrings(UnboxString(left), UnboxString(right)) <=> 0;
+        result.integer = static_cast<int32_t>(operation == VariantOperation::LESS ? order < 0 : order <= 0);
         return true;
     }
     if (operation == VariantOperation::ADD && areStrings) {
@@ -147,37 +178,18 @@ bool OperateVariants(VariantOperation operation, Object* left, Object* right, Sl
         result.object = IsExceptionPending() ? nullptr : BoxString(joined.Get());
         return result.object != nullptr;
     }
-    if (!areNumbers) return CannotOperate(operation, left, right);
-    bool areIntegers = leftKind == Kind::INTEGER && rightKind == Kind::INTEGER;
-    bool isIntegral = operation == VariantOperation::ADD || operation == VariantOperation::SUBTRACT
-                      || operation == VariantOperation::MULTIPLY || operation == VariantOperation::MODULO;
-    if (operation == VariantOperation::INTEGER_DIVIDE && !areIntegers) return CannotOperate(operation, left, right);
-    if (areIntegers && (isIntegral || operation == VariantOperation::INTEGER_DIVIDE)) {
-        return OperateIntegers(operation, UnboxInteger(left), UnboxInteger(right), result);
-    }
-    return OperateDoubles(operation, NumberOf(leftKind, left), NumberOf(rightKind, right), result);
+    return areNumbers ? OperateNumbers(operation, left, right, result) : CannotOperate(operation, left, right);
 }
 
 bool UnboxTo(Kind kind, Object* variant, Slot& result) {
-    static constexpr const char* NAMES[] = {"nothing", "Integer", "Boolean", "Double", "String"};
-    Kind actual = VariantKind(variant);
-    if (kind == Kind::DOUBLE && IsNumber(actual)) {
-        result.number = NumberOf(actual, variant);
+    const Kind actual = VariantKind(variant);
+    if (kind == actual) {
+        result = Unbox(variant);
+        if (kind == Kind::STRING) LockString(result.string);
         return true;
     }
-    if (kind == Kind::INTEGER && actual == Kind::DOUBLE) {
-        double number = UnboxDouble(variant);
-        result.integer = ToInteger(number);
-        if (result.integer == number) return true;
-    } else if (kind == actual && kind == Kind::STRING) {
-        result.string = UnboxString(variant);
-        LockString(result.string);
-        return true;
-    } else if (kind == actual) {
-        result.integer = UnboxInteger(variant);
-        return true;
-    }
-    return Mismatch("the Variant holds " + NameOf(variant) + ", not " + NAMES[static_cast<size_t>(kind)]);
+    if (IsNumber(kind) && ConvertWithoutLoss(actual, Unbox(variant), kind, result)) return true;
+    return Mismatch("the Variant holds " + NameOf(variant) + ", not " + BuiltInName(kind));
 }
 
 bool CutToInteger(double number, int32_t& result) {
@@ -203,11 +215,10 @@ int32_t FindInArray(const Array& array, Slot value) {
         case Kind::INTEGER: isEqual = element.integer == value.integer; break;
         case Kind::BOOLEAN: isEqual = (element.integer != 0) == (value.integer != 0); break;
         case Kind::DOUBLE: isEqual = element.number == value.number; break;
+        case Kind::INT64:
+        case Kind::CURRENCY: isEqual = element.wide == value.wide; break;
         case Kind::STRING: isEqual = CompareStrings(element.string, value.string) == 0; break;
-        case Kind::VARIANT:
-            isEqual =
-                EqualVariants(element.object, VariantKind(element.object), value.object, VariantKind(value.object));
-            break;
+        case Kind::VARIANT: isEqual = EqualVariants(element.object, value.object); break;
         default: isEqual = element.object == value.object; break;
         }
         if (isEqual) return i;
@@ -220,15 +231,21 @@ void RaiseOutOfBounds(int32_t index, const Array* array) {
              "index " + std::to_string(index) + " of an array of " + std::to_string(array->count));
 }
 
+void RaiseDivisionByZero() { RaiseNew("DivisionByZeroException", 0, "division by zero"); }
+
 void RaiseNilObject(std::string_view what) { RaiseNew("NilObjectException", 0, what); }
 
-std::string TextOfVariant(Object* variant) {
-    switch (VariantKind(variant)) {
-    case Kind::INTEGER: return std::to_string(UnboxInteger(variant));
-    case Kind::BOOLEAN: return UnboxInteger(variant) != 0 ? "True" : "False";
-    case Kind::DOUBLE: return NumberText(UnboxDouble(variant));
-    case Kind::STRING: return std::string(StringView(UnboxString(variant)));
-    default: return NameOf(variant);
+std::string TextOf(Kind kind, Slot value) {
+    if (IsNumber(kind)) return NumberText(kind, value);
+    switch (kind) {
+    case Kind::BOOLEAN: return value.integer != 0 ? "True" : "False";
+    case Kind::STRING: return std::string(StringView(value.string));
+    case Kind::VARIANT: {
+        const Kind held = VariantKind(value.object);
+        bool isObject = held == Kind::NOTHING || held == Kind::OBJECT || held == Kind::ARRAY;
+        return isObject ? NameOf(value.object) : TextOf(held, Unbox(value.object));
+    }
+    default: return value.object == nullptr ? "Nil" : value.object->cls->name;
     }
 }
 
@@ -237,12 +254,8 @@ std::string Abridged(Kind kind, Slot value) {
     if (kind == Kind::VARIANT) {
         Kind held = VariantKind(value.object);
         if (held == Kind::STRING) return Abridged(held, {.string = UnboxString(value.object)});
-        return TextOfVariant(value.object);
     }
     switch (kind) {
-    case Kind::INTEGER: return std::to_string(value.integer);
-    case Kind::BOOLEAN: return value.integer != 0 ? "True" : "False";
-    case Kind::DOUBLE: return NumberText(value.number);
     case Kind::STRING: {
         std::string text(StringView(value.string));
         if (text.size() > MAX_TEXT) {
@@ -257,7 +270,7 @@ std::string Abridged(Kind kind, Slot value) {
         }
         return quoted + "\"";
     }
-    default: return value.object == nullptr ? "Nil" : value.object->cls->name;
+    default: return TextOf(kind, value);
     }
 }
 

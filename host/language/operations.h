@@ -27,13 +27,14 @@ enum class VariantOperation : uint8_t {
 // Arithmetic gives a new Variant in result.object, comparisons an Integer 0 or 1.
 bool OperateVariants(VariantOperation operation, Object* left, Object* right, Slot& result);
 
-// The value of a Variant as another type. Integer and Double convert to each other when nothing is lost.
+// The value of a Variant as another type. Numbers convert to each other when nothing is lost.
 bool UnboxTo(Kind kind, Object* variant, Slot& result);
 
-bool DivideIntegers(int32_t left, int32_t right, int32_t& result);
-bool ModuloIntegers(int32_t left, int32_t right, int32_t& result);
-bool DivideDoubles(double left, double right, double& result);
-bool ModuloDoubles(double left, double right, double& result);
+// A number as one of another kind; `kinds` is the ConversionOf the two.
+bool ConvertOrRaise(uint16_t kinds, Slot value, Slot& result);
+constexpr uint16_t ConversionOf(Kind from, Kind to) {
+    return static_cast<uint16_t>((static_cast<uint16_t>(from) << 8) | static_cast<uint16_t>(to));
+}
 
 // The number without its fraction; false when no Integer is as large.
 bool CutToInteger(double number, int32_t& result);
@@ -44,12 +45,13 @@ int32_t FindInArray(const Array& array, Slot value);
 // "index 3 of an array of 2"
 void RaiseOutOfBounds(int32_t index, const Array* array);
 void RaiseNilObject(std::string_view what);
+void RaiseDivisionByZero();
 
 // A value as an error report shows it: "abc", 5, XmlElement; long texts are cut.
 std::string Abridged(Kind kind, Slot value);
 
 // What Print shows.
-std::string TextOfVariant(Object* variant);
+std::string TextOf(Kind kind, Slot value);
 
 // Gives back what a variable or argument of this storage holds.
 void ReleaseSlot(Slot slot, Storage storage);

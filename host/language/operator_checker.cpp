@@ -41,6 +41,18 @@ bool IsLogical(Operation operation) {
     return operation == Operation::AND || operation == Operation::OR || operation == Operation::XOR;
 }
 
+bool IsWhole(const ValueType& type) { return type.Is(TypeKind::INTEGER) || type.Is(TypeKind::INT64); }
+
+// Where the other side is a Currency, a Double as it is written is one too.
+void TakeAsCurrency(Node& node, const Node& other) {
+    const auto* number = std::get_if<double>(&node.constant);
+    if (!node.IsConstant() || number == nullptr || !other.type.Is(TypeKind::CURRENCY)) return;
+    std::optional<Currency> amount = ExactCurrencyOf(*number);
+    if (!amount) return;
+    node.constant = *amount;
+    node.type = CURRENCY_TYPE;
+}
+
 bool CanBeUnboxed(const ValueType& type) {
     return type.IsNumber() || type.Is(TypeKind::STRING) || type.Is(TypeKind::BOOLEAN);
 }
@@ -61,24 +73,24 @@ ValueType OperandType(Operation operation, const ValueType& left, const ValueTyp
         return NIL_TYPE;
     }
     if (IsLogical(operation)) {
+        if (IsWhole(left) && IsWhole(right)) return CommonNumber(left, right);
         if (hasVariant) {
             const ValueType& other = left.Is(TypeKind::VARIANT) ? right : left;
-            return other.Is(TypeKind::INTEGER)                                  ? INTEGER_TYPE
+            return IsWhole(other)                                               ? other
                    : other.Is(TypeKind::BOOLEAN) || other.Is(TypeKind::VARIANT) ? BOOLEAN_TYPE
                                                                                 : INVALID_TYPE;
         }
-        bool fits = left == right && (left.Is(TypeKind::BOOLEAN) || left.Is(TypeKind::INTEGER));
-        return fits ? left : INVALID_TYPE;
+        return left == right && left.Is(TypeKind::BOOLEAN) ? left : INVALID_TYPE;
     }
     if (hasVariant) {
         const ValueType& other = left.Is(TypeKind::VARIANT) ? right : left;
         return CanBeUnboxed(other) || other.Is(TypeKind::VARIANT) ? VARIANT_TYPE : INVALID_TYPE;
     }
     if (left.IsNumber() && right.IsNumber()) {
-        if (operation == Operation::DIVIDE || operation == Operation::POWER) return DOUBLE_TYPE;
-        bool areIntegers = left.Is(TypeKind::INTEGER) && right.Is(TypeKind::INTEGER);
-        if (operation == Operation::INTEGER_DIVIDE) return areIntegers ? INTEGER_TYPE : INVALID_TYPE;
-        return areIntegers ? INTEGER_TYPE : DOUBLE_TYPE;
+        const ValueType common = CommonNumber(left, right);
+        if (operation == Operation::POWER) return common.Is(TypeKind::CURRENCY) ? INVALID_TYPE : DOUBLE_TYPE;
+        if (operation == Operation::INTEGER_DIVIDE) return IsWhole(common) ? common : INVALID_TYPE;
+        return operation == Operation::DIVIDE && IsWhole(common) ? DOUBLE_TYPE : common;
     }
     if (!(left == right)) return INVALID_TYPE;
     if (left.Is(TypeKind::STRING)) {
@@ -91,12 +103,16 @@ ValueType OperandType(Operation operation, const ValueType& left, const ValueTyp
 
 NodePtr ExpressionChecker::Binary(Operation operation, NodePtr left, NodePtr right, const Span& span) {
     if (left->IsInvalid() || right->IsInvalid()) return InvalidNode(span);
+    TakeAsCurrency(*left, *right);
+    TakeAsCurrency(*right, *left);
     ValueType type = OperandType(operation, left->type, right->type);
     if (type.Is(TypeKind::INVALID)) {
         std::string hint;
         bool hasString = left->type.Is(TypeKind::STRING) || right->type.Is(TypeKind::STRING);
         if (operation == Operation::ADD && hasString) hint = " (convert the other side with Str(…))";
         if (operation == Operation::INTEGER_DIVIDE) hint = " (use \"/\")";
+        bool isMoney = left->type.IsNumber() && right->type.IsNumber() && operation != Operation::INTEGER_DIVIDE;
+        if (isMoney) hint = " (convert one side with Currency(…) or Double(…))";
         Error(span, std::string("\"") + SymbolOf(operation) + "\" cannot be applied to " + left->type.Text() + " and "
                         + right->type.Text() + hint);
         return InvalidNode(span);

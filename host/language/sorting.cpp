@@ -62,7 +62,8 @@ void SortOrder(Order& order, const Before& isBefore) {
 
 bool KeyIsBefore(Kind kind, Slot left, Slot right) {
     if (kind == Kind::STRING) return StringView(left.string) < StringView(right.string);
-    return kind == Kind::DOUBLE ? IsBefore(left.number, right.number) : left.integer < right.integer;
+    if (kind == Kind::DOUBLE) return IsBefore(left.number, right.number);
+    return IsWide(kind) ? left.wide < right.wide : left.integer < right.integer;
 }
 
 } // namespace
@@ -72,6 +73,8 @@ void SortArray(Array& array) {
         std::sort(array.Integers(), array.Integers() + array.count);
     } else if (array.element == Kind::DOUBLE) {
         std::sort(array.Numbers(), array.Numbers() + array.count, IsBefore);
+    } else if (IsWide(array.element)) {
+        std::sort(array.Wides(), array.Wides() + array.count);
     } else if (array.element == Kind::STRING) {
         std::stable_sort(array.Strings(), array.Strings() + array.count,
                          [](const String* left, const String* right) { return StringView(left) < StringView(right); });

@@ -321,15 +321,12 @@ void StatementCompiler::Print(NodePtr value, bool isExpression) {
         return;
     }
     if (!Generating()) return;
-    Opcode opcode = value->type.Is(TypeKind::STRING)    ? Opcode::PRINT_STRING
-                    : value->type.Is(TypeKind::INTEGER) ? Opcode::PRINT_INTEGER
-                    : value->type.Is(TypeKind::BOOLEAN) ? Opcode::PRINT_BOOLEAN
-                    : value->type.Is(TypeKind::DOUBLE)  ? Opcode::PRINT_DOUBLE
-                    : isExpression                      ? Opcode::SHOW
-                                                        : Opcode::PRINT_VARIANT;
     uint16_t top = generator_.Top();
     Value printed = generator_.Generate(*value);
-    generator_.Emit(opcode, printed.reg);
+    const Kind kind = KindOf(value->type.kind);
+    const bool isShown = isExpression && (HoldsObject(kind) || kind == Kind::NOTHING);
+    const Opcode opcode = kind == Kind::STRING ? Opcode::PRINT_STRING : isShown ? Opcode::SHOW : Opcode::PRINT_VALUE;
+    generator_.Emit(opcode, printed.reg, static_cast<size_t>(kind));
     generator_.Release(printed, value->type);
     generator_.SetTop(top);
 }

@@ -1,6 +1,8 @@
 // Texts of types and signatures as messages show them, and the class hierarchy.
 #include "host/language/symbols.h"
 
+#include "host/runtime/numbers.h"
+
 #include <algorithm>
 
 namespace host::language {
@@ -17,6 +19,8 @@ const char* NameOf(TypeKind kind) {
     case TypeKind::DOUBLE: return "Double";
     case TypeKind::STRING: return "String";
     case TypeKind::VARIANT: return "Variant";
+    case TypeKind::INT64: return "Int64";
+    case TypeKind::CURRENCY: return "Currency";
     case TypeKind::OBJECT: return "Object";
     case TypeKind::ARRAY: return "Array";
     case TypeKind::ADDRESS: return "the address of a function";
@@ -43,6 +47,8 @@ Kind KindOf(TypeKind kind) {
     case TypeKind::DOUBLE: return Kind::DOUBLE;
     case TypeKind::STRING: return Kind::STRING;
     case TypeKind::VARIANT: return Kind::VARIANT;
+    case TypeKind::INT64: return Kind::INT64;
+    case TypeKind::CURRENCY: return Kind::CURRENCY;
     case TypeKind::OBJECT: return Kind::OBJECT;
     case TypeKind::ARRAY: return Kind::ARRAY;
     default: return Kind::NOTHING;
@@ -57,11 +63,23 @@ Type RuntimeType(const ValueType& type) {
     return result;
 }
 
+ValueType CommonNumber(const ValueType& left, const ValueType& right) {
+    switch (host::CommonNumber(KindOf(left.kind), KindOf(right.kind))) {
+    case Kind::INTEGER: return INTEGER_TYPE;
+    case Kind::INT64: return INT64_TYPE;
+    case Kind::DOUBLE: return DOUBLE_TYPE;
+    case Kind::CURRENCY: return CURRENCY_TYPE;
+    default: return INVALID_TYPE;
+    }
+}
+
 ValueType TypeOf(const ConstantValue& value) {
     if (std::holds_alternative<bool>(value)) return BOOLEAN_TYPE;
     if (std::holds_alternative<int32_t>(value)) return INTEGER_TYPE;
     if (std::holds_alternative<double>(value)) return DOUBLE_TYPE;
     if (std::holds_alternative<ConstantText>(value)) return STRING_TYPE;
+    if (std::holds_alternative<int64_t>(value)) return INT64_TYPE;
+    if (std::holds_alternative<Currency>(value)) return CURRENCY_TYPE;
     return NIL_TYPE;
 }
 

@@ -29,6 +29,8 @@ enum class TypeKind : uint8_t {
     VARIANT,
     OBJECT,
     ARRAY,
+    INT64,
+    CURRENCY,
     ADDRESS, // of a function, until it is known what it is wanted for
 };
 
@@ -39,7 +41,9 @@ struct ValueType {
 
     bool operator==(const ValueType&) const = default;
     bool Is(TypeKind other) const { return kind == other; }
-    bool IsNumber() const { return kind == TypeKind::INTEGER || kind == TypeKind::DOUBLE; }
+    bool IsNumber() const { return kind == TypeKind::INTEGER || IsWide(); }
+    // Takes 64 bits, without being a reference.
+    bool IsWide() const { return kind == TypeKind::DOUBLE || kind == TypeKind::INT64 || kind == TypeKind::CURRENCY; }
     // Held as a pointer to an object: can be Nil.
     bool IsReference() const {
         return kind == TypeKind::OBJECT || kind == TypeKind::VARIANT || kind == TypeKind::ARRAY
@@ -58,12 +62,17 @@ inline constexpr ValueType BOOLEAN_TYPE{TypeKind::BOOLEAN};
 inline constexpr ValueType DOUBLE_TYPE{TypeKind::DOUBLE};
 inline constexpr ValueType STRING_TYPE{TypeKind::STRING};
 inline constexpr ValueType VARIANT_TYPE{TypeKind::VARIANT};
+inline constexpr ValueType INT64_TYPE{TypeKind::INT64};
+inline constexpr ValueType CURRENCY_TYPE{TypeKind::CURRENCY};
 
 Storage StorageOf(const ValueType& type);
 
 // The type at the boundary to native code.
 Kind KindOf(TypeKind kind);
 Type RuntimeType(const ValueType& type);
+
+// What arithmetic on two numbers is done in; INVALID for a Double and a Currency.
+ValueType CommonNumber(const ValueType& left, const ValueType& right);
 
 // The type of a constant of a record or program.
 ValueType TypeOf(const ConstantValue& value);

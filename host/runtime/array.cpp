@@ -18,7 +18,7 @@ namespace {
 
 constexpr int32_t FIRST_CAPACITY = 4;
 
-size_t ElementSize(Kind element) { return element == Kind::DOUBLE ? sizeof(double) : sizeof(int32_t); }
+size_t ElementSize(Kind element) { return IsWide(element) ? sizeof(int64_t) : sizeof(int32_t); }
 
 std::byte* ElementAt(const Array* array, int32_t index) {
     return static_cast<std::byte*>(array->data) + index * static_cast<ptrdiff_t>(ElementSize(array->element));

@@ -9,8 +9,8 @@
 
 namespace host {
 
-// Elements lie one after the other: 8 bytes for Double, else a word. Strings, objects and variants are owned. There may
-// be room at both ends, so that elements come and go there in constant time.
+// Elements lie one after the other, of 8 bytes if they are wide, else of a word. Strings, objects and variants are
+// owned. There may be room at both ends, so that elements come and go there in constant time.
 struct Array : Object {
     Kind element;
     int32_t count;
@@ -19,6 +19,7 @@ struct Array : Object {
     void* data;       // the first element
 
     int32_t* Integers() { return static_cast<int32_t*>(data); } // Integer and Boolean
+    int64_t* Wides() { return static_cast<int64_t*>(data); }    // Int64 and Currency
     double* Numbers() { return static_cast<double*>(data); }
     String** Strings() { return static_cast<String**>(data); }
     Object** Objects() { return static_cast<Object**>(data); } // Object and Variant

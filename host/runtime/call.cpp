@@ -24,12 +24,18 @@ ffi_type* FfiType(Kind kind) {
     switch (kind) {
     case Kind::NOTHING: return &ffi_type_void;
     case Kind::DOUBLE: return &ffi_type_double;
+    case Kind::INT64:
+    case Kind::CURRENCY: return &ffi_type_sint64;
     default: return &ffi_type_sint32;
     }
 }
 
 // Only the width matters, so most signatures share a shape.
-char KindCode(Kind kind) { return kind == Kind::NOTHING ? 'v' : kind == Kind::DOUBLE ? 'd' : 'w'; }
+char KindCode(Kind kind) {
+    if (kind == Kind::NOTHING) return 'v';
+    if (kind == Kind::DOUBLE) return 'd';
+    return IsWide(kind) ? 'l' : 'w';
+}
 
 std::vector<Kind> ArgumentKinds(const Signature& signature, bool withObject) {
     std::vector<Kind> kinds;
@@ -82,13 +88,12 @@ const CallShape* ShapeOf(const std::vector<Kind>& arguments, Kind result) {
     if (shape) return shape.get();
 
     shape = std::make_unique<CallShape>();
-    shape->result = result == Kind::NOTHING || result == Kind::DOUBLE ? result : Kind::INTEGER;
+    shape->result = result == Kind::NOTHING || IsWide(result) ? result : Kind::INTEGER;
     for (Kind kind : arguments) {
-        shape->isWide.push_back(kind == Kind::DOUBLE ? 1 : 0);
+        shape->isWide.push_back(IsWide(kind) ? 1 : 0);
         shape->types.push_back(FfiType(kind));
     }
-    bool hasWide =
-        result == Kind::DOUBLE || std::find(arguments.begin(), arguments.end(), Kind::DOUBLE) != arguments.end();
+    bool hasWide = IsWide(result) || std::any_of(arguments.begin(), arguments.end(), IsWide);
     if (!hasWide && arguments.size() < WORD_CALLS.size()) shape->wordCall = WORD_CALLS[arguments.size()];
     if (ffi_prep_cif(&shape->cif, FFI_DEFAULT_ABI, static_cast<unsigned>(arguments.size()), FfiType(result),
                      shape->types.data())
@@ -141,10 +146,10 @@ void Closure::Call(ffi_raw* words, Slot& value) const {
         many.resize(count);
         arguments = many.data();
     }
-    // The words of a raw closure are the caller's stack: a Double takes two.
+    // The words of a raw closure are the caller's stack: a wide value takes two.
     for (size_t i = 0; i < count; ++i) {
         if (shape.isWide[i]) {
-            std::memcpy(&arguments[i].number, words, sizeof(double));
+            std::memcpy(&arguments[i].wide, words, sizeof(int64_t));
             words += 2;
         } else {
             arguments[i].integer = (words++)->sint;
@@ -167,8 +172,8 @@ void Closure::Enter(ffi_cif*, void* result, ffi_raw* words, void* self) noexcept
     } catch (const std::bad_alloc&) {
         RaiseOutOfMemory();
     }
-    if (shape.result == Kind::DOUBLE) {
-        std::memcpy(result, &value.number, sizeof(double));
+    if (IsWide(shape.result)) {
+        std::memcpy(result, &value.wide, sizeof(int64_t));
     } else if (shape.result != Kind::NOTHING) {
         *static_cast<ffi_sarg*>(result) = value.integer;
     }

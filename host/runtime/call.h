@@ -19,6 +19,7 @@ struct String;
 union Slot {
     int32_t integer; // Integer and Boolean
     double number;
+    int64_t wide; // Int64 and Currency, and a copy of any other
     String* string;
     Object* object; // Object and Variant
     Array* array;
@@ -28,7 +29,7 @@ static_assert(sizeof(Slot) == 8);
 
 // What a call passes and returns, derived from a signature; made once for each shape and shared.
 struct CallShape {
-    std::vector<uint8_t> isWide; // per argument: a Double by value, which takes two words
+    std::vector<uint8_t> isWide; // per argument: a value that takes two words
     Kind result;
     std::vector<ffi_type*> types;
     ffi_cif cif;

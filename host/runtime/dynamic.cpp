@@ -24,29 +24,25 @@ std::optional<Value> Coerce(const Value& value, const Type& type) {
     case Kind::DOUBLE:
         if (from == Kind::INTEGER) return Value(static_cast<double>(value.Integer()));
         break;
+    case Kind::INT64:
+        if (from == Kind::INTEGER) return Value(int64_t{value.Integer()});
+        break;
     case Kind::OBJECT:
         if (Class* cls = FindClass(type.className);
             from == Kind::OBJECT && (value.Get().object != nullptr) && (cls != nullptr)) {
             if (!value.Get().object->cls->IsA(cls)) return std::nullopt;
         }
         break;
-    case Kind::VARIANT:
-        switch (from) {
-        case Kind::INTEGER: return Value::Adopt(Kind::VARIANT, {.object = BoxInteger(value.Integer())});
-        case Kind::BOOLEAN: return Value::Adopt(Kind::VARIANT, {.object = BoxBoolean(value.Integer())});
-        case Kind::DOUBLE: return Value::Adopt(Kind::VARIANT, {.object = BoxDouble(value.Double())});
-        case Kind::STRING: return Value::Adopt(Kind::VARIANT, {.object = BoxString(value.Get().string)});
-        default: return Value::Share(Kind::VARIANT, value.Get());
-        }
+    case Kind::VARIANT: return Value::Adopt(Kind::VARIANT, {.object = Box(from, value.Get())});
     case Kind::ARRAY:
         if (Array* array = AsArray(value.GetObject().Get()); (array != nullptr) && array->element != type.element)
             return std::nullopt;
         break;
     case Kind::NOTHING: return Value();
-    case Kind::STRING: break;
+    default: break;
     }
     if (from == type.kind) return value;
-    bool isNil = from == Kind::NOTHING && type.kind != Kind::DOUBLE;
+    bool isNil = from == Kind::NOTHING && !IsWide(type.kind);
     return isNil ? std::optional(Value::Adopt(type.kind, {})) : std::nullopt;
 }
 
@@ -55,15 +51,8 @@ Value FromSlot(Kind kind, Slot slot) {
     if (kind == Kind::NOTHING) return {};
     Value value = Value::Adopt(kind, slot);
     if (kind != Kind::VARIANT) return value;
-    switch (VariantKind(slot.object)) {
-    case Kind::INTEGER: return UnboxInteger(slot.object);
-    case Kind::BOOLEAN: return Value::Adopt(Kind::BOOLEAN, {.integer = UnboxInteger(slot.object)});
-    case Kind::DOUBLE: return UnboxDouble(slot.object);
-    case Kind::STRING: return Value(StringRef::Share(UnboxString(slot.object)));
-    default:
-        return Value::Share((slot.object != nullptr) && (AsArray(slot.object) != nullptr) ? Kind::ARRAY : Kind::OBJECT,
-                            slot);
-    }
+    const Kind held = VariantKind(slot.object);
+    return Value::Share(held == Kind::NOTHING ? Kind::OBJECT : held, Unbox(slot.object));
 }
 
 Value DefaultOf(const FormalParameter& parameter) {

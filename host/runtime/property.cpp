@@ -3,13 +3,12 @@
 
 #include "host/runtime/class.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace host {
 
 namespace {
-
-bool IsObjectKind(Kind kind) { return kind == Kind::OBJECT || kind == Kind::VARIANT || kind == Kind::ARRAY; }
 
 Property* PropertyOf(Object* object, std::string_view name) {
     return object != nullptr ? object->cls->FindProperty(name) : nullptr;
@@ -29,13 +28,13 @@ Slot ReadProperty(Object* object, const Property& property) {
         return value;
     }
     Kind kind = property.type.kind;
-    if (kind == Kind::DOUBLE) {
-        value.number = DataAt<double>(object, property.offset);
+    if (IsWide(kind)) {
+        value.wide = DataAt<int64_t>(object, property.offset);
     } else {
         value.integer = DataAt<int32_t>(object, property.offset);
     }
     if (kind == Kind::STRING) LockString(value.string);
-    if (IsObjectKind(kind)) LockObject(value.object);
+    if (HoldsObject(kind)) LockObject(value.object);
     return value;
 }
 
@@ -46,7 +45,9 @@ void WriteProperty(Object* object, const Property& property, Slot value) {
         return;
     }
     switch (property.type.kind) {
-    case Kind::DOUBLE: DataAt<double>(object, property.offset) = value.number; break;
+    case Kind::DOUBLE:
+    case Kind::INT64:
+    case Kind::CURRENCY: DataAt<int64_t>(object, property.offset) = value.wide; break;
     case Kind::STRING:
         LockString(value.string);
         UnlockString(std::exchange(DataAt<String*>(object, property.offset), value.string));
@@ -63,8 +64,11 @@ void WriteProperty(Object* object, const Property& property, Slot value) {
 
 bool GetIntegerProperty(Object* object, std::string_view name, int32_t& value) {
     const Property* property = PropertyOf(object, name);
-    if ((property == nullptr) || property->read == Access::NONE || !IsWord(*property)) return false;
-    value = ReadProperty(object, *property).integer;
+    if ((property == nullptr) || property->read == Access::NONE) return false;
+    const bool isInt64 = property->type.kind == Kind::INT64;
+    if (!isInt64 && !IsWord(*property)) return false;
+    const Slot slot = ReadProperty(object, *property);
+    value = isInt64 ? static_cast<int32_t>(std::clamp<int64_t>(slot.wide, INT32_MIN, INT32_MAX)) : slot.integer;
     return true;
 }
 

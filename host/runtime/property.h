@@ -18,7 +18,7 @@ Slot ReadProperty(Object* object, const Property& property);
 void WriteProperty(Object* object, const Property& property, Slot value);
 
 // By name: false if the object is nil or has no such property, or it is of another type or not accessible that way.
-// Integer access covers Boolean properties.
+// Integer access covers Boolean properties, and reads Int64 ones (what does not fit as the nearest Integer).
 bool GetIntegerProperty(Object* object, std::string_view name, int32_t& value);
 bool SetIntegerProperty(Object* object, std::string_view name, int32_t value);
 bool GetStringProperty(Object* object, std::string_view name, StringRef& value);

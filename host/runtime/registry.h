@@ -35,7 +35,7 @@ Event* AddEvent(Class& cls, Signature signature);
 Class* Publish(std::unique_ptr<Class> cls);
 
 // Bytes of a value of this kind in a field.
-constexpr int32_t FieldSize(Kind kind) { return kind == Kind::DOUBLE ? 8 : 4; }
+constexpr int32_t FieldSize(Kind kind) { return IsWide(kind) ? 8 : 4; }
 
 // Runs `action`, and adds the name of what is being defined to the error it throws.
 template <typename Action>

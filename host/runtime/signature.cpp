@@ -12,13 +12,17 @@ namespace host {
 
 namespace {
 
-constexpr std::array<std::pair<const char*, Kind>, 5> BUILT_IN_TYPES = {{
+constexpr std::array<std::pair<const char*, Kind>, 7> BUILT_IN_TYPES = {{
     {"Integer", Kind::INTEGER},
     {"Boolean", Kind::BOOLEAN},
     {"Double", Kind::DOUBLE},
     {"String", Kind::STRING},
     {"Variant", Kind::VARIANT},
+    {"Int64", Kind::INT64},
+    {"Currency", Kind::CURRENCY},
 }};
+
+} // namespace
 
 const char* BuiltInName(Kind kind) {
     for (const auto& [name, builtIn] : BUILT_IN_TYPES) {
@@ -27,7 +31,11 @@ const char* BuiltInName(Kind kind) {
     return "";
 }
 
-} // namespace
+std::vector<std::string> BuiltInTypeNames() {
+    std::vector<std::string> names;
+    for (const auto& [name, kind] : BUILT_IN_TYPES) names.emplace_back(name);
+    return names;
+}
 
 std::string Type::Text() const {
     Kind plain = kind == Kind::ARRAY ? element : kind;

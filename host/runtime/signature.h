@@ -17,9 +17,19 @@ struct DefinitionError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// What a value is at the boundary. Integer and Boolean are 32-bit words (any non-zero word is True), Double is 64 bits,
-// the rest are pointers: String*, Object*, a boxed value or object (Variant), Array*.
-enum class Kind : uint8_t { NOTHING, INTEGER, BOOLEAN, DOUBLE, STRING, OBJECT, VARIANT, ARRAY };
+// What a value is at the boundary. Integer and Boolean are 32-bit words (any non-zero word is True), Double, Int64
+// and Currency (ten-thousandths) 64 bits, the rest pointers: String*, Object*, a boxed value or object (Variant),
+// Array*.
+enum class Kind : uint8_t { NOTHING, INTEGER, BOOLEAN, DOUBLE, STRING, OBJECT, VARIANT, ARRAY, INT64, CURRENCY };
+
+// Whether a value takes 64 bits; the others take 32.
+constexpr bool IsWide(Kind kind) { return kind == Kind::DOUBLE || kind == Kind::INT64 || kind == Kind::CURRENCY; }
+constexpr bool IsNumber(Kind kind) { return kind == Kind::INTEGER || IsWide(kind); }
+constexpr bool HoldsObject(Kind kind) { return kind == Kind::OBJECT || kind == Kind::VARIANT || kind == Kind::ARRAY; }
+
+// The type's name; "" for what is named by its class.
+const char* BuiltInName(Kind kind);
+std::vector<std::string> BuiltInTypeNames();
 
 struct Type {
     Kind kind = Kind::NOTHING;

@@ -5,8 +5,6 @@ namespace host {
 
 namespace {
 
-bool HoldsObject(Kind kind) { return kind == Kind::OBJECT || kind == Kind::VARIANT || kind == Kind::ARRAY; }
-
 void Lock(Kind kind, Slot slot) {
     if (kind == Kind::STRING) LockString(slot.string);
     if (HoldsObject(kind)) LockObject(slot.object);

@@ -17,6 +17,8 @@ class Value {
 public:
     Value() = default; // Kind::NOTHING; as an argument: nil
     Value(int32_t value) : kind_(Kind::INTEGER) { slot_.integer = value; }
+    Value(int64_t value) : kind_(Kind::INT64) { slot_.wide = value; }
+    Value(Currency value) : kind_(Kind::CURRENCY) { slot_.wide = value.units; }
     Value(std::same_as<bool> auto value) : kind_(Kind::BOOLEAN) { slot_.integer = value; }
     Value(double value) : kind_(Kind::DOUBLE) { slot_.number = value; }
     Value(std::string_view utf8) : Value(StringRef(utf8)) {}

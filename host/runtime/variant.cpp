@@ -13,6 +13,9 @@ struct IntegerBox : Object {
 struct DoubleBox : Object {
     double value;
 };
+struct WideBox : Object {
+    int64_t value;
+};
 struct StringBox : Object {
     String* value;
 };
@@ -46,6 +49,20 @@ Object* BoxString(String* value) {
     return box;
 }
 
+Object* BoxInt64(int64_t value) { return MakeBox<WideBox, Kind::INT64>("Int64 in a Variant", value); }
+
+Object* Box(Kind kind, Slot value) {
+    switch (kind) {
+    case Kind::INTEGER: return BoxInteger(value.integer);
+    case Kind::BOOLEAN: return BoxBoolean(value.integer);
+    case Kind::DOUBLE: return BoxDouble(value.number);
+    case Kind::STRING: return BoxString(value.string);
+    case Kind::INT64: return BoxInt64(value.wide);
+    case Kind::CURRENCY: return MakeBox<WideBox, Kind::CURRENCY>("Currency in a Variant", value.wide);
+    default: LockObject(value.object); return value.object;
+    }
+}
+
 Kind VariantKind(const Object* variant) {
     if (variant == nullptr) return Kind::NOTHING;
     Kind kind = variant->cls->boxKind;
@@ -55,5 +72,18 @@ Kind VariantKind(const Object* variant) {
 int32_t UnboxInteger(Object* box) { return static_cast<IntegerBox*>(box)->value; }
 double UnboxDouble(Object* box) { return static_cast<DoubleBox*>(box)->value; }
 String* UnboxString(Object* box) { return static_cast<StringBox*>(box)->value; }
+int64_t UnboxWide(Object* box) { return static_cast<WideBox*>(box)->value; }
+
+Slot Unbox(Object* variant) {
+    switch (VariantKind(variant)) {
+    case Kind::INTEGER:
+    case Kind::BOOLEAN: return {.integer = UnboxInteger(variant)};
+    case Kind::DOUBLE: return {.number = UnboxDouble(variant)};
+    case Kind::INT64:
+    case Kind::CURRENCY: return {.wide = UnboxWide(variant)};
+    case Kind::STRING: return {.string = UnboxString(variant)};
+    default: return {.object = variant};
+    }
+}
 
 } // namespace host

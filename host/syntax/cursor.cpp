@@ -148,13 +148,10 @@ std::optional<ConstantValue> TokenCursor::ReadConstant() {
     bool negative = Accept(TokenKind::MINUS);
     const Token& token = Peek();
     ConstantValue value;
-    if (token.kind == TokenKind::INTEGER) {
-        value = negative ? static_cast<int32_t>(0U - static_cast<uint32_t>(token.integer)) : token.integer;
-        if (!negative && token.number > 2147483647.0) {
-            diagnostics_.Error(token.span, "number too large for an Integer");
-        }
-    } else if (token.kind == TokenKind::DOUBLE) {
-        value = negative ? -token.number : token.number;
+    if (token.kind == TokenKind::INTEGER || token.kind == TokenKind::DOUBLE) {
+        std::optional<ConstantValue> number = NumberValue(token, negative);
+        if (!number) diagnostics_.Error(token.span, NUMBER_TOO_LARGE);
+        value = number.value_or(0);
     } else if (!negative && token.kind == TokenKind::STRING) {
         value = StringValue(token);
     } else if (!negative && (token.keyword == Keyword::TRUE || token.keyword == Keyword::FALSE)) {

@@ -15,6 +15,8 @@ std::string FormatType(const TypeName& type) { return type.name + (type.isArray 
 std::string FormatConstant(const ConstantValue& value) {
     if (const bool* boolean = std::get_if<bool>(&value)) return *boolean ? "True" : "False";
     if (const int32_t* integer = std::get_if<int32_t>(&value)) return std::to_string(*integer);
+    if (const int64_t* wide = std::get_if<int64_t>(&value)) return std::to_string(*wide);
+    if (const Currency* amount = std::get_if<Currency>(&value)) return CurrencyText(*amount);
     if (const double* number = std::get_if<double>(&value)) {
         std::array<char, 32> digits{};
         auto end = std::to_chars(digits.data(), digits.data() + digits.size(), *number).ptr;

@@ -1,6 +1,7 @@
 // Types, parameters and signatures as they are written.
 #pragma once
 
+#include "host/syntax/currency.h"
 #include "host/syntax/source.h"
 
 #include <cstdint>
@@ -19,8 +20,8 @@ struct ConstantText : std::string {
     ConstantText(std::string text) : std::string(std::move(text)) {}
 };
 
-// A constant as written in a source: Nil, Boolean, Integer, Double or String.
-using ConstantValue = std::variant<std::monostate, bool, int32_t, double, ConstantText>;
+// A constant: Nil, Boolean, Integer, Double, String, Int64 or Currency.
+using ConstantValue = std::variant<std::monostate, bool, int32_t, double, ConstantText, int64_t, Currency>;
 
 // A type as written, e.g. "XmlNode", or "String" with isArray for `map() as String`. Names are compared without case.
 struct TypeName {

@@ -52,6 +52,21 @@ const Operator* FindOperator(const Token& token) {
     return nullptr;
 }
 
+// Changes the sign of a number as it is written; false when the constant is none.
+bool Negate(ConstantValue& value) {
+    if (auto* integer = std::get_if<int32_t>(&value)) {
+        *integer = static_cast<int32_t>(0U - static_cast<uint32_t>(*integer));
+    } else if (auto* wide = std::get_if<int64_t>(&value)) {
+        *wide = static_cast<int64_t>(0U - static_cast<uint64_t>(*wide));
+        if (*wide == INT32_MIN) value = INT32_MIN;
+    } else if (auto* number = std::get_if<double>(&value)) {
+        *number = -*number;
+    } else {
+        return false;
+    }
+    return true;
+}
+
 ExpressionPtr Make(ExpressionKind kind) {
     auto expression = std::make_unique<Expression>();
     expression->kind = kind;
@@ -143,21 +158,14 @@ ExpressionPtr ExpressionParser::ParseUnary() {
     }
     cursor_.Next();
     bool isNot = token.keyword == Keyword::NOT;
+    minus_ = isNot ? nullptr : &token;
     auto unary = Make(isNot ? ExpressionKind::NOT : ExpressionKind::NEGATE);
     unary->nameSpan = token.span;
     unary->left = isNot ? ParseBinary(COMPARISON_LEVEL) : ParseUnary();
 
     // A negative number is a constant.
     if (!isNot && unary->left->kind == ExpressionKind::CONSTANT) {
-        ConstantValue& value = unary->left->constant;
-        if (auto* integer = std::get_if<int32_t>(&value)) {
-            *integer = static_cast<int32_t>(0U - static_cast<uint32_t>(*integer));
-            return Finish(std::move(unary->left), token.span);
-        }
-        if (auto* number = std::get_if<double>(&value)) {
-            *number = -*number;
-            return Finish(std::move(unary->left), token.span);
-        }
+        if (Negate(unary->left->constant)) return Finish(std::move(unary->left), token.span);
     }
     return Finish(std::move(unary), token.span);
 }
@@ -316,14 +324,13 @@ ExpressionPtr ExpressionParser::ParsePrimary() {
     if (token.keyword == Keyword::IF || token.kind == TokenKind::LEFT_BRACKET) return ParseList(token);
 
     ExpressionPtr expression = Make(ExpressionKind::CONSTANT);
-    if (token.kind == TokenKind::INTEGER) {
-        bool isNegated = cursor_.Previous().kind == TokenKind::MINUS;
-        if (token.number > 2147483647.0 && !isNegated) {
-            diagnostics_.Error(token.span, "number too large for an Integer; write it with \".0\" for a Double");
-        }
-        expression->constant = token.integer;
-    } else if (token.kind == TokenKind::DOUBLE) {
-        expression->constant = token.number;
+    if (token.kind == TokenKind::INTEGER || token.kind == TokenKind::DOUBLE) {
+        std::optional<ConstantValue> number = NumberValue(token, false);
+        // The least Int64 is a number only with its minus.
+        bool isNegated = &cursor_.Previous() == minus_ && cursor_.Peek(1).kind != TokenKind::CARET;
+        if (!number && isNegated) number = NumberValue(token, true);
+        if (!number) diagnostics_.Error(token.span, NUMBER_TOO_LARGE);
+        expression->constant = number.value_or(0);
     } else if (token.kind == TokenKind::STRING) {
         expression->constant = StringValue(token);
     } else if (token.keyword == Keyword::TRUE || token.keyword == Keyword::FALSE) {

@@ -41,6 +41,7 @@ private:
     TokenCursor& cursor_;
     DiagnosticList& diagnostics_;
     int nesting_ = 0;
+    const Token* minus_ = nullptr; // the sign that was read last
 };
 
 } // namespace host

@@ -276,20 +276,12 @@ private:
             while (IsNamePart(Peek())) at_++;
             diagnostics_.Error(Since(start), "a number cannot be followed by letters");
         }
-        double number = 0;
-        auto parsed = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-        if (parsed.ec != std::errc()) {
-            diagnostics_.Error(Since(start), "number out of range");
-            number = 0;
-        }
-        // 2147483648 is an Integer only behind a minus; the parser joins the two.
-        bool isInteger = !isDouble && number <= 2147483648.0;
-        Token& token = Add(isInteger ? TokenKind::INTEGER : TokenKind::DOUBLE, start);
-        token.number = number;
-        if (isInteger) token.integer = static_cast<int32_t>(static_cast<uint32_t>(number));
-        if (!isDouble && !isInteger) {
-            diagnostics_.Error(token.span, "number too large for an Integer; write it with \".0\" for a Double");
-        }
+        Token& token = Add(isDouble ? TokenKind::DOUBLE : TokenKind::INTEGER, start);
+        const char* end = digits.data() + digits.size();
+        auto parsed = isDouble ? std::from_chars(digits.data(), end, token.number)
+                               : std::from_chars(digits.data(), end, token.integer);
+        if (parsed.ec == std::errc()) return;
+        diagnostics_.Error(token.span, isDouble ? "number out of range" : NUMBER_TOO_LARGE);
     }
 
     void String() {
@@ -308,7 +300,7 @@ private:
         Add(TokenKind::STRING, start);
     }
 
-    // &hFF and &b11 are numbers (32 bits, so &hFFFFFFFF is -1), &u263A is the string of one character.
+    // &hFF and &b11 are numbers (&hFFFFFFFF has 32 bits and is -1), &u263A is the string of one character.
     void Prefixed() {
         size_t start = at_;
         if (Peek(1) == '&') {
@@ -328,17 +320,15 @@ private:
         at_ += 2;
         size_t digits = at_;
         while (IsNamePart(Peek())) at_++;
-        uint32_t value = 0;
+        uint64_t value = 0;
         const char* end = text_.data() + at_;
         auto parsed = std::from_chars(text_.data() + digits, end, value, base);
         bool isCharacter = value <= 0x10FFFF && (value < 0xD800 || value > 0xDFFF);
         if (parsed.ec != std::errc() || parsed.ptr != end || (prefix == 'u' && !isCharacter)) {
-            diagnostics_.Error(Since(start), prefix == 'u' ? "not a character" : "not a 32-bit number");
+            diagnostics_.Error(Since(start), prefix == 'u' ? "not a character" : "not a 64-bit number");
             value = 0;
         }
-        Token& token = Add(prefix == 'u' ? TokenKind::STRING : TokenKind::INTEGER, start);
-        token.integer = static_cast<int32_t>(value);
-        token.number = token.integer;
+        Add(prefix == 'u' ? TokenKind::STRING : TokenKind::INTEGER, start).integer = value;
     }
 
     // Stands where something could not be read, so that the parser does not join what is around it.
@@ -435,6 +425,17 @@ bool CanBeName(Keyword keyword) {
     case Keyword::STEP: return true;
     default: return false;
     }
+}
+
+std::optional<ConstantValue> NumberValue(const Token& token, bool isNegated) {
+    if (token.kind == TokenKind::DOUBLE) return isNegated ? -token.number : token.number;
+    const uint64_t value = isNegated ? 0 - token.integer : token.integer;
+    const uint64_t sign = isNegated ? 1 : 0;
+    // Digits of another base stand for bits.
+    bool isBits = token.text.starts_with('&');
+    if (token.integer <= (isBits ? uint64_t{UINT32_MAX} : INT32_MAX + sign)) return static_cast<int32_t>(value);
+    if (isBits || token.integer <= INT64_MAX + sign) return static_cast<int64_t>(value);
+    return std::nullopt;
 }
 
 std::string_view KeywordName(Keyword keyword) {

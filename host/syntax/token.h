@@ -1,10 +1,12 @@
 // Tokens and keywords.
 #pragma once
 
+#include "host/syntax/declaration.h"
 #include "host/syntax/names.h"
 #include "host/syntax/source.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -122,9 +124,13 @@ struct Token {
     Keyword keyword = Keyword::NONE;
     Span span;
     std::string_view text; // as written, in the source file
-    int32_t integer = 0;   // of an INTEGER
-    double number = 0;     // of an INTEGER or a DOUBLE
+    uint64_t integer = 0;  // of an INTEGER; from 2^31 on an Int64
+    double number = 0;     // of a DOUBLE
 };
+
+inline constexpr const char* NUMBER_TOO_LARGE = "number too large for an Int64; write it with \".0\" for a Double";
+// The value of an INTEGER or DOUBLE token, with a minus before it or without; nothing if it is too large.
+std::optional<ConstantValue> NumberValue(const Token& token, bool isNegated);
 
 // The value of a STRING token: without its quotes, doubled quotes made single; of `&u41` the character's UTF-8.
 std::string StringValue(const Token& token);

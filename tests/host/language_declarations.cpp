@@ -74,7 +74,7 @@ TEST(Declarations, OfConstantsHaveAValue) {
     EXPECT_EQ(quantifier->value, ConstantValue(int32_t{1}));
     EXPECT_EQ(ParseConstantDeclaration("Low = -2147483648")->value, ConstantValue(INT32_MIN));
     EXPECT_EQ(ParseConstantDeclaration("Text = \"a\"\"b\"")->value, ConstantValue(std::string("a\"b")));
-    EXPECT_FALSE(ParseConstantDeclaration("High = 2147483648"));
+    EXPECT_FALSE(ParseConstantDeclaration("High = 9223372036854775808"));
     EXPECT_FALSE(ParseConstantDeclaration("Name"));
     EXPECT_FALSE(ParseConstantDeclaration("Name = 1 2"));
 }
