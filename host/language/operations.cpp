@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <compare>
 #include <limits>
 
 namespace host::language {
@@ -123,7 +124,7 @@ bool EqualVariants(Object* left, Object* right) {
     const Kind leftKind = VariantKind(left);
     const Kind rightKind = VariantKind(right);
     if (IsNumber(leftKind) && IsNumber(rightKind)) {
-        return CompareNumbers(leftKind, Unbox(left), rightKind, Unbox(right)) == 0;
+        return std::is_eq(CompareNumbers(leftKind, Unbox(left), rightKind, Unbox(right)));
     }
     if (leftKind != rightKind) return false;
     if (leftKind == Kind::STRING) return CompareStrings(UnboxString(left), UnboxString(right)) == 0;
@@ -137,7 +138,8 @@ bool ConvertWithoutLoss(Kind from, Slot value, Kind to, Slot& result) {
     if (from == Kind::CURRENCY || !IsNumber(from)) return false;
     if (from == Kind::DOUBLE && to == Kind::CURRENCY && !ExactCurrencyOf(value.number)) return false;
     Slot converted{};
-    if (!ConvertNumber(from, value, to, converted) || CompareNumbers(from, value, to, converted) != 0) return false;
+    if (!ConvertNumber(from, value, to, converted) || std::is_neq(CompareNumbers(from, value, to, converted)))
+        return false;
     result = converted;
     return true;
 }
@@ -170,7 +172,8 @@ bool OperateVariants(VariantOperation operation, Object* left, Object* right, Sl
         if (!areComparable) return CannotOperate(operation, left, right);
         std::partial_ordering order = areNumbers ? CompareNumbers(leftKind, Unbox(left), rightKind, Unbox(right))
                                                  : CompareStrings(UnboxString(left), UnboxString(right)) <=> 0;
-        result.integer = static_cast<int32_t>(operation == VariantOperation::LESS ? order < 0 : order <= 0);
+        result.integer =
+            static_cast<int32_t>(operation == VariantOperation::LESS ? std::is_lt(order) : std::is_lteq(order));
         return true;
     }
     if (operation == VariantOperation::ADD && areStrings) {

@@ -61,7 +61,11 @@ std::partial_ordering CompareNumbers(Kind leftKind, Slot left, Kind rightKind, S
     const bool isLeftAmount = leftKind == Kind::CURRENCY;
     const bool isRightAmount = rightKind == Kind::CURRENCY;
     if (isLeftAmount == isRightAmount) return ExactOf(leftKind, left) <=> ExactOf(rightKind, right);
-    if (isRightAmount) return 0 <=> CompareNumbers(rightKind, right, leftKind, left);
+    if (isRightAmount) {
+        const std::partial_ordering reversed = CompareNumbers(rightKind, right, leftKind, left);
+        if (std::is_lt(reversed)) return std::partial_ordering::greater;
+        return std::is_gt(reversed) ? std::partial_ordering::less : reversed;
+    }
     if (rightKind == Kind::DOUBLE) return NumberOf(Currency{left.wide}) <=> right.number;
     return CompareAmount({left.wide}, WholeOf(rightKind, right));
 }
@@ -78,7 +82,8 @@ bool ConvertNumber(Kind from, Slot value, Kind to, Slot& result) {
         fits = from == Kind::DOUBLE ? amount.has_value() : ScaledOf(WholeOf(from, value), converted.wide);
         if (amount) converted.wide = amount->units;
     } else if (from == Kind::CURRENCY && from != to) {
-        fits = FitWhole(static_cast<Exact>(value.wide / Currency::SCALE), to, converted);
+        const int64_t whole = value.wide / Currency::SCALE;
+        fits = FitWhole(static_cast<Exact>(whole), to, converted);
     } else if (from != to) {
         fits = FitWhole(ExactOf(from, value), to, converted);
     }

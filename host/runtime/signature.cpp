@@ -33,6 +33,7 @@ const char* BuiltInName(Kind kind) {
 
 std::vector<std::string> BuiltInTypeNames() {
     std::vector<std::string> names;
+    names.reserve(BUILT_IN_TYPES.size());
     for (const auto& [name, kind] : BUILT_IN_TYPES) names.emplace_back(name);
     return names;
 }
