@@ -280,7 +280,10 @@ TEST_F(RuntimeTest, DamagedRecordsAreRefusedByName) {
     ServiceNamed<void(ClassDefinition*)>("PluginRegisterClass")(nullptr);
     EXPECT_THAT(TakeRegistrationErrors(), testing::ElementsAre("class without record"));
     DamagedRecord whole;
-    EXPECT_TRUE(RemoveClass(RegisterClass(whole.record)));
+    Class* registered = RegisterClass(whole.record);
+    ServiceNamed<void(ClassDefinition*)>("PluginRegisterClass")(&whole.record);
+    EXPECT_THAT(TakeRegistrationErrors(), testing::ElementsAre("class Damaged: its record is registered already"));
+    EXPECT_TRUE(RemoveClass(registered));
 }
 
 TEST_F(RuntimeTest, DamagedModulesAreRefusedByName) {

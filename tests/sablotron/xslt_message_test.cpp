@@ -48,6 +48,12 @@ TEST_F(MessageFields, KeepTheLinesOfCopies) {
     }
 }
 
+TEST_F(MessageFields, NameAnArgumentThatIsMissing) {
+    EXPECT_EQ(SablotRunProcessorGen(situation, processor, "arg:/none", "arg:/doc", "arg:/out"), 65);
+    ASSERT_EQ(messages.size(), 1U);
+    EXPECT_EQ(messages[0].Field("msg"), "'arg:/none' not found");
+}
+
 TEST_F(MessageFields, EndWithTheProcessor) {
     SablotDestroyProcessor(processor);
     processor = nullptr;
