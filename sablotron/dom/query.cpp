@@ -6,6 +6,7 @@
 #include "sablotron/tree/bindings.h"
 #include "sablotron/tree/double_precision.h"
 #include "sablotron/tree/library_scope.h"
+#include "sablotron/tree/node_union.h"
 #include "sablotron/tree/number_text.h"
 #include "sablotron/tree/stack.h"
 #include "sablotron/tree/xpath.h"
@@ -65,6 +66,7 @@ public:
         xmlXPathContextSetCache(context_.get(), 1, -1, 0);
         RegisterXsltFunctions(context_.get());
         RegisterStringFunctions(context_.get());
+        RegisterUnion(context_.get());
     }
 
     // Null when the text does not parse. It lives until the next call.
@@ -80,7 +82,7 @@ public:
         Query query;
         const ErrorScope errors({.data = &noMemory_, .structured = OnError, .generic = DropGeneric});
         Reset(0);
-        query.expression.reset(xmlXPathCtxtCompile(context_.get(), Chars(rewritten.c_str())));
+        query.expression.reset(xmlXPathCtxtCompile(context_.get(), Chars(UnionsAsCalls(rewritten).c_str())));
         if (noMemory_) throw std::bad_alloc();
         if (!query.expression || !IsComplete(text)) return nullptr;
         for (const std::string_view prefix : PrefixesOf(text)) query.prefixes.emplace_back(prefix);
@@ -158,7 +160,7 @@ private:
         for (Predicate& predicate : predicates) {
             if (predicate.kind != Predicate::EXPRESSION) continue;
             // Without parentheses libxml2 might evaluate it as a stream, which ends at 10,000 levels.
-            const std::string text = "(" + ParentsAsPredicates(predicate.text) + ")";
+            const std::string text = "(" + UnionsAsCalls(ParentsAsPredicates(predicate.text)) + ")";
             predicate.compiled.reset(xmlXPathCtxtCompile(context_.get(), Chars(text.c_str())));
             if (!predicate.compiled) return false;
         }

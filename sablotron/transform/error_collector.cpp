@@ -118,7 +118,7 @@ std::string QuotedTemplate(const xmlNode& element) {
     std::string quoted;
     for (const xmlAttr* attribute = element.properties; attribute != nullptr; attribute = attribute->next) {
         const std::string name(View(attribute->name));
-        const std::string value = WithoutTextFunction(AttributeValue(element, name.c_str()));
+        const std::string value = WithoutCalls(AttributeValue(element, name.c_str()));
         if (value.find('{') == std::string::npos) continue;
         if (!quoted.empty()) return {};
         quoted.append(": ").append(name).append("='").append(value).append("'");
@@ -132,7 +132,7 @@ std::string Quoted(const xmlNode* instruction) {
     if (!IsXslt(instruction)) return QuotedTemplate(*instruction);
     for (const char* name : {"select", "test", "match", "use", "value", "count", "from"})
         if (const std::string value = AttributeValue(*instruction, name); !value.empty())
-            return ": '" + WithoutTextFunction(value) + "'";
+            return ": '" + WithoutCalls(value) + "'";
     return {};
 }
 

@@ -61,7 +61,7 @@ std::string WithoutStream(const std::string& expression, bool isBelowAnything) {
 }
 
 std::string Prepared(const std::string& expression, bool isText) {
-    return WithoutStream(ParentsAsPredicates(isText ? WrappedAsText(expression) : expression), false);
+    return WithoutStream(UnionsAsCalls(ParentsAsPredicates(isText ? WrappedAsText(expression) : expression)), false);
 }
 
 std::string WrappedAsRefused(const std::string& expression) {
@@ -71,17 +71,20 @@ std::string WrappedAsRefused(const std::string& expression) {
     return call;
 }
 
-std::string WithoutTextFunction(std::string text) {
-    const std::string call = std::string(TEXT_FUNCTION) + '(';
-    for (size_t at = text.find(call); at != std::string::npos; at = text.find(call)) {
-        text.erase(at, call.size());
-        int depth = 1;
-        for (size_t end = at; end < text.size(); ++end) {
-            depth += text[end] == '(' ? 1 : 0;
-            depth -= text[end] == ')' ? 1 : 0;
-            if (depth > 0) continue;
-            text.erase(end, 1);
-            break;
+std::string WithoutCalls(std::string text) {
+    for (const std::string_view function : {TEXT_FUNCTION, UNION_FUNCTION}) {
+        const std::string call = std::string(function) + '(';
+        for (size_t at = text.find(call); at != std::string::npos; at = text.find(call)) {
+            text.erase(at, call.size());
+            int depth = 1;
+            for (size_t end = at; end < text.size(); ++end) {
+                const char c = text[end];
+                if (c == ',' && depth == 1) text[end] = '|';
+                depth += c == '(' || c == '[' ? 1 : c == ')' || c == ']' ? -1 : 0;
+                if (depth > 0) continue;
+                text.erase(end, 1);
+                break;
+            }
         }
     }
     return text;

@@ -21,8 +21,8 @@ std::string Prepared(const std::string& expression, bool isText);
 // What stands for an expression that does not parse: a call of REFUSED_FUNCTION with it.
 std::string WrappedAsRefused(const std::string& expression);
 
-// A text of libxslt without the wrapping.
-std::string WithoutTextFunction(std::string text);
+// A text of libxslt with the expressions as they were written.
+std::string WithoutCalls(std::string text);
 // The expression in whose place REFUSED_FUNCTION stands, from its argument.
 std::string RefusedExpression(const std::string& argument);
 

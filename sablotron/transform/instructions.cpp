@@ -3,6 +3,7 @@
 
 #include "sablotron/transform/expression_wrapping.h"
 #include "sablotron/transform/modules.h"
+#include "sablotron/tree/node_union.h"
 #include "sablotron/tree/number_text.h"
 #include "sablotron/tree/xpath.h"
 
@@ -361,6 +362,7 @@ void ExtendLimits(xsltTransformContext* context, const xmlDoc* tree) {
 
 void GuardFunctions(xsltTransformContext* context) {
     RegisterStringFunctions(context->xpathCtxt);
+    RegisterUnion(context->xpathCtxt);
     RegisterTextMakers(context->xpathCtxt, std::make_index_sequence<std::size(TEXT_MAKERS)>());
     xmlXPathRegisterVariableLookup(context->xpathCtxt, LookUpVariable, context);
     xmlXPathRegisterFuncLookup(context->xpathCtxt, LookUpFunction, context->xpathCtxt);

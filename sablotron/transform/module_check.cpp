@@ -386,7 +386,7 @@ bool ModuleCheck::CheckAttribute(xmlNode* element, xmlAttr* attribute, const Rul
         return true;
     case Content::PATTERN:
         if (!CheckExpression(element, value)) return false;
-        if (rule.element == "key") Change(element, attribute, WithoutStream(value, true));
+        Change(element, attribute, UnionsAsCalls(rule.element == "key" ? WithoutStream(value, true) : value, true));
         return true;
     case Content::NAMES:
         for (const std::string& name : Words(value)) {

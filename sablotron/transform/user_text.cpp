@@ -73,7 +73,7 @@ std::string UserText(std::string_view text) {
     if (clean.starts_with("XSLT-")) clean.replace(0, 5, "xsl:");
     if (const size_t blank = clean.find(" : "); blank != std::string::npos) clean.erase(blank, 1);
     NameFiles(clean);
-    return Reworded(WithoutTextFunction(clean), WORDINGS);
+    return Reworded(WithoutCalls(clean), WORDINGS);
 }
 
 } // namespace sablot

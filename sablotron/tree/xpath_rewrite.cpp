@@ -18,29 +18,36 @@ bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
 bool IsNameChar(char c) { return IsNameStart(c) || IsDigit(c) || c == '-' || c == '.'; }
 
-class Rewriter {
-public:
-    Rewriter(std::string_view expression, std::string_view prefix) : expression_(expression), prefix_(prefix) {}
+// A piece of an expression; together they are the whole text.
+struct Token {
+    enum Kind { ELEMENT_NAME, OPERAND, OPERATOR, OPENING, CLOSING, BAR, OTHER };
+    Kind kind; // ELEMENT_NAME: an unprefixed name test of elements; OPERATOR: a comma, too, but not a bar
+    std::string_view text;
+};
 
-    std::string Run() {
+class Tokenizer {
+public:
+    explicit Tokenizer(std::string_view expression) : expression_(expression) {}
+
+    std::vector<Token> Run() {
         while (position_ < expression_.size()) {
             const char c = expression_[position_];
             if (BLANKS.find(c) != std::string_view::npos) {
-                Copy(1);
+                Take(Token::OTHER, 1);
             } else if (c == '"' || c == '\'') {
                 const size_t end = expression_.find(c, position_ + 1);
-                CopyOperand(end == std::string_view::npos ? Rest() : end + 1 - position_);
+                TakeOperand(end == std::string_view::npos ? Rest() : end + 1 - position_);
             } else if (IsDigit(c) || (c == '.' && IsDigit(At(1)))) {
-                CopyOperand(Length([](char n) { return IsDigit(n) || n == '.'; }));
+                TakeOperand(Length([](char n) { return IsDigit(n) || n == '.'; }));
             } else if (c == '$') {
-                CopyVariable();
+                TakeVariable();
             } else if (IsNameStart(c)) {
-                CopyName();
+                TakeName();
             } else {
-                CopySymbol(c);
+                TakeSymbol(c);
             }
         }
-        return std::move(result_);
+        return std::move(tokens_);
     }
 
     const std::vector<std::string_view>& Prefixes() const { return prefixes_; }
@@ -58,12 +65,12 @@ private:
         return length;
     }
 
-    void Copy(size_t length) {
-        result_.append(expression_, position_, length);
+    void Take(Token::Kind kind, size_t length) {
+        tokens_.push_back({kind, expression_.substr(position_, length)});
         position_ += length;
     }
-    void CopyOperand(size_t length) {
-        Copy(length);
+    void TakeOperand(size_t length, Token::Kind kind = Token::OPERAND) {
+        Take(kind, length);
         operandBefore_ = true;
         otherPrincipal_ = false;
     }
@@ -80,15 +87,15 @@ private:
         return length + 1 + (local == '*' ? 1 : Length(IsNameChar, offset + length + 1));
     }
 
-    void CopyVariable() {
+    void TakeVariable() {
         const size_t name = 1 + BlanksAt(1);
-        CopyOperand(name + QNameAt(name));
+        TakeOperand(name + QNameAt(name));
     }
 
-    void CopyName() {
+    void TakeName() {
         const size_t length = Length(IsNameChar);
         if (operandBefore_) { // an operator name: and, or, div, mod
-            Copy(length);
+            Take(Token::OPERATOR, length);
             operandBefore_ = false;
             return;
         }
@@ -96,36 +103,44 @@ private:
         if (At(next) == ':' && At(next + 1) == ':') {
             const std::string_view axis = expression_.substr(position_, length);
             otherPrincipal_ = axis == "attribute" || axis == "namespace";
-            Copy(next + 2);
+            Take(Token::OTHER, next + 2);
             return;
         }
         if (At(length) == ':') { // a prefixed name, or prefix:*
-            CopyOperand(QNameAt(0));
+            TakeOperand(QNameAt(0));
             return;
         }
-        if (At(next) != '(' && !otherPrincipal_) {
-            result_.append(prefix_);
-            result_.push_back(':');
-        }
-        CopyOperand(length);
+        TakeOperand(length, At(next) != '(' && !otherPrincipal_ ? Token::ELEMENT_NAME : Token::OPERAND);
     }
 
-    void CopySymbol(char c) {
+    static Token::Kind KindOf(char symbol) {
+        switch (symbol) {
+        case '(':
+        case '[': return Token::OPENING;
+        case ')':
+        case ']': return Token::CLOSING;
+        case '|': return Token::BAR;
+        case '/':
+        case '@': return Token::OTHER;
+        default: return Token::OPERATOR;
+        }
+    }
+
+    void TakeSymbol(char c) {
         if (c == '*' && !operandBefore_) {
-            CopyOperand(1);
+            TakeOperand(1);
         } else if (c == '.') {
-            CopyOperand(At(1) == '.' ? 2 : 1);
+            TakeOperand(At(1) == '.' ? 2 : 1);
         } else {
-            Copy(1);
+            Take(KindOf(c), 1);
             operandBefore_ = c == ')' || c == ']';
             otherPrincipal_ = c == '@';
         }
     }
 
     std::string_view expression_;
-    std::string_view prefix_;
     size_t position_ = 0;
-    std::string result_;
+    std::vector<Token> tokens_;
     std::vector<std::string_view> prefixes_;
     bool operandBefore_ = false;  // what stands before makes `*` and a name an operator
     bool otherPrincipal_ = false; // the next name test is of an attribute or a namespace
@@ -171,13 +186,52 @@ std::string ParentsAsPredicates(std::string_view expression) {
 }
 
 std::string QualifyElementNames(std::string_view expression, std::string_view prefix) {
-    return Rewriter(expression, prefix).Run();
+    std::string result;
+    for (const Token& token : Tokenizer(expression).Run()) {
+        if (token.kind == Token::ELEMENT_NAME) result.append(prefix).push_back(':');
+        result.append(token.text);
+    }
+    return result;
+}
+
+std::string UnionsAsCalls(std::string_view expression, bool isPattern) {
+    if (expression.find('|') == std::string_view::npos) return std::string(expression);
+    // The operands at work, each in brackets of the one before: where it begins, and whether a call was put there.
+    struct Operand {
+        size_t begin = std::string::npos;
+        bool isUnion = false;
+    };
+    std::string result;
+    std::vector<Operand> operands(1);
+    const auto begin = [&](size_t at) {
+        const bool followsName = at > 0 && IsNameChar(result[at - 1]);
+        result.insert(at, (followsName ? " " : "") + std::string(UNION_FUNCTION) + '(');
+    };
+    const auto end = [&] {
+        if (operands.back().isUnion) result += ')';
+    };
+    for (const Token& token : Tokenizer(expression).Run()) {
+        if (token.kind == Token::BAR && operands.back().begin < result.size() && !(isPattern && operands.size() == 1)) {
+            if (!std::exchange(operands.back().isUnion, true)) begin(operands.back().begin);
+            result += ',';
+            continue;
+        }
+        if (token.kind == Token::OPERATOR || token.kind == Token::CLOSING) end();
+        if (token.kind == Token::CLOSING && operands.size() > 1) operands.pop_back();
+        const bool isBlank = BLANKS.find(token.text[0]) != std::string_view::npos;
+        if (operands.back().begin == std::string::npos && !isBlank) operands.back().begin = result.size();
+        result.append(token.text);
+        if (token.kind == Token::OPERATOR) operands.back() = {};
+        if (token.kind == Token::OPENING) operands.emplace_back();
+    }
+    end();
+    return result;
 }
 
 std::vector<std::string_view> PrefixesOf(std::string_view expression) {
-    Rewriter rewriter(expression, "");
-    rewriter.Run();
-    return rewriter.Prefixes();
+    Tokenizer tokenizer(expression);
+    tokenizer.Run();
+    return tokenizer.Prefixes();
 }
 
 bool IsComplete(std::string_view expression) {

@@ -17,6 +17,11 @@ std::string QualifyElementNames(std::string_view expression, std::string_view pr
 // without comparing each with each as libxml2 does.
 std::string ParentsAsPredicates(std::string_view expression);
 
+// `expression` with calls of UNION_FUNCTION in place of unions, "count(a | b)" as "count(sablot.union(a , b))": libxml2
+// compares each node with each. In a pattern unions stay but in its predicates.
+constexpr std::string_view UNION_FUNCTION = "sablot.union";
+std::string UnionsAsCalls(std::string_view expression, bool isPattern = false);
+
 // The prefixes of names, functions and variables in the expression, as they come.
 std::vector<std::string_view> PrefixesOf(std::string_view expression);
 

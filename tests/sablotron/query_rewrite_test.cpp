@@ -100,5 +100,17 @@ TEST(XpathRewrite, MakesWaysToAndFroPredicates) {
     for (const Case& c : PARENTS) EXPECT_EQ(ParentsAsPredicates(c.expression), c.expected) << c.expression;
 }
 
+constexpr Case UNIONS[] = {
+    {"count(//a | b|@c) + 1", "count(sablot.union(//a , b,@c)) + 1"},
+    {"-a|b = 'x|y' or c[d|e]/f|g", "- sablot.union(a,b )= 'x|y' or sablot.union(c[sablot.union(d,e)]/f,g)"},
+    {"concat((a|b)[1], * * *|x)", "concat((sablot.union(a,b))[1], * * sablot.union(*,x))"},
+    {"a-b|div div(div)|and", "sablot.union(a-b,div )div sablot.union((div),and)"},
+};
+
+TEST(XpathRewrite, MakesUnionsCalls) {
+    for (const Case& c : UNIONS) EXPECT_EQ(UnionsAsCalls(c.expression), c.expected) << c.expression;
+    EXPECT_EQ(UnionsAsCalls("a[b|c]|d", true), "a[sablot.union(b,c)]|d");
+}
+
 } // namespace
 } // namespace sablot
