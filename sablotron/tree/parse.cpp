@@ -3,6 +3,7 @@
 
 #include "sablotron/tree/decode.h"
 #include "sablotron/tree/library_scope.h"
+#include "sablotron/tree/markup.h"
 #include "sablotron/tree/parse_text.h"
 
 #include <libxml/HTMLparser.h>
@@ -14,6 +15,7 @@
 #include <cstdio>
 #include <cstring>
 #include <new>
+#include <set>
 #include <utility>
 
 namespace sablot {
@@ -28,9 +30,25 @@ struct ContextDeleter {
 };
 using ContextPointer = std::unique_ptr<xmlParserCtxt, ContextDeleter>;
 
+// Puts tags together again that were cut.
+struct Pieces {
+    std::vector<size_t> places; // see CutText
+    size_t tags = 0;            // that were read
+    size_t added = 0;
+    bool isAtPiece = false;
+    // The element of the latest piece, its last attribute, and the names and URIs of all.
+    xmlNode* element = nullptr;
+    xmlAttr* last = nullptr;
+    std::set<std::pair<std::string_view, std::string_view>> names{};
+};
+
 // One parse: the failure is the first error that is fatal or concerns namespaces, else the first error of all.
 struct Parse {
     ParseFailure& failure;
+    std::string_view rest = {};  // of the text
+    bool stopsAtLargeTag = true; // for which the parser would take long
+    bool hasLargeTag = false;
+    Pieces pieces = {};
     bool decided = false;
     bool atEnd = false; // the parser had read all of its input when it decided
     bool noMemory = false;
@@ -121,28 +139,18 @@ xmlEntityPtr GetParameterEntity(void* data, const xmlChar* name) noexcept {
 // A reference whose replacement is not known: it is dropped. libxml2 would leave it in the tree.
 void DropReference(void*, const xmlChar*) noexcept {}
 
-int ReadPiece(void* data, char* buffer, int size) {
-    auto* rest = static_cast<std::string_view*>(data);
-    size_t length = rest->copy(buffer, static_cast<size_t>(size));
-    rest->remove_prefix(length);
-    return static_cast<int>(length);
-}
+constexpr int LARGE_TAG = 20'000; // five for each attribute that there is room for
 
-// The end of the markup that begins there; the end of the text when it has none.
-size_t MarkupEnd(std::string_view text, size_t begin) {
-    struct Kind {
-        std::string_view start, end;
-    };
-    constexpr Kind KINDS[] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}};
-    for (const Kind& kind : KINDS) {
-        if (!text.substr(begin).starts_with(kind.start)) continue;
-        const size_t end = text.find(kind.end, begin + kind.start.size());
-        return end == std::string_view::npos ? text.size() : end + kind.end.size();
+int ReadPiece(void* data, char* buffer, int size) {
+    auto* context = static_cast<xmlParserCtxt*>(data);
+    Parse& parse = ParseOf(context);
+    if (parse.stopsAtLargeTag && context->maxatts > LARGE_TAG) {
+        parse.hasLargeTag = true;
+        return 0;
     }
-    size_t at = begin;
-    for (; at < text.size() && text[at] != '>'; ++at)
-        if (text[at] == '"' || text[at] == '\'') at = std::min(text.find(text[at], at + 1), text.size() - 1);
-    return at;
+    size_t length = parse.rest.copy(buffer, static_cast<size_t>(size));
+    parse.rest.remove_prefix(length);
+    return static_cast<int>(length);
 }
 
 // A carriage return in the value of an entity was a reference there; libxml2, which parses the value again, would take
@@ -176,14 +184,33 @@ int StartLine(const xmlParserInput& input) {
 // More are added without libxml2, which goes through all that are there for each.
 constexpr int MANY_ATTRIBUTES = 64;
 
-// Adds attributes as the parser hands them over: name, prefix, URI, beginning and end of the value.
-void AddAttributes(xmlNode* element, int count, const xmlChar** attributes) {
-    xmlAttr* last = nullptr;
+// Adds attributes after `last` as the parser hands them over: name, prefix, URI, beginning and end of the value. The
+// last one then.
+xmlAttr* AddAttributes(xmlNode* element, xmlAttr* last, int count, const xmlChar** attributes) {
     for (; count > 0; --count, attributes += 5) {
         xmlNs* ns = attributes[1] != nullptr ? xmlSearchNs(element->doc, element, attributes[1]) : nullptr;
         const std::string value(Chars(attributes[3]), Chars(attributes[4]));
         last = AppendAttribute(element, last, ns, attributes[0], value);
         if (xmlIsID(element->doc, element, last) != 0) xmlAddID(nullptr, element->doc, Chars(value.c_str()), last);
+    }
+    return last;
+}
+
+// Adds the attributes of a piece of a start tag to the element of that tag.
+void AddPiece(xmlParserCtxt* context, Pieces& pieces, int count, const xmlChar** attributes) {
+    if (std::exchange(pieces.element, context->node) != context->node) {
+        pieces.names.clear();
+        pieces.last = nullptr;
+    }
+    xmlAttr* before = pieces.last;
+    xmlAttr* last = before != nullptr ? before : context->node->properties;
+    while (last->next != nullptr) last = last->next;
+    pieces.last = AddAttributes(context->node, last, count, attributes);
+    const xmlAttr* attribute = before != nullptr ? before->next : context->node->properties;
+    for (; attribute != nullptr; attribute = attribute->next) {
+        const xmlChar* uri = attribute->ns != nullptr ? attribute->ns->href : nullptr;
+        if (!pieces.names.emplace(View(attribute->name), View(uri)).second)
+            return Refuse(context, XML_ERR_ATTRIBUTE_REDEFINED, "Attribute %.100s redefined", attribute->name);
     }
 }
 
@@ -191,21 +218,37 @@ void AddAttributes(xmlNode* element, int count, const xmlChar** attributes) {
 void StartElement(void* data, const xmlChar* name, const xmlChar* prefix, const xmlChar* uri, int namespaceCount,
                   const xmlChar** namespaces, int attributeCount, int defaultedCount,
                   const xmlChar** attributes) noexcept {
-    const bool hasMany = attributeCount > MANY_ATTRIBUTES;
-    xmlSAX2StartElementNs(data, name, prefix, uri, namespaceCount, namespaces, hasMany ? 0 : attributeCount,
-                          hasMany ? 0 : defaultedCount, attributes);
     auto* context = static_cast<xmlParserCtxt*>(data);
-    if (context->node == nullptr) return;
-    const auto line = static_cast<unsigned>(StartLine(*context->input));
-    context->node->line = static_cast<unsigned short>(std::min(line, MAX_NODE_LINE));
-    if (line >= MAX_NODE_LINE) context->node->psvi = reinterpret_cast<void*>(static_cast<intptr_t>(line));
-    if (!hasMany) return;
+    Parse& parse = ParseOf(context);
+    Pieces& pieces = parse.pieces;
+    pieces.isAtPiece = pieces.added < pieces.places.size() && pieces.places[pieces.added] == pieces.tags++;
+    const bool hasMany = attributeCount > MANY_ATTRIBUTES;
+    if (!pieces.isAtPiece) {
+        xmlSAX2StartElementNs(data, name, prefix, uri, namespaceCount, namespaces, hasMany ? 0 : attributeCount,
+                              hasMany ? 0 : defaultedCount, attributes);
+        if (context->node == nullptr) return;
+        const auto line = static_cast<unsigned>(StartLine(*context->input));
+        context->node->line = static_cast<unsigned short>(std::min(line, MAX_NODE_LINE));
+        if (line >= MAX_NODE_LINE) context->node->psvi = reinterpret_cast<void*>(static_cast<intptr_t>(line));
+        if (!hasMany) return;
+    }
     try {
-        AddAttributes(context->node, attributeCount, attributes);
+        if (pieces.isAtPiece)
+            AddPiece(context, pieces, attributeCount, attributes);
+        else
+            AddAttributes(context->node, nullptr, attributeCount, attributes);
     } catch (const std::bad_alloc&) {
-        ParseOf(context).noMemory = true;
+        parse.noMemory = true;
         xmlStopParser(context);
     }
+}
+
+void EndElement(void* data, const xmlChar* name, const xmlChar* prefix, const xmlChar* uri) noexcept {
+    Pieces& pieces = ParseOf(static_cast<xmlParserCtxt*>(data)).pieces;
+    if (std::exchange(pieces.isAtPiece, false))
+        ++pieces.added;
+    else
+        xmlSAX2EndElementNs(data, name, prefix, uri);
 }
 
 // An external parameter entity counts as read and empty, so that libxml2 knows that it could declare something.
@@ -220,7 +263,7 @@ bool DeclaresEntities(std::string_view text) {
 }
 
 // A parser that will read the text; null when memory is short.
-ContextPointer NewParser(std::string_view& text, const char* baseUri, xmlDict* names) {
+ContextPointer NewParser(const char* baseUri, xmlDict* names) {
     ContextPointer context(xmlNewParserCtxt());
     if (context && (names != nullptr)) {
         xmlDictReference(names);
@@ -228,7 +271,7 @@ ContextPointer NewParser(std::string_view& text, const char* baseUri, xmlDict* n
     }
     // Read in pieces: libxml2 copies a text that it gets as a whole.
     xmlParserInputBuffer* buffer =
-        context ? xmlParserInputBufferCreateIO(ReadPiece, nullptr, &text, XML_CHAR_ENCODING_NONE) : nullptr;
+        context ? xmlParserInputBufferCreateIO(ReadPiece, nullptr, context.get(), XML_CHAR_ENCODING_NONE) : nullptr;
     xmlParserInput* input =
         buffer != nullptr ? xmlNewIOInputStream(context.get(), buffer, XML_CHAR_ENCODING_NONE) : nullptr;
     if (input == nullptr) {
@@ -267,6 +310,31 @@ void Tidy(xmlDoc* tree, const char* baseUri) {
     if ((baseUri != nullptr) && ((tree->URL = xmlStrdup(Chars(baseUri))) == nullptr)) throw std::bad_alloc();
 }
 
+// Lets libxml2 parse the text. The tree may be there even if that failed.
+TreePointer RunParser(Parse& parse, std::string_view text, const SablotSource& source, const ParseOptions& options) {
+    ErrorScope errors({.structured = OnError});
+    LoaderScope loader(options.declarations != nullptr ? options.declarations : LoadNothing);
+    parse.rest = text;
+    const ContextPointer context = NewParser(source.baseUri, options.names);
+    if (!context) throw std::bad_alloc();
+    context->_private = &parse;
+    xmlCtxtUseOptions(context.get(), XML_PARSE_NOENT | XML_PARSE_DTDATTR | XML_PARSE_NONET | XML_PARSE_BIG_LINES
+                                         | XML_PARSE_IGNORE_ENC | (DeclaresEntities(text) ? 0 : XML_PARSE_HUGE));
+    context->sax->serror = OnError;
+    context->sax->startElementNs = StartElement;
+    if (!parse.pieces.places.empty()) context->sax->endElementNs = EndElement;
+    context->sax->entityDecl = DeclareEntity;
+    context->sax->cdataBlock = AddSection;
+    context->sax->getEntity = GetEntity;
+    context->sax->getParameterEntity = GetParameterEntity;
+    context->sax->reference = DropReference;
+    context->sax->externalSubset = nullptr; // XML_PARSE_DTDATTR, meant for the internal one, would read it
+    xmlParseDocument(context.get());
+    if (parse.noMemory) throw std::bad_alloc();
+    if (!context->wellFormed || parse.decided) return nullptr;
+    return TreePointer(std::exchange(context->myDoc, nullptr));
+}
+
 } // namespace
 
 TreePointer ParseTree(const SablotSource& source, ParseFailure& failure, const ParseOptions& options) {
@@ -283,29 +351,17 @@ TreePointer ParseTree(const SablotSource& source, ParseFailure& failure, const P
     if (text.empty() && !fault) return fail(XML_ERR_DOCUMENT_EMPTY, 1, "Document is empty");
     if (text.size() > INT_MAX) return fail(XML_ERR_INTERNAL_ERROR, 1, "Document is too long");
 
-    ErrorScope errors({.structured = OnError});
-    LoaderScope loader(options.declarations != nullptr ? options.declarations : LoadNothing);
-    std::string_view rest = text;
-    const ContextPointer context = NewParser(rest, source.baseUri, options.names);
-    if (!context) throw std::bad_alloc();
-    context->_private = &parse;
-    xmlCtxtUseOptions(context.get(), XML_PARSE_NOENT | XML_PARSE_DTDATTR | XML_PARSE_NONET | XML_PARSE_BIG_LINES
-                                         | XML_PARSE_IGNORE_ENC | (DeclaresEntities(text) ? 0 : XML_PARSE_HUGE));
-    context->sax->serror = OnError;
-    context->sax->startElementNs = StartElement;
-    context->sax->entityDecl = DeclareEntity;
-    context->sax->cdataBlock = AddSection;
-    context->sax->getEntity = GetEntity;
-    context->sax->getParameterEntity = GetParameterEntity;
-    context->sax->reference = DropReference;
-    context->sax->externalSubset = nullptr; // XML_PARSE_DTDATTR, meant for the internal one, would read it
-
-    xmlParseDocument(context.get());
-    TreePointer tree(std::exchange(context->myDoc, nullptr));
-    if (parse.noMemory) throw std::bad_alloc();
+    TreePointer tree = RunParser(parse, text, source, options);
+    if (parse.hasLargeTag) {
+        failure = {};
+        const CutText cut = CutLargeTags(text);
+        parse.decided = parse.stopsAtLargeTag = false;
+        parse.pieces.places = cut.pieces;
+        tree = RunParser(parse, cut.pieces.empty() ? text : cut.text, source, options);
+    }
     if (fault && (!parse.decided || parse.atEnd))
         return fail(fault->code, 1 + std::count(text.begin(), text.end(), '\n'), fault->text);
-    if (!tree || !context->wellFormed || parse.decided) {
+    if (!tree) {
         if (failure.code == 0) fail(XML_ERR_INTERNAL_ERROR, 0, "Document could not be parsed");
         return nullptr;
     }

@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <new>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace host::xml {
 
@@ -76,6 +78,33 @@ void IndentChildren(xmlNodePtr element, size_t depth, size_t width) {
     AddLineBreak(nullptr, element, depth * width);
 }
 
+// Puts the attributes of an element into the reverse of their order in canonical form: libxml2 looks for the place of
+// each among those before it, from the first on.
+void ReverseAttributes(xmlNodePtr element) {
+    constexpr size_t MANY = 64;
+    std::vector<xmlAttrPtr> attributes;
+    for (xmlAttrPtr attribute = element->properties; attribute != nullptr; attribute = attribute->next)
+        attributes.push_back(attribute);
+    if (attributes.size() < MANY) return;
+    auto key = [](const xmlAttr* attribute) {
+        const char* uri = attribute->ns != nullptr ? Text(attribute->ns->href) : "";
+        return std::pair<std::string_view, std::string_view>(uri, Text(attribute->name));
+    };
+    std::sort(attributes.begin(), attributes.end(), [&](auto* left, auto* right) { return key(right) < key(left); });
+    xmlAttrPtr last = nullptr;
+    for (xmlAttrPtr attribute : attributes) {
+        (last != nullptr ? last->next : element->properties) = attribute;
+        attribute->prev = std::exchange(last, attribute);
+    }
+    last->next = nullptr;
+}
+
+xmlNodePtr NextInTree(xmlNodePtr node) {
+    if (node->type == XML_ELEMENT_NODE && node->children != nullptr) return node->children;
+    while (node != nullptr && node->next == nullptr) node = node->parent;
+    return node != nullptr ? node->next : nullptr;
+}
+
 } // namespace
 
 std::string FileText(_xmlDoc* document, const Input& input) {
@@ -114,6 +143,8 @@ void Indent(_xmlDoc* document, size_t width) {
 
 std::string Canonical(_xmlDoc* document, const Input& input) {
     CheckDepth(document, input.name);
+    for (xmlNodePtr node = document->children; node != nullptr; node = NextInTree(node))
+        if (node->type == XML_ELEMENT_NODE) ReverseAttributes(node);
     ErrorCollector errors(input);
     xmlChar* bytes = nullptr;
     constexpr int WITH_COMMENTS = 1;
