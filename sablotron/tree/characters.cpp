@@ -1,10 +1,11 @@
 // The character tables of XML 1.0 and Namespaces in XML 1.0, and UTF-8.
 #include "sablotron/tree/characters.h"
 
+#include <emmintrin.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 namespace sablot {
 
@@ -49,14 +50,13 @@ uint32_t TakeCharacter(std::string_view& text) {
 }
 
 // How many bytes at the beginning are characters of ASCII that are no control characters. Most texts are such from end
-// to end: eight bytes are looked at in one.
+// to end: sixteen bytes are looked at in one. Those of other characters are negative.
 size_t PlainLength(std::string_view text) {
-    constexpr uint64_t HIGH_BITS = 0x8080808080808080;
-    constexpr uint64_t BLANKS = 0x2020202020202020;
+    const __m128i first = _mm_set1_epi8(' ');
     size_t length = 0;
-    for (uint64_t bytes = 0; length + sizeof bytes <= text.size(); length += sizeof bytes) {
-        std::memcpy(&bytes, text.data() + length, sizeof bytes);
-        if (((bytes | (bytes - BLANKS)) & HIGH_BITS) != 0) break;
+    for (; length + sizeof first <= text.size(); length += sizeof first) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text.data() + length));
+        if (_mm_movemask_epi8(_mm_cmplt_epi8(bytes, first)) != 0) break;
     }
     while (length < text.size() && text[length] >= ' ') ++length;
     return length;
