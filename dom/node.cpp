@@ -100,7 +100,8 @@ bool CheckLibrary(NodeData& wrapper) {
 
 void RaiseLastError(const NodeData& wrapper) {
     if (Checked(wrapper.lastError) == SDOM_NOT_OK) return;
-    const GetterString message(SDOM_getExceptionMessage(XmlOf(wrapper.xml)->situation));
+    // The library may have recorded another one since.
+    const GetterString message(SDOM_getMessageOfCode(static_cast<SDOM_Exception>(wrapper.lastError)));
     RaiseDomException(wrapper.lastError, message.Text());
 }
 

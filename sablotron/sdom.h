@@ -70,8 +70,10 @@ typedef enum SDOM_NodeType {
 
 // The code of the situation's last SDOM_ call; it does not change the record. A null situation gives SDOM_NOT_OK.
 SDOM_Exception SDOM_getExceptionCode(SablotSituation situation);
-// The text for that code, a new string for operator delete; null when memory runs out.
+// The text for that code, or for any (SDOM_NOT_OK for one that is none), a new string for operator delete; null when
+// memory runs out.
 char* SDOM_getExceptionMessage(SablotSituation situation);
+char* SDOM_getMessageOfCode(SDOM_Exception code);
 
 // ---- Holding --------------------------------------------------------------------------------------------------------
 

@@ -3,6 +3,7 @@
 #include "sablotron/tree/guarded.h"
 #include "sablotron/tree/strings.h"
 
+#include <algorithm>
 #include <iterator>
 
 namespace sablot {
@@ -76,9 +77,13 @@ SDOM_Exception SDOM_getExceptionCode(SablotSituation situation) {
 }
 
 char* SDOM_getExceptionMessage(SablotSituation situation) {
+    return SDOM_getMessageOfCode(SDOM_getExceptionCode(situation));
+}
+
+char* SDOM_getMessageOfCode(SDOM_Exception code) {
     char* text = nullptr;
     Guarded([&] {
-        text = NewDeletableString(EXCEPTION_TEXTS[SDOM_getExceptionCode(situation)]);
+        text = NewDeletableString(EXCEPTION_TEXTS[std::min<size_t>(code, SDOM_NOT_OK)]);
         return 0;
     });
     return text;
