@@ -60,8 +60,9 @@ bench: configure-tests
 	@$(BUILD) --target benchmarks -- $(BUILD_FLAGS)
 	@bench/run
 
-conformance: product
+conformance: configure-tests
 	@cmake/tools conformance
+	@$(BUILD) --target kova kova-xml test_extension -- $(BUILD_FLAGS)
 	@tests/conformance/run
 
 lint: configure-tests
