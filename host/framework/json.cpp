@@ -86,7 +86,8 @@ private:
             slot.object = ObjectRef(value).Detach();
             return ArrayInsert(array, array->count, slot);
         }
-        SetEntry(level.container.Get(), level.key.Get(), value.Get());
+        SetEntry(level.container.Get(), Kind::VARIANT, {.object = level.key.Get()}, Kind::VARIANT,
+                 {.object = value.Get()});
         return true;
     }
 
@@ -206,11 +207,11 @@ private:
         if (!Enter('{')) return false;
         bool isEmpty = true;
         bool isWritten = true;
-        VisitEntries(dictionary, [&](Object* key, Object* value) {
-            if (VariantKind(key) != Kind::STRING) return isWritten = Fail("JsonText: a key that is no String");
+        VisitEntries(dictionary, [&](const Value& key, Object* value) {
+            if (key.GetKind() != Kind::STRING) return isWritten = Fail("JsonText: a key that is no String");
             Next(isEmpty);
             isEmpty = false;
-            Text(UnboxString(key));
+            Text(key.Get().string);
             text_ += indent_ > 0 ? ": " : ":";
             return isWritten = Write(value);
         });

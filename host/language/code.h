@@ -65,6 +65,7 @@ namespace host::language {
     X(LOAD_ELEMENT_WORD, "rrr")                                                                                        \
     X(LOAD_ELEMENT_WIDE, "rrr")                                                                                        \
     X(LOAD_ELEMENT_STRING, "rrr")                                                                                      \
+    X(BORROW_ELEMENT, "rrr")                                                                                           \
     X(LOAD_ELEMENT_OBJECT, "rrr")                                                                                      \
     X(STORE_ELEMENT_WORD, "rrr")                                                                                       \
     X(STORE_ELEMENT_WIDE, "rrr")                                                                                       \
@@ -81,6 +82,9 @@ namespace host::language {
     X(ARRAY_INDEX, "rrr")                                                                                              \
     X(ADD_INTEGER, "rrr")                                                                                              \
     X(ADD_CONSTANT, "rrk")                                                                                             \
+    X(MULTIPLY_CONSTANT, "rrk")                                                                                        \
+    X(DIVIDE_CONSTANT, "rrk")                                                                                          \
+    X(MODULO_CONSTANT, "rrk")                                                                                          \
     X(SUBTRACT_INTEGER, "rrr")                                                                                         \
     X(MULTIPLY_INTEGER, "rrr")                                                                                         \
     X(DIVIDE_INTEGER, "rrr")                                                                                           \
@@ -144,6 +148,7 @@ namespace host::language {
     X(VARIANT_EQUAL, "rrr")                                                                                            \
     X(VARIANT_LESS, "rrr")                                                                                             \
     X(VARIANT_LESS_EQUAL, "rrr")                                                                                       \
+    X(VARIANT_ADD_INTEGER, "rrr")                                                                                      \
     X(INTEGER_TO_DOUBLE, "rr")                                                                                         \
     X(DOUBLE_TO_INTEGER, "rr")                                                                                         \
     X(INTEGER_TO_WIDE, "rr")                                                                                           \
@@ -162,8 +167,13 @@ namespace host::language {
     X(TEST_UNEQUAL, "rr")                                                                                              \
     X(TEST_LESS, "rr")                                                                                                 \
     X(TEST_LESS_EQUAL, "rr")                                                                                           \
+    X(TEST_EQUAL_CONSTANT, "rk")                                                                                       \
+    X(TEST_UNEQUAL_CONSTANT, "rk")                                                                                     \
+    X(TEST_LESS_CONSTANT, "rk")                                                                                        \
+    X(TEST_GREATER_CONSTANT, "rk")                                                                                     \
     X(FOR_TEST_INTEGER, "rrr")                                                                                         \
     X(FOR_NEXT_INTEGER, "rrr")                                                                                         \
+    X(FOR_NEXT_ONE, "rr")                                                                                              \
     X(FOR_TEST_DOUBLE, "rrr")                                                                                          \
     X(FOR_NEXT_DOUBLE, "rrr")                                                                                          \
     X(FOR_TEST_WIDE, "rrr")                                                                                            \
@@ -178,6 +188,11 @@ namespace host::language {
     X(ADD_HANDLER, "rrE")                                                                                              \
     X(REMOVE_HANDLER, "rrE")                                                                                           \
     X(CALL_NATIVE, "rrN")                                                                                              \
+    X(GET_ENTRY, "rrr")                                                                                                \
+    X(LOOKUP_ENTRY, "rrr")                                                                                             \
+    X(HAS_ENTRY, "rrr")                                                                                                \
+    X(SET_ENTRY, "rrr")                                                                                                \
+    X(OPERANDS, "nnn")                                                                                                 \
     X(GET_PROPERTY, "rrP")                                                                                             \
     X(SET_PROPERTY, "rrP")                                                                                             \
     X(NEW_OBJECT, "rc")                                                                                                \

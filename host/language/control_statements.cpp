@@ -207,8 +207,11 @@ StatementCompiler::Flow StatementCompiler::CompileFor(const Statement& statement
     generator_.Bind(next);
     if (Generating()) {
         if (!isRegister) generator_.GenerateInto(*variable, counter);
-        generator_.Emit(ForOpcode(type, Opcode::FOR_NEXT_INTEGER, Opcode::FOR_NEXT_DOUBLE, Opcode::FOR_NEXT_WIDE),
-                        counter, limit, stride);
+        const bool isByOne = type.Is(TypeKind::INTEGER) && !statement.isDescending && step->IsConstant()
+                             && std::get<int32_t>(step->constant) == 1;
+        Opcode onward = isByOne ? Opcode::FOR_NEXT_ONE : Opcode::FOR_NEXT_INTEGER;
+        generator_.Emit(ForOpcode(type, onward, Opcode::FOR_NEXT_DOUBLE, Opcode::FOR_NEXT_WIDE), counter, limit,
+                        stride);
         generator_.Jump(Opcode::JUMP_BACK, 0, start);
         generator_.Bind(exit);
     }

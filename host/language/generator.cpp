@@ -139,6 +139,22 @@ Value Generator::Generate(const Node& node) {
     return Produce(node, reg);
 }
 
+bool Generator::IsAtHand(const Node& node) const {
+    uint16_t place = 0;
+    return node.IsConstant() || InPlace(node, place);
+}
+
+Value Generator::Borrow(const Node& node, bool isNext) {
+    bool isElement = node.kind == NodeKind::ELEMENT && node.type.Is(TypeKind::STRING) && IsAtHand(*node.left);
+    if (!isElement || !isNext) return Generate(node);
+    uint16_t reg = NewRegister();
+    Value array = Generate(*node.left);
+    Value index = Generate(*node.right);
+    SetPlace(node.span);
+    Emit(Opcode::BORROW_ELEMENT, reg, array.reg, index.reg);
+    return {reg, -1};
+}
+
 Value Generator::Argument(const Node& node, uint16_t reg) {
     uint16_t place = 0;
     const auto* string = std::get_if<ConstantText>(&node.constant);
@@ -344,6 +360,7 @@ Value Generator::ProduceConversion(const Node& node, uint16_t reg) {
     }
     case Conversion::UNBOX: {
         if (node.type.IsReference()) break;
+        if (IsEntryAccess(*node.left)) return ProduceEntry(*node.left, node.type, reg);
         Value variant = Generate(*node.left);
         SetPlace(node.span);
         Emit(Opcode::UNBOX, reg, variant.reg, static_cast<size_t>(KindOf(node.type.kind)));

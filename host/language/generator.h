@@ -40,6 +40,8 @@ public:
 
     // The value in any register: a variable's own, or a new one.
     Value Generate(const Node& node);
+    // The value for the next instruction, which no code of the program comes before; `isNext` tells that none does.
+    Value Borrow(const Node& node, bool isNext);
     // The value in this register, which holds nothing before and owns it afterwards.
     Value GenerateInto(const Node& node, uint16_t reg);
     // The effects without the value.
@@ -81,11 +83,16 @@ private:
     Value Owned(uint16_t reg, const ValueType& type) { return {reg, BeginLifetime(reg, type)}; }
     // The register in which a value lies already, without code; false when it must be computed.
     bool InPlace(const Node& node, uint16_t& reg) const;
+    // Whether it takes no code of the program to have the value.
+    bool IsAtHand(const Node& node) const;
     Value ProduceConstant(const Node& node, uint16_t reg);
     Value ProduceVariable(const Node& node, uint16_t reg);
     Value ProduceField(const Node& node, uint16_t reg);
     Value ProduceElement(const Node& node, uint16_t reg);
     Value ProduceCall(const Node& node, uint16_t reg);
+    void SetCallPlace(const Node& node);
+    static bool IsEntryAccess(const Node& node);
+    Value ProduceEntry(const Node& node, const ValueType& type, uint16_t reg);
     Value ProduceDelegate(const Node& node, uint16_t reg);
     void AttachHandler(const Node& node);
     Value ProduceNew(const Node& node, uint16_t reg);
@@ -108,7 +115,8 @@ private:
     uint16_t Window(uint16_t reg);
     void EmitUnary(Opcode opcode, const Node& operand, uint16_t reg);
     Value Holder(const Node& node);
-    bool AddConstant(const Node& node, uint16_t reg);
+    bool OperateWithConstant(const Node& node, uint16_t reg);
+    bool BranchOnConstant(const Node& condition, ast::Operation operation, Label& label);
     void BranchOnComparison(const Node& condition, Label& label, bool when);
     bool AppendInPlace(const Node& place, const Node& value);
     void AssignVariable(const Node& place, const Node& value);

@@ -123,12 +123,17 @@ void Generator::CallNative(const FunctionSymbol& function, const Node* object, u
     if (hasResult) EndLifetime(returned.lifetime);
 }
 
-Value Generator::ProduceCall(const Node& node, uint16_t reg) {
-    const FunctionSymbol& function = *node.function;
-    // A method's call is placed at its name, behind the object and the dot.
+// A method's call is placed at its name, behind the object and the dot.
+void Generator::SetCallPlace(const Node& node) {
     bool isMethod = node.kind == NodeKind::CALL && node.left != nullptr && node.left->kind != NodeKind::SELF;
     SetPlace(node.span);
     if (isMethod) offset_ = node.left->span.offset + node.left->span.length + 1;
+}
+
+Value Generator::ProduceCall(const Node& node, uint16_t reg) {
+    if (IsEntryAccess(node)) return ProduceEntry(node, node.type, reg);
+    const FunctionSymbol& function = *node.function;
+    SetCallPlace(node);
     bool hasResult = !node.type.Is(TypeKind::NOTHING);
     if (function.native != nullptr || node.event != nullptr) {
         CallNative(function, node.left.get(), 0, node.arguments, hasResult ? reg : NewRegister(), node.event);

@@ -52,6 +52,12 @@ bool IsSmallConstant(const Node& node) {
     return value >= INT16_MIN && value <= INT16_MAX;
 }
 
+bool IsVariantPlusInteger(const Node& node) {
+    const Node& right = *node.right;
+    return node.operation == Operation::ADD && right.kind == NodeKind::CONVERT && right.conversion == Conversion::BOX
+           && right.left->type.Is(TypeKind::INTEGER);
+}
+
 struct Arithmetic {
     Operation operation;
     Opcode opcode;
@@ -166,13 +172,23 @@ Value Generator::ProduceConcatenation(const Node& node, uint16_t reg) {
 Value Generator::ProduceBinary(const Node& node, uint16_t reg) {
     const ValueType& type = node.left->type;
     if (type.Is(TypeKind::STRING) && node.operation == Operation::ADD) return ProduceConcatenation(node, reg);
-    if (AddConstant(node, reg)) return {reg, -1};
+    if (OperateWithConstant(node, reg)) return {reg, -1};
+    if (IsVariantPlusInteger(node)) {
+        Value sum = Generate(*node.left);
+        Value added = Generate(*node.right->left);
+        SetPlace(node.span);
+        Emit(Opcode::VARIANT_ADD_INTEGER, reg, sum.reg, added.reg);
+        Value value = Owned(reg, node.type);
+        Release(sum, node.left->type);
+        return value;
+    }
 
-    Value left = Generate(*node.left);
-    Value right = Generate(*node.right);
+    const bool compares = IsComparison(node.operation);
+    Value left = Borrow(*node.left, compares && IsAtHand(*node.right));
+    Value right = Borrow(*node.right, compares);
     SetPlace(node.span);
     Value value{reg, -1};
-    if (IsComparison(node.operation)) {
+    if (compares) {
         Comparison comparison = ComparisonOf(node.operation);
         Opcode opcode = ComparisonOpcode(node, comparison.index);
         if (comparison.isExchanged)
@@ -190,15 +206,24 @@ Value Generator::ProduceBinary(const Node& node, uint16_t reg) {
     return value;
 }
 
-// Adds or subtracts a small Integer without loading it first; false when the node is something else.
-bool Generator::AddConstant(const Node& node, uint16_t reg) {
-    bool isSum = node.operation == Operation::ADD || node.operation == Operation::SUBTRACT;
-    if (!isSum || !node.left->type.Is(TypeKind::INTEGER) || !IsSmallConstant(*node.right)) return false;
+// Takes a small Integer from the instruction, without loading it first; false when the node is something else.
+bool Generator::OperateWithConstant(const Node& node, uint16_t reg) {
+    if (!node.left->type.Is(TypeKind::INTEGER) || !IsSmallConstant(*node.right)) return false;
     int32_t constant = std::get<int32_t>(node.right->constant);
-    if (node.operation == Operation::SUBTRACT) constant = -constant;
-    if (constant > INT16_MAX) return false;
+    const bool isDivisor = constant != 0 && constant != -1;
+    Opcode opcode = Opcode::ADD_CONSTANT;
+    switch (node.operation) {
+    case Operation::ADD: break;
+    case Operation::SUBTRACT: constant = -constant; break;
+    case Operation::MULTIPLY: opcode = Opcode::MULTIPLY_CONSTANT; break;
+    case Operation::INTEGER_DIVIDE: opcode = Opcode::DIVIDE_CONSTANT; break;
+    case Operation::MODULO: opcode = Opcode::MODULO_CONSTANT; break;
+    default: return false;
+    }
+    bool divides = opcode == Opcode::DIVIDE_CONSTANT || opcode == Opcode::MODULO_CONSTANT;
+    if (constant > INT16_MAX || (divides && !isDivisor)) return false;
     Value left = Generate(*node.left);
-    Emit(Opcode::ADD_CONSTANT, reg, left.reg, static_cast<uint16_t>(constant));
+    Emit(opcode, reg, left.reg, static_cast<uint16_t>(constant));
     return true;
 }
 
@@ -224,13 +249,34 @@ void Generator::Branch(const Node& condition, Label& label, bool when) {
     next_ = top;
 }
 
+// As BranchOnComparison, with a small constant on the right.
+bool Generator::BranchOnConstant(const Node& condition, Operation operation, Label& label) {
+    if (!IsSmallConstant(*condition.right)) return false;
+    int32_t constant = std::get<int32_t>(condition.right->constant);
+    Opcode test = Opcode::TEST_EQUAL_CONSTANT;
+    switch (operation) {
+    case Operation::EQUAL: break;
+    case Operation::NOT_EQUAL: test = Opcode::TEST_UNEQUAL_CONSTANT; break;
+    case Operation::LESS_EQUAL: constant++; [[fallthrough]];
+    case Operation::LESS: test = Opcode::TEST_LESS_CONSTANT; break;
+    case Operation::GREATER_EQUAL: constant--; [[fallthrough]];
+    default: test = Opcode::TEST_GREATER_CONSTANT; break;
+    }
+    if (constant < INT16_MIN || constant > INT16_MAX) return false;
+    Emit(test, Generate(*condition.left).reg, static_cast<uint16_t>(constant));
+    Jump(Opcode::JUMP, 0, label);
+    return true;
+}
+
 // A test that holds skips the jump behind it.
 void Generator::BranchOnComparison(const Node& condition, Label& label, bool when) {
     static constexpr Opcode TESTS[] = {Opcode::TEST_EQUAL, Opcode::TEST_UNEQUAL, Opcode::TEST_LESS,
                                        Opcode::TEST_LESS_EQUAL};
+    const Operation operation = when ? Negated(condition.operation) : condition.operation;
+    if (BranchOnConstant(condition, operation, label)) return;
     Value left = Generate(*condition.left);
     Value right = Generate(*condition.right);
-    Comparison comparison = ComparisonOf(when ? Negated(condition.operation) : condition.operation);
+    Comparison comparison = ComparisonOf(operation);
     Opcode test = TESTS[comparison.index];
     if (comparison.isExchanged)
         Emit(test, right.reg, left.reg);

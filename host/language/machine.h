@@ -47,6 +47,7 @@ private:
     // being stopped.
     bool Invoke(const Code& code, const Slot* arguments, Slot* result);
     bool Execute();
+    bool ExecuteFrom(size_t entry);
     bool Push(const Code& code, Slot* base);
     // After an exception: continues at a handler of a frame from `entry` on (true), or leaves those frames.
     bool Unwind(size_t entry);

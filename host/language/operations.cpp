@@ -161,6 +161,12 @@ bool ConvertOrRaise(uint16_t kinds, Slot value, Slot& result) {
 bool OperateVariants(VariantOperation operation, Object* left, Object* right, Slot& result) {
     Kind leftKind = VariantKind(left);
     Kind rightKind = VariantKind(right);
+    if (leftKind == Kind::INTEGER && rightKind == Kind::INTEGER && operation <= VariantOperation::MULTIPLY) {
+        int32_t value = 0;
+        OperateIntegers(operation, UnboxInteger(left), UnboxInteger(right), value);
+        result.object = BoxInteger(value);
+        return result.object != nullptr;
+    }
     bool areNumbers = IsNumber(leftKind) && IsNumber(rightKind);
     bool areStrings = leftKind == Kind::STRING && rightKind == Kind::STRING;
     if (operation == VariantOperation::EQUAL) {
@@ -182,6 +188,16 @@ bool OperateVariants(VariantOperation operation, Object* left, Object* right, Sl
         return result.object != nullptr;
     }
     return areNumbers ? OperateNumbers(operation, left, right, result) : CannotOperate(operation, left, right);
+}
+
+bool AddInteger(Object* left, int32_t right, Slot& result) {
+    if (VariantKind(left) == Kind::INTEGER) {
+        Object* box = BoxInteger(WrappingAdd(UnboxInteger(left), right));
+        if (box != nullptr) result.object = box;
+        return box != nullptr;
+    }
+    ObjectRef box = ObjectRef::Adopt(BoxInteger(right));
+    return box && OperateVariants(VariantOperation::ADD, left, box.Get(), result);
 }
 
 bool UnboxTo(Kind kind, Object* variant, Slot& result) {

@@ -27,6 +27,8 @@ enum class VariantOperation : uint8_t {
 // Arithmetic gives a new Variant in result.object, comparisons an Integer 0 or 1.
 bool OperateVariants(VariantOperation operation, Object* left, Object* right, Slot& result);
 
+bool AddInteger(Object* left, int32_t right, Slot& result);
+
 // The value of a Variant as another type. Numbers convert to each other when nothing is lost.
 bool UnboxTo(Kind kind, Object* variant, Slot& result);
 

@@ -45,6 +45,16 @@ void ArraySet(Array* array, int32_t index, Slot value);
 bool ArrayResize(Array* array, int32_t count);
 // Inserts at 0 … count, taking over the reference of `value`.
 bool ArrayInsert(Array* array, int32_t index, Slot value);
+// At the end.
+inline bool ArrayAppend(Array* array, const Slot& value) {
+    if (array->count >= array->capacity - array->front) return ArrayInsert(array, array->count, value);
+    const int32_t index = array->count++;
+    if (IsWide(array->element))
+        array->Wides()[index] = value.wide;
+    else
+        array->Integers()[index] = value.integer;
+    return true;
+}
 // Removes an element; its reference passes to the caller.
 Slot ArrayTake(Array* array, int32_t index);
 

@@ -24,8 +24,16 @@ union Slot {
     Object* object; // Object and Variant
     Array* array;
     void* pointer; // ByRef: the variable
+    uint32_t words[2];
 };
 static_assert(sizeof(Slot) == 8);
+
+// Word by word: most values were written as one word just before, and a processor waits when such a one is read as a
+// part of 64 bits.
+inline void CopySlot(Slot& to, const Slot& from) {
+    to.words[0] = from.words[0];
+    to.words[1] = from.words[1];
+}
 
 // What a call passes and returns, derived from a signature; made once for each shape and shared.
 struct CallShape {

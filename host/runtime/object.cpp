@@ -5,6 +5,7 @@
 #include "host/runtime/encoding.h"
 #include "host/runtime/exception.h"
 #include "host/runtime/small_blocks.h"
+#include "host/runtime/variant.h"
 
 #include <cstring>
 #include <new>
@@ -117,6 +118,10 @@ Object* NewObject(std::string_view className) {
 }
 
 void ReleaseObject(Object* object) {
+    if (const Kind kind = object->cls->boxKind; kind != Kind::NOTHING && kind != Kind::ARRAY) {
+        FreeBox(object);
+        return;
+    }
     if (object->references & DEAD) {
         FreeMemory(object);
         return;

@@ -5,7 +5,7 @@ namespace host {
 
 namespace {
 
-void Lock(Kind kind, Slot slot) {
+void Lock(Kind kind, const Slot& slot) {
     if (kind == Kind::STRING) LockString(slot.string);
     if (HoldsObject(kind)) LockObject(slot.object);
 }
@@ -27,19 +27,14 @@ Value& Value::operator=(Value other) noexcept {
     return *this;
 }
 
-Value::~Value() {
-    if (kind_ == Kind::STRING) UnlockString(slot_.string);
-    if (HoldsObject(kind_)) UnlockObject(slot_.object);
-}
-
-Value Value::Adopt(Kind kind, Slot slot) {
+Value Value::Adopt(Kind kind, const Slot& slot) {
     Value value;
     value.kind_ = kind;
-    value.slot_ = slot;
+    CopySlot(value.slot_, slot);
     return value;
 }
 
-Value Value::Share(Kind kind, Slot slot) {
+Value Value::Share(Kind kind, const Slot& slot) {
     Lock(kind, slot);
     return Adopt(kind, slot);
 }

@@ -29,17 +29,23 @@ public:
     Value(const std::vector<std::string>& strings); // a string array
 
     Value(const Value& other);
-    Value(Value&& other) noexcept : kind_(other.kind_), slot_(other.slot_) { other.kind_ = Kind::NOTHING; }
+    Value(Value&& other) noexcept : kind_(other.kind_) {
+        CopySlot(slot_, other.slot_);
+        other.kind_ = Kind::NOTHING;
+    }
     Value& operator=(Value other) noexcept;
-    ~Value();
+    ~Value() {
+        if (kind_ == Kind::STRING) UnlockString(slot_.string);
+        if (HoldsObject(kind_)) UnlockObject(slot_.object);
+    }
 
     // Takes over the reference in the slot / adds one.
-    static Value Adopt(Kind kind, Slot slot);
-    static Value Share(Kind kind, Slot slot);
+    static Value Adopt(Kind kind, const Slot& slot);
+    static Value Share(Kind kind, const Slot& slot);
 
     Kind GetKind() const { return kind_; }
-    Slot Get() const { return slot_; } // borrowed
-    Slot Detach();                     // the reference passes to the caller
+    const Slot& Get() const { return slot_; } // borrowed
+    Slot Detach();                            // the reference passes to the caller
 
     // The content; 0, "" or nil if the value is of another kind.
     int32_t Integer() const { return kind_ == Kind::INTEGER || kind_ == Kind::BOOLEAN ? slot_.integer : 0; }

@@ -2,6 +2,8 @@
 #include "host/runtime/variant.h"
 
 #include "host/runtime/class_program.h"
+#include "host/runtime/exception.h"
+#include "host/runtime/small_blocks.h"
 
 namespace host {
 
@@ -20,20 +22,26 @@ struct StringBox : Object {
     String* value;
 };
 
-void FreeStringBox(Object* object, Class*) { UnlockString(static_cast<StringBox*>(object)->value); }
-
 template <typename Box>
-Class* MakeBoxClass(const char* name, Kind kind, ClassHook destructor) {
-    Class* cls = DefineInternalClass(name, static_cast<int32_t>(sizeof(Box) - sizeof(Object)), destructor);
+Class* MakeBoxClass(const char* name, Kind kind) {
+    Class* cls = DefineInternalClass(name, static_cast<int32_t>(sizeof(Box) - sizeof(Object)), nullptr);
     cls->boxKind = kind;
     return cls;
 }
 
+// Boxes are made and freed without the ways of objects: they have neither constructors nor destructors.
 template <typename Box, Kind KIND, typename T>
-Object* MakeBox(const char* name, T value, ClassHook destructor = nullptr) {
-    static Class* const cls = MakeBoxClass<Box>(name, KIND, destructor);
-    auto* box = static_cast<Box*>(NewObject(cls));
-    if (box) box->value = value;
+Object* MakeBox(const char* name, T value) {
+    static Class* const cls = MakeBoxClass<Box>(name, KIND);
+    auto* box = static_cast<Box*>(SmallBlocks::Allocate(sizeof(Box)));
+    if (box == nullptr) {
+        RaiseOutOfMemory();
+        return nullptr;
+    }
+    box->cls = cls;
+    box->references = 1;
+    box->value = value;
+    ++cls->liveCount;
     return box;
 }
 
@@ -44,14 +52,38 @@ Object* BoxBoolean(int32_t value) { return MakeBox<IntegerBox, Kind::BOOLEAN>("B
 Object* BoxDouble(double value) { return MakeBox<DoubleBox, Kind::DOUBLE>("Double in a Variant", value); }
 
 Object* BoxString(String* value) {
-    Object* box = MakeBox<StringBox, Kind::STRING>("String in a Variant", value, FreeStringBox);
+    Object* box = MakeBox<StringBox, Kind::STRING>("String in a Variant", value);
     if (box != nullptr) LockString(value);
     return box;
 }
 
 Object* BoxInt64(int64_t value) { return MakeBox<WideBox, Kind::INT64>("Int64 in a Variant", value); }
 
-Object* Box(Kind kind, Slot value) {
+void FreeBox(Object* box) {
+    Class* cls = box->cls;
+    if (cls->boxKind == Kind::STRING) UnlockString(static_cast<StringBox*>(box)->value);
+    --cls->liveCount;
+    SmallBlocks::Free(box, static_cast<size_t>(cls->objectSize));
+}
+
+bool SetBox(Object* box, Kind kind, const Slot& value) {
+    if (box == nullptr || box->references != 1 || box->cls->boxKind != kind) return false;
+    switch (kind) {
+    case Kind::INTEGER:
+    case Kind::BOOLEAN: static_cast<IntegerBox*>(box)->value = value.integer; break;
+    case Kind::DOUBLE: static_cast<DoubleBox*>(box)->value = value.number; break;
+    case Kind::INT64:
+    case Kind::CURRENCY: static_cast<WideBox*>(box)->value = value.wide; break;
+    case Kind::STRING:
+        LockString(value.string);
+        UnlockString(std::exchange(static_cast<StringBox*>(box)->value, value.string));
+        break;
+    default: return false;
+    }
+    return true;
+}
+
+Object* Box(Kind kind, const Slot& value) {
     switch (kind) {
     case Kind::INTEGER: return BoxInteger(value.integer);
     case Kind::BOOLEAN: return BoxBoolean(value.integer);

@@ -18,7 +18,11 @@ Object* BoxDouble(double value);
 Object* BoxString(String* value);
 Object* BoxInt64(int64_t value);
 // A value of any of these kinds; an object or Variant as it is, with one reference more.
-Object* Box(Kind kind, Slot value);
+Object* Box(Kind kind, const Slot& value);
+
+void FreeBox(Object* box); // only for ReleaseObject
+// Puts another value into a box that nobody else refers to; false when it is none, or one of another kind.
+bool SetBox(Object* box, Kind kind, const Slot& value);
 
 // Kind::NOTHING for nil; for a box the kind of its value; Array for an array; else Object.
 Kind VariantKind(const Object* variant);
