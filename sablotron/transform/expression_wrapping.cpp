@@ -43,12 +43,13 @@ bool MayBeNumber(std::string_view expression) {
     return !std::all_of(expression.begin(), expression.end(), isOfPath);
 }
 
-} // namespace
-
-std::string WrappedAsText(const std::string& expression) {
+// The expression as the argument of a function, where its value can need that.
+std::string Wrapped(const std::string& expression, std::string_view function) {
     if (!MayBeNumber(expression) || !IsClosed(expression)) return expression;
-    return std::string(TEXT_FUNCTION) + '(' + expression + ')';
+    return std::string(function) + '(' + expression + ')';
 }
+
+} // namespace
 
 std::string WithoutStream(const std::string& expression, bool isBelowAnything) {
     // What contains any of these is no stream to libxml2.
@@ -60,8 +61,11 @@ std::string WithoutStream(const std::string& expression, bool isBelowAnything) {
     return slashes == std::string::npos ? expression : std::string(expression).replace(slashes, 2, ANYWHERE);
 }
 
-std::string Prepared(const std::string& expression, bool isText) {
-    return WithoutStream(UnionsAsCalls(ParentsAsPredicates(isText ? WrappedAsText(expression) : expression)), false);
+std::string Prepared(const std::string& expression, Use use) {
+    const std::string wrapped = use == Use::ANY    ? expression
+                                : use == Use::TEXT ? Wrapped(expression, TEXT_FUNCTION)
+                                                   : Wrapped(expression, NODES_OR_TEXT_FUNCTION);
+    return WithoutStream(UnionsAsCalls(ParentsAsPredicates(wrapped)), false);
 }
 
 std::string WrappedAsRefused(const std::string& expression) {
@@ -72,7 +76,7 @@ std::string WrappedAsRefused(const std::string& expression) {
 }
 
 std::string WithoutCalls(std::string text) {
-    for (const std::string_view function : {TEXT_FUNCTION, UNION_FUNCTION}) {
+    for (const std::string_view function : {TEXT_FUNCTION, NODES_OR_TEXT_FUNCTION, UNION_FUNCTION}) {
         const std::string call = std::string(function) + '(';
         for (size_t at = text.find(call); at != std::string::npos; at = text.find(call)) {
             text.erase(at, call.size());

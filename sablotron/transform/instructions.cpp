@@ -3,6 +3,7 @@
 
 #include "sablotron/transform/expression_wrapping.h"
 #include "sablotron/transform/modules.h"
+#include "sablotron/transform/node_order.h"
 #include "sablotron/tree/node_union.h"
 #include "sablotron/tree/number_text.h"
 #include "sablotron/tree/xpath.h"
@@ -15,6 +16,7 @@
 #include <libxslt/templates.h>
 #include <libxslt/transform.h>
 #include <libxslt/variables.h>
+#include <libxslt/xsltutils.h>
 
 #include <algorithm>
 #include <array>
@@ -118,9 +120,18 @@ void RunMessage(xsltTransformContext* context, xmlNode* node, xmlNode* instructi
 }
 
 // Numbers become text as XPath wants it, other values stay what they are.
-void AsText(xmlXPathParserContext* parser, int) {
+void AsNodesOrText(xmlXPathParserContext* parser, int) {
     xmlXPathObject* value = valuePop(parser);
     valuePush(parser, (value != nullptr) && value->type == XPATH_NUMBER ? NumberAsString(value) : value);
+}
+
+// Also nodes that libxml2 would put in a wrong order, of which the first is text.
+void AsText(xmlXPathParserContext* parser, int argumentCount) {
+    const xmlXPathObject* value = parser->value;
+    if (value == nullptr || value->type != XPATH_NODESET || !MendOrder(value->nodesetval))
+        return AsNodesOrText(parser, argumentCount);
+    const XPathPointer<xmlXPathObject> nodes(valuePop(parser));
+    valuePush(parser, xmlXPathWrapString(xmlXPathCastNodeToString(nodes->nodesetval->nodeTab[0])));
 }
 
 // key() looks a number up as text.
@@ -143,7 +154,7 @@ void Refuse(xmlXPathParserContext* parser, int) {
 void PrepareExpression(xmlXPathObject* value) {
     if (value == nullptr || value->type != XPATH_STRING) return;
     const std::string expression(View(value->stringval));
-    const std::string prepared = Prepared(expression, false);
+    const std::string prepared = Prepared(expression, Use::ANY);
     if (prepared == expression) return;
     xmlFree(value->stringval);
     value->stringval = xmlStrdup(Chars(prepared.c_str()));
@@ -171,6 +182,7 @@ void CallFunction(xmlXPathParserContext* parser, int argumentCount) {
 
 xmlXPathFunction LookUpFunction(void* xpathContext, const xmlChar* name, const xmlChar* uri) {
     if (uri == nullptr && View(name) == TEXT_FUNCTION) return AsText;
+    if (uri == nullptr && View(name) == NODES_OR_TEXT_FUNCTION) return AsNodesOrText;
     if (uri == nullptr && View(name) == REFUSED_FUNCTION) return Refuse;
     if (uri == nullptr && View(name) == "key") return FindByKey;
     return xsltXPathFunctionLookup(xpathContext, name, uri) != nullptr ? CallFunction : nullptr;
@@ -193,24 +205,46 @@ bool HasTooManyLevels(xsltTransformContext* context, xmlNode* node, const xsltNu
     return levels > MAX_LEVELS;
 }
 
-// libxslt would write 0 for a negative number, which is to be written as it is (XSLT 1.0 Errata, E24). False when it is
-// none, or the value fails.
-bool WriteNegative(xsltTransformContext* context, xmlNode* node, const xsltStylePreComp& compiled,
-                   xmlXPathCompExpr* value) {
+// The value of an expression that an instruction has.
+XPathPointer<xmlXPathObject> Evaluate(const xsltTransformContext* context, xmlNode* node,
+                                      const xsltStylePreComp& compiled, xmlXPathCompExpr* expression) {
     xmlXPathContext* const xpath = context->xpathCtxt;
     const xmlXPathContext before = *xpath;
     xpath->node = node;
     xpath->namespaces = compiled.nsList;
     xpath->nsNr = compiled.nsNr;
-    const XPathPointer<xmlXPathObject> result(xmlXPathCompiledEval(value, xpath));
+    XPathPointer<xmlXPathObject> result(xmlXPathCompiledEval(expression, xpath));
     xpath->node = before.node;
     xpath->namespaces = before.namespaces;
     xpath->nsNr = before.nsNr;
     xpath->proximityPosition = before.proximityPosition;
     xpath->contextSize = before.contextSize;
+    return result;
+}
+
+// libxslt would write 0 for a negative number, which is to be written as it is (XSLT 1.0 Errata, E24). False when it is
+// none, or the value fails.
+bool WriteNegative(xsltTransformContext* context, xmlNode* node, const xsltStylePreComp& compiled,
+                   xmlXPathCompExpr* value) {
+    const XPathPointer<xmlXPathObject> result = Evaluate(context, node, compiled, value);
     const double number = result ? xmlXPathCastToNumber(result.get()) : 0;
     if (!(number < 0)) return false;
     xsltCopyTextString(context, context->insert, Chars(NumberText(number).c_str()), 0);
+    return true;
+}
+
+// Copies what an xsl:copy-of selects one by one; false when libxslt has the nodes in order.
+bool CopyInOrder(xsltTransformContext* context, xmlNode* node, xmlNode* instruction, xsltElemPreComp* compiled) {
+    static const XPathPointer<xmlXPathCompExpr> SELF(xmlXPathCompile(Chars(".")));
+    const Instructions& instructions = RunOf(context).instructions;
+    if (!instructions.MayCopyOutOfOrder(compiled) || !SELF) return false;
+    auto one = *reinterpret_cast<const xsltStylePreComp*>(compiled);
+    const XPathPointer<xmlXPathObject> selected = Evaluate(context, node, one, one.comp);
+    if (!selected || selected->type != XPATH_NODESET || !MendOrder(selected->nodesetval)) return false;
+    one.comp = SELF.get();
+    for (int i = 0; i < selected->nodesetval->nodeNr; ++i)
+        instructions.FunctionOf(compiled)(context, selected->nodesetval->nodeTab[i], instruction,
+                                          reinterpret_cast<xsltElemPreComp*>(&one));
     return true;
 }
 
@@ -272,7 +306,8 @@ void RunInstruction(xsltTransformContext* context, xmlNode* node, xmlNode* instr
         run.errors.Fail({.code = CODE_OTHER, .text = "The run takes too many steps"});
         return;
     }
-    run.instructions.FunctionOf(compiled)(context, node, instruction, compiled);
+    if (compiled->type != XSLT_FUNC_COPYOF || !CopyInOrder(context, node, instruction, compiled))
+        run.instructions.FunctionOf(compiled)(context, node, instruction, compiled);
     if (context->state != XSLT_STATE_STOPPED) Complete(context, compiled->type);
 }
 
@@ -304,9 +339,11 @@ Instructions::Instructions(xsltStylesheet* stylesheet) {
             else
                 extensions_.emplace(compiled, compiled->func);
             compiled->func = RunInstruction;
-            if (compiled->type != XSLT_FUNC_NUMBER) continue;
-            const xmlChar* value = reinterpret_cast<const xsltStylePreComp*>(compiled)->numdata.value;
-            if (value != nullptr) numberValues_.emplace(compiled, xmlXPathCompile(value));
+            const auto& details = *reinterpret_cast<const xsltStylePreComp*>(compiled);
+            if (compiled->type == XSLT_FUNC_NUMBER && details.numdata.value != nullptr)
+                numberValues_.emplace(compiled, xmlXPathCompile(details.numdata.value));
+            if (compiled->type == XSLT_FUNC_COPYOF && MayConfuseOrder(WithoutCalls(std::string(View(details.select)))))
+                copiesOutOfOrder_.insert(compiled);
         }
     }
     // These two are not compiled by libxslt. xsl:fallback does nothing when it is instantiated itself (15).
@@ -325,6 +362,10 @@ Instructions::Instructions(xsltStylesheet* stylesheet) {
 xsltTransformFunction Instructions::FunctionOf(const xsltElemPreComp* instruction) const {
     if (instruction->type < XSLT_FUNC_EXTENSION) return functions_[instruction->type];
     return extensions_.find(instruction)->second;
+}
+
+bool Instructions::MayCopyOutOfOrder(const xsltElemPreComp* instruction) const {
+    return copiesOutOfOrder_.contains(instruction);
 }
 
 xmlXPathCompExpr* Instructions::NumberValue(const xsltElemPreComp* instruction) const {
@@ -363,6 +404,7 @@ void ExtendLimits(xsltTransformContext* context, const xmlDoc* tree) {
 void GuardFunctions(xsltTransformContext* context) {
     RegisterStringFunctions(context->xpathCtxt);
     RegisterUnion(context->xpathCtxt);
+    xsltSetCtxtSortFunc(context, SortNodes);
     RegisterTextMakers(context->xpathCtxt, std::make_index_sequence<std::size(TEXT_MAKERS)>());
     xmlXPathRegisterVariableLookup(context->xpathCtxt, LookUpVariable, context);
     xmlXPathRegisterFuncLookup(context->xpathCtxt, LookUpFunction, context->xpathCtxt);

@@ -7,6 +7,7 @@
 #include "sablotron/tree/xpath.h"
 
 #include <array>
+#include <unordered_set>
 
 namespace sablot {
 
@@ -20,11 +21,15 @@ public:
     // The compiled value of an xsl:number; null when it has none.
     xmlXPathCompExpr* NumberValue(const xsltElemPreComp* instruction) const;
 
+    // Whether an xsl:copy-of may select nodes that libxml2 puts in a wrong order.
+    bool MayCopyOutOfOrder(const xsltElemPreComp* instruction) const;
+
 private:
     // libxslt has one function for each of its own instructions; extensions have theirs.
     std::array<xsltTransformFunction, XSLT_FUNC_EXTENSION> functions_{};
     std::unordered_map<const xsltElemPreComp*, xsltTransformFunction> extensions_;
     std::unordered_map<const xsltElemPreComp*, XPathPointer<xmlXPathCompExpr>> numberValues_;
+    std::unordered_set<const xsltElemPreComp*> copiesOutOfOrder_;
 };
 
 // What instructions share during a run. Its address is the _private field of the transformation context.
