@@ -2,6 +2,7 @@
 #include "host/cli/program_session.h"
 
 #include "host/cli/files.h"
+#include "host/cli/libxml2/document.h"
 #include "host/cli/terminal.h"
 #include "host/framework/framework.h"
 
@@ -22,6 +23,16 @@ void PrintStack(const std::vector<StackEntry>& stack) {
         std::fprintf(stderr, "  at %s\n",
                      (entry.function.empty() ? place : entry.function + " (" + place + ")").c_str());
     }
+}
+
+std::optional<InputPlace> FindFault(const std::string& text) {
+    std::vector<Diagnostic> warnings;
+    try {
+        xml::Parse({"XML", text}, xml::References::KEEP, warnings);
+    } catch (const xml::TextError& error) {
+        if (!error.faults.empty()) return InputPlace{error.faults[0].line, error.faults[0].column};
+    }
+    return std::nullopt;
 }
 
 void HandleInterrupt(int) { RequestInterrupt(); }
@@ -68,6 +79,7 @@ RunOptions OptionsOf(const ProgramLimits& limits) {
     RunOptions options;
     // One buffer with what programs write through StdOut.
     options.print = [](std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); };
+    options.findFault = FindFault;
     options.timeLimit = std::chrono::milliseconds(static_cast<int64_t>(std::min(limits.seconds, LONGEST) * 1000));
     options.memoryLimit = static_cast<size_t>(std::min(limits.megabytes * MEGABYTE, MOST));
     return options;

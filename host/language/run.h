@@ -11,13 +11,21 @@
 
 namespace host {
 
+// A place in a text; line and column (in characters) are counted from 1.
+struct InputPlace {
+    uint32_t line;
+    uint32_t column;
+};
+
 struct RunOptions {
     // Takes what Print prints, line feeds included. Standard output when empty.
     std::function<void(std::string_view)> print;
     std::chrono::milliseconds timeLimit{0}; // 0: none
     size_t memoryLimit = 0;                 // bytes of memory the process may hold; 0: none
     uint32_t callDepthLimit = 100000;       // deeper calls raise StackOverflowException
-    bool profiles = false;                  // RunResult::profile is wanted
+    // Finds what makes an XML text not well-formed, for exceptions that do not know the place.
+    std::function<std::optional<InputPlace>(const std::string& text)> findFault;
+    bool profiles = false; // RunResult::profile is wanted
 };
 
 enum class RunOutcome { FINISHED, UNCAUGHT_EXCEPTION, INTERRUPTED, TIME_LIMIT, MEMORY_LIMIT };
