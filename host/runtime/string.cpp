@@ -171,10 +171,15 @@ String* BuildString(const char* bytes, int32_t length, uint32_t encoding) {
 
 String* PartOfString(String* string, size_t offset, size_t length) {
     LongString* whole = AsLongString(string);
-    // A small part does not keep a large buffer alive.
-    if (whole == nullptr || length <= LONGEST_SHORT || length < whole->buffer->capacity / 2)
+    if (whole == nullptr || length <= LONGEST_SHORT)
         return BuildString(string->View().substr(offset, length), string->encoding);
     TextBuffer* buffer = whole->buffer;
+    // A small part does not keep a large buffer alive, unless very many are taken: then copying would cost too much.
+    constexpr size_t COPIES = 4;
+    if (length < buffer->capacity / 2 && buffer->copied / COPIES < buffer->capacity) {
+        buffer->copied += length;
+        return BuildString(string->View().substr(offset, length), string->encoding);
+    }
     const size_t begin = whole->Begin() + offset;
     auto splits = [buffer](size_t place) {
         return place > buffer->begin && place < buffer->end && !BeginsCharacter(buffer->bytes[place]);

@@ -25,6 +25,7 @@ TextBuffer* NewTextBuffer(size_t length, size_t roomBefore, size_t roomAfter) {
     buffer->references = 1;
     buffer->capacity = static_cast<uint32_t>(length + roomBefore + roomAfter);
     buffer->begin = buffer->end = static_cast<uint32_t>(roomBefore);
+    buffer->copied = 0;
     buffer->isJoined = buffer->isFixed = buffer->splitsCharacters = false;
     buffer->notes = nullptr;
     return buffer;

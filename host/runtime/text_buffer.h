@@ -35,6 +35,7 @@ struct TextBuffer {
     uint32_t capacity;
     uint32_t begin; // of the bytes in use
     uint32_t end;   // a NUL stands there
+    size_t copied;  // bytes of it that small parts have copied
     bool isJoined;  // made by joining: more is likely to follow
     bool isFixed;   // its end was handed out as a C string, whose NUL must stay
     // Some string in it begins or ends within a character of UTF-8, so that a part is not read as the whole is.
