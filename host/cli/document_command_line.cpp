@@ -44,7 +44,7 @@ void AddEvents(CLI::App& app, CommandLine& line) {
                                          "  kova events --namespaces '|' books.xml\n"
                                          "  kova events --quiet books.xml\n"});
     auto events = std::make_shared<EventsCommandOptions>();
-    command.add_option("FILE", events->file, "An XML file")->required();
+    command.add_option("FILE", events->file, "An XML file, or - for standard input")->required();
     command.add_option("--encoding", events->encoding, "The file's encoding (default UTF-8)")->type_name("NAME");
     command.add_option("--namespaces", events->separator, "Resolve namespaces; names are URI SEP local name")
         ->type_name("SEP");

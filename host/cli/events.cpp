@@ -2,10 +2,12 @@
 // reader and the boundary alone.
 #include "host/cli/event_text.h"
 #include "host/cli/session.h"
+#include "host/cli/terminal.h"
 #include "host/runtime/class_program.h"
 #include "host/runtime/dynamic.h"
 #include "host/runtime/encoding.h"
 #include "host/runtime/string.h"
+#include "host/runtime/utf8.h"
 #include "host/syntax/names.h"
 
 #include <fcntl.h>
@@ -18,6 +20,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -209,11 +212,12 @@ const std::array<Row, EVENT_COUNT> HANDLERS = {{
     {"Default", Native(Handle<21, void, String*>)},
 }};
 
-// A file read in chunks, with the share that is done shown on a terminal while nothing else is.
+// A file, or standard input for "-", read in chunks, with the share that is done shown on a terminal while nothing else
+// is.
 class ChunkedFile {
 public:
-    ChunkedFile(const std::filesystem::path& path, bool showProgress) : path_(path) {
-        file_ = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    ChunkedFile(const std::filesystem::path& path, bool showProgress) : path_(path == "-" ? "<stdin>" : path) {
+        file_ = path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC);
         struct stat status {};
         if (file_ < 0 || fstat(file_, &status) != 0) Fail();
         if (S_ISREG(status.st_mode)) size_ = status.st_size;
@@ -241,6 +245,17 @@ public:
         return {buffer_.data(), length};
     }
 
+    // A line of what was read, without its end; empty when it cannot be read once more.
+    std::string Line(uint32_t number) const {
+        if (size_ == 0) return {};
+        std::ifstream text("/proc/self/fd/" + std::to_string(file_)); // the same file, whatever has its name now
+        std::string line;
+        while (number > 0 && std::getline(text, line)) --number;
+        if (line.ends_with('\r')) line.pop_back();
+        return number == 0 && IsValidUTF8(line) ? line : std::string();
+    }
+
+    const std::filesystem::path& Path() const { return path_; }
     bool AtEnd() const { return size_ > 0 && total_ >= static_cast<uint64_t>(size_); }
     uint64_t Total() const { return total_; }
 
@@ -311,12 +326,14 @@ int ShowEvents(const HostOptions& host, const EventsCommandOptions& options) {
         Feed(reader, file);
     } catch (const ProgramException& error) {
         events.Flush();
-        std::fflush(stdout);
-        const std::string message =
+        Diagnostic fault;
+        fault.file = file.Path();
+        fault.line = static_cast<uint32_t>(GetProperty(error.exception, "CurrentLineNumber").Integer());
+        fault.column = static_cast<uint32_t>(GetProperty(error.exception, "CurrentColumnNumber").Integer()) + 1;
+        fault.message =
             error.message.empty() ? "the parser reports error " + std::to_string(error.number) : error.message;
-        std::fprintf(stderr, "%s:%d:%d: %s\n", options.file.c_str(),
-                     GetProperty(error.exception, "CurrentLineNumber").Integer(),
-                     GetProperty(error.exception, "CurrentColumnNumber").Integer() + 1, message.c_str());
+        fault.sourceLine = file.Line(fault.line);
+        ShowDiagnostic(fault);
         return EXIT_FAILED;
     }
     std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
