@@ -17,6 +17,7 @@ install(FILES "${CMAKE_CURRENT_BINARY_DIR}/kova-xml-config.cmake"
   "${CMAKE_CURRENT_BINARY_DIR}/kova-xml-config-version.cmake" DESTINATION lib/cmake/kova-xml)
 install(FILES "${CMAKE_SOURCE_DIR}/packaging/kova.bash-completion" DESTINATION share/bash-completion/completions
   RENAME kova)
+install(FILES "${CMAKE_SOURCE_DIR}/packaging/kova.zsh-completion" DESTINATION share/zsh/site-functions RENAME _kova)
 install(FILES "${CMAKE_SOURCE_DIR}/packaging/kova.xml" DESTINATION share/mime/packages)
 install(FILES "${CMAKE_SOURCE_DIR}/packaging/text-x-kova.svg" DESTINATION share/icons/hicolor/scalable/mimetypes)
 
