@@ -98,6 +98,17 @@ StatementCompiler::Flow StatementCompiler::CompileLoopBody(const Statement& stat
     return flow;
 }
 
+StatementCompiler::Flow StatementCompiler::CompileWith(const Statement& statement) {
+    OpenScope();
+    NodePtr object = checker_.Check(*statement.value);
+    const uint16_t reg = Generating() ? Hidden(*object) : uint16_t{0};
+    context_.withObjects.emplace_back(reg, object->type);
+    Flow flow = CompileBlock(statement.body);
+    context_.withObjects.pop_back();
+    CloseScope(flow);
+    return flow;
+}
+
 StatementCompiler::Flow StatementCompiler::CompileWhile(const Statement& statement) {
     Label next;
     Label exit;

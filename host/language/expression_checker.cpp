@@ -29,6 +29,13 @@ NodePtr ExpressionChecker::Check(const Expression& expression, Use use) {
         break;
     case ExpressionKind::IS_A: node = CheckIsA(expression); break;
     case ExpressionKind::SELF: node = CheckSelf(expression); break;
+    case ExpressionKind::WITH_OBJECT:
+        if (context_.withObjects.empty()) {
+            Error({expression.span.file, expression.span.offset, 1},
+                  "a name after a dot alone stands in a block of \"With object … End With\"");
+            return InvalidNode(expression.span);
+        }
+        return RegisterNode(context_.withObjects.back().first, context_.withObjects.back().second, expression.span);
     case ExpressionKind::RAISE_EVENT: node = CheckRaise(expression, use); break;
     case ExpressionKind::ADDRESS_OF: node = CheckAddress(expression); break;
     case ExpressionKind::CONDITIONAL: node = CheckConditional(expression); break;

@@ -18,6 +18,7 @@ struct FunctionContext {
     bool isTopLevel = false;                                  // statements outside of functions
     std::vector<std::vector<VariableSymbol*>> scopes;         // innermost last
     std::vector<std::vector<ConstantSymbol*>> constantScopes; // of the same blocks
+    std::vector<std::pair<uint16_t, ValueType>> withObjects;  // registers of what With blocks name, innermost last
 };
 
 // What an expression is checked for: its value, its effect, or being assigned to.

@@ -138,6 +138,9 @@ private:
                 AddVariable(variable.name, variable.span, variable.type);
             }
             if (!statement->type.name.empty()) AddVariable(statement->name, statement->nameSpan, statement->type);
+            const bool isWith = statement->kind == ast::StatementKind::WITH && statement->span.offset < begin_
+                                && begin_ <= statement->endSpan.offset;
+            if (isWith) context_.withObjects.emplace_back(uint16_t{0}, Checker().Check(*statement->value)->type);
             AddVariables(statement->body);
             AddVariables(statement->elseBody);
             for (const ast::Branch& branch : statement->branches) {
@@ -161,6 +164,7 @@ private:
     ValueType TypeBeforeDot(std::string& object) {
         std::string_view before = std::string_view(text_).substr(0, begin_ - 1);
         object = before.substr(StartOfExpression(before));
+        if (object.empty()) return context_.withObjects.empty() ? INVALID_TYPE : context_.withObjects.back().second;
         SourceFiles files{std::make_shared<const SourceFile>("", object)};
         DiagnosticList diagnostics(files);
         ast::ExpressionPtr expression = ParseExpression(files, 0, diagnostics);

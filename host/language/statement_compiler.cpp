@@ -130,6 +130,7 @@ StatementCompiler::Flow StatementCompiler::Compile(const Statement& statement) {
     case StatementKind::SELECT: return CompileSelect(statement);
     case StatementKind::FOR: return CompileFor(statement);
     case StatementKind::FOR_EACH: return CompileForEach(statement);
+    case StatementKind::WITH: return CompileWith(statement);
     case StatementKind::WHILE: return CompileWhile(statement);
     case StatementKind::DO: return CompileDo(statement);
     case StatementKind::EXIT:

@@ -67,6 +67,7 @@ private:
     Flow CompileSelect(const ast::Statement& statement);
     Flow CompileFor(const ast::Statement& statement);
     Flow CompileForEach(const ast::Statement& statement);
+    Flow CompileWith(const ast::Statement& statement);
     Flow CompileWhile(const ast::Statement& statement);
     Flow CompileDo(const ast::Statement& statement);
     Flow CompileJump(const ast::Statement& statement);

@@ -28,6 +28,7 @@ enum class ExpressionKind : uint8_t {
     CONDITIONAL, // If(condition, value, value): the arguments
     ARRAY,       // [arguments]
     RAISE_EVENT, // RaiseEvent name(arguments)
+    WITH_OBJECT, // what the With around it names, before a dot
     ADDRESS_OF,  // AddressOf left: the name of a function, or object.method
 };
 
@@ -82,6 +83,7 @@ enum class StatementKind : uint8_t {
     FOR_EACH, // name In value; body
     WHILE,    // value, body
     DO,       // value (may be missing), body
+    WITH,     // value, body
     EXIT,     // loop
     CONTINUE, // loop
     RETURN,   // value (may be missing)

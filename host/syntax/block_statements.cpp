@@ -67,6 +67,7 @@ void StatementParser::LineStatement(Block& block) {
     case Keyword::DO:
     case Keyword::SELECT:
     case Keyword::TRY:
+    case Keyword::WITH:
         cursor_.Fail(cursor_.Peek().span, "a block cannot stand in a one-line If");
         SkipLineTokens();
         return;
@@ -193,6 +194,18 @@ bool StatementParser::DoCondition(Statement& statement) {
     if (!cursor_.At(Keyword::UNTIL) && !cursor_.At(Keyword::WHILE)) return false;
     statement.isUntil = cursor_.Next().keyword == Keyword::UNTIL;
     statement.value = expressions_.Parse();
+    return true;
+}
+
+bool StatementParser::With(Statement& statement) {
+    statement.kind = StatementKind::WITH;
+    Span opener = cursor_.Next().span;
+    statement.value = expressions_.Parse();
+    Header(statement);
+    open_.push_back(BlockKind::WITH);
+    Body(BlockKind::WITH, statement.body);
+    statement.endSpan = cursor_.Peek().span;
+    Close(BlockKind::WITH, opener);
     return true;
 }
 

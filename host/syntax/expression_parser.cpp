@@ -286,6 +286,7 @@ bool ExpressionParser::AtOperand() const {
     case TokenKind::INTEGER:
     case TokenKind::DOUBLE:
     case TokenKind::LEFT_BRACKET:
+    case TokenKind::DOT:
     case TokenKind::STRING: return true;
     case TokenKind::NAME: break;
     default: return false;
@@ -324,6 +325,11 @@ ExpressionPtr ExpressionParser::ParsePrimary() {
     if (token.keyword == Keyword::IF || token.kind == TokenKind::LEFT_BRACKET) return ParseList(token);
 
     ExpressionPtr expression = Make(ExpressionKind::CONSTANT);
+    if (token.kind == TokenKind::DOT) {
+        expression->kind = ExpressionKind::WITH_OBJECT;
+        expression->span = {token.span.file, token.span.offset, 0};
+        return expression;
+    }
     if (token.kind == TokenKind::INTEGER || token.kind == TokenKind::DOUBLE) {
         std::optional<ConstantValue> number = NumberValue(token, false);
         // The least Int64 is a number only with its minus.

@@ -265,6 +265,7 @@ private:
         case Keyword::FOR:
         case Keyword::WHILE:
         case Keyword::DO:
+        case Keyword::WITH:
         case Keyword::TRY: return IsWord(tokens, first);
         case Keyword::SUB:
         case Keyword::FUNCTION:
@@ -301,7 +302,8 @@ private:
     bool HasBlank(const std::vector<Token>& tokens, size_t index) const {
         const Token& before = tokens[index - 1];
         const Token& token = tokens[index];
-        if (token.kind == TokenKind::COMMA || token.kind == TokenKind::DOT || IsClosing(token)) return false;
+        if (token.kind == TokenKind::COMMA || IsClosing(token)) return false;
+        if (token.kind == TokenKind::DOT && !BeginsOperand(tokens, index)) return false;
         if (IsOpening(before) || before.kind == TokenKind::DOT) return false;
         if (tokens[0].keyword == Keyword::IMPORT) return index == 1;
         if (IsSign(tokens, index - 1)) return token.kind == TokenKind::MINUS;
@@ -316,6 +318,13 @@ private:
                       || before.keyword == Keyword::SUPER || (index > 1 && tokens[index - 2].kind == TokenKind::DOT);
         bool isAccessor = index == 1 && before.keyword == Keyword::SET;
         return !isName && !isAccessor && IsWord(tokens, index - 1);
+    }
+
+    // A dot that has no object before it, within a With.
+    static bool BeginsOperand(const std::vector<Token>& tokens, size_t index) {
+        const Token& before = tokens[index - 1];
+        bool isObject = before.keyword == Keyword::SELF || before.keyword == Keyword::SUPER;
+        return IsOperator(before) || (before.kind == TokenKind::NAME && IsWord(tokens, index - 1) && !isObject);
     }
 
     // A minus that has nothing before it to be taken from.

@@ -77,6 +77,7 @@ constexpr std::pair<Keyword, std::string_view> KEYWORDS[] = {
     {Keyword::UNTIL, "Until"},
     {Keyword::WEND, "Wend"},
     {Keyword::WHILE, "While"},
+    {Keyword::WITH, "With"},
     {Keyword::XOR, "Xor"},
 };
 

@@ -20,6 +20,7 @@ constexpr StatementParser::BlockNames StatementParser::BLOCKS[] = {
     {BlockKind::WHILE, Keyword::WHILE, "While", "Wend"},
     {BlockKind::DO, Keyword::DO, "Do", "Loop"},
     {BlockKind::TRY, Keyword::TRY, "Try", "End Try"},
+    {BlockKind::WITH, Keyword::WITH, "With", "End With"},
     {BlockKind::SUB, Keyword::SUB, "Sub", "End Sub"},
     {BlockKind::FUNCTION, Keyword::FUNCTION, "Function", "End Function"},
     {BlockKind::EVENT, Keyword::EVENT, "Event", "End Event"},
@@ -230,6 +231,7 @@ bool StatementParser::Dispatch(Statement& statement, bool& isBlock) {
     case Keyword::WHILE: return While(statement);
     case Keyword::DO: return Do(statement);
     case Keyword::TRY: return Try(statement);
+    case Keyword::WITH: return With(statement);
     default: isBlock = false; return Simple(statement);
     }
 }
@@ -339,7 +341,7 @@ bool StatementParser::Handler(Statement& statement) {
 
 bool StatementParser::CallOrAssignment(Statement& statement) {
     statement.kind = StatementKind::CALL;
-    bool startsExpression = cursor_.At(TokenKind::LEFT_PARENTHESIS)
+    bool startsExpression = cursor_.At(TokenKind::LEFT_PARENTHESIS) || cursor_.At(TokenKind::DOT)
                             || (cursor_.At(TokenKind::NAME) && !cursor_.At(Keyword::NOT) && !cursor_.At(Keyword::NEW));
     if (!startsExpression) {
         if (!allowExpressions_ || !open_.empty()) {

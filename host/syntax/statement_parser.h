@@ -14,6 +14,7 @@ enum class BlockKind : uint8_t {
     WHILE,
     DO,
     TRY,
+    WITH,
     SUB,
     FUNCTION,
     EVENT,
@@ -93,6 +94,7 @@ private:
     bool Do(ast::Statement& statement);
     bool DoCondition(ast::Statement& statement);
     bool Try(ast::Statement& statement);
+    bool With(ast::Statement& statement);
 
     TokenCursor& cursor_;
     DiagnosticList& diagnostics_;

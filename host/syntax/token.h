@@ -84,6 +84,7 @@ enum class Keyword : uint8_t {
     UNTIL,
     WEND,
     WHILE,
+    WITH,
     XOR,
 };
 
