@@ -43,6 +43,8 @@ NodePtr ExpressionChecker::CheckClassMember(ClassSymbol& cls, const Expression& 
         value = SymbolValue(*constant, member.span);
     } else if (VariableSymbol* variable = environment_.FindShared(&cls, member.name)) {
         value = UseVariable(variable, member.span);
+    } else if (PropertySymbol* property = environment_.FindSharedProperty(&cls, member.name)) {
+        value = SharedValue(*property, member, use);
     }
     if (value != nullptr) {
         return call == nullptr || value->IsInvalid() ? std::move(value) : Index(std::move(value), *call, use);

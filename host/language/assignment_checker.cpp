@@ -41,9 +41,13 @@ NodePtr ExpressionChecker::NamePlace(const Expression& target) {
 NodePtr ExpressionChecker::MemberPlace(const Expression& target) {
     if (ModuleSymbol* module = QualifyingModule(*target.left)) {
         bool isFunction = module->functions.contains(FoldName(target.name));
-        return isFunction ? nullptr : CheckModuleMember(*module, target, nullptr, Use::VALUE);
+        return isFunction ? nullptr : CheckModuleMember(*module, target, nullptr, Use::TARGET);
     }
-    if (QualifyingClass(*target.left) != nullptr || target.left->kind == ExpressionKind::SUPER) return Check(target);
+    if (ClassSymbol* cls = QualifyingClass(*target.left)) {
+        PropertySymbol* shared = environment_.FindSharedProperty(cls, target.name);
+        return shared != nullptr ? SharedValue(*shared, target, Use::TARGET) : Check(target);
+    }
+    if (target.left->kind == ExpressionKind::SUPER) return Check(target);
     NodePtr object = Check(*target.left);
     if (object->IsInvalid()) return object;
     if (!object->type.Is(TypeKind::OBJECT)) return Check(target);

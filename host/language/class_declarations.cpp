@@ -14,7 +14,7 @@ bool IsDestructor(const FunctionSymbol& function) { return SameName(function.nam
 // Whether the name, in lower case, is that of a property or constant of the class.
 bool HasValue(const ClassSymbol& cls, const std::string& key) {
     return cls.properties.contains(key) || cls.constants.contains(key)
-           || (cls.shared != nullptr && cls.shared->variables.contains(key));
+           || (cls.shared != nullptr && (cls.shared->variables.contains(key) || cls.shared->properties.contains(key)));
 }
 
 } // namespace
@@ -43,24 +43,26 @@ void ProgramCompiler::DeclareShared(ClassSymbol& cls, const ast::Variable& defin
     if (CheckPropertyName(cls, definition)) DeclareModuleVariable(SharedPart(cls), definition);
 }
 
-void ProgramCompiler::DeclareComputed(ClassSymbol& cls, const ast::ComputedProperty& definition) {
+// Of a class, or of a module: the other is null.
+std::unique_ptr<PropertySymbol> ProgramCompiler::MakeComputed(const ast::ComputedProperty& definition, ClassSymbol* cls,
+                                                              ModuleSymbol* module) {
     const ast::Variable& declared = definition.property;
-    if (declared.modifiers.isShared) {
-        diagnostics_.Error(declared.modifiers.span, "a computed property is of objects (use a Shared Function)");
-    }
     auto property = std::make_unique<PropertySymbol>();
     property->name = declared.name;
     property->type = ResolveType(declared);
-    property->owner = &cls;
+    property->owner = cls;
+    property->module = module;
     property->definition = &declared;
     property->visibility = declared.modifiers.visibility;
     property->isReadable = definition.getter != nullptr;
     property->isWritable = definition.setter != nullptr;
     auto add = [&](const std::unique_ptr<ast::Function>& accessor) -> FunctionSymbol* {
         if (accessor == nullptr) return nullptr;
-        auto function = MakeFunction(*accessor, cls.file, true);
-        function->owner = &cls;
-        return cls.accessors.emplace_back(std::move(function)).get();
+        auto function = MakeFunction(*accessor, cls != nullptr ? cls->file : module->file, true);
+        function->owner = cls;
+        function->module = module;
+        auto& accessors = cls != nullptr ? cls->accessors : module->accessors;
+        return accessors.emplace_back(std::move(function)).get();
     };
     property->getter = add(definition.getter);
     property->setter = add(definition.setter);
@@ -70,7 +72,15 @@ void ProgramCompiler::DeclareComputed(ClassSymbol& cls, const ast::ComputedPrope
         const Span& span = property->setter->parameters[0].span;
         diagnostics_.Error(span, "the new value is " + property->type.Text() + " as the property is");
     }
-    if (CheckPropertyName(cls, declared)) cls.properties.emplace(FoldName(declared.name), std::move(property));
+    return property;
+}
+
+void ProgramCompiler::DeclareComputed(ClassSymbol& cls, const ast::ComputedProperty& definition) {
+    const ast::Variable& declared = definition.property;
+    ModuleSymbol* shared = declared.modifiers.isShared ? &SharedPart(cls) : nullptr;
+    auto property = MakeComputed(definition, shared == nullptr ? &cls : nullptr, shared);
+    if (!CheckPropertyName(cls, declared)) return;
+    (shared != nullptr ? shared->properties : cls.properties).emplace(FoldName(declared.name), std::move(property));
 }
 
 void ProgramCompiler::DeclareProperty(ClassSymbol& cls, const ast::Variable& definition) {

@@ -290,6 +290,14 @@ VariableSymbol* Environment::FindShared(const ClassSymbol* cls, std::string_view
     return nullptr;
 }
 
+PropertySymbol* Environment::FindSharedProperty(const ClassSymbol* cls, std::string_view name) {
+    for (; cls != nullptr; cls = cls->super) {
+        PropertySymbol* property = cls->shared != nullptr ? Find(cls->shared->properties, name) : nullptr;
+        if (property != nullptr) return property;
+    }
+    return nullptr;
+}
+
 std::vector<FunctionSymbol*> Environment::FindSharedFunctions(const ClassSymbol* cls, std::string_view name) {
     std::vector<FunctionSymbol*> result;
     std::string key = FoldName(name);

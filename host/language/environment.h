@@ -35,6 +35,7 @@ public:
     ConstantSymbol* FindConstant(ClassSymbol* cls, std::string_view name);
     EventSymbol* FindEvent(ClassSymbol* cls, std::string_view name);
     VariableSymbol* FindShared(const ClassSymbol* cls, std::string_view name);
+    static PropertySymbol* FindSharedProperty(const ClassSymbol* cls, std::string_view name);
     std::vector<FunctionSymbol*> FindSharedFunctions(const ClassSymbol* cls, std::string_view name);
     // All overloads; those of superclasses that are hidden by the same parameters are left out.
     std::vector<FunctionSymbol*> FindMethods(ClassSymbol* cls, std::string_view name);

@@ -103,6 +103,7 @@ private:
     NodePtr UnknownName(const ast::Expression& expression, const std::string& hint = {});
     NodePtr UnknownMember(const ValueType& type, const ast::Expression& expression);
 
+    NodePtr SharedValue(PropertySymbol& property, const ast::Expression& member, Use use);
     NodePtr CheckModuleMember(ModuleSymbol& module, const ast::Expression& member, const ast::Expression* call,
                               Use use);
     NodePtr CheckClassMember(ClassSymbol& cls, const ast::Expression& member, const ast::Expression* call, Use use);

@@ -114,8 +114,14 @@ private:
             }
         }
         for (const auto& module : unit_->modules) {
-            for (const auto& function : module->functions) {
-                if (EnterFunction(*function)) context_.module = environment_.FindModule(module->name);
+            auto enter = [&](const auto& function) {
+                if (function != nullptr && EnterFunction(*function))
+                    context_.module = environment_.FindModule(module->name);
+            };
+            for (const auto& function : module->functions) enter(function);
+            for (const auto& property : module->computed) {
+                enter(property->getter);
+                enter(property->setter);
             }
         }
         for (const auto& function : unit_->functions) EnterFunction(*function);
@@ -204,6 +210,7 @@ private:
         if (!methods.empty()) return Describe(*methods[0]);
         if (ConstantSymbol* constant = environment_.FindConstant(cls, name)) return Describe(*constant);
         if (VariableSymbol* shared = environment_.FindShared(cls, name)) return Describe(*shared, FileOf(shared->span));
+        if (PropertySymbol* shared = environment_.FindSharedProperty(cls, name)) return Describe(*shared);
         EventSymbol* event = environment_.FindEvent(cls, name);
         if (event == nullptr) return std::nullopt;
         return NamedThing{"Event " + event->Text(), event->signature.owner->name, event->Text(), {}};
@@ -217,11 +224,11 @@ private:
             return Describe(*found->second, FileOf(found->second->span));
         }
         if (auto found = module.constants.find(key); found != module.constants.end()) return Describe(*found->second);
-        if (auto found = module.properties.find(key); found != module.properties.end()) {
-            std::string text = found->second->name + " As " + found->second->type.Text();
-            return NamedThing{text, module.name, text, {}};
-        }
-        return std::nullopt;
+        auto found = module.properties.find(key);
+        if (found == module.properties.end()) return std::nullopt;
+        NamedThing thing = Describe(*found->second);
+        thing.page = module.name;
+        return thing;
     }
 
     static NamedThing Describe(const VariableSymbol& variable, const std::string& path) {

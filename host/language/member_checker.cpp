@@ -61,6 +61,7 @@ NodePtr ExpressionChecker::UnknownMember(const ValueType& type, const Expression
         return InvalidNode(member.span);
     }
     bool isShared = environment_.FindShared(type.cls, member.name) != nullptr
+                    || environment_.FindSharedProperty(type.cls, member.name) != nullptr
                     || !environment_.FindSharedFunctions(type.cls, member.name).empty();
     if (isShared) {
         Error(member.nameSpan, "\"" + member.name + "\" is of the class itself: " + type.Text() + "." + member.name);
@@ -68,6 +69,13 @@ NodePtr ExpressionChecker::UnknownMember(const ValueType& type, const Expression
     }
     Error(member.nameSpan, type.Text() + " has no member \"" + member.name + "\""
                                + Suggestion(member.name, environment_.MemberNames(type.cls)));
+    return InvalidNode(member.span);
+}
+
+// Of a module, or of a class itself.
+NodePtr ExpressionChecker::SharedValue(PropertySymbol& property, const Expression& member, Use use) {
+    if (property.isReadable || use == Use::TARGET) return PropertyNode(nullptr, &property, member.span);
+    Error(member.nameSpan, "\"" + property.name + "\" can only be set");
     return InvalidNode(member.span);
 }
 
@@ -79,7 +87,7 @@ NodePtr ExpressionChecker::CheckModuleMember(ModuleSymbol& module, const Express
     if (auto variable = module.variables.find(key); variable != module.variables.end()) {
         value = UseVariable(variable->second.get(), member.span);
     } else if (auto property = module.properties.find(key); property != module.properties.end()) {
-        value = PropertyNode(nullptr, property->second.get(), member.span);
+        value = SharedValue(*property->second, member, use);
     } else if (auto constant = module.constants.find(key); constant != module.constants.end()) {
         value = SymbolValue(*constant->second, member.span);
     }

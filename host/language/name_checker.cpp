@@ -50,7 +50,8 @@ NodePtr ExpressionChecker::UseVariable(VariableSymbol* variable, const Span& spa
 }
 
 NodePtr ExpressionChecker::PropertyNode(NodePtr object, PropertySymbol* property, const Span& span) {
-    if (!CheckAccess(property->name, property->visibility, property->owner, nullptr, span)) return InvalidNode(span);
+    if (!CheckAccess(property->name, property->visibility, property->owner, property->module, span))
+        return InvalidNode(span);
     auto node = MakeNode(property->isField ? NodeKind::FIELD : NodeKind::PROPERTY, property->type, span);
     node->property = property;
     node->left = std::move(object);
@@ -111,6 +112,8 @@ NodePtr ExpressionChecker::ResolveValue(std::string_view name, const Span& span)
     if (ClassSymbol* here = Here()) {
         if (ConstantSymbol* constant = environment_.FindConstant(here, name)) return SymbolValue(*constant, span);
         if (VariableSymbol* shared = environment_.FindShared(here, name)) return UseVariable(shared, span);
+        if (PropertySymbol* shared = environment_.FindSharedProperty(here, name))
+            return PropertyNode(nullptr, shared, span);
     }
     std::string key = FoldName(name);
     if (context_.module != nullptr) {
@@ -118,6 +121,8 @@ NodePtr ExpressionChecker::ResolveValue(std::string_view name, const Span& span)
         if (variable != context_.module->variables.end()) return UseVariable(variable->second.get(), span);
         auto constant = context_.module->constants.find(key);
         if (constant != context_.module->constants.end()) return SymbolValue(*constant->second, span);
+        auto property = context_.module->properties.find(key);
+        if (property != context_.module->properties.end()) return PropertyNode(nullptr, property->second.get(), span);
     }
     // Members come before what is known everywhere.
     bool isMethod =
@@ -212,8 +217,10 @@ bool ExpressionChecker::IsInstanceName(const Expression& expression) {
     if (variable != nullptr && !IsBeforeDeclaration(*variable)) return true;
     if (context_.cls != nullptr && environment_.FindProperty(context_.cls, name) != nullptr) return true;
     if (Here() != nullptr && environment_.FindShared(Here(), name) != nullptr) return true;
-    if (context_.module != nullptr && context_.module->variables.contains(FoldName(name))) return true;
-    return false;
+    if (Here() != nullptr && environment_.FindSharedProperty(Here(), name) != nullptr) return true;
+    const ModuleSymbol* module = context_.module;
+    const std::string key = FoldName(name);
+    return module != nullptr && (module->variables.contains(key) || module->properties.contains(key));
 }
 
 } // namespace host::language

@@ -346,7 +346,7 @@ void ProgramCompiler::OrderClasses() {
 void ProgramCompiler::DeclareModuleMembers(ModuleSymbol& module) {
     const ast::ModuleDefinition& definition = *module.definition;
     auto isTaken = [&module](const std::string& key) {
-        return module.constants.contains(key) || module.variables.contains(key) || module.functions.contains(key);
+        return module.constants.contains(key) || module.variables.contains(key) || module.properties.contains(key);
     };
     for (const ast::ConstantDefinition& constant : definition.constants) {
         std::string key = FoldName(constant.name);
@@ -359,6 +359,12 @@ void ProgramCompiler::DeclareModuleMembers(ModuleSymbol& module) {
     for (const ast::Variable& property : definition.properties) {
         std::string key = FoldName(property.name);
         if (CheckFree(property.name, property.span, isTaken(key))) DeclareModuleVariable(module, property);
+    }
+    for (const auto& computed : definition.computed) {
+        const ast::Variable& property = computed->property;
+        const std::string key = FoldName(property.name);
+        auto symbol = MakeComputed(*computed, nullptr, &module);
+        if (CheckFree(property.name, property.span, isTaken(key))) module.properties.emplace(key, std::move(symbol));
     }
     for (const auto& function : definition.functions) DeclareModuleFunction(module, *function, false);
 }
@@ -381,7 +387,8 @@ void ProgramCompiler::DeclareModuleFunction(ModuleSymbol& module, const ast::Fun
     auto symbol = MakeFunction(definition, module.file, module.home != nullptr);
     symbol->module = &module;
     std::string key = FoldName(symbol->name);
-    isTaken = isTaken || module.constants.contains(key) || module.variables.contains(key);
+    isTaken =
+        isTaken || module.constants.contains(key) || module.variables.contains(key) || module.properties.contains(key);
     for (const auto& other : module.functions[key]) isTaken |= SameParameters(*other, *symbol);
     CheckFree(symbol->name, definition.declaration.span, isTaken);
     module.functions[key].push_back(std::move(symbol));

@@ -34,6 +34,8 @@ private:
     void DeclareModuleFunction(ModuleSymbol& module, const ast::Function& definition, bool isTaken);
     ModuleSymbol& SharedPart(ClassSymbol& cls);
     void DeclareShared(ClassSymbol& cls, const ast::Variable& definition);
+    std::unique_ptr<PropertySymbol> MakeComputed(const ast::ComputedProperty& definition, ClassSymbol* cls,
+                                                 ModuleSymbol* module);
     void DeclareComputed(ClassSymbol& cls, const ast::ComputedProperty& definition);
     bool CheckPropertyName(ClassSymbol& cls, const ast::Variable& definition);
     void DeclareProperty(ClassSymbol& cls, const ast::Variable& definition);

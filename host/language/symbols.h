@@ -121,6 +121,7 @@ struct PropertySymbol {
     std::string name;
     ValueType type;
     ClassSymbol* owner = nullptr;
+    const ModuleSymbol* module = nullptr;      // of a computed one of a module, or of a class itself
     const Property* native = nullptr;          // of a registered class or module
     const ast::Variable* definition = nullptr; // of a program class
     uint32_t offset = 0;                       // of a field, from the object's address
@@ -176,10 +177,11 @@ struct ModuleSymbol {
     std::vector<const ast::Variable*> initialValues;   // of the variables, in order
     uint32_t file = 0;
     Span span;
-    Names<std::unique_ptr<PropertySymbol>> properties; // of registered modules
+    Names<std::unique_ptr<PropertySymbol>> properties; // of registered modules, and computed ones
     Names<std::unique_ptr<VariableSymbol>> variables;  // of the program's modules
     Names<std::vector<std::unique_ptr<FunctionSymbol>>> functions;
     Names<std::unique_ptr<ConstantSymbol>> constants;
+    std::vector<std::unique_ptr<FunctionSymbol>> accessors; // of computed properties
 };
 
 struct ClassSymbol {

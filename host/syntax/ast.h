@@ -203,6 +203,7 @@ struct ModuleDefinition {
     std::vector<Variable> properties;
     std::vector<ConstantDefinition> constants;
     std::vector<std::unique_ptr<Function>> functions;
+    std::vector<std::unique_ptr<ComputedProperty>> computed;
 };
 
 // Delegate Sub Name(parameters), or Delegate Function

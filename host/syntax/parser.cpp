@@ -291,13 +291,9 @@ private:
             }
         }
         statements_.Close(BlockKind::PROPERTY, opener);
-        if constexpr (std::is_same_v<Owner, ClassDefinition>) {
-            bool hasValue = property->property.value != nullptr || property->property.bound != nullptr;
-            if (!isOne || hasValue) diagnostics_.Error(opener, "a computed property has a name and a type only");
-            owner.computed.push_back(std::move(property));
-        } else {
-            diagnostics_.Error(opener, "a computed property can only stand in a class");
-        }
+        bool hasValue = property->property.value != nullptr || property->property.bound != nullptr;
+        if (!isOne || hasValue) diagnostics_.Error(opener, "a computed property has a name and a type only");
+        owner.computed.push_back(std::move(property));
     }
 
     std::unique_ptr<ast::Function> Accessor(const Variable& property) {
