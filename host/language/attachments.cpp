@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <memory>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace host::language {
@@ -86,8 +87,10 @@ void AttachHandler(Object* object, const Event* event, Object* delegate, Delegat
     bool isDispatched = std::any_of(standIn.dispatchers.begin(), standIn.dispatchers.end(),
                                     [event](const auto& dispatcher) { return dispatcher->event == event; });
     if (!isDispatched) {
-        standIn.dispatchers.push_back(std::make_unique<Dispatcher>(Dispatcher{event, call}));
-        SetEventHandler(standIn.cls, event, Dispatch, standIn.dispatchers.back().get());
+        auto dispatcher = std::make_unique<Dispatcher>(Dispatcher{event, call});
+        standIn.dispatchers.reserve(standIn.dispatchers.size() + 1); // nothing fails once the class has it
+        SetEventHandler(standIn.cls, event, Dispatch, dispatcher.get());
+        standIn.dispatchers.push_back(std::move(dispatcher));
     }
     attachments->second.push_back({event, ObjectRef::Share(delegate)});
 }

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstdlib>
+#include <new>
 
 namespace host::language {
 
@@ -53,7 +54,9 @@ void DescribeParameters(const FunctionSymbol& function, Code& code) {
     }
 }
 
-Environment::Environment() : globals(static_cast<Slot*>(std::calloc(MAX_GLOBALS, sizeof(Slot)))) {}
+Environment::Environment() : globals(static_cast<Slot*>(std::calloc(MAX_GLOBALS, sizeof(Slot)))) {
+    if (globals == nullptr) throw std::bad_alloc();
+}
 
 Environment::~Environment() {
     ReleaseGlobals();

@@ -115,9 +115,10 @@ std::string Value(const xmlNode* element, const char* name) {
 
 void Change(xmlNode* element, xmlAttr* attribute, const std::string& value) {
     if (value == Value(attribute)) return;
+    xmlNode* text = Checked(xmlNewDocText(element->doc, Chars(value.c_str())), value);
     xmlFreeNodeList(attribute->children);
-    attribute->children = attribute->last = Checked(xmlNewDocText(element->doc, Chars(value.c_str())), value);
-    attribute->children->parent = AsNode(attribute);
+    attribute->children = attribute->last = text;
+    text->parent = AsNode(attribute);
 }
 
 std::string Tag(const xmlNode* element) {

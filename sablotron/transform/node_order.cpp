@@ -7,6 +7,8 @@
 #include <libxslt/xsltutils.h>
 
 #include <algorithm>
+#include <new>
+#include <utility>
 #include <vector>
 
 namespace sablot {
@@ -50,6 +52,8 @@ void AddOrder(xmlNode* instruction) {
         if (IsElement(child) && IsXslt(child) && View(child->name) == "sort") ++sorts;
     if (sorts > XSLT_MAX_SORT) return;
     xmlNode* sort = Checked(xmlNewDocNode(instruction->doc, instruction->ns, Chars("sort"), nullptr), "");
+    if (sort->name == nullptr) xmlFreeNode(std::exchange(sort, nullptr));
+    if (sort == nullptr) throw std::bad_alloc();
     sort->line = instruction->line;
     sort->_private = &orderMark;
     LinkBefore(instruction, sort, instruction->children);
