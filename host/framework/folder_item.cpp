@@ -1,15 +1,18 @@
 // FolderItem: a file or folder by its path.
 #include "host/framework/files.h"
 #include "host/framework/framework.h"
+#include "host/framework/stream_file.h"
 #include "host/framework/tables.h"
 #include "host/runtime/encoding.h"
 #include "host/runtime/exception.h"
 #include "host/runtime/string.h"
 
 #include <dirent.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <memory>
@@ -130,11 +133,26 @@ fs::path Destination(Object* self, Object* destination) {
     return fs::is_directory(path, error) ? path / Path(self).filename() : path;
 }
 
+// The old file at the destination stays until the new one is whole.
 void CopyFileTo(Object* self, Object* destination) {
     if (destination == nullptr) return RaiseNew("NilObjectException", 0, "CopyFileTo: no destination");
     std::error_code error;
-    fs::copy_file(Path(self), Destination(self, destination), fs::copy_options::overwrite_existing, error);
-    Succeeded(self, error);
+    const fs::file_status status = fs::status(Path(self), error);
+    if (!error && fs::exists(status) && !fs::is_regular_file(status) && !fs::is_directory(status))
+        error = std::make_error_code(std::errc::not_supported); // it may have no end
+    if (error && fs::exists(status)) return static_cast<void>(Succeeded(self, error));
+    const fs::path target = Destination(self, destination);
+    const bool isNew = !fs::exists(target, error);
+    const FailingProgram discards(true); // what is not closed below
+    StreamFile from;
+    StreamFile to;
+    if (!from.Open(Path(self), "re") || !to.Create(target, false)) return;
+    if (isNew) fchmod(fileno(to.Get()), static_cast<mode_t>(status.permissions()));
+    char buffer[65536];
+    for (size_t length; !IsExceptionPending() && (length = std::fread(buffer, 1, sizeof buffer, from.Get())) > 0;)
+        to.Write({buffer, length});
+    from.RaiseIf(std::ferror(from.Get()) != 0);
+    if (!IsExceptionPending()) to.Close();
 }
 
 void MoveFileTo(Object* self, Object* destination) {
