@@ -4,6 +4,7 @@
 #include "sablotron/tree/stack.h"
 
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <ucontext.h>
 
 #include <cstddef>
@@ -23,6 +24,45 @@ constexpr size_t STACK_SIZE = size_t{1} << 27; // its frames are larger
 constexpr size_t STACK_SIZE = size_t{1} << 25;
 #endif
 constexpr size_t GUARD_SIZE = size_t{1} << 16; // no access: an overflow is a fault, not somebody else's memory
+constexpr size_t KEPT_SIZE = size_t{1} << 18;  // what a small run touches
+
+// The memory of one stack.
+class StackMemory {
+public:
+    StackMemory() = default;
+    ~StackMemory() {
+        if (start_ != nullptr) munmap(start_, GUARD_SIZE + STACK_SIZE);
+    }
+    StackMemory(const StackMemory&) = delete;
+    StackMemory& operator=(const StackMemory&) = delete;
+
+    // False without memory.
+    bool Map() {
+        if (start_ != nullptr) return true;
+        void* memory = mmap(nullptr, GUARD_SIZE + STACK_SIZE, PROT_READ | PROT_WRITE,
+                            MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_STACK, -1, 0);
+        if (memory == MAP_FAILED) return false;
+        mprotect(memory, GUARD_SIZE, PROT_NONE);
+        start_ = static_cast<std::byte*>(memory);
+        return true;
+    }
+    // Gives back what only a deep run touches.
+    void Trim() { madvise(Bottom(), STACK_SIZE - KEPT_SIZE, MADV_DONTNEED); }
+    std::byte* Bottom() const { return start_ + GUARD_SIZE; }
+
+private:
+    std::byte* start_ = nullptr;
+};
+
+// The stack that stays for the thread's next run: mapping one takes longer than a small transformation.
+thread_local StackMemory keptStack;
+thread_local bool isKeptStackTaken = false; // a run within a run takes another
+
+// Where memory is limited no stack stays, for it would count.
+bool IsMemoryLimited() {
+    rlimit limit{};
+    return getrlimit(RLIMIT_DATA, &limit) != 0 || limit.rlim_cur != RLIM_INFINITY;
+}
 
 // What AddressSanitizer has to know of stacks.
 class StackSwitch {
@@ -80,11 +120,12 @@ void Start(int data) {
 } // namespace
 
 void OnLargeStack(const std::function<void()>& work) {
-    void* memory = mmap(nullptr, STACK_SIZE + GUARD_SIZE, PROT_READ | PROT_WRITE,
-                        MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_STACK, -1, 0);
-    if (memory == MAP_FAILED) return work();
-    mprotect(memory, GUARD_SIZE, PROT_NONE);
-    std::byte* const bottom = static_cast<std::byte*>(memory) + GUARD_SIZE;
+    StackMemory ownStack;
+    const bool takesKept = !isKeptStackTaken && !IsMemoryLimited();
+    StackMemory& stack = takesKept ? keptStack : ownStack;
+    if (!stack.Map()) return work();
+    if (takesKept) isKeptStackTaken = true;
+    std::byte* const bottom = stack.Bottom();
 
     Task task{work, nullptr, {}};
     ucontext_t context;
@@ -98,7 +139,10 @@ void OnLargeStack(const std::function<void()>& work) {
     swapcontext(&task.caller, &context);
     task.stackSwitch.Return();
     ExchangeStackEnd(end);
-    munmap(memory, STACK_SIZE + GUARD_SIZE);
+    if (takesKept) {
+        isKeptStackTaken = false;
+        stack.Trim();
+    }
     if (task.thrown) std::rethrow_exception(task.thrown);
 }
 

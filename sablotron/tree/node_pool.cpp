@@ -1,6 +1,8 @@
 // Node handles in chunks, and the queue of released ones.
 #include "sablotron/tree/node_pool.h"
 
+#include <algorithm>
+
 namespace sablot {
 
 NodeHandle* NodePool::Take(xmlNode* node, Document* document) {
@@ -10,14 +12,19 @@ NodeHandle* NodePool::Take(xmlNode* node, Document* document) {
         oldest_ = reinterpret_cast<NodeHandle*>(handle->place);
         --released_;
     } else {
-        if (used_ == CHUNK_SIZE) {
-            chunks_.push_back(std::make_unique<NodeHandle[]>(CHUNK_SIZE));
-            used_ = 0;
-        }
+        if (used_ == chunkSize_) AddChunk();
         handle = &chunks_.back()[used_++];
     }
     *handle = {node, document, 0, 0};
     return handle;
+}
+
+void NodePool::AddChunk() {
+    const size_t size = std::clamp(capacity_, FIRST_CHUNK_SIZE, CHUNK_SIZE);
+    chunks_.push_back(std::make_unique_for_overwrite<NodeHandle[]>(size));
+    chunkSize_ = size;
+    capacity_ += size;
+    used_ = 0;
 }
 
 void NodePool::Release(NodeHandle* handle) {

@@ -48,16 +48,20 @@ public:
     static void Hold(NodeHandle* handle) { ++handle->holders; }
     void EndHold(NodeHandle* handle);
     // Handles there is memory for.
-    size_t Capacity() const { return chunks_.size() * CHUNK_SIZE; }
+    size_t Capacity() const { return capacity_; }
 
 private:
+    void AddChunk();
     void Queue(NodeHandle* handle);
 
-    static constexpr size_t CHUNK_SIZE = 4096;    // handles
+    static constexpr size_t FIRST_CHUNK_SIZE = 16; // handles: most situations serve a small document
+    static constexpr size_t CHUNK_SIZE = 4096;
     static constexpr size_t QUARANTINE = 1 << 16; // released handles that stay inert
 
     std::vector<std::unique_ptr<NodeHandle[]>> chunks_;
-    size_t used_ = CHUNK_SIZE;     // of the last chunk
+    size_t capacity_ = 0;
+    size_t chunkSize_ = 0;         // of the last chunk
+    size_t used_ = 0;              // of the last chunk
     NodeHandle* oldest_ = nullptr; // released handles, linked through `place`, oldest first
     NodeHandle* newest_ = nullptr;
     size_t released_ = 0;
