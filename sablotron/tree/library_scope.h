@@ -5,6 +5,8 @@
 #include <libxml/parser.h>
 #include <libxml/xmlerror.h>
 
+#include <utility>
+
 namespace sablot {
 
 inline void DropStructured(void*, xmlErrorPtr) {}
@@ -18,35 +20,47 @@ struct ErrorHandlers {
     xmlGenericErrorFunc generic = nullptr; // of what expressions and stylesheets say beside their structured errors
 };
 
-// Sends the errors to these handlers; nothing reaches standard error.
+// Sends the errors to these handlers; nothing reaches standard error. Looks up once where libxml2 keeps them in this
+// thread, for a small edit takes no longer than that.
 class ErrorScope {
 public:
     explicit ErrorScope(const ErrorHandlers& handlers = {}) {
         if (handlers.structured != nullptr) {
-            structured_ = xmlStructuredError;
-            structuredData_ = xmlStructuredErrorContext;
-            setsStructured_ = true;
-            xmlSetStructuredErrorFunc(handlers.data, handlers.structured);
+            structured_ = {&xmlStructuredError, handlers.structured};
+            structuredData_ = {&xmlStructuredErrorContext, handlers.data};
         }
         if (handlers.generic != nullptr) {
-            generic_ = xmlGenericError;
-            genericData_ = xmlGenericErrorContext;
-            xmlSetGenericErrorFunc(handlers.data, handlers.generic);
+            generic_ = {&xmlGenericError, handlers.generic};
+            genericData_ = {&xmlGenericErrorContext, handlers.data};
         }
     }
     ErrorScope(const ErrorScope&) = delete;
     ErrorScope& operator=(const ErrorScope&) = delete;
     ~ErrorScope() {
-        if (generic_ != nullptr) xmlSetGenericErrorFunc(genericData_, generic_);
-        if (setsStructured_) xmlSetStructuredErrorFunc(structuredData_, structured_);
+        structured_.Restore();
+        structuredData_.Restore();
+        generic_.Restore();
+        genericData_.Restore();
     }
 
 private:
-    bool setsStructured_ = false; // there may be no handler before
-    xmlStructuredErrorFunc structured_ = nullptr;
-    void* structuredData_ = nullptr;
-    xmlGenericErrorFunc generic_ = nullptr; // there always is one
-    void* genericData_ = nullptr;
+    // A value of libxml2's, and what it was.
+    template <typename Value>
+    struct Kept {
+        Value* place = nullptr;
+        Value before = nullptr;
+
+        Kept() = default;
+        Kept(Value* where, Value value) : place(where), before(std::exchange(*where, value)) {}
+        void Restore() {
+            if (place != nullptr) *place = before;
+        }
+    };
+
+    Kept<xmlStructuredErrorFunc> structured_;
+    Kept<void*> structuredData_;
+    Kept<void (*)(void*, const char*, ...)> generic_;
+    Kept<void*> genericData_;
 };
 
 // Lets `loader` decide on every entity and document that libxml2 wants to read.
