@@ -5,11 +5,14 @@
 #include "host/cli/session.h"
 #include "host/language/inspector.h"
 #include "host/syntax/formatter.h"
+#include "host/syntax/names.h"
 
 #include <cstdio>
 #include <iostream>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <set>
+#include <stdexcept>
 #include <string>
 
 namespace host {
@@ -104,7 +107,8 @@ public:
 private:
     struct Document {
         std::string text;
-        std::string sound; // the last text that could be compiled
+        std::string sound;            // the last text that could be compiled
+        std::set<std::string> told{}; // other files that have diagnostics because of it
     };
 
     static bool Receive(std::string& body) {
@@ -160,6 +164,8 @@ private:
         if (method == "textDocument/formatting") return Formatting(documents_[uri].text);
         if (method == "textDocument/completion") return Completion(uri, parameters.at("position"));
         if (method == "textDocument/hover") return Hover(uri, parameters.at("position"));
+        if (method == "textDocument/rename")
+            return Rename(uri, parameters.at("position"), parameters.at("newName").get<std::string>());
         if (method == "textDocument/definition") return Definition(uri, parameters.at("position"));
         return Json(Json::value_t::discarded);
     }
@@ -170,6 +176,7 @@ private:
                   {"completionProvider", {{"triggerCharacters", Json::array({"."})}}},
                   {"hoverProvider", true},
                   {"definitionProvider", true},
+                  {"renameProvider", true},
                   {"documentFormattingProvider", true}}},
                 {"serverInfo", {{"name", "kova"}}}};
     }
@@ -177,19 +184,45 @@ private:
     Json Change(const std::string& uri, const std::string& text) {
         Document& document = documents_[uri];
         document.text = text;
-        const std::string path = PathOf(uri);
-        Compilation compilation = Compile({Source{path, text, path}});
+        Compilation compilation = CompileText(uri, text);
         if (compilation.program != nullptr) document.sound = text;
-        Json found = Json::array();
+        // Each file is told what is wrong in it, and those that were told before that nothing is.
+        std::map<std::string, Json> found{{uri, Json::array()}};
+        for (const std::string& told : document.told) found[told] = Json::array();
+        document.told.clear();
         for (const Diagnostic& diagnostic : compilation.diagnostics) {
-            if (diagnostic.file != path) continue;
-            found.push_back({{"range", RangeOf(diagnostic)},
-                             {"severity", diagnostic.severity == Severity::ERROR ? 1 : 2},
-                             {"source", "kova"},
-                             {"message", diagnostic.message}});
+            const std::string file = UriFor(diagnostic.file);
+            if (file != uri) document.told.insert(file);
+            found.try_emplace(file, Json::array());
+            found[file].push_back({{"range", RangeOf(diagnostic)},
+                                   {"severity", diagnostic.severity == Severity::ERROR ? 1 : 2},
+                                   {"source", "kova"},
+                                   {"message", diagnostic.message}});
         }
-        Send({{"method", "textDocument/publishDiagnostics"}, {"params", {{"uri", uri}, {"diagnostics", found}}}});
+        for (const auto& [file, diagnostics] : found) {
+            Send({{"method", "textDocument/publishDiagnostics"},
+                  {"params", {{"uri", file}, {"diagnostics", diagnostics}}}});
+        }
         return nullptr;
+    }
+
+    // The name by which the editor knows a file, if it has opened it.
+    std::string UriFor(const std::string& path) const {
+        for (const auto& [uri, document] : documents_)
+            if (PathOf(uri) == path) return uri;
+        return UriOf(path);
+    }
+
+    // The texts as the editor has them, or as they are given.
+    EditorView View(bool notesUses, std::map<std::string, std::string> texts = {}) const {
+        for (const auto& [uri, document] : documents_) texts.emplace(PathOf(uri), document.text);
+        return {std::move(texts), notesUses};
+    }
+
+    // One program is known at a time.
+    Compilation CompileText(const std::string& uri, const std::string& text, bool notesUses = false) const {
+        const std::string path = PathOf(uri);
+        return Compile({Source{path, text, path}}, View(notesUses));
     }
 
     static Json Formatting(const std::string& text) {
@@ -200,11 +233,10 @@ private:
         return Json::array({{{"range", RangeOf(text, 0, text.size())}, {"newText", formatted}}});
     }
 
-    // The text as it is if it can be compiled, else as it was when it could. One program is known at a time.
+    // The text as it is if it can be compiled, else as it was when it could.
     Compilation Known(const std::string& uri) {
-        const std::string path = PathOf(uri);
-        Compilation compilation = Compile({Source{path, documents_[uri].text, path}});
-        if (compilation.program == nullptr) compilation = Compile({Source{path, documents_[uri].sound, path}});
+        Compilation compilation = CompileText(uri, documents_[uri].text);
+        if (compilation.program == nullptr) compilation = CompileText(uri, documents_[uri].sound);
         return compilation;
     }
 
@@ -240,8 +272,86 @@ private:
         std::optional<NamedThing> thing = ThingAt(uri, position);
         if (!thing || !thing->definition) return nullptr;
         const auto& [path, span] = *thing->definition;
-        const std::string text = path == PathOf(uri) ? documents_[uri].text : ReadFile(path);
-        return {{"uri", UriOf(path)}, {"range", RangeOf(text, span.offset, span.length)}};
+        return {{"uri", UriFor(path)}, {"range", RangeOf(TextOf(path), span.offset, span.length)}};
+    }
+
+    std::string TextOf(const std::string& path) {
+        auto found = documents_.find(UriFor(path));
+        return found != documents_.end() ? found->second.text : ReadFile(path);
+    }
+
+    // All names for what stands at the place, in every program that the editor has open. Throws what the user should
+    // read.
+    struct Renaming {
+        NamePlace declaration;
+        std::set<NamePlace> places;
+        size_t ownCount = 0; // of places in the program at hand
+    };
+
+    Renaming PlacesToRename(const std::string& uri, size_t offset) {
+        Renaming renaming;
+        auto add = [&](const std::string& root, const Compilation& compilation) {
+            if (compilation.program == nullptr)
+                throw std::runtime_error(PathOf(root) + " has errors, which must be mended first");
+            auto found = FindUses(*compilation.program, renaming.declaration);
+            renaming.places.insert(found.begin(), found.end());
+            if (root == uri) renaming.ownCount = found.size();
+        };
+        std::string name;
+        {
+            Compilation compilation = CompileText(uri, documents_[uri].text, true);
+            std::optional<NamePlace> found;
+            if (compilation.program != nullptr) found = FindDeclaration(*compilation.program, PathOf(uri), offset);
+            if (compilation.program != nullptr && !found)
+                throw std::runtime_error("only what the program's own files declare can be renamed");
+            if (found) renaming.declaration = *found;
+            add(uri, compilation);
+        }
+        const Span& span = renaming.declaration.span;
+        name = FoldName(TextOf(renaming.declaration.path).substr(span.offset, span.length));
+        for (const auto& [root, document] : documents_) {
+            bool isConcerned = root != uri && FoldName(document.text).find(name) != std::string::npos;
+            if (isConcerned) add(root, CompileText(root, document.text, true));
+        }
+        return renaming;
+    }
+
+    Json Rename(const std::string& uri, const Json& position, const std::string& name) {
+        constexpr const char* LETTERS = "abcdefghijklmnopqrstuvwxyz_";
+        bool isName = FoldName(name).find_first_of(LETTERS) == 0
+                      && FoldName(name).find_first_not_of(std::string(LETTERS) + "0123456789") == std::string::npos;
+        if (!isName) throw std::runtime_error("\"" + name + "\" is no name");
+        const Renaming renaming = PlacesToRename(uri, OffsetOf(documents_[uri].text, position));
+        std::map<std::string, std::string> texts;
+        Json changes = Json::object();
+        // From behind, so that what comes before stays where it is.
+        for (auto place = renaming.places.rbegin(); place != renaming.places.rend(); ++place) {
+            const std::string old = TextOf(place->path);
+            texts.try_emplace(place->path, old).first->second.replace(place->span.offset, place->span.length, name);
+            changes[UriFor(place->path)].push_back(
+                {{"range", RangeOf(old, place->span.offset, place->span.length)}, {"newText", name}});
+        }
+        CheckRenamed(uri, std::move(texts), renaming, name);
+        return {{"changes", changes}};
+    }
+
+    // The program must be sound with the new name, and it must stand for the same wherever it stands.
+    void CheckRenamed(const std::string& uri, std::map<std::string, std::string> texts, const Renaming& renaming,
+                      const std::string& name) {
+        NamePlace moved = renaming.declaration;
+        for (const NamePlace& place : renaming.places) {
+            bool isBefore = place.path == moved.path && place.span.offset < renaming.declaration.span.offset;
+            if (isBefore) moved.span.offset += static_cast<uint32_t>(name.size()) - place.span.length;
+        }
+        const std::string path = PathOf(uri);
+        const std::string text = texts.try_emplace(path, documents_[uri].text).first->second;
+        Compilation renamed = Compile({Source{path, text, path}}, View(true, std::move(texts)));
+        for (const Diagnostic& diagnostic : renamed.diagnostics) {
+            if (diagnostic.severity == Severity::ERROR)
+                throw std::runtime_error("\"" + name + "\" cannot be its name: " + diagnostic.message);
+        }
+        if (renamed.program == nullptr || FindUses(*renamed.program, moved).size() != renaming.ownCount)
+            throw std::runtime_error("\"" + name + "\" is the name of something else there");
     }
 
     std::map<std::string, Document> documents_;

@@ -33,6 +33,8 @@ bool ExpressionChecker::CheckAccess(const std::string& name, Visibility visibili
 }
 
 bool ExpressionChecker::CheckAccess(const FunctionSymbol& function, const Span& span) {
+    if (function.definition != nullptr)
+        environment_.NoteUse(span, function.name, FirstDeclared(function).definition->declaration.span);
     return CheckAccess(function.name, function.visibility, function.owner, function.module, span);
 }
 

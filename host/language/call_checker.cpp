@@ -32,7 +32,10 @@ NodePtr ExpressionChecker::CheckCall(const Expression& expression, Use use) {
     if (functions.empty()) {
         // A variable may have the name of a class; as it cannot be called, the class is meant.
         ValueType type = environment_.TypeNamed(callee.name, false);
-        if (!type.Is(TypeKind::INVALID)) return CheckCast(type, expression);
+        if (!type.Is(TypeKind::INVALID)) {
+            NoteType(callee.name, callee.span);
+            return CheckCast(type, expression);
+        }
         if (value != nullptr) return Index(std::move(value), expression);
     }
     auto arguments = CheckArguments(expression);
@@ -96,6 +99,7 @@ NodePtr ExpressionChecker::CheckNew(const Expression& expression) {
               "there is no class \"" + expression.name + "\"" + Suggestion(expression.name, environment_.ClassNames()));
         return InvalidNode(expression.span);
     }
+    NoteType(expression.name, expression.nameSpan);
     auto node = MakeNode(NodeKind::NEW, {TypeKind::OBJECT, TypeKind::INVALID, cls}, expression.span);
     node->cls = cls;
     auto constructors = environment_.FindConstructors(cls);

@@ -48,6 +48,7 @@ std::unique_ptr<PropertySymbol> ProgramCompiler::MakeComputed(const ast::Compute
                                                               ModuleSymbol* module) {
     const ast::Variable& declared = definition.property;
     auto property = std::make_unique<PropertySymbol>();
+    environment_.NoteUse(declared.span, declared.name, declared.span);
     property->name = declared.name;
     property->type = ResolveType(declared);
     property->owner = cls;
@@ -94,6 +95,7 @@ void ProgramCompiler::DeclareProperty(ClassSymbol& cls, const ast::Variable& def
     property->name = definition.name;
     property->type = type;
     property->owner = &cls;
+    environment_.NoteUse(definition.span, definition.name, definition.span);
     property->definition = &definition;
     property->isField = true;
     property->visibility = definition.modifiers.visibility;

@@ -151,7 +151,11 @@ StatementCompiler::Flow StatementCompiler::CompileDo(const Statement& statement)
 NodePtr StatementCompiler::LoopVariable(const Statement& statement) {
     if (statement.type.name.empty()) {
         NodePtr variable = checker_.CheckVariable(statement.name, statement.nameSpan);
-        if (variable != nullptr) return variable;
+        if (variable != nullptr) {
+            if (variable->variable != nullptr)
+                environment_.NoteUse(statement.nextSpan, statement.name, variable->variable->span);
+            return variable;
+        }
         diagnostics_.Error(statement.nameSpan, "unknown variable \"" + statement.name + "\" (declare it with \"For "
                                                    + statement.name + " As Integer = …\")");
         return InvalidNode(statement.nameSpan);
@@ -161,6 +165,7 @@ NodePtr StatementCompiler::LoopVariable(const Statement& statement) {
         diagnostics_.Error(statement.nameSpan, "\"" + statement.name + "\" is declared already");
     }
     VariableSymbol* symbol = Declare(statement.name, statement.nameSpan, type);
+    environment_.NoteUse(statement.nextSpan, statement.name, symbol->span);
     symbol->isLoopVariable = true;
     symbol->slot = generator_.NewRegister();
     auto reg = static_cast<uint16_t>(symbol->slot);

@@ -293,6 +293,14 @@ VariableSymbol* Environment::FindShared(const ClassSymbol* cls, std::string_view
     return nullptr;
 }
 
+void Environment::NoteUse(const Span& place, std::string_view name, const Span& declaration) {
+    const auto length = static_cast<uint32_t>(name.size());
+    if (!editor.notesUses || declaration.length == 0 || place.length < length) return;
+    const Span word{place.file, place.offset + place.length - length, length};
+    // An expression may stand for a name that is not written there.
+    if (SameName(files[word.file]->Text(word), name)) uses[{word.file, word.offset}] = declaration;
+}
+
 PropertySymbol* Environment::FindSharedProperty(const ClassSymbol* cls, std::string_view name) {
     for (; cls != nullptr; cls = cls->super) {
         PropertySymbol* property = cls->shared != nullptr ? Find(cls->shared->properties, name) : nullptr;

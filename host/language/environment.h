@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/language/code.h"
+#include "host/language/editor_view.h"
 #include "host/language/symbols.h"
 #include "host/syntax/diagnostic.h"
 
@@ -73,6 +74,9 @@ public:
     // A variable that lives as long as the environment.
     uint32_t NewGlobal(Storage storage);
 
+    // Remembers, if wanted, that the last word of a place is a name for what is declared elsewhere.
+    void NoteUse(const Span& place, std::string_view name, const Span& declaration);
+
     void ReleaseGlobals();
     void ReleaseGlobal(uint32_t slot);
     // Forgets a program's class; false while objects of it live.
@@ -82,6 +86,10 @@ public:
 
     SourceFiles files;
     std::set<std::string> importedPaths; // of the sources read so far
+    std::set<uint32_t> libraryFiles;     // those of them that come along
+    EditorView editor;
+    // With editor.notesUses: the name that was declared, for each name by file and offset.
+    std::map<std::pair<uint32_t, uint32_t>, Span> uses;
     std::vector<std::unique_ptr<ast::Unit>> units;
     Names<std::unique_ptr<ClassSymbol>> classes; // of the program
     std::vector<ClassSymbol*> classOrder;        // superclasses first, once the classes are defined

@@ -239,6 +239,7 @@ NodePtr ExpressionChecker::CheckIsA(const Expression& expression) {
               "there is no class \"" + expression.name + "\"" + Suggestion(expression.name, environment_.ClassNames()));
     }
     if (object->IsInvalid() || cls == nullptr) return InvalidNode(expression.span);
+    NoteType(expression.name, expression.nameSpan);
     bool isObject = object->type.Is(TypeKind::OBJECT) || object->type.Is(TypeKind::VARIANT);
     if (!isObject) {
         Error(object->span, "\"IsA\" needs an object, not " + object->type.Text());

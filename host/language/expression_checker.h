@@ -154,6 +154,7 @@ private:
     // A number as one of another type; a constant at once.
     NodePtr NumberNode(NodePtr node, const ValueType& type);
     bool IsInstanceName(const ast::Expression& expression);
+    void NoteType(const std::string& name, const Span& span);
     ModuleSymbol* QualifyingModule(const ast::Expression& expression);
     ClassSymbol* QualifyingClass(const ast::Expression& expression);
 

@@ -87,18 +87,27 @@ void Importer::Import(const ast::Import& import, std::vector<const ast::Unit*>& 
     if (path.empty()) return;
     std::error_code error;
     if (environment_.importedPaths.contains(fs::weakly_canonical(path, error))) return;
-    std::ifstream stream(path, std::ios::binary);
-    std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    if (stream.bad() || !stream.is_open()) {
-        diagnostics_.Error(import.span, path.native() + ": " + std::strerror(errno));
-        return;
+    std::string text;
+    const auto& open = environment_.editor.openFiles;
+    if (auto found = open.find(path.lexically_normal()); found != open.end()) {
+        text = found->second;
+    } else {
+        std::ifstream stream(path, std::ios::binary);
+        text.assign(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
+        if (stream.bad() || !stream.is_open()) {
+            diagnostics_.Error(import.span, path.native() + ": " + std::strerror(errno));
+            return;
+        }
     }
     // Errors name the file as one gets at it from the importing one.
     fs::path shown =
         import.isLibrary ? path : fs::path(environment_.files[import.span.file]->Name()).parent_path() / import.name;
     environment_.files.push_back(
         std::make_shared<SourceFile>(shown.lexically_normal(), std::move(text), path.native()));
-    Add(static_cast<uint32_t>(environment_.files.size() - 1), units);
+    const auto file = static_cast<uint32_t>(environment_.files.size() - 1);
+    if (import.isLibrary || environment_.libraryFiles.contains(import.span.file))
+        environment_.libraryFiles.insert(file);
+    Add(file, units);
 }
 
 } // namespace host::language

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 namespace host {
@@ -23,5 +24,21 @@ struct NamedThing {
 // `offset` counts bytes.
 std::optional<NamedThing> FindNamedThing(Program& program, const std::string& text, size_t offset);
 std::vector<std::string> CompleteName(Program& program, const std::string& text, size_t offset);
+
+// A name in a file.
+struct NamePlace {
+    std::string path;
+    Span span;
+    auto operator<=>(const NamePlace& other) const {
+        return std::tie(path, span.offset) <=> std::tie(other.path, other.span.offset);
+    }
+    bool operator==(const NamePlace& other) const { return path == other.path && span.offset == other.span.offset; }
+};
+
+// Where that is declared which a name stands for, if the program's own files declare it; of a method that overrides
+// others the first. The program was compiled with EditorView::notesUses.
+std::optional<NamePlace> FindDeclaration(const Program& program, const std::string& path, size_t offset);
+// All names for it, the declaration itself among them.
+std::vector<NamePlace> FindUses(const Program& program, const NamePlace& declaration);
 
 } // namespace host

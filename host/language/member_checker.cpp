@@ -47,12 +47,16 @@ bool TellsOrder(const FunctionSymbol& function, const ValueType& element) {
 
 ModuleSymbol* ExpressionChecker::QualifyingModule(const Expression& expression) {
     if (expression.kind != ExpressionKind::NAME || IsInstanceName(expression)) return nullptr;
-    return environment_.FindModule(expression.name);
+    ModuleSymbol* module = environment_.FindModule(expression.name);
+    if (module != nullptr) environment_.NoteUse(expression.span, expression.name, module->span);
+    return module;
 }
 
 ClassSymbol* ExpressionChecker::QualifyingClass(const Expression& expression) {
     if (expression.kind != ExpressionKind::NAME || IsInstanceName(expression)) return nullptr;
-    return environment_.FindClass(expression.name);
+    ClassSymbol* cls = environment_.FindClass(expression.name);
+    if (cls != nullptr) NoteType(expression.name, expression.span);
+    return cls;
 }
 
 NodePtr ExpressionChecker::UnknownMember(const ValueType& type, const Expression& member) {

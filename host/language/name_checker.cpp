@@ -6,7 +6,17 @@ namespace host::language {
 
 using ast::Expression;
 
+void ExpressionChecker::NoteType(const std::string& name, const Span& span) {
+    if (!environment_.editor.notesUses) return;
+    if (const ClassSymbol* cls = environment_.FindClass(name)) {
+        if (cls->definition != nullptr) environment_.NoteUse(span, name, cls->definition->span);
+    } else if (const ModuleSymbol* module = environment_.FindModule(name)) {
+        environment_.NoteUse(span, name, module->span);
+    }
+}
+
 ValueType ExpressionChecker::ResolveType(const TypeName& type) {
+    NoteType(type.name, type.span);
     ValueType resolved = environment_.TypeNamed(type.name, type.isArray);
     if (resolved.Is(TypeKind::INVALID)) {
         std::vector<std::string> names = environment_.ClassNames();
@@ -46,6 +56,7 @@ NodePtr ExpressionChecker::UseVariable(VariableSymbol* variable, const Span& spa
         variable->slot = environment_.NewGlobal(StorageOf(variable->type));
     }
     variable->isUsed = true;
+    environment_.NoteUse(span, variable->name, variable->span);
     return VariableNode(*variable, span);
 }
 
@@ -55,6 +66,7 @@ NodePtr ExpressionChecker::PropertyNode(NodePtr object, PropertySymbol* property
     auto node = MakeNode(property->isField ? NodeKind::FIELD : NodeKind::PROPERTY, property->type, span);
     node->property = property;
     node->left = std::move(object);
+    if (property->definition != nullptr) environment_.NoteUse(span, property->name, property->definition->span);
     if (property->type.Is(TypeKind::INVALID) && property->native != nullptr) {
         Error(span, "the type \"" + property->native->type.Text() + "\" of \"" + property->name + "\" is unknown");
     }
@@ -64,6 +76,7 @@ NodePtr ExpressionChecker::PropertyNode(NodePtr object, PropertySymbol* property
 NodePtr ExpressionChecker::SymbolValue(ConstantSymbol& constant, const Span& span) {
     if (!CheckAccess(constant.name, constant.visibility, constant.owner, constant.module, span))
         return InvalidNode(span);
+    environment_.NoteUse(span, constant.name, constant.span);
     if (constant.expression != nullptr && !Evaluate(constant)) return InvalidNode(span);
     return constant.type.Is(TypeKind::INVALID) ? InvalidNode(span) : ConstantNode(constant.value, span);
 }

@@ -20,8 +20,9 @@ std::string Program::Disassemble() const {
     return text;
 }
 
-Compilation Compile(const std::vector<Source>& sources) {
+Compilation Compile(const std::vector<Source>& sources, EditorView editor) {
     auto environment = std::make_unique<Environment>();
+    environment->editor = std::move(editor);
     DiagnosticList diagnostics(environment->files);
     std::vector<const ast::Unit*> units;
     language::Importer importer(*environment, diagnostics);

@@ -2,6 +2,7 @@
 // are known to the program. Everything happens on the calling thread; one program runs at a time.
 #pragma once
 
+#include "host/language/editor_view.h"
 #include "host/language/run.h"
 #include "host/syntax/diagnostic.h"
 
@@ -46,7 +47,7 @@ struct Compilation {
 };
 
 // The sources form one program; their statements outside of functions run in order.
-Compilation Compile(const std::vector<Source>& sources);
+Compilation Compile(const std::vector<Source>& sources, EditorView editor = {});
 
 // Runs the program from its start. All its variables are released at the end.
 RunResult Run(Program& program, const RunOptions& options = {});

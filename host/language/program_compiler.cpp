@@ -95,6 +95,7 @@ void ProgramCompiler::DeclareClass(const ast::ClassDefinition& definition, uint3
         diagnostics_.Error(definition.span, "there is a class \"" + definition.name + "\" already");
         return;
     }
+    environment_.NoteUse(definition.span, definition.name, definition.span);
     auto cls = std::make_unique<ClassSymbol>();
     cls->name = definition.name;
     cls->definition = &definition;
@@ -141,6 +142,7 @@ void ProgramCompiler::DeclareModule(const ast::ModuleDefinition& definition, uin
     bool isTaken = ownNames_.contains(key) || environment_.classes.contains(key)
                    || host::FindModule(definition.name) != nullptr || host::FindClass(definition.name) != nullptr;
     if (!CheckFree(definition.name, definition.span, isTaken)) return;
+    environment_.NoteUse(definition.span, definition.name, definition.span);
     auto module = std::make_unique<ModuleSymbol>();
     module->name = definition.name;
     module->definition = &definition;
@@ -241,6 +243,7 @@ void ProgramCompiler::DeclareFunction(const ast::Function& definition, uint32_t 
 
 std::unique_ptr<ConstantSymbol> ProgramCompiler::MakeConstant(const std::string& name, const Span& span,
                                                               const ast::Expression* expression) {
+    environment_.NoteUse(span, name, span);
     auto constant = std::make_unique<ConstantSymbol>();
     constant->name = name;
     constant->span = span;
@@ -273,6 +276,7 @@ void ProgramCompiler::DeclareVariables(const ast::Unit& unit, bool isImported) {
             variable->name = definition.name;
             variable->span = definition.span;
             variable->type = ResolveType(definition);
+            environment_.NoteUse(definition.span, definition.name, definition.span);
             variable->isTopLevel = true;
             variable->isDeclared = false;
             if (options_.keepsVariables || isImported) {
@@ -376,6 +380,7 @@ void ProgramCompiler::DeclareModuleVariable(ModuleSymbol& module, const ast::Var
     variable->type = ResolveType(definition);
     variable->isGlobal = true;
     variable->slot = environment_.NewGlobal(StorageOf(variable->type));
+    environment_.NoteUse(definition.span, definition.name, definition.span);
     variable->module = &module;
     variable->visibility = definition.modifiers.visibility;
     module.variables.emplace(FoldName(definition.name), std::move(variable));
@@ -408,6 +413,9 @@ void ProgramCompiler::EvaluateConstants() {
 }
 
 void ProgramCompiler::CompileFunction(FunctionSymbol& function) {
+    const Span& name = function.definition->declaration.span;
+    if (function.definition->kind != ast::FunctionKind::EVENT && !IsReserved(function.name))
+        environment_.NoteUse(name, function.name, FirstDeclared(function).definition->declaration.span);
     FunctionContext context;
     context.cls = function.owner;
     context.module = function.module;

@@ -69,6 +69,7 @@ VariableSymbol* StatementCompiler::Declare(const std::string& name, const Span& 
     symbol->name = name;
     symbol->span = span;
     symbol->type = type;
+    environment_.NoteUse(span, name, span);
     context_.scopes.back().push_back(symbol.get());
     return locals_.emplace_back(std::move(symbol)).get();
 }

@@ -129,6 +129,15 @@ int ClassSymbol::DistanceTo(const ClassSymbol* other) const {
     return -1;
 }
 
+const FunctionSymbol& FirstDeclared(const FunctionSymbol& function) {
+    const FunctionSymbol* first = &function;
+    if (function.virtualSlot < 0) return *first;
+    const auto slot = static_cast<size_t>(function.virtualSlot);
+    for (const ClassSymbol* cls = function.owner; cls != nullptr && slot < cls->virtualMethods.size(); cls = cls->super)
+        first = cls->virtualMethods[slot];
+    return *first;
+}
+
 bool SameParameters(const FunctionSymbol& left, const FunctionSymbol& right) {
     return std::equal(left.parameters.begin(), left.parameters.end(), right.parameters.begin(), right.parameters.end(),
                       [](const auto& a, const auto& b) { return a.type == b.type && a.isByRef == b.isByRef; });

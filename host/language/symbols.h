@@ -213,6 +213,9 @@ struct ClassSymbol {
     int DistanceTo(const ClassSymbol* other) const;
 };
 
+// The method that this one overrides, through all superclasses; itself if there is none.
+const FunctionSymbol& FirstDeclared(const FunctionSymbol& function);
+
 // Whether the two can stand for each other as far as their parameters go.
 bool SameParameters(const FunctionSymbol& left, const FunctionSymbol& right);
 

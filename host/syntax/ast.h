@@ -149,6 +149,7 @@ struct Statement {
     Span endSpan;         // of what closes it
     std::string name;
     Span nameSpan;
+    Span nextSpan; // FOR, FOR_EACH: of the name behind Next, if there is one
     TypeName type; // FOR, FOR_EACH: of a variable declared there, else empty
     std::vector<Variable> variables;
     ExpressionPtr target;

@@ -157,6 +157,7 @@ bool StatementParser::For(Statement& statement) {
     open_.push_back(BlockKind::FOR);
     Body(BlockKind::FOR, statement.body);
     statement.endSpan = cursor_.Peek().span;
+    if (cursor_.At(Keyword::NEXT) && cursor_.Peek(1).kind == TokenKind::NAME) statement.nextSpan = cursor_.Peek(1).span;
     Close(BlockKind::FOR, opener);
     return !statement.name.empty();
 }
