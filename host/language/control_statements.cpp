@@ -250,6 +250,14 @@ StatementCompiler::Flow StatementCompiler::CompileForEach(const Statement& state
     NodePtr variable = LoopVariable(statement);
 
     auto [count, item] = checker_.CheckItems(*list, listRegister, index);
+    bool isNarrower = item != nullptr && item->type.Is(TypeKind::OBJECT) && variable->type.Is(TypeKind::OBJECT)
+                      && variable->type.cls != item->type.cls && variable->type.cls->IsA(item->type.cls);
+    if (isNarrower) {
+        diagnostics_.Error(statement.nameSpan, "the items are " + item->type.Text()
+                                                   + " (let the variable be one, and use " + variable->type.Text() + "("
+                                                   + statement.name + ") in the loop)");
+        item = InvalidNode(statement.nameSpan);
+    }
     if (item != nullptr) item = checker_.Convert(std::move(item), variable->type);
 
     Label next;

@@ -1,6 +1,8 @@
 // The endings of messages that help.
 #include "host/language/hints.h"
 
+#include "host/syntax/names.h"
+
 namespace host::language {
 
 std::string ConversionHint(const ValueType& from, const ValueType& to) {
@@ -20,6 +22,51 @@ std::string ConversionHint(const ValueType& from, const ValueType& to) {
     }
     bool isDowncast = to.Is(TypeKind::OBJECT) && from.Is(TypeKind::OBJECT) && to.cls->IsA(from.cls);
     if (isDowncast) return " (use " + to.cls->name + "(…))";
+    return {};
+}
+
+namespace {
+
+struct ForeignMember {
+    std::string_view type;
+    std::string_view members; // between commas
+    const char* hint;
+};
+
+constexpr ForeignMember FOREIGN_MEMBERS[] = {
+    {"String", ",length,count,size,", "use Len(…)"},
+    {"String", ",upper,toupper,", "use Uppercase(…)"},
+    {"String", ",lower,tolower,", "use Lowercase(…)"},
+    {"String", ",strip,trim,", "use Trim(…)"},
+    {"String", ",substring,substr,mid,", "use Mid(…)"},
+    {"String", ",indexof,contains,instr,", "use InStr(…)"},
+    {"String", ",split,", "use Split(…)"},
+    {"String", ",replace,replaceall,", "use ReplaceAll(…)"},
+    {"String", ",startswith,", "use StartsWith(…)"},
+    {"String", ",endswith,", "use EndsWith(…)"},
+    {"()", ",count,length,size,len,", "Ubound is the last index: there are Ubound + 1 elements"},
+    {"()", ",add,push,", "use Append"},
+    {"()", ",contains,", "use IndexOf, which is -1 for none"},
+    {"()", ",join,", "use Join(…)"},
+    {"Dictionary", ",item,get,", "use Value or Lookup"},
+    {"Dictionary", ",add,set,", "assign to Value(…)"},
+    {"Dictionary", ",contains,containskey,exists,", "use HasKey"},
+    {"Dictionary", ",length,size,", "use Count"},
+    {"DateTime", ",now,today,", "New DateTime is now"},
+    {"FolderItem", ",readall,readtext,read,open,", "use OpenAsTextFile"},
+    {"FolderItem", ",write,writetext,", "use CreateTextFile"},
+    {"FolderItem", ",size,", "use Length"},
+    {"System", ",exit,", "use Quit"},
+};
+
+} // namespace
+
+std::string MemberHint(std::string_view type, std::string_view member) {
+    const std::string wanted = "," + FoldName(member) + ",";
+    for (const ForeignMember& row : FOREIGN_MEMBERS) {
+        if (row.type == type && row.members.find(wanted) != std::string_view::npos)
+            return std::string(" (") + row.hint + ")";
+    }
     return {};
 }
 

@@ -71,8 +71,9 @@ NodePtr ExpressionChecker::UnknownMember(const ValueType& type, const Expression
         Error(member.nameSpan, "\"" + member.name + "\" is of the class itself: " + type.Text() + "." + member.name);
         return InvalidNode(member.span);
     }
-    Error(member.nameSpan, type.Text() + " has no member \"" + member.name + "\""
-                               + Suggestion(member.name, environment_.MemberNames(type.cls)));
+    std::string hint = MemberHint(type.cls->name, member.name);
+    if (hint.empty()) hint = Suggestion(member.name, environment_.MemberNames(type.cls));
+    Error(member.nameSpan, type.Text() + " has no member \"" + member.name + "\"" + hint);
     return InvalidNode(member.span);
 }
 
@@ -98,8 +99,9 @@ NodePtr ExpressionChecker::CheckModuleMember(ModuleSymbol& module, const Express
     if (value != nullptr) return call == nullptr ? std::move(value) : Index(std::move(value), *call, use);
     auto found = module.functions.find(key);
     if (found == module.functions.end()) {
-        Error(member.nameSpan, module.name + " has no member \"" + member.name + "\""
-                                   + Suggestion(member.name, environment_.MemberNames(module)));
+        std::string hint = MemberHint(module.name, member.name);
+        if (hint.empty()) hint = Suggestion(member.name, environment_.MemberNames(module));
+        Error(member.nameSpan, module.name + " has no member \"" + member.name + "\"" + hint);
         if (call != nullptr) CheckArguments(*call);
         return InvalidNode(span);
     }
@@ -162,6 +164,7 @@ NodePtr ExpressionChecker::CheckMemberCall(const Expression& member, const Expre
         if (NodePtr extension = ExtensionCall(object, member, call, use)) return extension;
         if (type.Is(TypeKind::ARRAY)) return CheckArrayMember(std::move(object), member, call);
         std::string hint = type.Is(TypeKind::VARIANT) ? " (cast it to its class first)" : "";
+        if (type.Is(TypeKind::STRING)) hint = MemberHint("String", member.name);
         Error(member.nameSpan, type.Text() + " has no members" + hint);
         if (call != nullptr) CheckArguments(*call);
         return InvalidNode(whole.span);
@@ -262,7 +265,9 @@ NodePtr ExpressionChecker::CheckArrayMember(NodePtr array, const Expression& mem
     if (row == nullptr) {
         std::vector<std::string> names;
         for (const ArrayMember& known : ARRAY_MEMBERS) names.emplace_back(known.name);
-        Error(member.nameSpan, "an array has no member \"" + member.name + "\"" + Suggestion(member.name, names));
+        std::string hint = MemberHint("()", member.name);
+        if (hint.empty()) hint = Suggestion(member.name, names);
+        Error(member.nameSpan, "an array has no member \"" + member.name + "\"" + hint);
         return InvalidNode(span);
     }
     if (row->operation == ArrayOperation::SORT) {

@@ -46,7 +46,10 @@ bool ExpressionChecker::IsBeforeDeclaration(const VariableSymbol& variable) cons
 
 NodePtr ExpressionChecker::UseVariable(VariableSymbol* variable, const Span& span) {
     if (IsBeforeDeclaration(*variable)) {
-        Error(span, "\"" + variable->name + "\" is used before its declaration");
+        const std::string_view written = environment_.files[span.file]->Text(span);
+        bool isSpelled = written.ends_with(variable->name);
+        Error(span, "\"" + variable->name + "\" is used before its declaration"
+                        + (isSpelled ? "" : " (names are the same in upper and lower case)"));
         return InvalidNode(span);
     }
     if (!CheckAccess(variable->name, variable->visibility, nullptr, variable->module, span)) return InvalidNode(span);

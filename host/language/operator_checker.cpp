@@ -111,6 +111,9 @@ NodePtr ExpressionChecker::Binary(Operation operation, NodePtr left, NodePtr rig
         bool hasString = left->type.Is(TypeKind::STRING) || right->type.Is(TypeKind::STRING);
         if (operation == Operation::ADD && hasString) hint = " (convert the other side with Str(…))";
         if (operation == Operation::INTEGER_DIVIDE) hint = " (use \"/\")";
+        bool areDates =
+            left->type.Is(TypeKind::OBJECT) && left->type == right->type && SameName(left->type.cls->name, "DateTime");
+        if (areDates) hint = operation == Operation::SUBTRACT ? " (use Since)" : " (compare their SecondsSince1970)";
         bool isMoney = left->type.IsNumber() && right->type.IsNumber() && operation != Operation::INTEGER_DIVIDE;
         if (isMoney) hint = " (convert one side with Currency(…) or Double(…))";
         Error(span, std::string("\"") + SymbolOf(operation) + "\" cannot be applied to " + left->type.Text() + " and "

@@ -129,6 +129,10 @@ ExpressionPtr ExpressionParser::ParseOperators(ExpressionPtr left, int minimum) 
         if (row == nullptr || row->precedence < minimum) return left;
         cursor_.Next();
         Span start = left->span;
+        if (GoesOn()) {
+            diagnostics_.Error(token.span, "a line that goes on in the next one ends with \" _\"");
+            cursor_.Next();
+        }
         if (token.keyword == Keyword::ISA) {
             auto test = Make(ExpressionKind::IS_A);
             if (const Token* name = cursor_.ReadName("a class")) {
@@ -278,6 +282,20 @@ ExpressionPtr ExpressionParser::ParseNew() {
         if (hasArguments && !ParseArguments(*expression)) expression->kind = ExpressionKind::INVALID;
     }
     return Finish(std::move(expression), start);
+}
+
+// Whether the next line is the operand that is missing on this one, and no statement.
+bool ExpressionParser::GoesOn() const {
+    if (!cursor_.At(TokenKind::END_OF_LINE)) return false;
+    const Token& token = cursor_.Peek(1);
+    switch (token.kind) {
+    case TokenKind::STRING:
+    case TokenKind::INTEGER:
+    case TokenKind::DOUBLE:
+    case TokenKind::LEFT_PARENTHESIS: return true;
+    case TokenKind::NAME: return CanBeName(token.keyword) && cursor_.Peek(2).kind != TokenKind::EQUAL;
+    default: return false;
+    }
 }
 
 bool ExpressionParser::AtOperand() const {

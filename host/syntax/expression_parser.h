@@ -21,6 +21,7 @@ public:
     ast::ExpressionPtr ParseNew();
     // Whether an operand can start here, other than with a parenthesis or a sign.
     bool AtOperand() const;
+    bool GoesOn() const;
     // The arguments of a call statement without parentheses.
     ast::ExpressionPtr ParseBareArguments(ast::ExpressionPtr callee);
 

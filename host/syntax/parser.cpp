@@ -98,6 +98,9 @@ private:
                 modifiers.isShared = true;
             else if (word.keyword != Keyword::NONE)
                 modifiers.visibility = word.keyword == Keyword::PRIVATE ? Visibility::PRIVATE : Visibility::PROTECTED;
+            else if (!SameName(word.text, "Public"))
+                diagnostics_.Error(word.span,
+                                   "a property with \"Get\" alone can only be read, with \"Set\" alone only be set");
             else
                 diagnostics_.Error(word.span, "members are public unless they are \"Private\" or \"Protected\"");
             bool fits = isClass || word.keyword == Keyword::PRIVATE || word.keyword == Keyword::NONE;
@@ -238,6 +241,14 @@ private:
                           || next.kind == TokenKind::LEFT_PARENTHESIS || next.kind == TokenKind::EQUAL;
         if (cursor_.AtLineEnd()) {
             cursor_.Next();
+        } else if (cursor_.At(TokenKind::NAME) && SameName(cursor_.Peek().text, "Constructor")
+                   && next.kind == TokenKind::LEFT_PARENTHESIS) {
+            diagnostics_.Error(cursor_.Peek().span, "a constructor is written \"Sub Constructor(…) … End Sub\"");
+            auto function = std::make_unique<ast::Function>();
+            Span opener = cursor_.Peek().span;
+            ReadSignature(function->declaration, false);
+            ReadBody(BlockKind::SUB, *function, opener);
+            owner.functions.push_back(std::move(function));
         } else if ((cursor_.At(TokenKind::NAME) && isDeclared) || cursor_.At(Keyword::PROPERTY)
                    || cursor_.At(Keyword::DIM)) {
             Span opener = cursor_.Peek().span;

@@ -11,6 +11,11 @@ namespace {
 
 constexpr int MAX_NESTING = 100;
 
+// What other languages write there; read as a modifier so that nothing follows from it.
+bool IsForeignModifier(std::string_view word) {
+    return SameName(word, "Public") || SameName(word, "ReadOnly") || SameName(word, "WriteOnly");
+}
+
 } // namespace
 
 constexpr StatementParser::BlockNames StatementParser::BLOCKS[] = {
@@ -42,7 +47,7 @@ size_t StatementParser::ModifierCount() const {
         const Token& token = cursor_.Peek(count);
         bool isModifier = token.keyword == Keyword::PRIVATE || token.keyword == Keyword::PROTECTED
                           || token.keyword == Keyword::SHARED
-                          || (token.kind == TokenKind::NAME && SameName(token.text, "Public"));
+                          || (token.kind == TokenKind::NAME && IsForeignModifier(token.text));
         const Token& next = cursor_.Peek(count + 1);
         if (!isModifier || next.kind != TokenKind::NAME || next.keyword == Keyword::AS) return count;
     }
@@ -98,6 +103,8 @@ const StatementParser::BlockNames* StatementParser::Closer() const {
         for (const BlockNames& names : BLOCKS) {
             if (cursor_.Peek(1).keyword == names.keyword) return &names;
         }
+        // Reported where it began.
+        if (SameName(cursor_.Peek(1).text, "Constructor")) return &NamesOf(BlockKind::SUB);
         return nullptr;
     default: return nullptr;
     }
@@ -162,7 +169,10 @@ void StatementParser::Variables(std::vector<Variable>& variables) {
             if (!cursor_.Accept(TokenKind::LEFT_PARENTHESIS)) continue;
             variable.type.isArray = true;
             if (!cursor_.At(TokenKind::RIGHT_PARENTHESIS)) variable.bound = expressions_.Parse();
-            if (!cursor_.Expect(TokenKind::RIGHT_PARENTHESIS, "\")\"")) return;
+            if (!cursor_.Expect(TokenKind::RIGHT_PARENTHESIS, "\")\"")) {
+                variables.resize(first);
+                return;
+            }
         } while (cursor_.Accept(TokenKind::COMMA));
 
         if (!cursor_.Expect(Keyword::AS)) {
