@@ -73,10 +73,11 @@ bool Reserve(Array* array, int32_t count) {
     void* memory = nullptr;
     size_t capacity = front + GrownCapacity(array, count);
     if (HasRoomFor(capacity, size)) memory = std::realloc(MemoryOf(array), capacity * size);
-    if (memory == nullptr && HasRoomFor(front + static_cast<size_t>(count), size)) {
-        capacity = front + static_cast<size_t>(count);
-        memory = std::realloc(MemoryOf(array), capacity * size);
-    }
+    // Near the end of memory a sixteenth more must do; less at each turn would take for ever.
+    const auto used = static_cast<size_t>(array->count);
+    const auto wanted = static_cast<size_t>(count);
+    capacity = memory != nullptr ? capacity : front + std::max(wanted, used + used / 16);
+    if (memory == nullptr && HasRoomFor(capacity, size)) memory = std::realloc(MemoryOf(array), capacity * size);
     if (memory == nullptr) {
         RaiseOutOfMemory();
         return false;

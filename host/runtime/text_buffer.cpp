@@ -1,6 +1,7 @@
 // The memory of text buffers.
 #include "host/runtime/text_buffer.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <new>
 
@@ -39,8 +40,10 @@ void UnlockTextBuffer(TextBuffer* buffer) {
 
 TextBuffer* GrowTextBuffer(TextBuffer* buffer, size_t length) {
     size_t capacity = length < MAX_TEXT / 2 ? length + length / 2 : length;
+    // Near the end of memory a sixteenth more must do; less at each turn would take for ever.
+    const size_t little = std::min(std::max(length, size_t{buffer->capacity} + buffer->capacity / 16), MAX_TEXT);
     void* grown = std::realloc(buffer, SizeOf(capacity));
-    if (grown == nullptr) grown = std::realloc(buffer, SizeOf(capacity = length));
+    if (grown == nullptr) grown = std::realloc(buffer, SizeOf(capacity = little));
     if (grown == nullptr) return nullptr;
     buffer = static_cast<TextBuffer*>(grown);
     buffer->capacity = static_cast<uint32_t>(capacity);

@@ -145,6 +145,7 @@ void Watchdog::Watch() {
         InterruptCalls();
         if (asked == Clock::time_point{}) asked = Clock::now();
         if (Clock::now() < asked + GRACE) continue;
+        FreeMemory(); // to end takes some
         if (isInterrupt) End("Interrupted, in native code\n", EXIT_INTERRUPTED);
         if (isTime) End("The time limit is reached, in native code\n", EXIT_TIME_LIMIT);
         End("The memory limit is reached, in native code\n", EXIT_MEMORY_LIMIT);

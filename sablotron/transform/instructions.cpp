@@ -56,12 +56,14 @@ void RegisterFragment(xsltTransformContext* context, xmlDoc* fragment) {
     RegisterTree(context, fragment);
 }
 
+bool FailForMemory(const xsltTransformContext* context) {
+    RunOf(context).errors.Fail({.code = CODE_OTHER, .text = "The run takes too much memory"});
+    return false;
+}
+
 // Ends the run with a failure when it holds too much.
 bool CheckMemory(const xsltTransformContext* context) {
-    Run& run = RunOf(context);
-    if (!run.memory.IsExceeded()) return true;
-    run.errors.Fail({.code = CODE_OTHER, .text = "The run takes too much memory"});
-    return false;
+    return !RunOf(context).memory.IsExceeded() || FailForMemory(context);
 }
 
 // What makes texts, and the functions that do it.
@@ -71,10 +73,16 @@ std::array<xmlXPathFunction, std::size(TEXT_MAKERS)> textMakers{};
 
 template <size_t INDEX>
 void MakeText(xmlXPathParserContext* parser, int argumentCount) {
-    if (CheckMemory(xsltXPathGetTransformContext(parser)))
+    const xsltTransformContext* context = xsltXPathGetTransformContext(parser);
+    bool hasMemory = CheckMemory(context);
+    if (hasMemory) {
         textMakers[INDEX](parser, argumentCount);
-    else
-        parser->error = XPATH_STACK_ERROR;
+        // libxml2 goes on with a text that there was no memory for.
+        const xmlXPathObject* made = parser->error == 0 ? parser->value : nullptr;
+        const bool isLost = made != nullptr && made->type == XPATH_STRING && made->stringval == nullptr;
+        hasMemory = !isLost || FailForMemory(context);
+    }
+    if (!hasMemory) parser->error = XPATH_STACK_ERROR;
 }
 
 template <size_t... INDEX>
