@@ -5,11 +5,16 @@
 #include "host/cli/libxml2/tree.h"
 
 #include <libxml/relaxng.h>
+#include <libxml/uri.h>
 #include <libxml/valid.h>
 #include <libxml/xmlschemas.h>
+#include <strings.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <filesystem>
 #include <new>
+#include <system_error>
 
 namespace host::xml {
 
@@ -23,6 +28,12 @@ struct Free {
         FREE(made);
     }
 };
+void FreeText(char* text) { xmlFree(text); }
+
+namespace fs = std::filesystem;
+
+ErrorCollector* reading; // of the document that is validated
+
 using Dtd = std::unique_ptr<xmlDtd, Free<xmlFreeDtd>>;
 using Schema = std::unique_ptr<xmlSchema, Free<xmlSchemaFree>>;
 using RelaxNg = std::unique_ptr<xmlRelaxNG, Free<xmlRelaxNGFree>>;
@@ -56,6 +67,30 @@ RelaxNg ReadRelaxNg(const Input& input) {
 
 Dtd ReadDtd(const Input& input) {
     return ReadRules<Dtd>(input, [](const char* name) { return xmlParseDTD(nullptr, Text(name)); });
+}
+
+// Whether a document may have a file read: a device or a pipe may have no end, and there may be a folder outside of
+// which nothing is to be read.
+bool IsReadable(const fs::path& path) {
+    std::error_code error;
+    if (!fs::exists(path, error)) return true; // libxml2 says so
+    const char* folder = std::getenv("KOVA_READ_BELOW");
+    if (!fs::is_regular_file(path, error) || folder == nullptr) return fs::is_regular_file(path, error);
+    const fs::path below = fs::canonical(folder, error);
+    const fs::path real = error ? fs::path() : fs::canonical(path, error);
+    return !error && std::mismatch(below.begin(), below.end(), real.begin(), real.end()).first == below.end();
+}
+
+// Loads what a document names, by one of the names that libxml2 would try.
+xmlParserInputPtr LoadFile(const char* uri, const char* id, xmlParserCtxtPtr parser) {
+    std::string path = uri != nullptr ? uri : "";
+    for (const std::string_view scheme : {"file://localhost", "file://", "file:"})
+        if (strncasecmp(path.c_str(), scheme.data(), scheme.size()) == 0) path.erase(0, scheme.size());
+    const std::unique_ptr<char, Free<FreeText>> unescaped(xmlURIUnescapeString(path.c_str(), 0, nullptr));
+    if (IsReadable(path) && (unescaped == nullptr || IsReadable(unescaped.get())))
+        return xmlNoNetExternalEntityLoader(uri, id, parser);
+    reading->Add(Severity::ERROR, parser->input != nullptr ? parser->input->line : 1, 0, "'" + path + "' is not read");
+    return nullptr;
 }
 
 void CheckDtd(xmlDtdPtr dtd, xmlDocPtr document) {
@@ -103,6 +138,8 @@ std::vector<Diagnostic> Validator::Check(const Input& input) const {
     ErrorCollector errors(input);
     errors.validates = true;
     if (rules.ownDocumentType) {
+        const EntityLoader loader(LoadFile);
+        reading = &errors;
         Parser parser = NewParser();
         document = ReadText(parser.get(), input, XML_PARSE_NOENT | XML_PARSE_DTDVALID);
         if (document == nullptr) throw TextError(errors.found);
