@@ -56,6 +56,9 @@ constexpr Wording WORDINGS[] = {
     {"PEReferences forbidden in internal subset", "A parameter entity stands between declarations, not in one"},
     {"EntityValue: '%' forbidden", "'%' in the value of an entity begins a reference"},
     {"EntityValue: \" or ' expected", "The value of an entity stands in quotes"},
+    {"depth * too deep",
+     "The content in the declaration of an element is nested deeper than 2,048 (128 for a document that "
+     "declares entities)"},
     {"ContentDecl : *", "In the declaration of an element: *"},
     {"SystemLiteral \" or ' expected", "A system identifier stands in quotes"},
     {"Unfinished System or Public ID", "A system or public identifier stands in quotes"},
