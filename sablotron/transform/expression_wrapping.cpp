@@ -49,6 +49,24 @@ std::string Wrapped(const std::string& expression, std::string_view function) {
     return std::string(function) + '(' + expression + ')';
 }
 
+// Without the call of a function that begins there: of key() what it was, of others their arguments.
+void RemoveCall(std::string& text, size_t at, std::string_view function) {
+    const bool isKey = function == FIRST_KEY_FUNCTION;
+    text.replace(at, function.size() + 1, isKey ? "key(" : "");
+    int depth = isKey ? 0 : 1;
+    for (size_t end = at; end < text.size(); ++end) {
+        const char c = text[end];
+        if (c == ',' && depth == 1 && !isKey) text[end] = '|';
+        depth += c == '(' || c == '[' ? 1 : c == ')' || c == ']' ? -1 : 0;
+        if (depth > 0 || (c != ')' && c != ']')) continue;
+        if (isKey)
+            text.insert(end + 1, "[1]");
+        else
+            text.erase(end, 1);
+        break;
+    }
+}
+
 } // namespace
 
 std::string WithoutStream(const std::string& expression, bool isBelowAnything) {
@@ -65,7 +83,7 @@ std::string Prepared(const std::string& expression, Use use) {
     const std::string wrapped = use == Use::ANY    ? expression
                                 : use == Use::TEXT ? Wrapped(expression, TEXT_FUNCTION)
                                                    : Wrapped(expression, NODES_OR_TEXT_FUNCTION);
-    return WithoutStream(UnionsAsCalls(ParentsAsPredicates(wrapped)), false);
+    return WithoutStream(UnionsAsCalls(ParentsAsPredicates(FirstKeysAsCalls(wrapped))), false);
 }
 
 std::string WrappedAsRefused(const std::string& expression) {
@@ -76,20 +94,10 @@ std::string WrappedAsRefused(const std::string& expression) {
 }
 
 std::string WithoutCalls(std::string text) {
-    for (const std::string_view function : {TEXT_FUNCTION, NODES_OR_TEXT_FUNCTION, UNION_FUNCTION}) {
+    for (const std::string_view function :
+         {TEXT_FUNCTION, NODES_OR_TEXT_FUNCTION, UNION_FUNCTION, FIRST_KEY_FUNCTION}) {
         const std::string call = std::string(function) + '(';
-        for (size_t at = text.find(call); at != std::string::npos; at = text.find(call)) {
-            text.erase(at, call.size());
-            int depth = 1;
-            for (size_t end = at; end < text.size(); ++end) {
-                const char c = text[end];
-                if (c == ',' && depth == 1) text[end] = '|';
-                depth += c == '(' || c == '[' ? 1 : c == ')' || c == ']' ? -1 : 0;
-                if (depth > 0) continue;
-                text.erase(end, 1);
-                break;
-            }
-        }
+        for (size_t at = text.find(call); at != std::string::npos; at = text.find(call)) RemoveCall(text, at, function);
     }
     return text;
 }

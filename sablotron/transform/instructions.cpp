@@ -2,11 +2,14 @@
 #include "sablotron/transform/instructions.h"
 
 #include "sablotron/transform/expression_wrapping.h"
+#include "sablotron/transform/keys.h"
 #include "sablotron/transform/modules.h"
 #include "sablotron/transform/node_order.h"
+#include "sablotron/transform/numbering.h"
 #include "sablotron/tree/node_union.h"
 #include "sablotron/tree/number_text.h"
 #include "sablotron/tree/xpath.h"
+#include "sablotron/tree/xpath_rewrite.h"
 
 #include <libexslt/exslt.h>
 #include <libxml/xpathInternals.h>
@@ -26,13 +29,6 @@
 
 namespace sablot {
 namespace {
-
-Run& RunOf(const xsltTransformContext* context) { return *static_cast<Run*>(context->_private); }
-
-bool IsFragment(const xmlNode* node) {
-    // So libxslt marks the documents that hold result tree fragments.
-    return node->type == XML_DOCUMENT_NODE && View(node->name).starts_with(' ');
-}
 
 // The fragment that a value is; null for another value.
 xmlDoc* FragmentOf(const xmlXPathObject* value) {
@@ -142,12 +138,6 @@ void AsText(xmlXPathParserContext* parser, int argumentCount) {
     valuePush(parser, xmlXPathWrapString(xmlXPathCastNodeToString(nodes->nodesetval->nodeTab[0])));
 }
 
-// key() looks a number up as text.
-void FindByKey(xmlXPathParserContext* parser, int argumentCount) {
-    NumbersToStrings(parser, argumentCount);
-    xsltKeyFunction(parser, argumentCount);
-}
-
 // Stands for an expression that does not parse.
 void Refuse(xmlXPathParserContext* parser, int) {
     const XPathPointer<xmlXPathObject> expression(valuePop(parser));
@@ -193,52 +183,8 @@ xmlXPathFunction LookUpFunction(void* xpathContext, const xmlChar* name, const x
     if (uri == nullptr && View(name) == NODES_OR_TEXT_FUNCTION) return AsNodesOrText;
     if (uri == nullptr && View(name) == REFUSED_FUNCTION) return Refuse;
     if (uri == nullptr && View(name) == "key") return FindByKey;
+    if (uri == nullptr && View(name) == FIRST_KEY_FUNCTION) return FindFirstByKey;
     return xsltXPathFunctionLookup(xpathContext, name, uri) != nullptr ? CallFunction : nullptr;
-}
-
-// Whether xsl:number would put more levels into its list than libxslt has room for, which it leaves out.
-bool HasTooManyLevels(xsltTransformContext* context, xmlNode* node, const xsltNumberData& number) {
-    constexpr size_t MAX_LEVELS = 1024;
-    if (View(number.level) != "multiple") return false;
-    size_t depth = 0;
-    for (const xmlNode* ancestor = node; ancestor != nullptr; ancestor = ancestor->parent) ++depth;
-    if (depth <= MAX_LEVELS) return false;
-    size_t levels = 0;
-    for (xmlNode* ancestor = node; IsElement(ancestor); ancestor = ancestor->parent) {
-        if ((number.fromPat != nullptr) && xsltTestCompMatchList(context, ancestor, number.fromPat) == 1) break;
-        const bool counts = number.countPat != nullptr ? xsltTestCompMatchList(context, ancestor, number.countPat) == 1
-                                                       : View(ancestor->name) == View(node->name);
-        levels += counts ? 1 : 0;
-    }
-    return levels > MAX_LEVELS;
-}
-
-// The value of an expression that an instruction has.
-XPathPointer<xmlXPathObject> Evaluate(const xsltTransformContext* context, xmlNode* node,
-                                      const xsltStylePreComp& compiled, xmlXPathCompExpr* expression) {
-    xmlXPathContext* const xpath = context->xpathCtxt;
-    const xmlXPathContext before = *xpath;
-    xpath->node = node;
-    xpath->namespaces = compiled.nsList;
-    xpath->nsNr = compiled.nsNr;
-    XPathPointer<xmlXPathObject> result(xmlXPathCompiledEval(expression, xpath));
-    xpath->node = before.node;
-    xpath->namespaces = before.namespaces;
-    xpath->nsNr = before.nsNr;
-    xpath->proximityPosition = before.proximityPosition;
-    xpath->contextSize = before.contextSize;
-    return result;
-}
-
-// libxslt would write 0 for a negative number, which is to be written as it is (XSLT 1.0 Errata, E24). False when it is
-// none, or the value fails.
-bool WriteNegative(xsltTransformContext* context, xmlNode* node, const xsltStylePreComp& compiled,
-                   xmlXPathCompExpr* value) {
-    const XPathPointer<xmlXPathObject> result = Evaluate(context, node, compiled, value);
-    const double number = result ? xmlXPathCastToNumber(result.get()) : 0;
-    if (!(number < 0)) return false;
-    xsltCopyTextString(context, context->insert, Chars(NumberText(number).c_str()), 0);
-    return true;
 }
 
 // Copies what an xsl:copy-of selects one by one; false when libxslt has the nodes in order.
@@ -254,18 +200,6 @@ bool CopyInOrder(xsltTransformContext* context, xmlNode* node, xmlNode* instruct
         instructions.FunctionOf(compiled)(context, selected->nodesetval->nodeTab[i], instruction,
                                           reinterpret_cast<xsltElemPreComp*>(&one));
     return true;
-}
-
-// What is done in place of libxslt's xsl:number; false when that is to run.
-bool RunNumber(xsltTransformContext* context, xmlNode* node, const xsltStylePreComp& compiled,
-               const xsltElemPreComp* instruction) {
-    Run& run = RunOf(context);
-    if (HasTooManyLevels(context, node, compiled.numdata)) {
-        run.errors.Fail({.code = CODE_OTHER, .text = "More than 1,024 levels to number"});
-        return true;
-    }
-    xmlXPathCompExpr* value = run.instructions.NumberValue(instruction);
-    return (value != nullptr) && WriteNegative(context, node, compiled, value);
 }
 
 // Puts a space where a comment may not have two hyphens (7.4).
@@ -304,9 +238,6 @@ void RunInstruction(xsltTransformContext* context, xmlNode* node, xmlNode* instr
     const bool walks = compiled->type == XSLT_FUNC_COPYOF || compiled->type == XSLT_FUNC_APPLYTEMPLATES
                        || compiled->type == XSLT_FUNC_APPLYIMPORTS;
     if (context->state == XSLT_STATE_STOPPED || !CheckStack(context, walks)) return;
-    if (compiled->type == XSLT_FUNC_NUMBER
-        && RunNumber(context, node, *reinterpret_cast<const xsltStylePreComp*>(compiled), compiled))
-        return;
     if (!CheckMemory(context)) return;
     // libxml2's limit is one for each instruction.
     run.steps += std::exchange(context->xpathCtxt->opCount, 0);
@@ -314,8 +245,9 @@ void RunInstruction(xsltTransformContext* context, xmlNode* node, xmlNode* instr
         run.errors.Fail({.code = CODE_OTHER, .text = "The run takes too many steps"});
         return;
     }
-    if (compiled->type != XSLT_FUNC_COPYOF || !CopyInOrder(context, node, instruction, compiled))
-        run.instructions.FunctionOf(compiled)(context, node, instruction, compiled);
+    const bool isDone = (compiled->type == XSLT_FUNC_COPYOF && CopyInOrder(context, node, instruction, compiled))
+                        || (compiled->type == XSLT_FUNC_NUMBER && WriteNumber(context, node, compiled));
+    if (!isDone) run.instructions.FunctionOf(compiled)(context, node, instruction, compiled);
     if (context->state != XSLT_STATE_STOPPED) Complete(context, compiled->type);
 }
 
@@ -337,6 +269,22 @@ bool IsTooDeep(const xmlNode* place) {
 }
 
 } // namespace
+
+XPathPointer<xmlXPathObject> Evaluate(const xsltTransformContext* context, xmlNode* node,
+                                      const xsltStylePreComp& compiled, xmlXPathCompExpr* expression) {
+    xmlXPathContext* const xpath = context->xpathCtxt;
+    const xmlXPathContext before = *xpath;
+    xpath->node = node;
+    xpath->namespaces = compiled.nsList;
+    xpath->nsNr = compiled.nsNr;
+    XPathPointer<xmlXPathObject> result(xmlXPathCompiledEval(expression, xpath));
+    xpath->node = before.node;
+    xpath->namespaces = before.namespaces;
+    xpath->nsNr = before.nsNr;
+    xpath->proximityPosition = before.proximityPosition;
+    xpath->contextSize = before.contextSize;
+    return result;
+}
 
 Instructions::Instructions(xsltStylesheet* stylesheet) {
     for (xsltStylesheet* level = stylesheet; level != nullptr; level = xsltNextImport(level)) {

@@ -228,6 +228,35 @@ std::string UnionsAsCalls(std::string_view expression, bool isPattern) {
     return result;
 }
 
+std::string FirstKeysAsCalls(std::string_view expression) {
+    if (expression.find("key") == std::string_view::npos) return std::string(expression);
+    std::vector<Token> tokens = Tokenizer(expression).Run();
+    const auto next = [&](size_t at) {
+        while (++at < tokens.size() && BLANKS.find(tokens[at].text[0]) != std::string_view::npos) {
+        }
+        return at;
+    };
+    const auto isAt = [&](size_t at, std::string_view text) { return at < tokens.size() && tokens[at].text == text; };
+    std::vector<size_t> opened; // brackets: where the name of a call of key() stands, or nothing that does
+    for (size_t at = 0, last = tokens.size(); at < tokens.size(); at = next(at)) {
+        if (tokens[at].kind == Token::OPENING) opened.push_back(last);
+        last =
+            tokens[at].kind == Token::OPERAND && tokens[at].text == "key" && isAt(next(at), "(") ? at : tokens.size();
+        if (tokens[at].kind != Token::CLOSING || opened.empty()) continue;
+        const size_t name = opened.back();
+        opened.pop_back();
+        const size_t bracket = next(at);
+        const size_t end = next(next(bracket));
+        if (name == tokens.size() || !isAt(bracket, "[") || !isAt(next(bracket), "1") || !isAt(end, "]")) continue;
+        tokens[name].text = FIRST_KEY_FUNCTION;
+        for (size_t removed = bracket; removed <= end; ++removed) tokens[removed].text = " ";
+        at = end;
+    }
+    std::string result;
+    for (const Token& token : tokens) result.append(token.text);
+    return result;
+}
+
 std::vector<std::string_view> PrefixesOf(std::string_view expression) {
     Tokenizer tokenizer(expression);
     tokenizer.Run();

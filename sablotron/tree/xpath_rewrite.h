@@ -22,6 +22,11 @@ std::string ParentsAsPredicates(std::string_view expression);
 constexpr std::string_view UNION_FUNCTION = "sablot.union";
 std::string UnionsAsCalls(std::string_view expression, bool isPattern = false);
 
+// `expression` with calls of FIRST_KEY_FUNCTION in place of "key(name, value)[1]", which libxslt would find all nodes
+// for.
+constexpr std::string_view FIRST_KEY_FUNCTION = "sablot.first-key";
+std::string FirstKeysAsCalls(std::string_view expression);
+
 // The prefixes of names, functions and variables in the expression, as they come.
 std::vector<std::string_view> PrefixesOf(std::string_view expression);
 

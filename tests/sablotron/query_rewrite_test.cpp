@@ -11,6 +11,11 @@ struct Case {
     const char* expected;
 };
 
+std::string WithoutBlanks(std::string text) {
+    std::erase(text, ' ');
+    return text;
+}
+
 constexpr Case CASES[] = {
     // Name tests.
     {"b", "d:b"},
@@ -106,6 +111,18 @@ constexpr Case UNIONS[] = {
     {"concat((a|b)[1], * * *|x)", "concat((sablot.union(a,b))[1], * * sablot.union(*,x))"},
     {"a-b|div div(div)|and", "sablot.union(a-b,div )div sablot.union((div),and)"},
 };
+
+constexpr Case FIRST_KEYS[] = {
+    {"key('k', @a[1])[1]/b = key ( 'k' , f(key('k', 2) [ 1 ]) )[1][2]",
+     "sablot.first-key('k', @a[1])/b = sablot.first-key ( 'k' , f(sablot.first-key('k', 2)) )[2]"},
+    {"key('k', 1)[2] | key[1] | (key('k', 1))[1] | my-key(1)[1]",
+     "key('k', 1)[2] | key[1] | (key('k', 1))[1] | my-key(1)[1]"},
+};
+
+TEST(XpathRewrite, MakesFirstKeysCalls) {
+    for (const Case& c : FIRST_KEYS)
+        EXPECT_EQ(WithoutBlanks(FirstKeysAsCalls(c.expression)), WithoutBlanks(c.expected));
+}
 
 TEST(XpathRewrite, MakesUnionsCalls) {
     for (const Case& c : UNIONS) EXPECT_EQ(UnionsAsCalls(c.expression), c.expected) << c.expression;

@@ -1,0 +1,83 @@
+// Keys (XSLT 1.0, section 12.2): key() itself and the first of what it finds.
+#include "sablotron/transform/keys.h"
+
+#include "sablotron/transform/instructions.h"
+#include "sablotron/transform/node_order.h"
+#include "sablotron/tree/number_text.h"
+#include "sablotron/tree/tree.h"
+
+#include <libxml/xpathInternals.h>
+#include <libxslt/extensions.h>
+#include <libxslt/functions.h>
+
+#include <new>
+#include <optional>
+
+namespace sablot {
+namespace {
+
+// What the arguments on the stack ask for, in one text. Nothing when that can be something else the next time, or when
+// there are several values.
+std::optional<std::string> TextOf(const xmlXPathParserContext& parser) {
+    const xmlXPathObject* value = parser.value;
+    const xmlXPathObject* name = parser.valueNr > 1 ? parser.valueTab[parser.valueNr - 2] : nullptr;
+    // What a prefix means depends on the instruction.
+    if (name == nullptr || name->type != XPATH_STRING || View(name->stringval).find(':') != std::string_view::npos)
+        return std::nullopt;
+    std::string text(View(name->stringval));
+    text += '\n';
+    if (value->type == XPATH_STRING) return text.append(View(value->stringval));
+    if (value->type != XPATH_NODESET || value->nodesetval == nullptr || value->nodesetval->nodeNr != 1)
+        return std::nullopt;
+    xmlChar* content = xmlXPathCastNodeToString(value->nodesetval->nodeTab[0]);
+    text.append(View(content));
+    xmlFree(content);
+    return text;
+}
+
+// In place of what key() found, the first of it.
+xmlNode* TakeFirst(xmlXPathParserContext* parser) {
+    const XPathPointer<xmlXPathObject> found(valuePop(parser));
+    xmlNodeSet* nodes = found && found->type == XPATH_NODESET ? found->nodesetval : nullptr;
+    if (nodes == nullptr || nodes->nodeNr == 0) return nullptr;
+    xmlXPathNodeSetSort(nodes);
+    MendOrder(nodes);
+    return nodes->nodeTab[0];
+}
+
+} // namespace
+
+void FindByKey(xmlXPathParserContext* parser, int argumentCount) {
+    NumbersToStrings(parser, argumentCount);
+    xsltKeyFunction(parser, argumentCount);
+}
+
+void FindFirstByKey(xmlXPathParserContext* parser, int argumentCount) {
+    NumbersToStrings(parser, argumentCount);
+    const xsltTransformContext* context = xsltXPathGetTransformContext(parser);
+    const xmlNode* node = parser->context->node;
+    const bool isSteady = argumentCount == 2 && context != nullptr && node != nullptr && !IsFragment(AsNode(node->doc));
+    try {
+        std::optional<std::string> text = isSteady ? TextOf(*parser) : std::nullopt;
+        if (!text) {
+            xsltKeyFunction(parser, argumentCount);
+            if (parser->error == 0) valuePush(parser, xmlXPathNewNodeSet(TakeFirst(parser)));
+            return;
+        }
+        auto& known = RunOf(context).firstByKeys[node->doc];
+        auto found = known.find(*text);
+        if (found == known.end()) {
+            xsltKeyFunction(parser, argumentCount);
+            if (parser->error != 0) return;
+            found = known.emplace(std::move(*text), TakeFirst(parser)).first;
+        } else {
+            xmlXPathFreeObject(valuePop(parser));
+            xmlXPathFreeObject(valuePop(parser));
+        }
+        valuePush(parser, xmlXPathNewNodeSet(found->second));
+    } catch (const std::bad_alloc&) {
+        xmlXPathErr(parser, XPATH_MEMORY_ERROR);
+    }
+}
+
+} // namespace sablot

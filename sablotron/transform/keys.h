@@ -1,0 +1,14 @@
+// The function key() of XSLT.
+#pragma once
+
+#include <libxml/xpath.h>
+
+namespace sablot {
+
+// key(), which looks a number up as text.
+void FindByKey(xmlXPathParserContext* parser, int argumentCount);
+
+// key(name, value)[1], which Muenchian grouping asks for with each node of a group.
+void FindFirstByKey(xmlXPathParserContext* parser, int argumentCount);
+
+} // namespace sablot

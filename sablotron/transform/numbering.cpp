@@ -1,0 +1,92 @@
+// xsl:number (XSLT 1.0, section 7.7).
+#include "sablotron/transform/numbering.h"
+
+#include "sablotron/transform/instructions.h"
+#include "sablotron/tree/number_text.h"
+#include "sablotron/tree/tree.h"
+
+#include <libxslt/numbersInternals.h>
+#include <libxslt/pattern.h>
+#include <libxslt/templates.h>
+#include <libxslt/transform.h>
+
+namespace sablot {
+namespace {
+
+// Whether xsl:number would put more levels into its list than libxslt has room for, which it leaves out.
+bool HasTooManyLevels(xsltTransformContext* context, xmlNode* node, const xsltNumberData& number) {
+    constexpr size_t MAX_LEVELS = 1024;
+    if (View(number.level) != "multiple") return false;
+    size_t depth = 0;
+    for (const xmlNode* ancestor = node; ancestor != nullptr; ancestor = ancestor->parent) ++depth;
+    if (depth <= MAX_LEVELS) return false;
+    size_t levels = 0;
+    for (xmlNode* ancestor = node; IsElement(ancestor); ancestor = ancestor->parent) {
+        if ((number.fromPat != nullptr) && xsltTestCompMatchList(context, ancestor, number.fromPat) == 1) break;
+        const bool counts = number.countPat != nullptr ? xsltTestCompMatchList(context, ancestor, number.countPat) == 1
+                                                       : View(ancestor->name) == View(node->name);
+        levels += counts ? 1 : 0;
+    }
+    return levels > MAX_LEVELS;
+}
+
+// libxslt would write 0 for a negative number, which is to be written as it is (XSLT 1.0 Errata, E24). False when it is
+// none, or the value fails.
+bool WriteNegative(xsltTransformContext* context, xmlNode* node, const xsltStylePreComp& compiled,
+                   xmlXPathCompExpr* value) {
+    const XPathPointer<xmlXPathObject> result = Evaluate(context, node, compiled, value);
+    const double number = result ? xmlXPathCastToNumber(result.get()) : 0;
+    if (!(number < 0)) return false;
+    xsltCopyTextString(context, context->insert, Chars(NumberText(number).c_str()), 0);
+    return true;
+}
+
+std::string_view UriOf(const xmlNode* element) {
+    return element->ns != nullptr ? View(element->ns->href) : std::string_view();
+}
+
+// Whether an xsl:number at the node counts another one.
+bool Counts(xsltTransformContext* context, const xsltNumberData& number, const xmlNode* node, xmlNode* other) {
+    if (number.countPat != nullptr) return xsltTestCompMatchList(context, other, number.countPat) == 1;
+    return IsElement(other) && View(other->name) == View(node->name) && UriOf(other) == UriOf(node);
+}
+
+// Writes the number of an element among its siblings, which libxslt would count anew for each of them. False where
+// that is to count: on several levels, in fragments, and by patterns that need not match each time.
+bool WriteSiblingNumber(xsltTransformContext* context, xmlNode* node, const xsltElemPreComp* instruction,
+                        const xsltNumberData& number) {
+    const bool isSingle = number.level == nullptr || View(number.level) == "single";
+    const bool isSteady = number.from == nullptr && View(number.count).find_first_of("[($") == std::string_view::npos;
+    if (!isSingle || !isSteady || !IsElement(node) || IsFragment(AsNode(node->doc))) return false;
+    xmlNode* counted = node;
+    while (IsElement(counted) && !Counts(context, number, node, counted)) counted = counted->parent;
+    if (!IsElement(counted) || counted->parent == nullptr) return false;
+
+    auto& numbers = RunOf(context).siblingNumbers[instruction];
+    if (!numbers.contains(counted)) {
+        int last = 0;
+        for (xmlNode* sibling = counted->parent->children; sibling != nullptr; sibling = sibling->next)
+            if (Counts(context, number, node, sibling)) numbers.emplace(sibling, ++last);
+    }
+    const std::string value = std::to_string(numbers.at(counted));
+    xsltNumberData known = number;
+    known.value = Chars(value.c_str());
+    xsltNumberFormat(context, &known, node);
+    return true;
+}
+
+} // namespace
+
+bool WriteNumber(xsltTransformContext* context, xmlNode* node, const xsltElemPreComp* instruction) {
+    const auto& compiled = *reinterpret_cast<const xsltStylePreComp*>(instruction);
+    Run& run = RunOf(context);
+    if (HasTooManyLevels(context, node, compiled.numdata)) {
+        run.errors.Fail({.code = CODE_OTHER, .text = "More than 1,024 levels to number"});
+        return true;
+    }
+    if (compiled.numdata.value == nullptr) return WriteSiblingNumber(context, node, instruction, compiled.numdata);
+    xmlXPathCompExpr* value = run.instructions.NumberValue(instruction);
+    return value != nullptr && WriteNegative(context, node, compiled, value);
+}
+
+} // namespace sablot
