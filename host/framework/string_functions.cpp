@@ -190,6 +190,11 @@ String* Uppercase(String* s) { return MapCase(s, ToUppercase); }
 
 String* Lowercase(String* s) { return MapCase(s, ToLowercase); }
 
+int32_t CompareText(String* left, String* right) {
+    StringRef folded = StringRef::Adopt(MapCase(left, FoldCase));
+    return CompareStrings(folded.Get(), StringRef::Adopt(MapCase(right, FoldCase)).Get());
+}
+
 Array* Split(String* s, String* delimiter) {
     Text text(s);
     std::vector<std::string_view> parts = SplitText(text.View(), Text(delimiter, text).View(), text.characters);
@@ -338,6 +343,7 @@ const GlobalFunction FUNCTIONS[] = {
     {"RTrim(s as String) as String", Native<RTrim>()},
     {"Uppercase(s as String) as String", Native<Uppercase>()},
     {"Lowercase(s as String) as String", Native<Lowercase>()},
+    {"CompareText(left as String, right as String) as Integer", Native<CompareText>()},
     {"Split(s as String, delimiter as String = \" \") as String()", Native<Split>()},
     {"Join(parts() as String, delimiter as String = \" \") as String", Native<Join>()},
     {"NthField(source as String, separator as String, index as Integer) as String", Native<NthField>()},

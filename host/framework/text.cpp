@@ -114,6 +114,10 @@ std::string ToLowercase(std::string_view text, Characters characters) {
     return MapCase(text, characters, ucasemap_utf8ToLower, 'A', 'Z', 'a' - 'A');
 }
 
+std::string FoldCase(std::string_view text, Characters characters) {
+    return MapCase(text, characters, ucasemap_utf8FoldCase, 'A', 'Z', 'a' - 'A');
+}
+
 std::optional<std::string> EncodeCodePoint(uint32_t codePoint) {
     if (codePoint > 0x10FFFF || U_IS_SURROGATE(codePoint)) return std::nullopt;
     std::array<char, U8_MAX_LENGTH> bytes{};

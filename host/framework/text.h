@@ -25,6 +25,8 @@ std::vector<std::string_view> SplitText(std::string_view text, std::string_view 
 // Full case mapping of Unicode (ICU, root locale); BYTES maps ASCII letters only.
 std::string ToUppercase(std::string_view text, Characters characters);
 std::string ToLowercase(std::string_view text, Characters characters);
+// What texts that differ in case only have in common.
+std::string FoldCase(std::string_view text, Characters characters);
 
 // The UTF-8 bytes of a code point; nothing for a surrogate or a value above U+10FFFF.
 std::optional<std::string> EncodeCodePoint(uint32_t codePoint);

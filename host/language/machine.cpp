@@ -207,6 +207,11 @@ void Machine::NoteTicks() {
         bool isProperty = instruction.opcode == Opcode::GET_PROPERTY || instruction.opcode == Opcode::SET_PROPERTY;
         if (instruction.opcode == Opcode::CALL_NATIVE)
             stack.push_back({environment_.tables.natives[instruction.c].name});
+        static constexpr const char* ENTRIES[] = {"Value", "Lookup", "HasKey", "Value"};
+        if (instruction.opcode >= Opcode::GET_ENTRY && instruction.opcode <= Opcode::SET_ENTRY) {
+            auto index = static_cast<size_t>(instruction.opcode) - static_cast<size_t>(Opcode::GET_ENTRY);
+            stack.push_back({std::string("Dictionary.") + ENTRIES[index]});
+        }
         if (isProperty) stack.push_back({environment_.tables.properties[instruction.c]->name});
         auto index = static_cast<size_t>(frame->pc - code.instructions.data());
         const uint32_t line = environment_.files[code.file]->Locate(code.offsets[index]).line;
