@@ -24,14 +24,12 @@ product: configure-product
 # Each task asks for the packages that it needs itself.
 configure-product:
 	@cmake/tools build
-	@cmake/sysroot build/sysroot product
-	@cmake/expat build/expat
+	@cmake/fetch product
 	@[ -f build/i386/build.ninja ] || cmake/progress Configuring cmake --preset product
 
 configure-tests:
 	@cmake/tools build test
-	@cmake/sysroot build/sysroot
-	@cmake/expat build/expat
+	@cmake/fetch
 	@grep -qsx KOVA_TESTS:BOOL=ON build/i386/CMakeCache.txt || cmake/progress Configuring cmake --preset i386
 
 demo: product
