@@ -86,7 +86,7 @@ public:
 
     SourceFiles files;
     std::set<std::string> importedPaths; // of the sources read so far
-    std::set<uint32_t> libraryFiles;     // those of them that come along
+    std::set<uint32_t> filesOfLibraries; // those of them that come along
     EditorView editor;
     // With editor.notesUses: the name that was declared, for each name by file and offset.
     std::map<std::pair<uint32_t, uint32_t>, Span> uses;

@@ -105,8 +105,8 @@ void Importer::Import(const ast::Import& import, std::vector<const ast::Unit*>& 
     environment_.files.push_back(
         std::make_shared<SourceFile>(shown.lexically_normal(), std::move(text), path.native()));
     const auto file = static_cast<uint32_t>(environment_.files.size() - 1);
-    if (import.isLibrary || environment_.libraryFiles.contains(import.span.file))
-        environment_.libraryFiles.insert(file);
+    if (import.isLibrary || environment_.filesOfLibraries.contains(import.span.file))
+        environment_.filesOfLibraries.insert(file);
     Add(file, units);
 }
 

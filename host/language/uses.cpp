@@ -10,7 +10,7 @@ std::optional<NamePlace> FindDeclaration(const Program& program, const std::stri
         const auto& [file, start] = place;
         bool isHere =
             offset >= start && offset <= start + declaration.length && environment.files[file]->Path() == path;
-        if (!isHere || environment.libraryFiles.contains(declaration.file)) continue;
+        if (!isHere || environment.filesOfLibraries.contains(declaration.file)) continue;
         return NamePlace{environment.files[declaration.file]->Path(), declaration};
     }
     return std::nullopt;
