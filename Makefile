@@ -23,7 +23,7 @@ product: configure-product
 
 # Each task asks for the packages that it needs itself.
 configure-product:
-	@cmake/tools build
+	@cmake/tools build -- cmake/sysroot build/sysroot product
 	@cmake/fetch product
 	@[ -f build/i386/build.ninja ] || cmake/progress Configuring cmake --preset product
 
