@@ -8,6 +8,7 @@
 #include "host/cli/xml_input.h"
 
 #include <cstdio>
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -110,6 +111,9 @@ void QueryFile(const std::string& path, const XqlCommandOptions& options, XqlRep
 } // namespace
 
 int Query(const XqlCommandOptions& options) {
+    namespace fs = std::filesystem;
+    if (!options.files.empty() && !fs::exists(options.files[0]) && fs::is_regular_file(options.query))
+        throw UsageError("the query comes after the files, not before " + options.query);
     std::vector<std::string> files = FilesOrInput(options.files);
     XqlReport report(options, files.size() > 1);
     try {
