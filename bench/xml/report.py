@@ -85,6 +85,7 @@ def arguments(job):
 def peers_of(build):
     yield "kova", [build / "kova", "run", HERE / "jobs.kova"], f"{EVENTS} {TREES} {SHEETS}".split()
     yield "C", [build / "floor"], f"{EVENTS} {TREES} {SHEETS}".split()
+    yield "pugixml", [build / "pugi"], TREES.split()
     for name, program, trial, command, jobs in PEERS:
         if shutil.which(program) and (not trial or subprocess.run(trial, capture_output=True).returncode == 0):
             yield name, [HERE / word if word.startswith("jobs") else word for word in command], jobs.split()
