@@ -43,12 +43,6 @@ bool MayBeNumber(std::string_view expression) {
     return !std::all_of(expression.begin(), expression.end(), isOfPath);
 }
 
-// The expression as the argument of a function, where its value can need that.
-std::string Wrapped(const std::string& expression, std::string_view function) {
-    if (!MayBeNumber(expression) || !IsClosed(expression)) return expression;
-    return std::string(function) + '(' + expression + ')';
-}
-
 // Without the call of a function that begins there: of key() what it was, of others their arguments.
 void RemoveCall(std::string& text, size_t at, std::string_view function) {
     const bool isKey = function == FIRST_KEY_FUNCTION;
@@ -69,6 +63,11 @@ void RemoveCall(std::string& text, size_t at, std::string_view function) {
 
 } // namespace
 
+std::string WrappedAsText(const std::string& expression) {
+    if (!MayBeNumber(expression) || !IsClosed(expression)) return expression;
+    return std::string(TEXT_FUNCTION) + '(' + expression + ')';
+}
+
 std::string WithoutStream(const std::string& expression, bool isBelowAnything) {
     // What contains any of these is no stream to libxml2.
     if (expression.find_first_of("[(@$\"'") != std::string::npos) return expression;
@@ -79,11 +78,9 @@ std::string WithoutStream(const std::string& expression, bool isBelowAnything) {
     return slashes == std::string::npos ? expression : std::string(expression).replace(slashes, 2, ANYWHERE);
 }
 
-std::string Prepared(const std::string& expression, Use use) {
-    const std::string wrapped = use == Use::ANY    ? expression
-                                : use == Use::TEXT ? Wrapped(expression, TEXT_FUNCTION)
-                                                   : Wrapped(expression, NODES_OR_TEXT_FUNCTION);
-    return WithoutStream(UnionsAsCalls(ParentsAsPredicates(FirstKeysAsCalls(wrapped))), false);
+std::string Prepared(const std::string& expression, bool isText) {
+    const std::string wrapped = isText ? WrappedAsText(expression) : expression;
+    return WithoutStream(NodeSetsAsCalls(ParentsAsPredicates(FirstKeysAsCalls(wrapped))), false);
 }
 
 std::string WrappedAsRefused(const std::string& expression) {
@@ -94,8 +91,7 @@ std::string WrappedAsRefused(const std::string& expression) {
 }
 
 std::string WithoutCalls(std::string text) {
-    for (const std::string_view function :
-         {TEXT_FUNCTION, NODES_OR_TEXT_FUNCTION, UNION_FUNCTION, FIRST_KEY_FUNCTION}) {
+    for (const std::string_view function : {TEXT_FUNCTION, UNION_FUNCTION, FIRST_KEY_FUNCTION}) {
         const std::string call = std::string(function) + '(';
         for (size_t at = text.find(call); at != std::string::npos; at = text.find(call)) RemoveCall(text, at, function);
     }

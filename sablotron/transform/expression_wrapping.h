@@ -6,19 +6,18 @@
 
 namespace sablot {
 
-// The XPath functions in which expressions are wrapped whose value becomes text, or text unless it is nodes, and the
-// one in place of an expression that a stylesheet of a later version has and XPath 1.0 does not parse.
+// The XPath function in which expressions whose value becomes text are wrapped, and the one in place of an expression
+// that a stylesheet of a later version has and XPath 1.0 does not parse.
 constexpr std::string_view TEXT_FUNCTION = "sablot.text";
-constexpr std::string_view NODES_OR_TEXT_FUNCTION = "sablot.nodes-or-text";
 constexpr std::string_view REFUSED_FUNCTION = "sablot.refused";
 
-// What the value of an expression is used as.
-enum class Use { ANY, TEXT, NODES_OR_TEXT };
+// The expression as the argument of TEXT_FUNCTION, where its value can need that.
+std::string WrappedAsText(const std::string& expression);
 // The expression in a form that libxml2 does not evaluate as a stream, which passes over what is below 10,000 levels.
 // With `isBelowAnything` it is a pattern whose nodes may stand anywhere.
 std::string WithoutStream(const std::string& expression, bool isBelowAnything);
-// An expression of a stylesheet as it is compiled.
-std::string Prepared(const std::string& expression, Use use);
+// An expression of a stylesheet as it is compiled; `isText`: its value becomes text.
+std::string Prepared(const std::string& expression, bool isText);
 // What stands for an expression that does not parse: a call of REFUSED_FUNCTION with it.
 std::string WrappedAsRefused(const std::string& expression);
 

@@ -4,8 +4,8 @@
 #include "sablotron/transform/expression_wrapping.h"
 #include "sablotron/transform/keys.h"
 #include "sablotron/transform/modules.h"
-#include "sablotron/transform/node_order.h"
 #include "sablotron/transform/numbering.h"
+#include "sablotron/tree/element_numbers.h"
 #include "sablotron/tree/node_union.h"
 #include "sablotron/tree/number_text.h"
 #include "sablotron/tree/xpath.h"
@@ -19,7 +19,6 @@
 #include <libxslt/templates.h>
 #include <libxslt/transform.h>
 #include <libxslt/variables.h>
-#include <libxslt/xsltutils.h>
 
 #include <algorithm>
 #include <array>
@@ -124,18 +123,9 @@ void RunMessage(xsltTransformContext* context, xmlNode* node, xmlNode* instructi
 }
 
 // Numbers become text as XPath wants it, other values stay what they are.
-void AsNodesOrText(xmlXPathParserContext* parser, int) {
+void AsText(xmlXPathParserContext* parser, int) {
     xmlXPathObject* value = valuePop(parser);
     valuePush(parser, (value != nullptr) && value->type == XPATH_NUMBER ? NumberAsString(value) : value);
-}
-
-// Also nodes that libxml2 would put in a wrong order, of which the first is text.
-void AsText(xmlXPathParserContext* parser, int argumentCount) {
-    const xmlXPathObject* value = parser->value;
-    if (value == nullptr || value->type != XPATH_NODESET || !MendOrder(value->nodesetval))
-        return AsNodesOrText(parser, argumentCount);
-    const XPathPointer<xmlXPathObject> nodes(valuePop(parser));
-    valuePush(parser, xmlXPathWrapString(xmlXPathCastNodeToString(nodes->nodesetval->nodeTab[0])));
 }
 
 // Stands for an expression that does not parse.
@@ -152,10 +142,15 @@ void Refuse(xmlXPathParserContext* parser, int) {
 void PrepareExpression(xmlXPathObject* value) {
     if (value == nullptr || value->type != XPATH_STRING) return;
     const std::string expression(View(value->stringval));
-    const std::string prepared = Prepared(expression, Use::ANY);
+    const std::string prepared = Prepared(expression, false);
     if (prepared == expression) return;
     xmlFree(value->stringval);
     value->stringval = xmlStrdup(Chars(prepared.c_str()));
+}
+
+// Sorts nodes that a function has found: what follows the call takes them as they are.
+void SortValue(const xmlXPathParserContext* parser) {
+    if (parser->value != nullptr && parser->value->type == XPATH_NODESET) SortNodes(parser->value->nodesetval);
 }
 
 // Runs an extension function. One that returns a fragment registers it.
@@ -176,30 +171,22 @@ void CallFunction(xmlXPathParserContext* parser, int argumentCount) {
     function(parser, argumentCount);
     if (parser->error != 0) return;
     if (xmlDoc* fragment = FragmentOf(parser->value)) RegisterFragment(context, fragment);
+    SortValue(parser);
+}
+
+// Elements come as their IDs do.
+void FindById(xmlXPathParserContext* parser, int argumentCount) {
+    xmlXPathIdFunction(parser, argumentCount);
+    if (parser->error == 0) SortValue(parser);
 }
 
 xmlXPathFunction LookUpFunction(void* xpathContext, const xmlChar* name, const xmlChar* uri) {
     if (uri == nullptr && View(name) == TEXT_FUNCTION) return AsText;
-    if (uri == nullptr && View(name) == NODES_OR_TEXT_FUNCTION) return AsNodesOrText;
     if (uri == nullptr && View(name) == REFUSED_FUNCTION) return Refuse;
+    if (uri == nullptr && View(name) == "id") return FindById;
     if (uri == nullptr && View(name) == "key") return FindByKey;
     if (uri == nullptr && View(name) == FIRST_KEY_FUNCTION) return FindFirstByKey;
     return xsltXPathFunctionLookup(xpathContext, name, uri) != nullptr ? CallFunction : nullptr;
-}
-
-// Copies what an xsl:copy-of selects one by one; false when libxslt has the nodes in order.
-bool CopyInOrder(xsltTransformContext* context, xmlNode* node, xmlNode* instruction, xsltElemPreComp* compiled) {
-    static const XPathPointer<xmlXPathCompExpr> SELF(xmlXPathCompile(Chars(".")));
-    const Instructions& instructions = RunOf(context).instructions;
-    if (!instructions.MayCopyOutOfOrder(compiled) || !SELF) return false;
-    auto one = *reinterpret_cast<const xsltStylePreComp*>(compiled);
-    const XPathPointer<xmlXPathObject> selected = Evaluate(context, node, one, one.comp);
-    if (!selected || selected->type != XPATH_NODESET || !MendOrder(selected->nodesetval)) return false;
-    one.comp = SELF.get();
-    for (int i = 0; i < selected->nodesetval->nodeNr; ++i)
-        instructions.FunctionOf(compiled)(context, selected->nodesetval->nodeTab[i], instruction,
-                                          reinterpret_cast<xsltElemPreComp*>(&one));
-    return true;
 }
 
 // Puts a space where a comment may not have two hyphens (7.4).
@@ -245,9 +232,8 @@ void RunInstruction(xsltTransformContext* context, xmlNode* node, xmlNode* instr
         run.errors.Fail({.code = CODE_OTHER, .text = "The run takes too many steps"});
         return;
     }
-    const bool isDone = (compiled->type == XSLT_FUNC_COPYOF && CopyInOrder(context, node, instruction, compiled))
-                        || (compiled->type == XSLT_FUNC_NUMBER && WriteNumber(context, node, compiled));
-    if (!isDone) run.instructions.FunctionOf(compiled)(context, node, instruction, compiled);
+    if (compiled->type != XSLT_FUNC_NUMBER || !WriteNumber(context, node, compiled))
+        run.instructions.FunctionOf(compiled)(context, node, instruction, compiled);
     if (context->state != XSLT_STATE_STOPPED) Complete(context, compiled->type);
 }
 
@@ -270,22 +256,6 @@ bool IsTooDeep(const xmlNode* place) {
 
 } // namespace
 
-XPathPointer<xmlXPathObject> Evaluate(const xsltTransformContext* context, xmlNode* node,
-                                      const xsltStylePreComp& compiled, xmlXPathCompExpr* expression) {
-    xmlXPathContext* const xpath = context->xpathCtxt;
-    const xmlXPathContext before = *xpath;
-    xpath->node = node;
-    xpath->namespaces = compiled.nsList;
-    xpath->nsNr = compiled.nsNr;
-    XPathPointer<xmlXPathObject> result(xmlXPathCompiledEval(expression, xpath));
-    xpath->node = before.node;
-    xpath->namespaces = before.namespaces;
-    xpath->nsNr = before.nsNr;
-    xpath->proximityPosition = before.proximityPosition;
-    xpath->contextSize = before.contextSize;
-    return result;
-}
-
 Instructions::Instructions(xsltStylesheet* stylesheet) {
     for (xsltStylesheet* level = stylesheet; level != nullptr; level = xsltNextImport(level)) {
         for (xsltElemPreComp* compiled = level->preComps; compiled != nullptr; compiled = compiled->next) {
@@ -295,11 +265,9 @@ Instructions::Instructions(xsltStylesheet* stylesheet) {
             else
                 extensions_.emplace(compiled, compiled->func);
             compiled->func = RunInstruction;
-            const auto& details = *reinterpret_cast<const xsltStylePreComp*>(compiled);
-            if (compiled->type == XSLT_FUNC_NUMBER && details.numdata.value != nullptr)
-                numberValues_.emplace(compiled, xmlXPathCompile(details.numdata.value));
-            if (compiled->type == XSLT_FUNC_COPYOF && MayConfuseOrder(WithoutCalls(std::string(View(details.select)))))
-                copiesOutOfOrder_.insert(compiled);
+            if (compiled->type != XSLT_FUNC_NUMBER) continue;
+            const xmlChar* value = reinterpret_cast<const xsltStylePreComp*>(compiled)->numdata.value;
+            if (value != nullptr) numberValues_.emplace(compiled, xmlXPathCompile(value));
         }
     }
     // These two are not compiled by libxslt. xsl:fallback does nothing when it is instantiated itself (15).
@@ -318,10 +286,6 @@ Instructions::Instructions(xsltStylesheet* stylesheet) {
 xsltTransformFunction Instructions::FunctionOf(const xsltElemPreComp* instruction) const {
     if (instruction->type < XSLT_FUNC_EXTENSION) return functions_[instruction->type];
     return extensions_.find(instruction)->second;
-}
-
-bool Instructions::MayCopyOutOfOrder(const xsltElemPreComp* instruction) const {
-    return copiesOutOfOrder_.contains(instruction);
 }
 
 xmlXPathCompExpr* Instructions::NumberValue(const xsltElemPreComp* instruction) const {
@@ -360,7 +324,6 @@ void ExtendLimits(xsltTransformContext* context, const xmlDoc* tree) {
 void GuardFunctions(xsltTransformContext* context) {
     RegisterStringFunctions(context->xpathCtxt);
     RegisterUnion(context->xpathCtxt);
-    xsltSetCtxtSortFunc(context, SortNodes);
     RegisterTextMakers(context->xpathCtxt, std::make_index_sequence<std::size(TEXT_MAKERS)>());
     xmlXPathRegisterVariableLookup(context->xpathCtxt, LookUpVariable, context);
     xmlXPathRegisterFuncLookup(context->xpathCtxt, LookUpFunction, context->xpathCtxt);

@@ -10,7 +10,6 @@
 #include <array>
 #include <string>
 #include <unordered_map>
-#include <unordered_set>
 
 namespace sablot {
 
@@ -24,15 +23,11 @@ public:
     // The compiled value of an xsl:number; null when it has none.
     xmlXPathCompExpr* NumberValue(const xsltElemPreComp* instruction) const;
 
-    // Whether an xsl:copy-of may select nodes that libxml2 puts in a wrong order.
-    bool MayCopyOutOfOrder(const xsltElemPreComp* instruction) const;
-
 private:
     // libxslt has one function for each of its own instructions; extensions have theirs.
     std::array<xsltTransformFunction, XSLT_FUNC_EXTENSION> functions_{};
     std::unordered_map<const xsltElemPreComp*, xsltTransformFunction> extensions_;
     std::unordered_map<const xsltElemPreComp*, XPathPointer<xmlXPathCompExpr>> numberValues_;
-    std::unordered_set<const xsltElemPreComp*> copiesOutOfOrder_;
 };
 
 // What instructions share during a run. Its address is the _private field of the transformation context.
@@ -55,10 +50,6 @@ inline Run& RunOf(const xsltTransformContext* context) { return *static_cast<Run
 inline bool IsFragment(const xmlNode* node) {
     return node->type == XML_DOCUMENT_NODE && View(node->name).starts_with(' ');
 }
-
-// The value of an expression that an instruction has.
-XPathPointer<xmlXPathObject> Evaluate(const xsltTransformContext* context, xmlNode* node,
-                                      const xsltStylePreComp& compiled, xmlXPathCompExpr* expression);
 
 // Lets a run that reads the tree take the more steps the larger it is.
 void ExtendLimits(xsltTransformContext* context, const xmlDoc* tree);

@@ -2,7 +2,7 @@
 #include "sablotron/transform/keys.h"
 
 #include "sablotron/transform/instructions.h"
-#include "sablotron/transform/node_order.h"
+#include "sablotron/tree/element_numbers.h"
 #include "sablotron/tree/number_text.h"
 #include "sablotron/tree/tree.h"
 
@@ -40,8 +40,7 @@ xmlNode* TakeFirst(xmlXPathParserContext* parser) {
     const XPathPointer<xmlXPathObject> found(valuePop(parser));
     xmlNodeSet* nodes = found && found->type == XPATH_NODESET ? found->nodesetval : nullptr;
     if (nodes == nullptr || nodes->nodeNr == 0) return nullptr;
-    xmlXPathNodeSetSort(nodes);
-    MendOrder(nodes);
+    SortNodes(nodes);
     return nodes->nodeTab[0];
 }
 
@@ -50,6 +49,8 @@ xmlNode* TakeFirst(xmlXPathParserContext* parser) {
 void FindByKey(xmlXPathParserContext* parser, int argumentCount) {
     NumbersToStrings(parser, argumentCount);
     xsltKeyFunction(parser, argumentCount);
+    // Nodes of several values come by value.
+    if (parser->error == 0) SortNodes(parser->value->nodesetval);
 }
 
 void FindFirstByKey(xmlXPathParserContext* parser, int argumentCount) {

@@ -3,7 +3,6 @@
 
 #include "sablotron/transform/expression_wrapping.h"
 #include "sablotron/transform/modules.h"
-#include "sablotron/transform/node_order.h"
 #include "sablotron/tree/xpath_rewrite.h"
 
 #include <libxml/parserInternals.h>
@@ -186,12 +185,13 @@ struct ModuleCheck::Rule {
     std::string_view attribute;
     Content content;
     bool isNeeded = false;
-    Use use = Use::ANY; // of an expression
+    bool isText = false; // the value of the expression becomes text
     // One of these words, where there are any; ':' among them stands for every name with a prefix.
     std::string_view words = {};
 };
 
 constexpr bool NEEDED = true;
+constexpr bool TEXT = true;
 constexpr std::string_view YES_NO = "yes no";
 constexpr ModuleCheck::Rule ModuleCheck::RULES[] = {
     {"apply-templates", "mode", Content::NAMES},
@@ -202,7 +202,7 @@ constexpr ModuleCheck::Rule ModuleCheck::RULES[] = {
     {"attribute-set", "use-attribute-sets", Content::NAMES},
     {"call-template", "name", Content::NAMES, NEEDED},
     {"copy", "use-attribute-sets", Content::NAMES},
-    {"copy-of", "select", Content::EXPRESSION, NEEDED, Use::NODES_OR_TEXT},
+    {"copy-of", "select", Content::EXPRESSION, NEEDED, TEXT},
     {"decimal-format", "name", Content::NAMES},
     {"element", "name", Content::TEMPLATE, NEEDED},
     {"element", "namespace", Content::TEMPLATE},
@@ -213,37 +213,37 @@ constexpr ModuleCheck::Rule ModuleCheck::RULES[] = {
     {"include", "href", Content::OTHER, NEEDED},
     {"key", "name", Content::NAMES, NEEDED},
     {"key", "match", Content::PATTERN, NEEDED},
-    {"key", "use", Content::EXPRESSION, NEEDED, Use::NODES_OR_TEXT},
-    {"message", "terminate", Content::OTHER, false, Use::ANY, YES_NO},
+    {"key", "use", Content::EXPRESSION, NEEDED, TEXT},
+    {"message", "terminate", Content::OTHER, false, false, YES_NO},
     {"namespace-alias", "stylesheet-prefix", Content::PREFIX, NEEDED},
     {"namespace-alias", "result-prefix", Content::PREFIX, NEEDED},
     {"number", "value", Content::EXPRESSION},
     {"number", "count", Content::PATTERN},
     {"number", "from", Content::PATTERN},
     {"number", "format", Content::TEMPLATE},
-    {"number", "letter-value", Content::TEMPLATE, false, Use::ANY, "alphabetic traditional"},
-    {"number", "level", Content::OTHER, false, Use::ANY, "single multiple any"},
+    {"number", "letter-value", Content::TEMPLATE, false, false, "alphabetic traditional"},
+    {"number", "level", Content::OTHER, false, false, "single multiple any"},
     {"output", "cdata-section-elements", Content::NAMES},
-    {"output", "indent", Content::OTHER, false, Use::ANY, YES_NO},
-    {"output", "method", Content::OTHER, false, Use::ANY, "xml html text :"},
-    {"output", "omit-xml-declaration", Content::OTHER, false, Use::ANY, YES_NO},
-    {"output", "standalone", Content::OTHER, false, Use::ANY, YES_NO},
+    {"output", "indent", Content::OTHER, false, false, YES_NO},
+    {"output", "method", Content::OTHER, false, false, "xml html text :"},
+    {"output", "omit-xml-declaration", Content::OTHER, false, false, YES_NO},
+    {"output", "standalone", Content::OTHER, false, false, YES_NO},
     {"param", "name", Content::NAMES, NEEDED},
     {"param", "select", Content::EXPRESSION},
     {"preserve-space", "elements", Content::NAMES, NEEDED},
     {"processing-instruction", "name", Content::TEMPLATE, NEEDED},
-    {"sort", "select", Content::EXPRESSION, false, Use::TEXT},
-    {"sort", "case-order", Content::TEMPLATE, false, Use::ANY, "upper-first lower-first"},
-    {"sort", "data-type", Content::TEMPLATE, false, Use::ANY, "text number :"},
-    {"sort", "order", Content::TEMPLATE, false, Use::ANY, "ascending descending"},
+    {"sort", "select", Content::EXPRESSION, false, TEXT},
+    {"sort", "case-order", Content::TEMPLATE, false, false, "upper-first lower-first"},
+    {"sort", "data-type", Content::TEMPLATE, false, false, "text number :"},
+    {"sort", "order", Content::TEMPLATE, false, false, "ascending descending"},
     {"strip-space", "elements", Content::NAMES, NEEDED},
     {"template", "match", Content::PATTERN},
     {"template", "mode", Content::NAMES},
     {"template", "name", Content::NAMES},
     {"template", "priority", Content::NUMBER},
-    {"text", "disable-output-escaping", Content::OTHER, false, Use::ANY, YES_NO},
-    {"value-of", "select", Content::EXPRESSION, NEEDED, Use::TEXT},
-    {"value-of", "disable-output-escaping", Content::OTHER, false, Use::ANY, YES_NO},
+    {"text", "disable-output-escaping", Content::OTHER, false, false, YES_NO},
+    {"value-of", "select", Content::EXPRESSION, NEEDED, TEXT},
+    {"value-of", "disable-output-escaping", Content::OTHER, false, false, YES_NO},
     {"variable", "name", Content::NAMES, NEEDED},
     {"variable", "select", Content::EXPRESSION},
     {"when", "test", Content::EXPRESSION, NEEDED},
@@ -344,7 +344,7 @@ ModuleCheck::Verdict ModuleCheck::CheckFunctionResult(xmlNode* result) {
         return Fail(result, CODE_OTHER, Tag(result) + " has content or the attribute 'select', not both");
     const std::string expression = Value(select);
     if (!CheckExpression(result, expression)) return Verdict::FAILED;
-    Change(result, select, Prepared(expression, Use::ANY));
+    Change(result, select, Prepared(expression, false));
     return Verdict::RIGHT;
 }
 
@@ -383,13 +383,11 @@ bool ModuleCheck::CheckAttribute(xmlNode* element, xmlAttr* attribute, const Rul
             return true;
         }
         if (!CheckExpression(element, value)) return false;
-        Change(element, attribute, Prepared(value, rule.use));
-        if ((rule.element == "for-each" || rule.element == "apply-templates") && MayConfuseOrder(value))
-            AddOrder(element);
+        Change(element, attribute, Prepared(value, rule.isText));
         return true;
     case Content::PATTERN:
         if (!CheckExpression(element, value)) return false;
-        Change(element, attribute, UnionsAsCalls(rule.element == "key" ? WithoutStream(value, true) : value, true));
+        Change(element, attribute, NodeSetsAsCalls(rule.element == "key" ? WithoutStream(value, true) : value, true));
         return true;
     case Content::NAMES:
         for (const std::string& name : Words(value)) {
@@ -479,7 +477,7 @@ bool ModuleCheck::CheckTemplate(xmlNode* element, xmlAttr* attribute, bool isLat
             prepared += '{' + WrappedAsRefused(expression) + '}';
         } else {
             if (!CheckExpression(element, expression)) return false;
-            prepared += '{' + Prepared(expression, Use::TEXT) + '}';
+            prepared += '{' + Prepared(expression, true) + '}';
         }
         at = end;
     }

@@ -4,6 +4,7 @@
 #include "sablotron/transform/instructions.h"
 #include "sablotron/tree/number_text.h"
 #include "sablotron/tree/tree.h"
+#include "sablotron/tree/xpath.h"
 
 #include <libxslt/numbersInternals.h>
 #include <libxslt/pattern.h>
@@ -28,6 +29,23 @@ bool HasTooManyLevels(xsltTransformContext* context, xmlNode* node, const xsltNu
         levels += counts ? 1 : 0;
     }
     return levels > MAX_LEVELS;
+}
+
+// The value of an expression that an instruction has.
+XPathPointer<xmlXPathObject> Evaluate(const xsltTransformContext* context, xmlNode* node,
+                                      const xsltStylePreComp& compiled, xmlXPathCompExpr* expression) {
+    xmlXPathContext* const xpath = context->xpathCtxt;
+    const xmlXPathContext before = *xpath;
+    xpath->node = node;
+    xpath->namespaces = compiled.nsList;
+    xpath->nsNr = compiled.nsNr;
+    XPathPointer<xmlXPathObject> result(xmlXPathCompiledEval(expression, xpath));
+    xpath->node = before.node;
+    xpath->namespaces = before.namespaces;
+    xpath->nsNr = before.nsNr;
+    xpath->proximityPosition = before.proximityPosition;
+    xpath->contextSize = before.contextSize;
+    return result;
 }
 
 // libxslt would write 0 for a negative number, which is to be written as it is (XSLT 1.0 Errata, E24). False when it is

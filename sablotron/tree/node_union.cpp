@@ -1,6 +1,7 @@
 // The union of node sets at a cost that is linear in their sizes, counted as steps of the evaluation.
 #include "sablotron/tree/node_union.h"
 
+#include "sablotron/tree/element_numbers.h"
 #include "sablotron/tree/tree.h"
 #include "sablotron/tree/xpath.h"
 #include "sablotron/tree/xpath_rewrite.h"
@@ -40,7 +41,7 @@ bool Add(xmlXPathContext& context, xmlNodeSet& nodes, xmlNodeSet& more) {
 
 // Each argument, from the last one on, gets what comes after it: so most nodes are in document order already.
 void Unite(xmlXPathParserContext* parser, int argumentCount) noexcept {
-    if (argumentCount < 2) return xmlXPathErr(parser, XPATH_INVALID_ARITY);
+    if (argumentCount < 1) return xmlXPathErr(parser, XPATH_INVALID_ARITY);
     XPathPointer<xmlXPathObject> result;
     for (; argumentCount > 0; --argumentCount) {
         XPathPointer<xmlXPathObject> nodes(valuePop(parser));
@@ -56,6 +57,7 @@ void Unite(xmlXPathParserContext* parser, int argumentCount) noexcept {
         }
         if (parser->context->opCount > parser->context->opLimit) return xmlXPathErr(parser, XPATH_OP_LIMIT_EXCEEDED);
     }
+    DropMisleadingNumbers(result->nodesetval);
     valuePush(parser, result.release());
 }
 

@@ -194,38 +194,74 @@ std::string QualifyElementNames(std::string_view expression, std::string_view pr
     return result;
 }
 
-std::string UnionsAsCalls(std::string_view expression, bool isPattern) {
-    if (expression.find('|') == std::string_view::npos) return std::string(expression);
+namespace {
+
+// See NodeSetsAsCalls.
+class NodeSetCalls {
+public:
+    NodeSetCalls(bool isPattern, bool wrapsPaths) : isPattern_(isPattern), wrapsPaths_(wrapsPaths) {}
+
+    std::string Run(std::string_view expression) {
+        for (const Token& token : Tokenizer(expression).Run()) Take(token);
+        End();
+        return std::move(result_);
+    }
+
+private:
     // The operands at work, each in brackets of the one before: where it begins, and whether a call was put there.
     struct Operand {
         size_t begin = std::string::npos;
-        bool isUnion = false;
+        bool isArgument = false;
     };
-    std::string result;
-    std::vector<Operand> operands(1);
-    const auto begin = [&](size_t at) {
-        const bool followsName = at > 0 && IsNameChar(result[at - 1]);
-        result.insert(at, (followsName ? " " : "") + std::string(UNION_FUNCTION) + '(');
-    };
-    const auto end = [&] {
-        if (operands.back().isUnion) result += ')';
-    };
-    for (const Token& token : Tokenizer(expression).Run()) {
-        if (token.kind == Token::BAR && operands.back().begin < result.size() && !(isPattern && operands.size() == 1)) {
-            if (!std::exchange(operands.back().isUnion, true)) begin(operands.back().begin);
-            result += ',';
-            continue;
+
+    void Take(const Token& token) {
+        const bool hasBegun = operands_.back().begin < result_.size();
+        const bool isReplaced = hasBegun && !(isPattern_ && operands_.size() == 1);
+        if (isReplaced && token.kind == Token::BAR) {
+            Begin();
+            result_ += ',';
+            return;
         }
-        if (token.kind == Token::OPERATOR || token.kind == Token::CLOSING) end();
-        if (token.kind == Token::CLOSING && operands.size() > 1) operands.pop_back();
+        if (isReplaced && wrapsPaths_ && MayFindAnyKind(token)) Begin();
+        if (token.kind == Token::OPERATOR || token.kind == Token::CLOSING) End();
+        if (token.kind == Token::CLOSING && operands_.size() > 1) operands_.pop_back();
         const bool isBlank = BLANKS.find(token.text[0]) != std::string_view::npos;
-        if (operands.back().begin == std::string::npos && !isBlank) operands.back().begin = result.size();
-        result.append(token.text);
-        if (token.kind == Token::OPERATOR) operands.back() = {};
-        if (token.kind == Token::OPENING) operands.emplace_back();
+        if (operands_.back().begin == std::string::npos && !isBlank) operands_.back().begin = result_.size();
+        result_.append(token.text);
+        if (token.kind == Token::OPERATOR) operands_.back() = {};
+        if (token.kind == Token::OPENING) operands_.emplace_back();
     }
-    end();
-    return result;
+
+    // Of a step that is not the first: that would find children or the node itself.
+    static bool MayFindAnyKind(const Token& token) {
+        return token.kind == Token::OPERAND && (token.text == "node" || token.text == ".");
+    }
+
+    void Begin() {
+        if (std::exchange(operands_.back().isArgument, true)) return;
+        const size_t at = operands_.back().begin;
+        const bool followsName = at > 0 && IsNameChar(result_[at - 1]);
+        result_.insert(at, (followsName ? " " : "") + std::string(UNION_FUNCTION) + '(');
+    }
+    void End() {
+        if (operands_.back().isArgument) result_ += ')';
+    }
+
+    std::string result_;
+    std::vector<Operand> operands_{1};
+    const bool isPattern_;
+    const bool wrapsPaths_;
+};
+
+} // namespace
+
+std::string UnionsAsCalls(std::string_view expression) {
+    if (expression.find('|') == std::string_view::npos) return std::string(expression);
+    return NodeSetCalls(false, false).Run(expression);
+}
+
+std::string NodeSetsAsCalls(std::string_view expression, bool isPattern) {
+    return NodeSetCalls(isPattern, true).Run(expression);
 }
 
 std::string FirstKeysAsCalls(std::string_view expression) {

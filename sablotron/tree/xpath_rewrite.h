@@ -18,9 +18,12 @@ std::string QualifyElementNames(std::string_view expression, std::string_view pr
 std::string ParentsAsPredicates(std::string_view expression);
 
 // `expression` with calls of UNION_FUNCTION in place of unions, "count(a | b)" as "count(sablot.union(a , b))": libxml2
-// compares each node with each. In a pattern unions stay but in its predicates.
+// compares each node with each.
 constexpr std::string_view UNION_FUNCTION = "sablot.union";
-std::string UnionsAsCalls(std::string_view expression, bool isPattern = false);
+std::string UnionsAsCalls(std::string_view expression);
+// Also with paths that may find nodes of several kinds and parents as arguments of that function. In a pattern only
+// what stands in its predicates.
+std::string NodeSetsAsCalls(std::string_view expression, bool isPattern = false);
 
 // `expression` with calls of FIRST_KEY_FUNCTION in place of "key(name, value)[1]", which libxslt would find all nodes
 // for.

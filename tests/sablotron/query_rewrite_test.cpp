@@ -126,7 +126,9 @@ TEST(XpathRewrite, MakesFirstKeysCalls) {
 
 TEST(XpathRewrite, MakesUnionsCalls) {
     for (const Case& c : UNIONS) EXPECT_EQ(UnionsAsCalls(c.expression), c.expected) << c.expression;
-    EXPECT_EQ(UnionsAsCalls("a[b|c]|d", true), "a[sablot.union(b,c)]|d");
+    EXPECT_EQ(NodeSetsAsCalls("a[b|c]|.//node()[.]", true), "a[sablot.union(b,c)]|.//node()[.]");
+    EXPECT_EQ(NodeSetsAsCalls("-x:f(//., node(), .5)[self::node()] - a/node ( )/b"),
+              "-x:f(sablot.union(//.), node(), .5)[sablot.union(self::node())] - sablot.union(a/node ( )/b)");
 }
 
 } // namespace
