@@ -1,5 +1,6 @@
 // JSON: text to Dictionaries, Variant arrays and values, and back.
 #include "host/framework/dictionary.h"
+#include "host/framework/dictionary_table.h"
 #include "host/framework/framework.h"
 #include "host/framework/tables.h"
 #include "host/runtime/array.h"
@@ -86,8 +87,8 @@ private:
             slot.object = ObjectRef(value).Detach();
             return ArrayInsert(array, array->count, slot);
         }
-        SetEntry(level.container.Get(), Kind::VARIANT, {.object = level.key.Get()}, Kind::VARIANT,
-                 {.object = value.Get()});
+        TableOf(level.container.Get())
+            .Set(Kind::VARIANT, {.object = level.key.Get()}, Kind::VARIANT, {.object = value.Get()});
         return true;
     }
 
@@ -127,20 +128,21 @@ class Writer {
 public:
     explicit Writer(int32_t indent) : indent_(static_cast<size_t>(std::max(indent, 0))) {}
 
-    bool Write(Object* value) {
-        switch (VariantKind(value)) {
+    bool Write(Object* variant) { return Write(VariantKind(variant), Unbox(variant)); }
+    bool Write(Kind kind, const Slot& value) {
+        switch (kind) {
         case Kind::NOTHING: text_ += "null"; return true;
-        case Kind::BOOLEAN: text_ += UnboxInteger(value) != 0 ? "true" : "false"; return true;
+        case Kind::BOOLEAN: text_ += value.integer != 0 ? "true" : "false"; return true;
         case Kind::INTEGER:
         case Kind::DOUBLE:
         case Kind::INT64:
-        case Kind::CURRENCY: return Number(VariantKind(value), Unbox(value));
-        case Kind::STRING: Text(UnboxString(value)); return true;
-        case Kind::ARRAY: return Elements(*AsArray(value));
+        case Kind::CURRENCY: return Number(kind, value);
+        case Kind::STRING: Text(value.string); return true;
+        case Kind::ARRAY: return Elements(*AsArray(value.object));
         default: break;
         }
-        if (IsDictionary(value)) return Members(value);
-        return Fail("JsonText: a " + value->cls->name + " has no JSON");
+        if (IsDictionary(value.object)) return Members(value.object);
+        return Fail("JsonText: a " + value.object->cls->name + " has no JSON");
     }
     const std::string& Result() const { return text_; }
 
@@ -206,16 +208,16 @@ private:
     bool Members(Object* dictionary) {
         if (!Enter('{')) return false;
         bool isEmpty = true;
-        bool isWritten = true;
-        VisitEntries(dictionary, [&](const Value& key, Object* value) {
-            if (key.GetKind() != Kind::STRING) return isWritten = Fail("JsonText: a key that is no String");
+        for (const Entry& entry : TableOf(dictionary).Entries()) {
+            if (entry.hash == 0) continue;
+            if (entry.keyKind != Kind::STRING) return Fail("JsonText: a key that is no String");
             Next(isEmpty);
             isEmpty = false;
-            Text(key.Get().string);
+            Text(entry.key.string);
             text_ += indent_ > 0 ? ": " : ":";
-            return isWritten = Write(value);
-        });
-        return isWritten && Leave('}', isEmpty);
+            if (!Write(entry.kind, entry.value)) return false;
+        }
+        return Leave('}', isEmpty);
     }
 
     std::string text_;

@@ -192,6 +192,7 @@ namespace host::language {
     X(LOOKUP_ENTRY, "rrr")                                                                                             \
     X(HAS_ENTRY, "rrr")                                                                                                \
     X(SET_ENTRY, "rrr")                                                                                                \
+    X(ADD_TO_ENTRY, "rrr")                                                                                             \
     X(OPERANDS, "nnn")                                                                                                 \
     X(GET_PROPERTY, "rrP")                                                                                             \
     X(SET_PROPERTY, "rrP")                                                                                             \

@@ -13,4 +13,10 @@ bool LookupEntry(const Instruction* instruction, Slot* base);
 bool HasEntry(const Instruction* instruction, Slot* base);
 bool StoreEntry(const Instruction* instruction, Slot* base);
 
+// Adds the number in c to the value of the entry: a is the dictionary, b the key. The instruction behind it has in b
+// the kind of the number, in c the register of the Integer that a value begins with, or NO_REGISTER. false: nothing was
+// done, and what follows the next two instructions does it; otherwise the second of them jumps past that.
+bool AddToEntry(const Instruction* instruction, Slot* base);
+inline constexpr uint16_t NO_REGISTER = UINT16_MAX;
+
 } // namespace host::language

@@ -470,6 +470,7 @@ CALL_NATIVE : {
     ENTRY(LOOKUP_ENTRY, LookupEntry);
     ENTRY(HAS_ENTRY, HasEntry);
     ENTRY(SET_ENTRY, StoreEntry);
+    SIMPLE(ADD_TO_ENTRY, pc += AddToEntry(pc, base) ? 1 : 2);
     QUICK(OPERANDS, ); // never reached: what stands before skips it
 GET_PROPERTY : {
     const Property& property = *tables.properties[pc->c];

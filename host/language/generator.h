@@ -93,6 +93,9 @@ private:
     void SetCallPlace(const Node& node);
     static bool IsEntryAccess(const Node& node);
     Value ProduceEntry(const Node& node, const ValueType& type, uint16_t reg);
+    void StoreEntry(const Node& node);
+    bool AddToEntry(const Node& node);
+    Value GenerateOnce(NodePtr& node, NodePtr& same);
     Value ProduceDelegate(const Node& node, uint16_t reg);
     void AttachHandler(const Node& node);
     Value ProduceNew(const Node& node, uint16_t reg);

@@ -18,11 +18,12 @@ namespace host::language {
 
 namespace {
 
-std::string NameOf(Object* variant) {
-    const Kind kind = VariantKind(variant);
+std::string NameOf(Kind kind, const Slot& value) {
     if (kind == Kind::NOTHING) return "Nil";
-    return kind == Kind::OBJECT || kind == Kind::ARRAY ? variant->cls->name : BuiltInName(kind);
+    return kind == Kind::OBJECT || kind == Kind::ARRAY ? value.object->cls->name : BuiltInName(kind);
 }
+
+std::string NameOf(Object* variant) { return NameOf(VariantKind(variant), {.object = variant}); }
 
 bool Mismatch(const std::string& message) {
     RaiseNew("TypeMismatchException", 0, message);
@@ -123,6 +124,7 @@ bool OperateNumbers(VariantOperation operation, Object* left, Object* right, Slo
 bool EqualVariants(Object* left, Object* right) {
     const Kind leftKind = VariantKind(left);
     const Kind rightKind = VariantKind(right);
+    if (leftKind == Kind::INTEGER && rightKind == Kind::INTEGER) return UnboxInteger(left) == UnboxInteger(right);
     if (IsNumber(leftKind) && IsNumber(rightKind)) {
         return std::is_eq(CompareNumbers(leftKind, Unbox(left), rightKind, Unbox(right)));
     }
@@ -200,15 +202,18 @@ bool AddInteger(Object* left, int32_t right, Slot& result) {
     return box && OperateVariants(VariantOperation::ADD, left, box.Get(), result);
 }
 
-bool UnboxTo(Kind kind, Object* variant, Slot& result) {
-    const Kind actual = VariantKind(variant);
+bool ConvertTo(Kind kind, Kind actual, const Slot& value, Slot& result) {
     if (kind == actual) {
-        result = Unbox(variant);
+        CopySlot(result, value);
         if (kind == Kind::STRING) LockString(result.string);
         return true;
     }
-    if (IsNumber(kind) && ConvertWithoutLoss(actual, Unbox(variant), kind, result)) return true;
-    return Mismatch("the Variant holds " + NameOf(variant) + ", not " + BuiltInName(kind));
+    if (IsNumber(kind) && ConvertWithoutLoss(actual, value, kind, result)) return true;
+    return Mismatch("the Variant holds " + NameOf(actual, value) + ", not " + BuiltInName(kind));
+}
+
+bool UnboxTo(Kind kind, Object* variant, Slot& result) {
+    return ConvertTo(kind, VariantKind(variant), Unbox(variant), result);
 }
 
 bool CutToInteger(double number, int32_t& result) {

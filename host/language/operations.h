@@ -30,6 +30,7 @@ bool OperateVariants(VariantOperation operation, Object* left, Object* right, Sl
 bool AddInteger(Object* left, int32_t right, Slot& result);
 
 // The value of a Variant as another type. Numbers convert to each other when nothing is lost.
+bool ConvertTo(Kind kind, Kind actual, const Slot& value, Slot& result);
 bool UnboxTo(Kind kind, Object* variant, Slot& result);
 
 // A number as one of another kind; `kinds` is the ConversionOf the two.

@@ -1,4 +1,4 @@
-// A value of the host language that owns what it refers to, for C++ code that works with objects dynamically.
+// Values of the host language.
 #pragma once
 
 #include "host/runtime/array.h"
@@ -9,10 +9,22 @@
 #include <concepts>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace host {
 
+inline void LockValue(Kind kind, const Slot& slot) {
+    if (kind == Kind::STRING) LockString(slot.string);
+    if (HoldsObject(kind)) LockObject(slot.object);
+}
+
+inline void UnlockValue(Kind kind, const Slot& slot) {
+    if (kind == Kind::STRING) UnlockString(slot.string);
+    if (HoldsObject(kind)) UnlockObject(slot.object);
+}
+
+// A value that owns what it refers to, for C++ code that works with objects dynamically.
 class Value {
 public:
     Value() = default; // Kind::NOTHING; as an argument: nil
@@ -28,20 +40,27 @@ public:
     Value(ObjectRef object) : kind_(Kind::OBJECT) { slot_.object = object.Detach(); }
     Value(const std::vector<std::string>& strings); // a string array
 
-    Value(const Value& other);
+    Value(const Value& other) : kind_(other.kind_) {
+        CopySlot(slot_, other.slot_);
+        LockValue(kind_, slot_);
+    }
     Value(Value&& other) noexcept : kind_(other.kind_) {
         CopySlot(slot_, other.slot_);
         other.kind_ = Kind::NOTHING;
     }
-    Value& operator=(Value other) noexcept;
-    ~Value() {
-        if (kind_ == Kind::STRING) UnlockString(slot_.string);
-        if (HoldsObject(kind_)) UnlockObject(slot_.object);
+    Value& operator=(Value other) noexcept {
+        std::swap(kind_, other.kind_);
+        std::swap(slot_, other.slot_);
+        return *this;
     }
+    ~Value() { UnlockValue(kind_, slot_); }
 
     // Takes over the reference in the slot / adds one.
-    static Value Adopt(Kind kind, const Slot& slot);
-    static Value Share(Kind kind, const Slot& slot);
+    static Value Adopt(Kind kind, const Slot& slot) { return Value(kind, slot); }
+    static Value Share(Kind kind, const Slot& slot) {
+        LockValue(kind, slot);
+        return Value(kind, slot);
+    }
 
     Kind GetKind() const { return kind_; }
     const Slot& Get() const { return slot_; } // borrowed
@@ -56,6 +75,8 @@ public:
     ObjectRef GetObject() const;
 
 private:
+    Value(Kind kind, const Slot& slot) : kind_(kind) { CopySlot(slot_, slot); }
+
     Kind kind_ = Kind::NOTHING;
     Slot slot_{};
 };

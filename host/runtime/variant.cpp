@@ -66,23 +66,6 @@ void FreeBox(Object* box) {
     SmallBlocks::Free(box, static_cast<size_t>(cls->objectSize));
 }
 
-bool SetBox(Object* box, Kind kind, const Slot& value) {
-    if (box == nullptr || box->references != 1 || box->cls->boxKind != kind) return false;
-    switch (kind) {
-    case Kind::INTEGER:
-    case Kind::BOOLEAN: static_cast<IntegerBox*>(box)->value = value.integer; break;
-    case Kind::DOUBLE: static_cast<DoubleBox*>(box)->value = value.number; break;
-    case Kind::INT64:
-    case Kind::CURRENCY: static_cast<WideBox*>(box)->value = value.wide; break;
-    case Kind::STRING:
-        LockString(value.string);
-        UnlockString(std::exchange(static_cast<StringBox*>(box)->value, value.string));
-        break;
-    default: return false;
-    }
-    return true;
-}
-
 Object* Box(Kind kind, const Slot& value) {
     switch (kind) {
     case Kind::INTEGER: return BoxInteger(value.integer);

@@ -21,8 +21,6 @@ Object* BoxInt64(int64_t value);
 Object* Box(Kind kind, const Slot& value);
 
 void FreeBox(Object* box); // only for ReleaseObject
-// Puts another value into a box that nobody else refers to; false when it is none, or one of another kind.
-bool SetBox(Object* box, Kind kind, const Slot& value);
 
 // Kind::NOTHING for nil; for a box the kind of its value; Array for an array; else Object.
 Kind VariantKind(const Object* variant);
