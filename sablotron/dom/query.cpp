@@ -66,7 +66,7 @@ public:
         xmlXPathContextSetCache(context_.get(), 1, -1, 0);
         RegisterXsltFunctions(context_.get());
         RegisterStringFunctions(context_.get());
-        RegisterUnion(context_.get());
+        RegisterNodeFunctions(context_.get());
     }
 
     // Null when the text does not parse. It lives until the next call.

@@ -148,11 +148,6 @@ void PrepareExpression(xmlXPathObject* value) {
     value->stringval = xmlStrdup(Chars(prepared.c_str()));
 }
 
-// Sorts nodes that a function has found: what follows the call takes them as they are.
-void SortValue(const xmlXPathParserContext* parser) {
-    if (parser->value != nullptr && parser->value->type == XPATH_NODESET) SortNodes(parser->value->nodesetval);
-}
-
 // Runs an extension function. One that returns a fragment registers it.
 void CallFunction(xmlXPathParserContext* parser, int argumentCount) {
     xsltTransformContext* const context = xsltXPathGetTransformContext(parser);
@@ -171,19 +166,12 @@ void CallFunction(xmlXPathParserContext* parser, int argumentCount) {
     function(parser, argumentCount);
     if (parser->error != 0) return;
     if (xmlDoc* fragment = FragmentOf(parser->value)) RegisterFragment(context, fragment);
-    SortValue(parser);
-}
-
-// Elements come as their IDs do.
-void FindById(xmlXPathParserContext* parser, int argumentCount) {
-    xmlXPathIdFunction(parser, argumentCount);
-    if (parser->error == 0) SortValue(parser);
+    SortValue(parser); // what follows the call takes them as they are
 }
 
 xmlXPathFunction LookUpFunction(void* xpathContext, const xmlChar* name, const xmlChar* uri) {
     if (uri == nullptr && View(name) == TEXT_FUNCTION) return AsText;
     if (uri == nullptr && View(name) == REFUSED_FUNCTION) return Refuse;
-    if (uri == nullptr && View(name) == "id") return FindById;
     if (uri == nullptr && View(name) == "key") return FindByKey;
     if (uri == nullptr && View(name) == FIRST_KEY_FUNCTION) return FindFirstByKey;
     return xsltXPathFunctionLookup(xpathContext, name, uri) != nullptr ? CallFunction : nullptr;
@@ -323,7 +311,7 @@ void ExtendLimits(xsltTransformContext* context, const xmlDoc* tree) {
 
 void GuardFunctions(xsltTransformContext* context) {
     RegisterStringFunctions(context->xpathCtxt);
-    RegisterUnion(context->xpathCtxt);
+    RegisterNodeFunctions(context->xpathCtxt);
     RegisterTextMakers(context->xpathCtxt, std::make_index_sequence<std::size(TEXT_MAKERS)>());
     xmlXPathRegisterVariableLookup(context->xpathCtxt, LookUpVariable, context);
     xmlXPathRegisterFuncLookup(context->xpathCtxt, LookUpFunction, context->xpathCtxt);

@@ -49,8 +49,7 @@ xmlNode* TakeFirst(xmlXPathParserContext* parser) {
 void FindByKey(xmlXPathParserContext* parser, int argumentCount) {
     NumbersToStrings(parser, argumentCount);
     xsltKeyFunction(parser, argumentCount);
-    // Nodes of several values come by value.
-    if (parser->error == 0) SortNodes(parser->value->nodesetval);
+    SortValue(parser); // nodes of several values come by value
 }
 
 void FindFirstByKey(xmlXPathParserContext* parser, int argumentCount) {

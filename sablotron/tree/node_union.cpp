@@ -1,4 +1,4 @@
-// The union of node sets at a cost that is linear in their sizes, counted as steps of the evaluation.
+// The union of node sets at a cost that is linear in their sizes, counted as steps of the evaluation, and id().
 #include "sablotron/tree/node_union.h"
 
 #include "sablotron/tree/element_numbers.h"
@@ -57,14 +57,22 @@ void Unite(xmlXPathParserContext* parser, int argumentCount) noexcept {
         }
         if (parser->context->opCount > parser->context->opLimit) return xmlXPathErr(parser, XPATH_OP_LIMIT_EXCEEDED);
     }
-    DropMisleadingNumbers(result->nodesetval);
     valuePush(parser, result.release());
+    SortValue(parser);
+}
+
+// libxml2 leaves the elements as their IDs come.
+void FindById(xmlXPathParserContext* parser, int argumentCount) noexcept {
+    xmlXPathIdFunction(parser, argumentCount);
+    SortValue(parser);
 }
 
 } // namespace
 
-void RegisterUnion(xmlXPathContext* context) {
+void RegisterNodeFunctions(xmlXPathContext* context) {
     xmlXPathRegisterFunc(context, Chars(std::string(UNION_FUNCTION).c_str()), Unite);
+    xmlXPathRegisterFunc(context, Chars("id"), nullptr);
+    xmlXPathRegisterFunc(context, Chars("id"), FindById);
 }
 
 } // namespace sablot

@@ -1,10 +1,10 @@
-// The union of node sets as a function of XPath, see UnionsAsCalls.
+// The union of node sets as a function of XPath, see UnionsAsCalls, and id() in document order.
 #pragma once
 
 #include <libxml/xpath.h>
 
 namespace sablot {
 
-void RegisterUnion(xmlXPathContext* context);
+void RegisterNodeFunctions(xmlXPathContext* context);
 
 } // namespace sablot
