@@ -14,8 +14,8 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <new>
-#include <set>
 #include <utility>
 
 namespace sablot {
@@ -39,7 +39,7 @@ struct Pieces {
     // The element of the latest piece, its last attribute, and the names and URIs of all.
     xmlNode* element = nullptr;
     xmlAttr* last = nullptr;
-    std::set<std::pair<std::string_view, std::string_view>> names{};
+    std::map<std::pair<std::string_view, std::string_view>, const xmlAttr*> names{};
 };
 
 // One parse: the failure is the first error that is fatal or concerns namespaces, else the first error of all.
@@ -89,9 +89,10 @@ void OnError(void* data, xmlErrorPtr error) noexcept {
 }
 
 // Ends the parse as one that is not well-formed.
-void Refuse(xmlParserCtxt* context, int code, const char* format, const xmlChar* name) noexcept {
-    char text[200];
-    std::snprintf(text, sizeof text, format, Chars(name));
+void Refuse(xmlParserCtxt* context, int code, const char* format, const xmlChar* name,
+            const xmlChar* second = nullptr) noexcept {
+    char text[300];
+    std::snprintf(text, sizeof text, format, Chars(name), Chars(second));
     ParseOf(context).Fail(code, context->input != nullptr ? context->input->line : 0, text, true);
     context->wellFormed = 0;
     xmlStopParser(context);
@@ -208,9 +209,17 @@ void AddPiece(xmlParserCtxt* context, Pieces& pieces, int count, const xmlChar**
     pieces.last = AddAttributes(context->node, last, count, attributes);
     const xmlAttr* attribute = before != nullptr ? before->next : context->node->properties;
     for (; attribute != nullptr; attribute = attribute->next) {
-        const xmlChar* uri = attribute->ns != nullptr ? attribute->ns->href : nullptr;
-        if (!pieces.names.emplace(View(attribute->name), View(uri)).second)
+        const xmlNs* ns = attribute->ns;
+        const auto [known, isNew] = pieces.names.try_emplace(
+            {View(attribute->name), ns != nullptr ? View(ns->href) : std::string_view()}, attribute);
+        if (isNew) continue;
+        if (ns == nullptr)
             return Refuse(context, XML_ERR_ATTRIBUTE_REDEFINED, "Attribute %.100s redefined", attribute->name);
+        if (View(ns->prefix) == View(known->second->ns->prefix))
+            return Refuse(context, XML_ERR_ATTRIBUTE_REDEFINED, "Attribute %.100s:%.100s redefined", ns->prefix,
+                          attribute->name);
+        return Refuse(context, XML_NS_ERR_ATTRIBUTE_REDEFINED, "Namespaced Attribute %.100s in '%.100s' redefined",
+                      attribute->name, ns->href);
     }
 }
 
