@@ -150,6 +150,10 @@ int64_t AbsWide(int64_t value) {
     return value < 0 && value != INT64_MIN ? -value : value;
 }
 double AbsDouble(double value) { return std::fabs(value); }
+template <typename Number>
+int32_t Sign(Number value) {
+    return static_cast<int32_t>(value > 0) - static_cast<int32_t>(value < 0);
+}
 double Floor(double value) { return std::floor(value); }
 double Ceil(double value) { return std::ceil(value); }
 double Round(double value) { return std::round(value); }
@@ -198,6 +202,10 @@ const GlobalFunction FUNCTIONS[] = {
     {"Abs(value as Int64) as Int64", Native<AbsWide>()},
     {"Abs(value as Currency) as Currency", Native<AbsWide>()},
     {"Abs(value as Double) as Double", Native<AbsDouble>()},
+    {"Sign(value as Integer) as Integer", Native<Sign<int32_t>>()},
+    {"Sign(value as Int64) as Integer", Native<Sign<int64_t>>()},
+    {"Sign(value as Currency) as Integer", Native<Sign<int64_t>>()},
+    {"Sign(value as Double) as Integer", Native<Sign<double>>()},
     {"Floor(value as Double) as Double", Native<Floor>()},
     {"Ceil(value as Double) as Double", Native<Ceil>()},
     {"Round(value as Double) as Double", Native<Round>()},

@@ -100,9 +100,11 @@ NodePtr ExpressionChecker::CallPlace(const Expression& target) {
     bool isAssignable = std::any_of(functions.begin(), functions.end(),
                                     [](const FunctionSymbol* function) { return function->IsAssignable(); });
     if (!isAssignable) {
+        const bool isResult = !functions.empty() && functions[0] == context_.function && functions[0]->HasResult();
         Error(functions.empty() ? target.span : callee.nameSpan,
-              functions.empty() ? "this cannot be assigned to"
-                                : "\"" + functions[0]->name + "\" cannot be assigned to");
+              functions.empty()
+                  ? "this cannot be assigned to"
+                  : "\"" + functions[0]->name + "\" cannot be assigned to" + (isResult ? " (use Return)" : ""));
         return InvalidNode(target.span);
     }
     return Call(std::move(object), functions, std::move(arguments), target.span, callee.nameSpan, Use::TARGET);

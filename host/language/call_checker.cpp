@@ -37,6 +37,8 @@ NodePtr ExpressionChecker::CheckCall(const Expression& expression, Use use) {
             return CheckCast(type, expression);
         }
         if (value != nullptr) return Index(std::move(value), expression);
+        // Of what follows a word of another language nothing can be said.
+        if (!NameHint(callee.name).empty()) return UnknownName(callee);
     }
     auto arguments = CheckArguments(expression);
     if (!functions.empty()) {

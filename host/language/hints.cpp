@@ -3,6 +3,8 @@
 
 #include "host/syntax/names.h"
 
+#include <span>
+
 namespace host::language {
 
 std::string ConversionHint(const ValueType& from, const ValueType& to) {
@@ -59,7 +61,67 @@ constexpr ForeignMember FOREIGN_MEMBERS[] = {
     {"System", ",exit,", "use Quit"},
 };
 
+struct ForeignWord {
+    std::string_view words; // between commas
+    const char* hint;
+};
+
+constexpr ForeignWord FOREIGN_NAMES[] = {
+    {",null,none,nothing,undefined,nullptr,", "use Nil"},
+    {",this,me,", "use Self"},
+    {",msgbox,debug,console,echo,printf,puts,", "use Print"},
+    {",vbcrlf,vblf,vbnewline,newline,", "use EndOfLine"},
+    {",iif,", "use If(…, …, …)"},
+    {",cstr,tostring,", "use Str(…)"},
+    {",cint,clng,parseint,", "use Integer(Val(…))"},
+    {",cdbl,csng,parsefloat,float,", "use Val(…)"},
+    {",ord,", "use Asc(…)"},
+    {",range,", "a loop is written \"For i As Integer = 0 To 9\""},
+    {",def,func,fn,", "a function is written \"Function Name(…) As …\""},
+    {",let,var,", "\"Dim x As …\" declares a variable"},
+    {",set,", "an object is assigned as any value: x = …"},
+    {",call,", "a Sub is called by its name alone"},
+    {",throw,", "use Raise"},
+    {",except,", "use Catch"},
+    {",on,resume,", "errors are caught with Try … Catch"},
+    {",goto,gosub,", "loops are left with Exit, functions with Return"},
+    {",elif,elsif,", "use ElseIf"},
+    {",switch,", "use Select Case"},
+    {",default,", "use Case Else"},
+    {",foreach,", "use For Each"},
+    {",endif,", "use End If"},
+    {",endsub,", "use End Sub"},
+    {",endfunction,", "use End Function"},
+    {",imports,include,require,using,", "use Import \"file\""},
+    {",option,", "every variable is declared"},
+};
+
+constexpr ForeignWord FOREIGN_TYPES[] = {
+    {",long,", "use Integer, which has 32 bits, or Int64"},
+    {",int,byte,short,", "use Integer"},
+    {",single,float,real,number,", "use Double"},
+    {",decimal,", "use Currency"},
+    {",bool,", "use Boolean"},
+    {",str,text,char,", "use String"},
+    {",object,any,", "use Variant"},
+    {",date,", "use DateTime"},
+    {",exception,error,", "use RuntimeException"},
+    {",list,arraylist,collection,", "an array is declared \"Dim a() As …\""},
+    {",map,dict,hashtable,", "use Dictionary"},
+};
+
+std::string HintIn(std::span<const ForeignWord> rows, std::string_view name) {
+    const std::string wanted = "," + FoldName(name) + ",";
+    for (const ForeignWord& row : rows) {
+        if (row.words.find(wanted) != std::string_view::npos) return std::string(" (") + row.hint + ")";
+    }
+    return {};
+}
+
 } // namespace
+
+std::string NameHint(std::string_view name) { return HintIn(FOREIGN_NAMES, name); }
+std::string TypeHint(std::string_view name) { return HintIn(FOREIGN_TYPES, name); }
 
 std::string MemberHint(std::string_view type, std::string_view member) {
     const std::string wanted = "," + FoldName(member) + ",";

@@ -21,7 +21,9 @@ ValueType ExpressionChecker::ResolveType(const TypeName& type) {
     if (resolved.Is(TypeKind::INVALID)) {
         std::vector<std::string> names = environment_.ClassNames();
         for (std::string& basic : BuiltInTypeNames()) names.push_back(std::move(basic));
-        Error(type.span, "there is no type \"" + type.name + "\"" + Suggestion(type.name, names));
+        const std::string hint = TypeHint(type.name);
+        Error(type.span,
+              "there is no type \"" + type.name + "\"" + (hint.empty() ? Suggestion(type.name, names) : hint));
     }
     return resolved;
 }
@@ -195,6 +197,8 @@ NodePtr ExpressionChecker::UnknownName(const Expression& expression, const std::
         Error(span, "\"" + name + "\" is a class (use \"New " + name + "\" to make an object)");
     } else if (environment_.FindModule(name) != nullptr) {
         Error(span, "\"" + name + "\" is a module");
+    } else if (const std::string known = NameHint(name); !known.empty()) {
+        Error(span, "unknown name \"" + name + "\"" + known);
     } else {
         std::vector<std::string> names = environment_.GlobalNames();
         for (const auto& scope : context_.scopes) {

@@ -19,7 +19,7 @@ bool StatementParser::If(Statement& statement, bool& isBlock) {
         return OneLineIf(statement);
     }
     Header(statement);
-    open_.push_back(BlockKind::IF);
+    Open(BlockKind::IF);
     Body(BlockKind::IF, first.body);
     auto isWrittenApart = [this] { return cursor_.At(Keyword::ELSE) && cursor_.Peek(1).keyword == Keyword::IF; };
     while (cursor_.At(Keyword::ELSEIF) || isWrittenApart()) {
@@ -81,7 +81,7 @@ bool StatementParser::Select(Statement& statement) {
     cursor_.Expect(Keyword::CASE);
     statement.value = expressions_.Parse();
     Header(statement);
-    open_.push_back(BlockKind::SELECT);
+    Open(BlockKind::SELECT);
     Block before;
     Body(BlockKind::SELECT, before);
     if (!before.empty()) cursor_.Fail(before[0]->span, "statement before the first \"Case\"");
@@ -154,7 +154,7 @@ bool StatementParser::For(Statement& statement) {
         if (cursor_.Accept(Keyword::STEP)) statement.step = expressions_.Parse();
     }
     Header(statement);
-    open_.push_back(BlockKind::FOR);
+    Open(BlockKind::FOR);
     Body(BlockKind::FOR, statement.body);
     statement.endSpan = cursor_.Peek().span;
     if (cursor_.At(Keyword::NEXT) && cursor_.Peek(1).kind == TokenKind::NAME) statement.nextSpan = cursor_.Peek(1).span;
@@ -167,7 +167,7 @@ bool StatementParser::While(Statement& statement) {
     Span opener = cursor_.Next().span;
     statement.value = expressions_.Parse();
     Header(statement);
-    open_.push_back(BlockKind::WHILE);
+    Open(BlockKind::WHILE);
     Body(BlockKind::WHILE, statement.body);
     statement.endSpan = cursor_.Peek().span;
     Close(BlockKind::WHILE, opener);
@@ -180,7 +180,7 @@ bool StatementParser::Do(Statement& statement) {
     Span opener = cursor_.Next().span;
     bool hasCondition = DoCondition(statement);
     Header(statement);
-    open_.push_back(BlockKind::DO);
+    Open(BlockKind::DO);
     Body(BlockKind::DO, statement.body);
     statement.endSpan = cursor_.Peek().span;
     bool isClosed = cursor_.At(Keyword::LOOP);
@@ -203,7 +203,7 @@ bool StatementParser::With(Statement& statement) {
     Span opener = cursor_.Next().span;
     statement.value = expressions_.Parse();
     Header(statement);
-    open_.push_back(BlockKind::WITH);
+    Open(BlockKind::WITH);
     Body(BlockKind::WITH, statement.body);
     statement.endSpan = cursor_.Peek().span;
     Close(BlockKind::WITH, opener);
@@ -214,7 +214,7 @@ bool StatementParser::Try(Statement& statement) {
     statement.kind = StatementKind::TRY;
     Span opener = cursor_.Next().span;
     Header(statement);
-    open_.push_back(BlockKind::TRY);
+    Open(BlockKind::TRY);
     Body(BlockKind::TRY, statement.body);
     while (cursor_.At(Keyword::CATCH)) {
         cursor_.ClearFailure();
@@ -235,7 +235,8 @@ bool StatementParser::Try(Statement& statement) {
         EndLine();
         Body(BlockKind::TRY, statement.elseBody);
     }
-    if (statement.branches.empty() && !statement.hasElse && !cursor_.At(TokenKind::END_OF_FILE)) {
+    bool isClosed = cursor_.At(Keyword::END) && cursor_.Peek(1).keyword == Keyword::TRY;
+    if (statement.branches.empty() && !statement.hasElse && isClosed) {
         diagnostics_.Error(opener, "\"Try\" without \"Catch\" or \"Finally\"");
     }
     Close(BlockKind::TRY, opener);

@@ -102,7 +102,19 @@ void TokenCursor::Expected(const std::string& what) {
         endsInParentheses_ |= parentheses_ > 0;
         parentheses_ = 0;
     }
-    Fail(Peek().span, "expected " + what + ", found " + Describe(Peek()));
+    Fail(Peek().span, "expected " + what + ", found " + Describe(Peek()) + Hint());
+}
+
+// What people write who come from other languages.
+std::string TokenCursor::Hint() const {
+    const Token& token = Peek();
+    const Token& before = Previous();
+    const bool isClose = before.span.offset + before.span.length == token.span.offset;
+    if (isClose && before.kind == TokenKind::STRING && before.text.ends_with("\\\""))
+        return " (in a text, a quotation mark is written twice)";
+    if (isClose && token.kind == TokenKind::LEFT_BRACKET) return " (arrays and their elements have parentheses)";
+    bool isOptional = token.kind == TokenKind::NAME && SameName(before.text, "Optional");
+    return isOptional ? " (a parameter with \"= …\" behind its type may be left out)" : "";
 }
 
 void TokenCursor::Fail(const Span& span, std::string message) {

@@ -50,6 +50,7 @@ public:
     std::optional<ConstantValue> ReadConstant();
 
 private:
+    std::string Hint() const;
     size_t Index(size_t ahead) const;
     bool ReadParameter(Parameter& parameter);
 

@@ -41,6 +41,7 @@ public:
 
     void Error(const Span& span, std::string message) { Add(Severity::ERROR, span, std::move(message)); }
     void Warning(const Span& span, std::string message) { Add(Severity::WARNING, span, std::move(message)); }
+    uint32_t LineOf(const Span& span) const { return files_[span.file]->Locate(span.offset).line; }
     bool HasErrors() const { return errorCount_ > 0; }
     size_t ErrorCount() const { return errorCount_; }
     // Everything found so far in the order of files and places; a place is reported once with the same message.

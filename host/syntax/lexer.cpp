@@ -137,6 +137,17 @@ constexpr Foreign FOREIGN[] = {
     {"%", TokenKind::NAME, Keyword::MOD, "the remainder is written \"Mod\""},
 };
 
+std::string_view SymbolHint(std::string_view symbol) {
+    if (symbol == ";") return " (a statement ends with its line)";
+    if (symbol == ":") return " (a statement has a line of its own, which ends without it)";
+    if (symbol == "{" || symbol == "}")
+        return " (blocks end with words such as \"End If\", arrays are written \"[1, 2]\")";
+    if (symbol == "?") return " (use If(…, …, …))";
+    if (symbol == "`" || symbol == "$") return " (a text is written \"…\", and joined with \"+\")";
+    if (symbol == "#") return " (a comment begins with an apostrophe)";
+    return {};
+}
+
 void AppendUtf8(std::string& text, uint32_t code) {
     auto put = [&text](uint32_t byte) { text += static_cast<char>(byte); };
     if (code < 0x80) {
@@ -191,6 +202,20 @@ private:
         size_t start = at_;
         SkipLine();
         result_.comments.push_back(Since(start));
+        if (LooksLikeText(text_.substr(start, at_ - start)))
+            diagnostics_.Warning(Since(start), "this is a comment (a text is written \"…\")");
+    }
+
+    // 'text' where a value is wanted
+    bool LooksLikeText(std::string_view comment) const {
+        if (result_.tokens.empty()) return false;
+        const Token& before = result_.tokens.back();
+        bool wantsValue = before.kind == TokenKind::EQUAL || before.kind == TokenKind::PLUS
+                          || before.kind == TokenKind::COMMA || before.kind == TokenKind::LEFT_PARENTHESIS
+                          || before.keyword == Keyword::PRINT || before.keyword == Keyword::RETURN;
+        const size_t end = comment.find('\'', 1);
+        return wantsValue && comment[0] == '\'' && end != std::string_view::npos && end > 1
+               && comment.find_first_not_of(" \t),;", end + 1) == std::string_view::npos;
     }
 
     void LineEnd() {
@@ -365,7 +390,8 @@ private:
         while ((static_cast<unsigned char>(Peek()) & 0xC0) == 0x80) at_++;
         unsigned char first = static_cast<unsigned char>(text_[start]);
         bool printable = first >= 0x20 && first != 0x7F;
-        Invalid(start, printable ? "unexpected \"" + std::string(text_.substr(start, at_ - start)) + "\""
+        const std::string_view symbol = text_.substr(start, at_ - start);
+        Invalid(start, printable ? "unexpected \"" + std::string(symbol) + "\"" + std::string(SymbolHint(symbol))
                                  : "unexpected control character");
     }
 

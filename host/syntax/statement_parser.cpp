@@ -111,7 +111,7 @@ const StatementParser::BlockNames* StatementParser::Closer() const {
 }
 
 bool StatementParser::IsOpen(BlockKind kind) const {
-    return std::find(open_.begin(), open_.end(), kind) != open_.end();
+    return std::any_of(open_.begin(), open_.end(), [kind](const OpenBlock& block) { return block.kind == kind; });
 }
 
 // At the end of the innermost block, or at what ends a block around it: then its own end is missing.
@@ -126,15 +126,21 @@ bool StatementParser::AtBlockEnd(BlockKind kind) const {
     return closer != nullptr && (closer->kind == kind || IsOpen(closer->kind));
 }
 
+bool StatementParser::AtDivision() const {
+    return cursor_.At(Keyword::ELSE) || cursor_.At(Keyword::ELSEIF) || cursor_.At(Keyword::CASE)
+           || cursor_.At(Keyword::CATCH) || cursor_.At(Keyword::FINALLY);
+}
+
 // Takes what closes the block, or says that it is missing.
 void StatementParser::Close(BlockKind kind, const Span& opener) {
+    const std::optional<Words> stray = open_.back().stray;
     open_.pop_back();
+    if (kind >= BlockKind::SUB) missing_.clear();
     const BlockNames& names = NamesOf(kind);
     cursor_.ClearFailure();
     const BlockNames* closer = Closer();
-    bool divides = cursor_.At(Keyword::ELSE) || cursor_.At(Keyword::ELSEIF) || cursor_.At(Keyword::CASE)
-                   || cursor_.At(Keyword::CATCH) || cursor_.At(Keyword::FINALLY);
-    if (closer != nullptr && closer->kind == kind && !divides) {
+    if (closer != nullptr && closer->kind == kind && !AtDivision()) {
+        if (stray) diagnostics_.Error(stray->span, stray->text + " without \"" + NamesOf(stray->kind).opener + '"');
         if (cursor_.Next().keyword == Keyword::END) cursor_.Next();
         // Next may repeat the name of its variable; Loop may be followed by a condition.
         if (kind == BlockKind::FOR && cursor_.At(TokenKind::NAME)) cursor_.Next();
@@ -142,8 +148,35 @@ void StatementParser::Close(BlockKind kind, const Span& opener) {
         return;
     }
     if (isAbandoned_) return;
+    if (stray) {
+        diagnostics_.Error(stray->span, stray->text + " does not close the \"" + names.opener + "\" in line "
+                                            + std::to_string(diagnostics_.LineOf(opener)) + ": \"" + names.closer
+                                            + "\" does");
+        return;
+    }
     if (cursor_.At(TokenKind::END_OF_FILE)) isIncomplete_ = true;
+    if (closer != nullptr) missing_.push_back(kind);
     diagnostics_.Error(opener, std::string("\"") + names.opener + "\" without \"" + names.closer + "\"");
+}
+
+// Words that close no open block of theirs. Whether they were meant for the innermost one shows at its end.
+void StatementParser::Stray(const BlockNames& closer) {
+    const Span span = cursor_.Peek().span;
+    std::string text = '"' + std::string(cursor_.Peek().text);
+    if (cursor_.At(Keyword::END)) text += " " + std::string(cursor_.Peek(1).text);
+    text += '"';
+    const bool isDivision = AtDivision();
+    auto missing = std::find(missing_.begin(), missing_.end(), closer.kind);
+    if (isDivision && cursor_.At(Keyword::ELSE) && !open_.empty() && open_.back().kind == BlockKind::SELECT) {
+        cursor_.Fail(span, "in a \"Select Case\" it is written \"Case Else\"");
+    } else if (!isDivision && missing != missing_.end()) {
+        missing_.erase(missing); // It stands too late.
+    } else if (!isDivision && !open_.empty() && !open_.back().stray) {
+        open_.back().stray = Words{closer.kind, span, std::move(text)};
+    } else {
+        cursor_.Fail(span, text + " without \"" + closer.opener + '"');
+    }
+    SkipLineTokens();
 }
 
 void StatementParser::SkipLine() {
@@ -229,8 +262,7 @@ void StatementParser::Header(Statement& statement) {
 
 bool StatementParser::Dispatch(Statement& statement, bool& isBlock) {
     if (const BlockNames* closer = Closer()) {
-        cursor_.Fail(cursor_.Peek().span, '"' + CloserText() + "\" without \"" + closer->opener + '"');
-        SkipLineTokens();
+        Stray(*closer);
         return false;
     }
     isBlock = true;
@@ -244,12 +276,6 @@ bool StatementParser::Dispatch(Statement& statement, bool& isBlock) {
     case Keyword::WITH: return With(statement);
     default: isBlock = false; return Simple(statement);
     }
-}
-
-std::string StatementParser::CloserText() const {
-    std::string text(cursor_.Peek().text);
-    if (cursor_.At(Keyword::END)) text += " " + std::string(cursor_.Peek(1).text);
-    return text;
 }
 
 void StatementParser::SkipLineTokens() {

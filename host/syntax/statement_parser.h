@@ -4,6 +4,9 @@
 
 #include "host/syntax/expression_parser.h"
 
+#include <optional>
+#include <vector>
+
 namespace host {
 
 // What is open around a statement, and so may be closed.
@@ -39,7 +42,7 @@ public:
     void Append(ast::Block& block);
     // Statements up to what ends the block.
     void Body(BlockKind kind, ast::Block& block);
-    void Open(BlockKind kind) { open_.push_back(kind); }
+    void Open(BlockKind kind) { open_.push_back({kind, std::nullopt}); }
     // Takes what closes the block, or says that it is missing.
     void Close(BlockKind kind, const Span& opener);
     bool AtBlockEnd(BlockKind kind) const;
@@ -68,7 +71,10 @@ private:
 
     // The kind of block that the words here belong to, if they end or divide one.
     const BlockNames* Closer() const;
-    std::string CloserText() const;
+    // Else, Case, Catch … go on with a block, they do not close it.
+    bool AtDivision() const;
+    // Words that close no open block of theirs.
+    void Stray(const BlockNames& closer);
     bool IsOpen(BlockKind kind) const;
     bool AtStatementEnd() const;
     void SkipLineTokens();
@@ -100,7 +106,18 @@ private:
     DiagnosticList& diagnostics_;
     ExpressionParser expressions_;
     bool allowExpressions_;
-    std::vector<BlockKind> open_;
+    // A block, and the first words in it that close one of another kind: perhaps they were meant for this one.
+    struct Words {
+        BlockKind kind;
+        Span span;
+        std::string text; // in quotation marks
+    };
+    struct OpenBlock {
+        BlockKind kind;
+        std::optional<Words> stray;
+    };
+    std::vector<OpenBlock> open_;
+    std::vector<BlockKind> missing_; // ends that were reported as missing since the function began
     int nesting_ = 0;
     bool inLine_ = false;       // within a one-line If
     bool isAbandoned_ = false;  // nested too deeply

@@ -140,7 +140,7 @@ TEST_F(LanguageSession, EntriesBuildOnEachOther) {
         {"Print b", "unknown name \"b\""},
         // Defined anew.
         {"Sub Twice()\n  a = a + 1\nEnd Sub", ""},
-        {"Sub Twice()\n  a = nothing\nEnd Sub", "unknown name \"nothing\""},
+        {"Sub Twice()\n  a = nothing\nEnd Sub", "unknown name \"nothing\" (use Nil)"},
         {"Twice", ""},
         {"a", "11\n"},
         {"Dim a As String = \"other\"", ""},
