@@ -1,5 +1,6 @@
 // The line of the XML text that an uncaught exception speaks of.
 #include "host/language/machine.h"
+#include "host/runtime/class.h"
 #include "host/runtime/property.h"
 #include "host/runtime/utf8.h"
 #include "host/syntax/diagnostic.h"
@@ -89,6 +90,14 @@ std::optional<std::string> OtherFile(std::string_view message) {
     return Between(message.substr(0, behind), "msg:", LINE);
 }
 
+// The text of a document that was given as an object, such as a stylesheet: where it came from is not known.
+std::optional<Input> DocumentInput(Object* object) {
+    StringRef text;
+    bool isNative = object != nullptr && object->cls->program == nullptr;
+    if (!isNative || !GetStringProperty(object, "ToString", text)) return std::nullopt;
+    return Input{object->cls->name, std::string(text.View())};
+}
+
 // The place that an XmlException speaks of: of the element that it names, else of the fault that ends the parsing.
 std::string DocumentLine(const std::optional<Input>& input, std::string_view node, std::string_view message,
                          const RunOptions& options) {
@@ -99,8 +108,9 @@ std::string DocumentLine(const std::optional<Input>& input, std::string_view nod
     } else if (std::optional<std::string> name = Between(node, "<", ">")) {
         const std::string tag = "<" + *name;
         // The message quotes what is wrong in it.
-        if (std::optional<std::string> quoted = Between(message, ": '", "'"))
-            place = OnlyElement(input->text, tag, *quoted);
+        std::optional<std::string> quoted = Between(message, ": '", "'");
+        if (!quoted) quoted = Between(message, "function ", " not found");
+        if (quoted) place = OnlyElement(input->text, tag, *quoted);
         if (!place) place = OnlyElement(input->text, tag, "");
     }
     return place ? Marked(*input, *place) : std::string();
@@ -128,18 +138,18 @@ std::string Machine::InputLine(Object* exception) const {
         input = FileInput(std::string(path.View()));
     else if (raisedText_)
         input = Input{"XML", std::string(raisedText_.View())};
-    if (!input) return {};
     int32_t line = 0;
     int32_t column = 0; // in characters, from 0
     if (GetIntegerProperty(exception, "CurrentLineNumber", line)
         && GetIntegerProperty(exception, "CurrentColumnNumber", column)) {
-        if (line <= 0 || column < 0) return {};
+        if (!input || line <= 0 || column < 0) return {};
         return Marked(*input, {static_cast<uint32_t>(line), static_cast<uint32_t>(column) + 1});
     }
     StringRef node;
     StringRef message;
     bool isOfDocument = GetStringProperty(exception, "Node", node) && GetStringProperty(exception, "Message", message);
     if (!isOfDocument) return {};
+    if (!input) input = DocumentInput(raisedFile_.Get());
     if (std::optional<std::string> path = OtherFile(message.View())) input = FileInput(*path);
     return DocumentLine(input, node.View(), message.View(), options_);
 }

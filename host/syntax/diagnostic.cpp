@@ -1,6 +1,9 @@
 // Errors and warnings as text.
 #include "host/syntax/diagnostic.h"
 
+#include <unicode/uchar.h>
+#include <unicode/unistr.h>
+
 #include <algorithm>
 #include <tuple>
 
@@ -32,6 +35,17 @@ std::string WithShortNames(const std::string& message) {
     return shortened;
 }
 
+// How many cells of a terminal a character takes: two of most East Asian ones, none of an accent of its own.
+size_t CellsOf(std::string_view character) {
+    if (character.size() == 1) return 1;
+    const icu::StringPiece utf8(character.data(), static_cast<int32_t>(character.size()));
+    const UChar32 code = icu::UnicodeString::fromUTF8(utf8).char32At(0);
+    const int8_t type = u_charType(code);
+    if (type == U_NON_SPACING_MARK || type == U_ENCLOSING_MARK || type == U_FORMAT_CHAR) return 0;
+    const int32_t width = u_getIntPropertyValue(code, UCHAR_EAST_ASIAN_WIDTH);
+    return width == U_EA_WIDE || width == U_EA_FULLWIDTH ? 2 : 1;
+}
+
 // More of a line is not shown.
 constexpr size_t MAX_SHOWN = 160;
 // What is shown of a longer line before the marked text.
@@ -55,14 +69,19 @@ std::string MarkedLine(std::string_view line, uint32_t column, uint32_t length, 
     }
     std::string shown = first > 0 ? "…" : "";
     std::string blanks = first > 0 ? " " : "";
+    size_t marked = 0; // cells
     for (size_t i = first; i < last; ++i) {
         shown += characters[i];
+        const size_t cells = CellsOf(characters[i]);
         // Tabs are kept before the caret so that it stands under its text whatever their width.
-        if (i + 1 < column) blanks += characters[i] == "\t" ? '\t' : ' ';
+        if (i + 1 < column)
+            blanks.append(characters[i] == "\t" ? 1 : cells, characters[i] == "\t" ? '\t' : ' ');
+        else if (i + 1 < column + length)
+            marked += cells;
     }
     if (last < characters.size()) shown += "…";
     if (column > last + 1) blanks.append(column - last - 1, ' ');
-    std::string mark = "^" + std::string(std::max<size_t>(std::min<size_t>(length, MAX_SHOWN), 1) - 1, '~');
+    std::string mark = "^" + std::string(std::clamp<size_t>(marked, 1, MAX_SHOWN) - 1, '~');
     return shown + "\n" + blanks + (color ? "\x1b[32m" + mark + "\x1b[0m" : mark) + "\n";
 }
 
