@@ -3,6 +3,7 @@
 #include "host/language/program_compiler.h"
 
 #include <algorithm>
+#include <unordered_map>
 
 namespace host::language {
 
@@ -210,28 +211,33 @@ void ProgramCompiler::DeclareClassMembers(ClassSymbol& cls) {
 
 void ProgramCompiler::AssignVirtualSlots(ClassSymbol& cls) {
     bool inherits = cls.super != nullptr && cls.super->IsProgram();
+    std::unordered_multimap<std::string, size_t> slots; // of inherited methods, by name
     if (inherits) cls.virtualMethods = cls.super->virtualMethods;
+    if (!cls.definition->functions.empty()) {
+        for (size_t i = 0; i < cls.virtualMethods.size(); ++i) slots.emplace(FoldName(cls.virtualMethods[i]->name), i);
+    }
     for (const auto& definition : cls.definition->functions) {
         auto found = cls.methods.find(FoldName(definition->declaration.name));
         if (found == cls.methods.end()) continue;
         for (const auto& method : found->second) {
             bool isOverridable = !IsReserved(method->name) && method->visibility != ast::Visibility::PRIVATE;
             if (method->definition != definition.get() || !isOverridable) continue;
-            auto overridden = std::find_if(
-                cls.virtualMethods.begin(), cls.virtualMethods.end(), [&method](const FunctionSymbol* inherited) {
-                    return SameName(inherited->name, method->name) && SameParameters(*inherited, *method);
-                });
-            if (overridden == cls.virtualMethods.end()) {
+            auto [first, last] = slots.equal_range(FoldName(method->name));
+            auto slot = std::find_if(first, last, [&](const auto& inherited) {
+                return SameParameters(*cls.virtualMethods[inherited.second], *method);
+            });
+            if (slot == last) {
                 method->virtualSlot = static_cast<int32_t>(cls.virtualMethods.size());
                 cls.virtualMethods.push_back(method.get());
                 continue;
             }
-            if (!((*overridden)->result == method->result)) {
+            FunctionSymbol*& overridden = cls.virtualMethods[slot->second];
+            if (!(overridden->result == method->result)) {
                 diagnostics_.Error(definition->declaration.span,
-                                   "the method overrides \"" + (*overridden)->Text() + "\" with another result");
+                                   "the method overrides \"" + overridden->Text() + "\" with another result");
             }
-            method->virtualSlot = (*overridden)->virtualSlot;
-            *overridden = method.get();
+            method->virtualSlot = overridden->virtualSlot;
+            overridden = method.get();
         }
     }
 }

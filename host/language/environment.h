@@ -119,8 +119,9 @@ private:
     Names<std::unique_ptr<ModuleSymbol>> importedModules_;
     Names<std::vector<std::unique_ptr<FunctionSymbol>>> importedFunctions_;
     std::unordered_map<std::string, uint32_t> stringIndices_;
-    std::unordered_map<uint64_t, uint32_t> doubleIndices_;
-    std::unordered_map<int64_t, uint32_t> wideIndices_;
+    // Ordered: a hash of 32 bits may not see the bits in which numbers differ.
+    std::map<uint64_t, uint32_t> doubleIndices_;
+    std::map<int64_t, uint32_t> wideIndices_;
     std::map<std::pair<const Method*, bool>, uint32_t> nativeIndices_;
     std::unordered_map<const Property*, uint32_t> propertyIndices_;
     std::unordered_map<const Event*, uint32_t> eventIndices_;

@@ -17,8 +17,12 @@ struct FunctionContext {
     FunctionSymbol* function = nullptr;                       // null: the program's statements
     bool isTopLevel = false;                                  // statements outside of functions
     std::vector<std::vector<VariableSymbol*>> scopes;         // innermost last
+    Names<std::vector<VariableSymbol*>> locals;               // those of the scopes, innermost last
     std::vector<std::vector<ConstantSymbol*>> constantScopes; // of the same blocks
     std::vector<std::pair<uint16_t, ValueType>> withObjects;  // registers of what With blocks name, innermost last
+
+    void AddLocal(VariableSymbol& variable);
+    void CloseScope();
 };
 
 // What an expression is checked for: its value, its effect, or being assigned to.

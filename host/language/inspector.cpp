@@ -162,7 +162,7 @@ private:
         variable->name = name;
         variable->span = span;
         variable->type = environment_.TypeNamed(type.name, type.isArray);
-        context_.scopes[0].push_back(variable.get());
+        context_.AddLocal(*variable);
         variables_.push_back(std::move(variable));
     }
 

@@ -33,13 +33,21 @@ ValueType ExpressionChecker::ResolveType(const ast::Variable& variable) {
     return isNew ? environment_.TypeNamed(variable.type.name, variable.type.isArray) : ResolveType(variable.type);
 }
 
+void FunctionContext::AddLocal(VariableSymbol& variable) {
+    scopes.back().push_back(&variable);
+    locals[FoldName(variable.name)].push_back(&variable);
+}
+
+void FunctionContext::CloseScope() {
+    for (const VariableSymbol* variable : scopes.back()) locals[FoldName(variable->name)].pop_back();
+    scopes.pop_back();
+    constantScopes.pop_back();
+}
+
 VariableSymbol* ExpressionChecker::FindLocal(std::string_view name) {
-    for (auto scope = context_.scopes.rbegin(); scope != context_.scopes.rend(); ++scope) {
-        for (auto variable = scope->rbegin(); variable != scope->rend(); ++variable) {
-            if (SameName((*variable)->name, name)) return *variable;
-        }
-    }
-    return nullptr;
+    if (context_.locals.empty()) return nullptr;
+    auto found = context_.locals.find(FoldName(name));
+    return found != context_.locals.end() && !found->second.empty() ? found->second.back() : nullptr;
 }
 
 bool ExpressionChecker::IsBeforeDeclaration(const VariableSymbol& variable) const {

@@ -34,8 +34,7 @@ void StatementCompiler::CloseScope(Flow flow) {
         if (flow == Flow::CONTINUES) generator_.ReleaseEarly(value.reg, value.type);
     }
     surroundings_.pop_back();
-    context_.scopes.pop_back();
-    context_.constantScopes.pop_back();
+    context_.CloseScope();
     generator_.SetTop(scope.top);
     generator_.SetVariableTop();
 }
@@ -70,7 +69,7 @@ VariableSymbol* StatementCompiler::Declare(const std::string& name, const Span& 
     symbol->span = span;
     symbol->type = type;
     environment_.NoteUse(span, name, span);
-    context_.scopes.back().push_back(symbol.get());
+    context_.AddLocal(*symbol);
     return locals_.emplace_back(std::move(symbol)).get();
 }
 
