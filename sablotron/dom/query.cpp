@@ -160,7 +160,7 @@ private:
         for (Predicate& predicate : predicates) {
             if (predicate.kind != Predicate::EXPRESSION) continue;
             // Without parentheses libxml2 might evaluate it as a stream, which ends at 10,000 levels.
-            const std::string text = "(" + UnionsAsCalls(ParentsAsPredicates(predicate.text)) + ")";
+            const std::string text = "(" + UnionsAsCalls(WaysBackAsPredicates(predicate.text)) + ")";
             predicate.compiled.reset(xmlXPathCtxtCompile(context_.get(), Chars(text.c_str())));
             if (!predicate.compiled) return false;
         }

@@ -80,7 +80,7 @@ std::string WithoutStream(const std::string& expression, bool isBelowAnything) {
 
 std::string Prepared(const std::string& expression, bool isText) {
     const std::string wrapped = isText ? WrappedAsText(expression) : expression;
-    return WithoutStream(NodeSetsAsCalls(ParentsAsPredicates(FirstKeysAsCalls(wrapped))), false);
+    return WithoutStream(NodeSetsAsCalls(WaysBackAsPredicates(FirstKeysAsCalls(wrapped))), false);
 }
 
 std::string WrappedAsRefused(const std::string& expression) {

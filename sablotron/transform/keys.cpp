@@ -12,6 +12,7 @@
 
 #include <new>
 #include <optional>
+#include <unordered_set>
 
 namespace sablot {
 namespace {
@@ -44,11 +45,48 @@ xmlNode* TakeFirst(xmlXPathParserContext* parser) {
     return nodes->nodeTab[0];
 }
 
+// Asks for each value once; libxslt compares what it finds for one with all that it has.
+void FindBySeveral(xmlXPathParserContext* parser) {
+    const XPathPointer<xmlXPathObject> values(valuePop(parser));
+    const XPathPointer<xmlXPathObject> name(valuePop(parser));
+    XPathPointer<xmlXPathObject> result(xmlXPathNewNodeSet(nullptr));
+    std::unordered_set<std::string> asked;
+    std::unordered_set<const xmlNode*> known;
+    if (!result || !name) throw std::bad_alloc();
+    for (int i = 0; i < values->nodesetval->nodeNr; ++i) {
+        XPathPointer<xmlXPathObject> text(xmlXPathWrapString(xmlXPathCastNodeToString(values->nodesetval->nodeTab[i])));
+        if (!text) throw std::bad_alloc();
+        if (!asked.emplace(View(text->stringval)).second) continue;
+        valuePush(parser, xmlXPathObjectCopy(name.get()));
+        valuePush(parser, text.release());
+        xsltKeyFunction(parser, 2);
+        if (parser->error != 0) return;
+        const XPathPointer<xmlXPathObject> found(valuePop(parser));
+        const xmlNodeSet* nodes = found ? found->nodesetval : nullptr;
+        for (int k = 0; nodes != nullptr && k < nodes->nodeNr; ++k) {
+            xmlNode* node = nodes->nodeTab[k];
+            if (known.insert(node).second && xmlXPathNodeSetAddUnique(result->nodesetval, node) < 0)
+                throw std::bad_alloc();
+        }
+    }
+    valuePush(parser, result.release());
+}
+
 } // namespace
 
 void FindByKey(xmlXPathParserContext* parser, int argumentCount) {
     NumbersToStrings(parser, argumentCount);
-    xsltKeyFunction(parser, argumentCount);
+    const xmlXPathObject* value = parser->value;
+    if (argumentCount == 2 && value != nullptr && value->type == XPATH_NODESET && value->nodesetval != nullptr
+        && value->nodesetval->nodeNr > 1) {
+        try {
+            FindBySeveral(parser);
+        } catch (const std::bad_alloc&) {
+            xmlXPathErr(parser, XPATH_MEMORY_ERROR);
+        }
+    } else {
+        xsltKeyFunction(parser, argumentCount);
+    }
     SortValue(parser); // nodes of several values come by value
 }
 

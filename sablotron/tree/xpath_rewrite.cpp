@@ -154,6 +154,8 @@ bool IsNamedStep(std::string_view step) {
     return step == "*" || (!step.empty() && IsNameStart(step[0]) && std::all_of(step.begin(), step.end(), IsNameChar));
 }
 
+bool IsChildTest(std::string_view step) { return step == "node()" || step == "text()" || step == "comment()"; }
+
 // Whether the text ends in a step that can have predicates. What could be an operator is taken for one.
 bool EndsInStep(std::string_view text) {
     if (text.empty() || text.back() == ']' || text.back() == ')') return !text.empty();
@@ -167,19 +169,52 @@ bool EndsInStep(std::string_view text) {
 
 } // namespace
 
-std::string ParentsAsPredicates(std::string_view expression) {
-    constexpr std::string_view TO_PARENT = "/..";
+namespace {
+
+// A step back from the node that the step before it found: the step, and what takes the place of both. In that, '$'
+// stands for the step before.
+struct WayBack {
+    size_t length = 0;
+    std::string replacement;
+};
+
+WayBack WayBackAt(std::string_view text) {
+    constexpr std::string_view TO_PARENT = "/parent::";
+    if (text.starts_with("/..")) return {3, "[$]"};
+    for (const auto& [step, back] : {std::pair<std::string_view, std::string_view>("following", "preceding"),
+                                     std::pair<std::string_view, std::string_view>("preceding", "following")}) {
+        const std::string way = '/' + std::string(step) + "-sibling::*[1]";
+        if (text.starts_with(way) && !text.substr(way.size()).starts_with('['))
+            return {way.size(), "/*[" + std::string(back) + "-sibling::*[1]/self::$]"};
+    }
+    if (!text.starts_with(TO_PARENT)) return {};
+    const std::string_view test = text.substr(TO_PARENT.size());
+    if (test.starts_with("node()")) return {TO_PARENT.size() + 6, "[$]"};
+    size_t length = test.starts_with('*') ? 1 : 0;
+    while (length < test.size() && (IsNameChar(test[length]) || test[length] == ':')) ++length;
+    if (length == 0 || test.substr(length).starts_with('(') || test.substr(length).starts_with('*')) return {};
+    return {TO_PARENT.size() + length, "[$]/self::" + std::string(test.substr(0, length))};
+}
+
+} // namespace
+
+std::string WaysBackAsPredicates(std::string_view expression) {
     std::string result(expression);
     if (expression.find_first_of("\"'") != std::string_view::npos) return result;
-    for (size_t at = result.find(TO_PARENT); at != std::string::npos; at = result.find(TO_PARENT, at + 1)) {
+    for (size_t at = result.find('/'); at != std::string::npos; at = result.find('/', at + 1)) {
         const size_t slash = at > 0 ? result.rfind('/', at - 1) : std::string::npos;
         if (slash == std::string::npos || slash == 0) continue;
+        WayBack way = WayBackAt(std::string_view(result).substr(at));
         const std::string step = result.substr(slash + 1, at - slash - 1);
         const bool isAnywhere = result[slash - 1] == '/';
-        if (!IsNamedStep(step) || !(isAnywhere || EndsInStep(std::string_view(result).substr(0, slash)))) continue;
+        const bool toSibling = way.replacement.starts_with('/');
+        if (way.length == 0 || !(IsNamedStep(step) || (!toSibling && IsChildTest(step)))
+            || (toSibling && step[0] == '@') || !(isAnywhere || EndsInStep(std::string_view(result).substr(0, slash))))
+            continue;
+        way.replacement.replace(way.replacement.find('$'), 1, step);
         const size_t begin = isAnywhere ? slash - 1 : slash;
-        const std::string parents = (isAnywhere ? "/descendant-or-self::node()[" : "[") + step + ']';
-        result.replace(begin, at + TO_PARENT.size() - begin, parents);
+        if (isAnywhere) way.replacement.insert(0, toSibling ? "/" : "/descendant-or-self::node()");
+        result.replace(begin, at + way.length - begin, way.replacement);
         at = begin;
     }
     return result;

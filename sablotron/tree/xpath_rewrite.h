@@ -13,9 +13,10 @@ namespace sablot {
 // stands: the parser of expressions reports it. (XPath 1.0, section 3.7, "Lexical Structure".)
 std::string QualifyElementNames(std::string_view expression, std::string_view prefix);
 
-// `expression` with paths to children or attributes and back, "a/b/..", as predicates, "a[b]": the same nodes, found
-// without comparing each with each as libxml2 does.
-std::string ParentsAsPredicates(std::string_view expression);
+// `expression` with paths to children or attributes and back, "a/b/..", as predicates, "a[b]", and paths to neighbours,
+// "a/b/following-sibling::*[1]", as "a/*[preceding-sibling::*[1]/self::b]": the same nodes, found without comparing
+// each with each as libxml2 does.
+std::string WaysBackAsPredicates(std::string_view expression);
 
 // `expression` with calls of UNION_FUNCTION in place of unions, "count(a | b)" as "count(sablot.union(a , b))": libxml2
 // compares each node with each.
