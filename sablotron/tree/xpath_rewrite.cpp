@@ -196,11 +196,9 @@ WayBack WayBackAt(std::string_view text) {
     return {TO_PARENT.size() + length, "[$]/self::" + std::string(test.substr(0, length))};
 }
 
-} // namespace
-
-std::string WaysBackAsPredicates(std::string_view expression) {
+// Of a piece of an expression without literals.
+std::string WithoutWaysBack(std::string_view expression) {
     std::string result(expression);
-    if (expression.find_first_of("\"'") != std::string_view::npos) return result;
     for (size_t at = result.find('/'); at != std::string::npos; at = result.find('/', at + 1)) {
         const size_t slash = at > 0 ? result.rfind('/', at - 1) : std::string::npos;
         if (slash == std::string::npos || slash == 0) continue;
@@ -216,6 +214,21 @@ std::string WaysBackAsPredicates(std::string_view expression) {
         if (isAnywhere) way.replacement.insert(0, toSibling ? "/" : "/descendant-or-self::node()");
         result.replace(begin, at + way.length - begin, way.replacement);
         at = begin;
+    }
+    return result;
+}
+
+} // namespace
+
+std::string WaysBackAsPredicates(std::string_view expression) {
+    std::string result;
+    while (!expression.empty()) {
+        const size_t begin = std::min(expression.find_first_of("\"'"), expression.size());
+        result += WithoutWaysBack(expression.substr(0, begin));
+        if (begin == expression.size()) break;
+        const size_t end = std::min(expression.find(expression[begin], begin + 1), expression.size() - 1);
+        result.append(expression, begin, end + 1 - begin);
+        expression.remove_prefix(end + 1);
     }
     return result;
 }
