@@ -35,7 +35,8 @@ foreach(package IN ITEMS libxml2 libxslt1.1 libicu72 libffi8 libedit2 libbsd0 li
 endforeach()
 
 install(CODE "set(sysroot \"${CMAKE_SYSROOT}\")
-set(folder \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${KOVA_PRIVATE_FOLDER}\")")
+set(private \"${KOVA_PRIVATE_FOLDER}\")
+set(folder \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/\${private}\")")
 install(CODE [[
 # The loader itself tells which libraries it takes: "libexpat.so.1 => /path/libexpat.so.1 (0x…)".
 set(libraries)
@@ -53,7 +54,7 @@ endforeach()
 list(TRANSFORM libraries REPLACE "^=> " "")
 list(FILTER libraries EXCLUDE REGEX "/ld-linux")
 list(REMOVE_DUPLICATES libraries)
-file(INSTALL ${libraries} DESTINATION "${folder}" FOLLOW_SYMLINK_CHAIN)
+file(INSTALL ${libraries} DESTINATION "${CMAKE_INSTALL_PREFIX}/${private}" FOLLOW_SYMLINK_CHAIN) # it adds DESTDIR itself
 file(REAL_PATH "${sysroot}/lib/ld-linux.so.2" loader)
 file(COPY_FILE "${loader}" "${folder}/ld-linux.so.2")
 file(CHMOD "${folder}/ld-linux.so.2" PERMISSIONS
