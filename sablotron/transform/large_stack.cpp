@@ -3,6 +3,7 @@
 
 #include "sablotron/tree/stack.h"
 
+#include <pthread.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <ucontext.h>
@@ -10,6 +11,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <exception>
+#include <memory>
+#include <new>
 #include <utility>
 #ifdef __SANITIZE_ADDRESS__
 #include <sanitizer/common_interface_defs.h>
@@ -54,9 +57,20 @@ private:
     std::byte* start_ = nullptr;
 };
 
-// The stack that stays for the thread's next run: mapping one takes longer than a small transformation.
-thread_local StackMemory keptStack;
+thread_local StackMemory* keptStack = nullptr;
 thread_local bool isKeptStackTaken = false; // a run within a run takes another
+
+// The stack that stays for the thread's next run: mapping one takes longer than a small transformation. Null without
+// memory. It goes with the thread by a key, since a destructor of thread_local data ends the process without memory.
+StackMemory* KeptStack() {
+    static pthread_key_t key;
+    static const bool hasKey =
+        pthread_key_create(&key, [](void* stack) { delete static_cast<StackMemory*>(stack); }) == 0;
+    if (keptStack != nullptr || !hasKey) return keptStack;
+    std::unique_ptr<StackMemory> stack(new (std::nothrow) StackMemory);
+    if (stack && pthread_setspecific(key, stack.get()) == 0) keptStack = stack.release();
+    return keptStack;
+}
 
 // Where memory is limited no stack stays, for it would count.
 bool IsMemoryLimited() {
@@ -121,10 +135,10 @@ void Start(int data) {
 
 void OnLargeStack(const std::function<void()>& work) {
     StackMemory ownStack;
-    const bool takesKept = !isKeptStackTaken && !IsMemoryLimited();
-    StackMemory& stack = takesKept ? keptStack : ownStack;
+    StackMemory* const kept = isKeptStackTaken || IsMemoryLimited() ? nullptr : KeptStack();
+    StackMemory& stack = kept != nullptr ? *kept : ownStack;
     if (!stack.Map()) return work();
-    if (takesKept) isKeptStackTaken = true;
+    if (kept != nullptr) isKeptStackTaken = true;
     std::byte* const bottom = stack.Bottom();
 
     Task task{work, nullptr, {}};
@@ -139,7 +153,7 @@ void OnLargeStack(const std::function<void()>& work) {
     swapcontext(&task.caller, &context);
     task.stackSwitch.Return();
     ExchangeStackEnd(end);
-    if (takesKept) {
+    if (kept != nullptr) {
         isKeptStackTaken = false;
         stack.Trim();
     }
