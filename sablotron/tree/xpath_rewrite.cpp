@@ -167,10 +167,6 @@ bool EndsInStep(std::string_view text) {
            && name != "div" && name != "mod";
 }
 
-} // namespace
-
-namespace {
-
 // A step back from the node that the step before it found: the step, and what takes the place of both. In that, '$'
 // stands for the step before.
 struct WayBack {
