@@ -55,6 +55,7 @@ faults: all
 
 bench: configure-tests
 	@cmake/tools bench
+	@cmake/sysroot build/peers peers
 	@$(BUILD) --target benchmarks -- $(BUILD_FLAGS)
 	@bench/run
 

@@ -3,12 +3,12 @@ import os
 import pathlib
 import random
 import resource
-import shutil
 import subprocess
 import sys
 
 HERE = pathlib.Path(__file__).resolve().parent
 DATA = HERE.parents[1] / "build" / "bench" / "xml"
+ROOT = os.environ.get("KOVA_PEERS")
 DOCBOOK = "build/sysroot/usr/share/xml/docbook/stylesheet/docbook-xsl/html/docbook.xsl"
 WORDS = "amber basin cedar delta ember fjord glade haven inlet juniper larch meadow otter pine quartz river".split()
 PYTHON = "/usr/bin/python3"
@@ -16,16 +16,16 @@ EVENTS = "nothing elements all attributes text files"
 TREES = "load walk texts find queries save append set"
 SHEETS = "identity table groups small docbook"
 
-# Name, what must be installed, a command that tells whether the library is there, the command, its jobs.
+# Name, a command that tells whether the library is there, the command, its jobs.
 PEERS = [
-    ("pyexpat", PYTHON, [], [PYTHON, "jobs_events.py"], EVENTS),
-    ("LuaExpat", "lua5.4", ["lua5.4", "-l", "lxp", "-e", ""], ["lua5.4", "jobs.lua"], EVENTS),
-    ("Perl", "perl", ["perl", "-MXML::Parser", "-e", ""], ["perl", "jobs.pl"], EVENTS),
-    ("PHP", "php", ["php", "-r", "new XSLTProcessor;"], ["php", "jobs.php"], f"{EVENTS} {TREES} {SHEETS}"),
-    ("tDOM", "tclsh", [], ["tclsh", "jobs.tcl"], f"{EVENTS} {TREES} identity table groups small"),
-    ("ElementTree", PYTHON, [], [PYTHON, "jobs_trees.py"], TREES),
-    ("lxml", PYTHON, [PYTHON, "-c", "import lxml"], [PYTHON, "jobs_trees.py", "--lxml"], f"{TREES} {SHEETS}"),
-    ("Nokogiri", "ruby", ["ruby", "-rnokogiri", "-e", ""], ["ruby", "jobs.rb"], f"{TREES} identity table groups small"),
+    ("pyexpat", [PYTHON, "-c", "import pyexpat"], [PYTHON, "jobs_events.py"], EVENTS),
+    ("LuaExpat", ["lua5.4", "-l", "lxp", "-e", ""], ["lua5.4", "jobs.lua"], EVENTS),
+    ("Perl", ["perl", "-MXML::Parser", "-e", ""], ["perl", "jobs.pl"], EVENTS),
+    ("PHP", ["php", "-r", "new XSLTProcessor;"], ["php", "jobs.php"], f"{EVENTS} {TREES} {SHEETS}"),
+    ("tDOM", ["tclsh", "jobs.tcl", "append", ""], ["tclsh", "jobs.tcl"], f"{EVENTS} {TREES} identity table groups small"),
+    ("ElementTree", [PYTHON, "-c", ""], [PYTHON, "jobs_trees.py"], TREES),
+    ("lxml", [PYTHON, "-c", "import lxml"], [PYTHON, "jobs_trees.py", "--lxml"], f"{TREES} {SHEETS}"),
+    ("Nokogiri", ["ruby", "-rnokogiri", "-e", ""], ["ruby", "jobs.rb"], f"{TREES} identity table groups small"),
 ]
 
 
@@ -86,11 +86,23 @@ def peers_of(build):
     yield "kova", [build / "kova", "run", HERE / "jobs.kova"], f"{EVENTS} {TREES} {SHEETS}".split()
     yield "C", [build / "floor"], f"{EVENTS} {TREES} {SHEETS}".split()
     yield "pugixml", [build / "pugi"], TREES.split()
-    for name, program, trial, command, jobs in PEERS:
-        if shutil.which(program) and (not trial or subprocess.run(trial, capture_output=True).returncode == 0):
-            yield name, [HERE / word if word.startswith("jobs") else word for word in command], jobs.split()
-        else:
-            print(f"{name} is not installed", file=sys.stderr)
+    for name, trial, command, jobs in PEERS:
+        for column, prefix in [(name, ["chroot", ROOT])] * bool(ROOT) + [(f"[{name}]", [])]:
+            if works(prefix + with_path(trial)):
+                yield column, prefix + with_path(command), jobs.split()
+            else:
+                print(f"{column} is not installed", file=sys.stderr)
+
+
+def with_path(words):
+    return [HERE / word if word.startswith("jobs") else word for word in words]
+
+
+def works(command):
+    try:
+        return subprocess.run(command, capture_output=True).returncode == 0
+    except FileNotFoundError:
+        return False
 
 
 def measure(command):
@@ -106,7 +118,8 @@ def main():
     build, runs, *jobs = sys.argv[1:]
     make_data()
     peers = list(peers_of(pathlib.Path(build).resolve()))
-    print("job          kova  " + "".join(f"{name:>12}" for name, _, _ in peers[1:]))
+    columns = list(dict.fromkeys(name.strip("[]") for name, _, _ in peers[1:]))
+    print("job          kova  " + "".join(f"{name:>13}" for name in columns))
     for job in jobs or f"{EVENTS} {TREES} {SHEETS}".split():
         taking_part = [(name, command) for name, command, does in peers if job in does]
         best = {name: float("inf") for name, _ in taking_part}
@@ -117,8 +130,10 @@ def main():
                 best[name] = min(best[name], seconds)
         if len(set(results.values())) != 1:
             sys.exit(f"{job}: the results differ: {results}")
-        ratios = (f"{best['kova'] / best[name]:12.2f}" if name in best else " " * 12 for name, _, _ in peers[1:])
-        print(f"{job:11}{best['kova']:6.2f} s" + "".join(ratios), flush=True)
+        ratio = {name: f"{best['kova'] / seconds:.2f}" for name, seconds in best.items()}
+        cells = (f"{ratio.get(name, '')} {'[' + ratio[f'[{name}]'] + ']' if f'[{name}]' in ratio else ''}".strip()
+                 for name in columns)
+        print(f"{job:11}{best['kova']:6.2f} s" + "".join(f"{cell:>13}" for cell in cells), flush=True)
 
 
 main()
