@@ -156,8 +156,10 @@ NodePtr StatementCompiler::LoopVariable(const Statement& statement) {
                 environment_.NoteUse(statement.nextSpan, statement.name, variable->variable->span);
             return variable;
         }
+        const bool isEach = statement.kind == StatementKind::FOR_EACH;
         diagnostics_.Error(statement.nameSpan, "unknown variable \"" + statement.name + "\" (declare it with \"For "
-                                                   + statement.name + " As Integer = …\")");
+                                                   + (isEach ? "Each " : "") + statement.name
+                                                   + (isEach ? " As … In …\")" : " As Integer = …\")"));
         return InvalidNode(statement.nameSpan);
     }
     ValueType type = checker_.ResolveType(statement.type);

@@ -75,6 +75,7 @@ constexpr ForeignWord FOREIGN_NAMES[] = {
     {",cstr,tostring,", "use Str(…)"},
     {",cint,clng,parseint,", "use Integer(Val(…))"},
     {",cdbl,csng,parsefloat,float,", "use Val(…)"},
+    {",int,long,short,byte,", "\"Dim x As Integer\" declares a variable, Integer(…) makes a number whole"},
     {",ord,", "use Asc(…)"},
     {",range,", "a loop is written \"For i As Integer = 0 To 9\""},
     {",def,func,fn,", "a function is written \"Function Name(…) As …\""},
@@ -92,7 +93,7 @@ constexpr ForeignWord FOREIGN_NAMES[] = {
     {",endif,", "use End If"},
     {",endsub,", "use End Sub"},
     {",endfunction,", "use End Function"},
-    {",imports,include,require,using,", "use Import \"file\""},
+    {",import,imports,include,require,using,", "use Import \"file\""},
     {",option,", "every variable is declared"},
 };
 

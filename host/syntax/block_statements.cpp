@@ -142,7 +142,12 @@ bool StatementParser::For(Statement& statement) {
         statement.nameSpan = name->span;
     }
     if (cursor_.Accept(Keyword::AS)) cursor_.ReadTypeName(statement.type);
-    if (isEach) {
+    const bool isForeign = !isEach && cursor_.At(Keyword::IN);
+    if (isForeign) {
+        cursor_.Fail(Join(opener, cursor_.Peek().span), "a loop over elements is written \"For Each x As … In …\", one "
+                                                        "that counts \"For i As Integer = 0 To 9\"");
+        SkipLineTokens();
+    } else if (isEach) {
         cursor_.Expect(Keyword::IN);
         statement.value = expressions_.Parse();
     } else {
@@ -159,7 +164,7 @@ bool StatementParser::For(Statement& statement) {
     statement.endSpan = cursor_.Peek().span;
     if (cursor_.At(Keyword::NEXT) && cursor_.Peek(1).kind == TokenKind::NAME) statement.nextSpan = cursor_.Peek(1).span;
     Close(BlockKind::FOR, opener);
-    return !statement.name.empty();
+    return !statement.name.empty() && !isForeign;
 }
 
 bool StatementParser::While(Statement& statement) {

@@ -105,14 +105,25 @@ void TokenCursor::Expected(const std::string& what) {
     Fail(Peek().span, "expected " + what + ", found " + Describe(Peek()) + Hint());
 }
 
+bool TokenCursor::IsClose() const {
+    const Span& before = Previous().span;
+    return before.offset + before.length == Peek().span.offset;
+}
+
 // What people write who come from other languages.
 std::string TokenCursor::Hint() const {
     const Token& token = Peek();
     const Token& before = Previous();
-    const bool isClose = before.span.offset + before.span.length == token.span.offset;
-    if (isClose && before.kind == TokenKind::STRING && before.text.ends_with("\\\""))
+    if (IsClose() && before.kind == TokenKind::STRING && before.text.ends_with("\\\""))
         return " (in a text, a quotation mark is written twice)";
-    if (isClose && token.kind == TokenKind::LEFT_BRACKET) return " (arrays and their elements have parentheses)";
+    if (IsClose() && token.kind == TokenKind::LEFT_BRACKET) return " (arrays have parentheses)";
+    if (token.kind == TokenKind::NAME
+        && (SameName(token.text, "Extends") || SameName(token.text, "Implements")
+            || (token.keyword == Keyword::INHERITS)))
+        return " (\"Inherits …\" is a line of its own)";
+    const bool startsLine = at_ == 0 || before.kind == TokenKind::END_OF_LINE;
+    if (startsLine && token.kind == TokenKind::INTEGER && Peek(1).kind == TokenKind::NAME)
+        return " (lines have no numbers)";
     bool isOptional = token.kind == TokenKind::NAME && SameName(before.text, "Optional");
     return isOptional ? " (a parameter with \"= …\" behind its type may be left out)" : "";
 }

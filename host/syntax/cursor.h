@@ -22,6 +22,8 @@ public:
     const Token& Next();
     // The token taken last.
     const Token& Previous() const { return tokens_[at_ == 0 ? 0 : at_ - 1]; }
+    // No space lies between the two.
+    bool IsClose() const;
     bool At(TokenKind kind) const { return Peek().kind == kind; }
     bool At(Keyword keyword) const { return Peek().keyword == keyword; }
     bool AtLineEnd() const { return At(TokenKind::END_OF_LINE) || At(TokenKind::END_OF_FILE); }

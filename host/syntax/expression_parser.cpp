@@ -207,6 +207,11 @@ ExpressionPtr ExpressionParser::ParsePostfix() {
             call->left = std::move(expression);
             if (!ParseArguments(*call)) call->kind = ExpressionKind::INVALID;
             expression = Finish(std::move(call), start);
+        } else if (cursor_.At(TokenKind::LEFT_BRACKET) && cursor_.IsClose()) {
+            auto element = Make(ExpressionKind::INVALID);
+            cursor_.Fail(cursor_.Peek().span, "an element is written \"a(0)\", one of a Dictionary \"d.Value(key)\"");
+            ParseArguments(*element);
+            expression = Finish(std::move(element), start);
         } else {
             return expression;
         }
