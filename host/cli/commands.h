@@ -127,7 +127,7 @@ int RunLanguageServer(const HostOptions& host);
 int WriteSyntaxFiles(const HostOptions& host, const std::string& folder);
 int RunTests(const HostOptions& host, const TestCommandOptions& options);
 int ShowEvents(const HostOptions& host, const EventsCommandOptions& options);
-int Query(const XqlCommandOptions& options);
+int Query(XqlCommandOptions options);
 int Format(const FormatCommandOptions& options);
 int EditFiles(const EditCommandOptions& options);
 int View(const ViewCommandOptions& options);

@@ -62,7 +62,8 @@ void AddXql(CLI::App& app, CommandLine& line) {
                          "  curl -s https://example.com/feed | kova xql --text '//item/link'\n"
                          "\n"
                          "Prefixes that the document declares are known to the query; _ stands for its default\n"
-                         "namespace. Exit codes: 0 found, 1 nothing found (or false), 2 an error.\n"});
+                         "namespace. The query may stand before the files, too.\n"
+                         "Exit codes: 0 found, 1 nothing found (or false), 2 an error.\n"});
     auto xql = std::make_shared<XqlCommandOptions>();
     auto arguments = std::make_shared<std::vector<std::string>>();
     auto bindings = std::make_shared<std::vector<std::string>>();

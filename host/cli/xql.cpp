@@ -7,6 +7,7 @@
 #include "host/cli/terminal.h"
 #include "host/cli/xml_input.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -108,12 +109,19 @@ void QueryFile(const std::string& path, const XqlCommandOptions& options, XqlRep
     if (isEmpty && options.query.find("_:") == std::string::npos) ExplainDefaultNamespace(input.name, declared);
 }
 
+bool IsInput(const std::string& argument) {
+    std::error_code error;
+    return argument == "-" || std::filesystem::is_regular_file(argument, error);
+}
+
 } // namespace
 
-int Query(const XqlCommandOptions& options) {
-    namespace fs = std::filesystem;
-    if (!options.files.empty() && !fs::exists(options.files[0]) && fs::is_regular_file(options.query))
-        throw UsageError("the query comes after the files, not before " + options.query);
+int Query(XqlCommandOptions options) {
+    // As with grep: if the last argument is a file and the first is none, the query stands first.
+    if (!options.files.empty() && !IsInput(options.files[0]) && IsInput(options.query)) {
+        std::rotate(options.files.begin(), options.files.begin() + 1, options.files.end());
+        std::swap(options.files.back(), options.query);
+    }
     std::vector<std::string> files = FilesOrInput(options.files);
     XqlReport report(options, files.size() > 1);
     try {
