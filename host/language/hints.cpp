@@ -36,7 +36,7 @@ struct ForeignMember {
 };
 
 constexpr ForeignMember FOREIGN_MEMBERS[] = {
-    {"String", ",length,count,size,", "use Len(…)"},
+    {"String", ",length,len,count,size,", "use Len(…)"},
     {"String", ",upper,toupper,", "use Uppercase(…)"},
     {"String", ",lower,tolower,", "use Lowercase(…)"},
     {"String", ",strip,trim,", "use Trim(…)"},
