@@ -131,6 +131,6 @@ int Query(XqlCommandOptions options);
 int Format(const FormatCommandOptions& options);
 int EditFiles(const EditCommandOptions& options);
 int View(const ViewCommandOptions& options);
-int Transform(const HostOptions& host, const TransformCommandOptions& options);
+int Transform(const HostOptions& host, TransformCommandOptions options);
 
 } // namespace host

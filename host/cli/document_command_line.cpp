@@ -93,7 +93,8 @@ void AddTransform(CLI::App& app, CommandLine& line) {
                          "  kova transform chapter*.xml book.xsl --output 'html/*.html'\n"
                          "  curl -s https://example.com/feed | kova transform feed.xsl\n"
                          "\n"
-                         "What the stylesheet says by xsl:message goes to standard error.\n"});
+                         "A stylesheet *.xsl may stand before the files, too. What it says by xsl:message goes to\n"
+                         "standard error.\n"});
     auto transform = std::make_shared<TransformCommandOptions>();
     auto arguments = std::make_shared<std::vector<std::string>>();
     auto parameters = std::make_shared<std::vector<std::string>>();

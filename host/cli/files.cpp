@@ -107,4 +107,11 @@ std::vector<std::string> FilesOrInput(const std::vector<std::string>& files) {
     return {"-"};
 }
 
+void TakeFirstForLast(std::vector<std::string>& files, std::string& last, bool (*isLast)(const std::string&)) {
+    if (files.empty() || !isLast(files.front()) || isLast(last)) return;
+    files.push_back(last);
+    last = files.front();
+    files.erase(files.begin());
+}
+
 } // namespace host

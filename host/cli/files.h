@@ -23,4 +23,8 @@ Input ReadInput(const std::string& path);
 // Without any file named, standard input is meant; throws UsageError when that is a terminal.
 std::vector<std::string> FilesOrInput(const std::vector<std::string>& files);
 
+// For those who are used to write what stands last here before the files: if the first file looks like it and the last
+// argument does not, the first one is taken from the files and the last one is one of them.
+void TakeFirstForLast(std::vector<std::string>& files, std::string& last, bool (*isLast)(const std::string&));
+
 } // namespace host

@@ -191,9 +191,15 @@ void TransformFile(const std::string& file, const TransformCommandOptions& optio
     }
 }
 
+bool IsStylesheetName(const std::string& path) {
+    const std::string extension = fs::path(path).extension();
+    return extension == ".xsl" || extension == ".xslt";
+}
+
 } // namespace
 
-int Transform(const HostOptions& host, const TransformCommandOptions& options) {
+int Transform(const HostOptions& host, TransformCommandOptions options) {
+    TakeFirstForLast(options.files, options.stylesheet, IsStylesheetName); // as with xsltproc
     std::vector<std::string> files = FilesOrInput(options.files);
     bool hasOneOutput = !options.output.empty() && options.output.find('*') == std::string::npos;
     if (files.size() > 1 && hasOneOutput)

@@ -7,7 +7,6 @@
 #include "host/cli/terminal.h"
 #include "host/cli/xml_input.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -109,19 +108,15 @@ void QueryFile(const std::string& path, const XqlCommandOptions& options, XqlRep
     if (isEmpty && options.query.find("_:") == std::string::npos) ExplainDefaultNamespace(input.name, declared);
 }
 
-bool IsInput(const std::string& argument) {
+bool IsNoInput(const std::string& argument) {
     std::error_code error;
-    return argument == "-" || std::filesystem::is_regular_file(argument, error);
+    return argument != "-" && !std::filesystem::is_regular_file(argument, error);
 }
 
 } // namespace
 
 int Query(XqlCommandOptions options) {
-    // As with grep: if the last argument is a file and the first is none, the query stands first.
-    if (!options.files.empty() && !IsInput(options.files[0]) && IsInput(options.query)) {
-        std::rotate(options.files.begin(), options.files.begin() + 1, options.files.end());
-        std::swap(options.files.back(), options.query);
-    }
+    TakeFirstForLast(options.files, options.query, IsNoInput); // as with grep
     std::vector<std::string> files = FilesOrInput(options.files);
     XqlReport report(options, files.size() > 1);
     try {
