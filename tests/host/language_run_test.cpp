@@ -161,10 +161,10 @@ TEST_F(LanguageSession, EntriesBuildOnEachOther) {
 }
 
 TEST_F(LanguageSession, CompletesMembersAndNames) {
-    Enter("Dim dictionary As New Dictionary\nDim list() As String");
+    Enter("Dim dictionary As New Dictionary\nDim list1() As String");
     EXPECT_THAT(session_->Complete("Print dictionary.Ha").words, ElementsAre("HasKey"));
     EXPECT_EQ(session_->Complete("Print dictionary.Ha").wordLength, 2U);
-    EXPECT_THAT(session_->Complete("list.").words, Contains("Append"));
+    EXPECT_THAT(session_->Complete("list1.").words, Contains("Append"));
     EXPECT_THAT(session_->Complete("Print dictionary.Keys().U").words, ElementsAre("Ubound"));
     EXPECT_THAT(session_->Complete("Encodings.UTF").words, Contains("UTF8"));
     EXPECT_THAT(session_->Complete("dic").words, ElementsAre("Dictionary", "dictionary"));
