@@ -306,8 +306,14 @@ private:
         const char* end = digits.data() + digits.size();
         auto parsed = isDouble ? std::from_chars(digits.data(), end, token.number)
                                : std::from_chars(digits.data(), end, token.integer);
-        if (parsed.ec == std::errc()) return;
-        diagnostics_.Error(token.span, isDouble ? "number out of range" : NUMBER_TOO_LARGE);
+        if (parsed.ec != std::errc()) {
+            diagnostics_.Error(token.span, isDouble ? "number out of range" : NUMBER_TOO_LARGE);
+            return;
+        }
+        const std::optional<Currency> amount = isDouble ? ParseCurrency(digits) : std::nullopt;
+        if (!amount || amount == CurrencyOf(token.number)) return;
+        diagnostics_.Error(token.span, "a Double holds only " + FormatConstant(token.number)
+                                           + " of it (write that, or ParseCurrency(\"…\"))");
     }
 
     void String() {
