@@ -50,11 +50,13 @@ void AddRun(CLI::App& app, CommandLine& line) {
               "End the program when it needs more");
     AddReadBelow(command, line.host);
     AddHostOptions(command, line.host);
-    command.callback([=, &command, &line] {
+    // What follows "--" goes to the application.
+    command.preparse_callback([&app](size_t) { app.allow_extras(); });
+    command.callback([=, &command, &app, &line] {
         std::vector<std::string> rest = command.remaining();
-        if (!rest.empty() && rest.front() == "--") rest.erase(rest.begin());
+        if (!rest.empty() && rest.front().size() > 1 && rest.front()[0] == '-') throw CLI::ExtrasError({rest.front()});
+        for (const std::string& word : app.remaining()) rest.push_back(word);
         if (rest.empty()) throw CLI::RequiredError("PROGRAM");
-        if (rest.front().size() > 1 && rest.front()[0] == '-') throw CLI::ExtrasError({rest.front()});
         run->program = rest.front();
         rest.erase(rest.begin());
         if (run->each)
