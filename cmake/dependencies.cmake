@@ -14,6 +14,7 @@ add_subdirectory("${CMAKE_SOURCE_DIR}/build/expat/source/expat" "${CMAKE_BINARY_
 target_compile_options(expat PRIVATE "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/="
   "$<$<BOOL:${KOVA_SANITIZE}>:-fsanitize=address;-fno-omit-frame-pointer>"
   $<$<BOOL:${KOVA_FUZZ}>:-fsanitize=fuzzer-no-link>)
+include(cmake/expat_profile.cmake)
 
 find_library(LIBFFI ffi REQUIRED)
 find_path(LIBFFI_INCLUDE_DIR ffi.h REQUIRED)
