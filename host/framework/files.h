@@ -4,7 +4,7 @@
 #include "host/runtime/object.h"
 
 #include <filesystem>
-#include <string_view>
+#include <string>
 #include <system_error>
 #include <vector>
 
@@ -14,17 +14,17 @@ namespace host {
 ObjectRef NewFolderItem(const std::filesystem::path& path);
 
 // Raises IOException "PATH: REASON" with the system's error number.
-void RaiseFileError(const std::filesystem::path& path, int error);
+void RaiseFileError(const std::string& path, int error);
 
 // The names of what stands in a folder, in order.
-std::vector<std::filesystem::path> NamesIn(const std::filesystem::path& folder, std::error_code& error);
+std::vector<std::string> NamesIn(const std::filesystem::path& folder, std::error_code& error);
 
 // New streams over a file, opened with a mode of fopen or created. nil, with IOException raised, when that cannot be
 // done.
-ObjectRef OpenBinaryStream(const std::filesystem::path& path, const char* mode);
+ObjectRef OpenBinaryStream(const std::string& path, const char* mode);
 ObjectRef CreateBinaryStream(const std::filesystem::path& path);
-ObjectRef OpenTextInput(const std::filesystem::path& path);
-ObjectRef AppendTextOutput(const std::filesystem::path& path);
+ObjectRef OpenTextInput(const std::string& path);
+ObjectRef AppendTextOutput(const std::string& path);
 ObjectRef CreateTextOutput(const std::filesystem::path& path);
 
 // Register the classes of the streams; RegisterFiles does.

@@ -16,8 +16,10 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 namespace host {
@@ -27,9 +29,9 @@ namespace {
 namespace fs = std::filesystem;
 
 struct FolderItemData {
-    fs::path path; // absolute, without "." and ".."
+    std::string path; // absolute, without "." and ".."
     // The names in the folder, in order, as Count last found them: so Item needs no new reading for each index.
-    std::vector<fs::path> items;
+    std::vector<std::string> items;
     bool listed = false;
 
     static ClassDefinition& Record();
@@ -37,16 +39,23 @@ struct FolderItemData {
 
 fs::path PathOf(String* text) { return std::string(ConvertString(text, ENCODING_UTF8).View()); }
 
-String* BuildPath(const fs::path& path) { return BuildString(path.native(), ENCODING_UTF8); }
+String* BuildPath(const std::string& path) { return BuildString(path, ENCODING_UTF8); }
 
-const fs::path& Path(Object* self) { return DataOf<FolderItemData>(self).path; }
+const std::string& Path(Object* self) { return DataOf<FolderItemData>(self).path; }
 
 bool Succeeded(Object* self, const std::error_code& error) {
     if (error) RaiseFileError(Path(self), error.value());
     return !error;
 }
 
-String* GetName(Object* self, int32_t) { return BuildPath(Path(self).filename()); }
+// An object for what has been made absolute and normal.
+ObjectRef ItemAt(std::string path) {
+    ObjectRef item = NewInstance(FolderItemData::Record());
+    if (item) DataOf<FolderItemData>(item.Get()).path = std::move(path);
+    return item;
+}
+
+String* GetName(Object* self, int32_t) { return BuildPath(fs::path(Path(self)).filename().native()); }
 
 String* GetPath(Object* self, int32_t) { return BuildPath(Path(self)); }
 
@@ -70,9 +79,9 @@ int64_t GetLength(Object* self, int32_t) {
 }
 
 Object* GetParent(Object* self, int32_t) {
-    const fs::path& path = Path(self);
+    const fs::path path = Path(self);
     if (path == path.root_path()) return nullptr;
-    return NewFolderItem(path.parent_path()).Detach();
+    return ItemAt(path.parent_path()).Detach();
 }
 
 void List(Object* self) {
@@ -96,10 +105,11 @@ Object* Item(Object* self, int32_t index) {
                  "Item " + std::to_string(index) + " of a folder with " + std::to_string(data.items.size()));
         return nullptr;
     }
-    return NewFolderItem(data.path / data.items[static_cast<size_t>(index)]).Detach();
+    const std::string_view separator = data.path.ends_with('/') ? "" : "/";
+    return ItemAt(data.path + std::string(separator) + data.items[static_cast<size_t>(index)]).Detach();
 }
 
-Object* Child(Object* self, String* name) { return NewFolderItem(Path(self) / PathOf(name)).Detach(); }
+Object* Child(Object* self, String* name) { return NewFolderItem(fs::path(Path(self)) / PathOf(name)).Detach(); }
 
 Object* OpenAsBinaryFile(Object* self, int32_t write) {
     return OpenBinaryStream(Path(self), write ? "r+e" : "re").Detach();
@@ -128,9 +138,9 @@ void Delete(Object* self) {
 
 // The place a file is copied or moved to: in the folder, when the destination is one.
 fs::path Destination(Object* self, Object* destination) {
-    const fs::path& path = Path(destination);
+    fs::path path = Path(destination);
     std::error_code error; // what cannot be examined is no folder
-    return fs::is_directory(path, error) ? path / Path(self).filename() : path;
+    return fs::is_directory(path, error) ? path / fs::path(Path(self)).filename() : path;
 }
 
 // The old file at the destination stays until the new one is whole.
@@ -198,23 +208,20 @@ const GlobalFunction FUNCTIONS[] = {
 } // namespace
 
 ObjectRef NewFolderItem(const fs::path& path) {
-    ObjectRef item = NewInstance(FolderItemData::Record());
-    if (!item) return item;
     std::error_code error;
     fs::path absolute = path.is_absolute() ? path : fs::current_path(error) / path;
     absolute = absolute.lexically_normal();
     // "a/b/" means "a/b".
     if (!absolute.has_filename() && absolute != absolute.root_path()) absolute = absolute.parent_path();
-    DataOf<FolderItemData>(item.Get()).path = absolute;
-    return item;
+    return ItemAt(absolute);
 }
 
 // std::filesystem's iterators end the process when they get no memory.
-std::vector<fs::path> NamesIn(const fs::path& folder, std::error_code& error) {
+std::vector<std::string> NamesIn(const fs::path& folder, std::error_code& error) {
     struct Close {
         void operator()(DIR* entries) const { closedir(entries); }
     };
-    std::vector<fs::path> names;
+    std::vector<std::string> names;
     const std::unique_ptr<DIR, Close> entries(opendir(folder.c_str()));
     if (entries != nullptr) errno = 0;
     while (const dirent* entry = entries != nullptr ? readdir(entries.get()) : nullptr) {
@@ -227,8 +234,8 @@ std::vector<fs::path> NamesIn(const fs::path& folder, std::error_code& error) {
     return names;
 }
 
-void RaiseFileError(const fs::path& path, int error) {
-    RaiseNew("IOException", error, path.native() + ": " + std::strerror(error));
+void RaiseFileError(const std::string& path, int error) {
+    RaiseNew("IOException", error, path + ": " + std::strerror(error));
 }
 
 void RegisterFiles() {

@@ -22,6 +22,9 @@ namespace fs = std::filesystem;
 
 constexpr int MAX_LINKS = 40; // as the system follows them
 
+// Asking a file how much is left costs more than having room for this much.
+constexpr size_t ROOM_WITHOUT_ASKING = 65536;
+
 // The file that a path stands for, links followed; empty for one that is written where it is: a device, a pipe, an open
 // file of this process, or what cannot be examined.
 fs::path ReplaceableFile(const fs::path& path, struct stat& status, bool& exists) {
@@ -89,7 +92,7 @@ StreamFile::~StreamFile() {
     if (file_ != nullptr) Discard();
 }
 
-bool StreamFile::Open(const fs::path& path, const char* mode) {
+bool StreamFile::Open(const std::string& path, const char* mode) {
     path_ = path;
     file_ = std::fopen(path.c_str(), mode);
     struct stat status {};
@@ -98,6 +101,7 @@ bool StreamFile::Open(const fs::path& path, const char* mode) {
         std::fclose(std::exchange(file_, nullptr));
         errno = EISDIR;
     }
+    isRegular_ = file_ != nullptr && S_ISREG(status.st_mode);
     if (file_ == nullptr) RaiseFileError(path, errno);
     return file_ != nullptr;
 }
@@ -243,12 +247,15 @@ int64_t StreamFile::Length() {
 String* StreamFile::Read(size_t count, uint32_t encoding) {
     std::FILE* file = Get();
     if (file == nullptr) return nullptr;
-    if (int64_t rest = Remaining(); rest > 0) count = static_cast<size_t>(std::min<int64_t>(rest, count));
+    if (count > ROOM_WITHOUT_ASKING || !isRegular_) {
+        if (int64_t rest = Remaining(); rest > 0) count = static_cast<size_t>(std::min<int64_t>(rest, count));
+    }
     StringRef text = StringRef::Adopt(AllocateString(count, encoding));
     if (!text) return nullptr;
     size_t length = count > 0 ? std::fread(text.Get()->bytes, 1, count, file) : 0;
     RaiseIf(std::ferror(file) != 0);
     if (length == count) return text.Detach();
+    if (isRegular_ && length > 0) std::clearerr(file); // it may grow
     return BuildString(text.View().substr(0, length), encoding);
 }
 

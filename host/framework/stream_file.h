@@ -24,7 +24,7 @@ public:
     // All raise IOException with the path and the system's error number when they cannot do their work.
 
     // Opens a file in place, with a mode of fopen.
-    bool Open(const std::filesystem::path& path, const char* mode);
+    bool Open(const std::string& path, const char* mode);
     // Opens a new file for writing, or for reading too.
     bool Create(const std::filesystem::path& path, bool isReadable);
     // After a failed write the file that was there stays, and the error is raised again.
@@ -53,7 +53,8 @@ private:
     bool ReadAhead();
 
     std::FILE* file_ = nullptr;
-    std::filesystem::path path_;      // as given, for messages
+    bool isRegular_ = false;          // opened in place, and no device or pipe
+    std::string path_;                // as given, for messages
     std::filesystem::path target_;    // to be replaced; empty when the file is written in place
     std::filesystem::path temporary_; // the new file's name, if it has one yet
     int error_ = 0;                   // of a write that failed

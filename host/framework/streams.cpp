@@ -185,7 +185,7 @@ ClassDefinition& OutputData::Record() {
 
 } // namespace
 
-ObjectRef OpenBinaryStream(const std::filesystem::path& path, const char* mode) {
+ObjectRef OpenBinaryStream(const std::string& path, const char* mode) {
     return NewStream<BinaryData>([&](StreamFile& file) { return file.Open(path, mode); });
 }
 
@@ -193,11 +193,11 @@ ObjectRef CreateBinaryStream(const std::filesystem::path& path) {
     return NewStream<BinaryData>([&](StreamFile& file) { return file.Create(path, true); });
 }
 
-ObjectRef OpenTextInput(const std::filesystem::path& path) {
+ObjectRef OpenTextInput(const std::string& path) {
     return NewStream<InputData>([&](StreamFile& file) { return file.Open(path, "re"); });
 }
 
-ObjectRef AppendTextOutput(const std::filesystem::path& path) {
+ObjectRef AppendTextOutput(const std::string& path) {
     return NewStream<OutputData>([&](StreamFile& file) { return file.Open(path, "ae"); });
 }
 

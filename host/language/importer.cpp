@@ -40,7 +40,7 @@ std::string LibraryNames(std::string_view wanted) {
     std::vector<std::string> names;
     std::error_code error;
     for (const fs::path& folder : LibraryFolders()) {
-        for (const fs::path& name : NamesIn(folder, error))
+        for (const fs::path name : NamesIn(folder, error))
             if (name.extension() == EXTENSION) names.push_back(name.stem());
     }
     return Suggestion(wanted, names);
