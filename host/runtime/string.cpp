@@ -36,7 +36,7 @@ void FillHeader(String* string, char* bytes, size_t length, uint32_t encoding) {
 }
 
 // nullptr without memory; nothing is raised.
-String* NewShortString(size_t length, uint32_t encoding) {
+inline String* NewShortString(size_t length, uint32_t encoding) {
     auto* string = static_cast<ShortString*>(SmallBlocks::Allocate(ShortSize(length)));
     if (string == nullptr) return nullptr;
     FillHeader(string, string->text, length, encoding);
@@ -147,26 +147,35 @@ String* OrOutOfMemory(String* string) {
     return string;
 }
 
-} // namespace
-
-String* AllocateString(size_t length, uint32_t encoding) {
-    if (length <= LONGEST_SHORT) return OrOutOfMemory(NewShortString(length, encoding));
+// A long string with a buffer of its own for the caller to fill; nullptr without memory.
+String* NewOwnBuffer(size_t length, uint32_t encoding) {
     TextBuffer* buffer = NewTextBuffer(length);
-    if (buffer == nullptr) return OrOutOfMemory(nullptr);
+    if (buffer == nullptr) return nullptr;
     buffer->end = static_cast<uint32_t>(length);
     buffer->bytes[length] = 0;
-    return OrOutOfMemory(NewLongString(buffer, 0, length, encoding));
+    return NewLongString(buffer, 0, length, encoding);
 }
 
-String* BuildString(std::string_view bytes, uint32_t encoding) {
-    String* string = AllocateString(bytes.size(), encoding);
-    if ((string != nullptr) && !bytes.empty()) std::memcpy(string->bytes, bytes.data(), bytes.size());
+// Short ones are made for every event of a reader: all in one function.
+inline String* Build(std::string_view bytes, uint32_t encoding) {
+    const size_t length = bytes.size();
+    String* string = length <= LONGEST_SHORT ? NewShortString(length, encoding) : NewOwnBuffer(length, encoding);
+    if (string == nullptr) return OrOutOfMemory(nullptr);
+    if (length > 0) std::memcpy(string->bytes, bytes.data(), length);
     return string;
 }
 
+} // namespace
+
+String* AllocateString(size_t length, uint32_t encoding) {
+    return OrOutOfMemory(length <= LONGEST_SHORT ? NewShortString(length, encoding) : NewOwnBuffer(length, encoding));
+}
+
+String* BuildString(std::string_view bytes, uint32_t encoding) { return Build(bytes, encoding); }
+
 String* BuildString(const char* bytes, int32_t length, uint32_t encoding) {
     if ((bytes == nullptr) || length < 0) length = 0;
-    return BuildString(std::string_view(bytes, static_cast<size_t>(length)), encoding);
+    return Build(std::string_view(bytes, static_cast<size_t>(length)), encoding);
 }
 
 String* PartOfString(String* string, size_t offset, size_t length) {
