@@ -48,7 +48,10 @@ std::vector<std::string> CommandNames(const CLI::App& app) {
 }
 
 std::string NoSuchCommand(const CLI::App& app, const std::string& name) {
-    return "there is no command \"" + name + "\"" + language::Suggestion(name, CommandNames(app));
+    const bool isProgram = name.ends_with(".kova");
+    return "there is no command \"" + name + "\""
+           + (isProgram ? " (a program is run by \"kova run " + name + "\")"
+                        : language::Suggestion(name, CommandNames(app)));
 }
 
 std::string NoSuchOption(const CLI::App& command, const std::string& name) {
