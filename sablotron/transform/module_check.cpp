@@ -6,11 +6,10 @@
 #include "sablotron/tree/xpath_rewrite.h"
 
 #include <libxml/parserInternals.h>
-#include <libxml/xpathInternals.h>
 
 #include <algorithm>
 #include <cmath>
-#include <optional>
+#include <span>
 
 namespace sablot {
 namespace {
@@ -73,12 +72,6 @@ constexpr Element ELEMENTS[] = {
     {"with-param", Position::CHILD, {"apply-templates", "call-template"}},
 };
 
-const Element* FindElement(std::string_view name) {
-    const auto* found = std::find_if(std::begin(ELEMENTS), std::end(ELEMENTS),
-                                     [name](const Element& element) { return element.name == name; });
-    return found != std::end(ELEMENTS) ? found : nullptr;
-}
-
 bool StandsRight(const xmlNode* node, const Element& element, bool isTop) {
     switch (element.position) {
     case Position::ROOT: return !IsElement(node->parent);
@@ -107,8 +100,14 @@ std::string Value(const xmlAttr* attribute) {
     return value;
 }
 
-std::string Value(const xmlNode* element, const char* name) {
-    const xmlAttr* attribute = xmlHasProp(const_cast<xmlNode*>(element), Chars(name));
+xmlAttr* FindAttribute(const xmlNode* element, std::string_view name) {
+    xmlAttr* attribute = element->properties;
+    while (attribute != nullptr && View(attribute->name) != name) attribute = attribute->next;
+    return attribute;
+}
+
+std::string Value(const xmlNode* element, std::string_view name) {
+    const xmlAttr* attribute = FindAttribute(element, name);
     return attribute != nullptr ? Value(attribute) : "";
 }
 
@@ -165,16 +164,6 @@ size_t ExpressionEnd(const std::string& value, size_t at) {
         if (at == std::string::npos) return at;
     }
     return at < value.size() ? at : std::string::npos;
-}
-
-const char* ReasonOf(int code) {
-    switch (code) {
-    case XML_XPATH_UNFINISHED_LITERAL_ERROR: return "Literal without end";
-    case XML_XPATH_VARIABLE_REF_ERROR: return "Invalid name of a variable";
-    case XML_XPATH_INVALID_PREDICATE_ERROR: return "Invalid predicate";
-    case XML_XPATH_UNCLOSED_ERROR: return "Parenthesis without end";
-    default: return "Invalid expression";
-    }
 }
 
 } // namespace
@@ -251,13 +240,27 @@ constexpr ModuleCheck::Rule ModuleCheck::RULES[] = {
     {"with-param", "select", Content::EXPRESSION},
 };
 
-ModuleCheck::ModuleCheck(ErrorCollector& errors) : errors_(errors), context_(xmlXPathNewContext(nullptr)) {
-    if (!context_) throw std::bad_alloc();
-    context_->userData = this;
-    context_->error = [](void* self, xmlErrorPtr error) {
-        static_cast<ModuleCheck*>(self)->reason_ = ReasonOf(error->code);
-    };
+// An element of XSLT with the rules for its attributes.
+struct ModuleCheck::Known {
+    const Element* element = nullptr;
+    std::span<const Rule> rules = {};
+};
+
+const ModuleCheck::Known* ModuleCheck::Find(std::string_view name) {
+    static const std::unordered_map<std::string_view, Known> KNOWN = [] {
+        std::unordered_map<std::string_view, Known> known;
+        for (const Element& element : ELEMENTS) known[element.name].element = &element;
+        for (const Rule& rule : RULES) { // those of an element stand together
+            std::span<const Rule>& rules = known[rule.element].rules;
+            rules = {rules.empty() ? &rule : rules.data(), rules.size() + 1};
+        }
+        return known;
+    }();
+    const auto found = KNOWN.find(name);
+    return found != KNOWN.end() ? &found->second : nullptr;
 }
+
+ModuleCheck::ModuleCheck(ErrorCollector& errors) : errors_(errors) {}
 
 bool ModuleCheck::Prepare(xmlDoc* module) {
     xmlNode* const root = xmlDocGetRootElement(module);
@@ -277,15 +280,16 @@ bool ModuleCheck::Prepare(xmlDoc* module) {
         [&](xmlNode* node) {
             if (!IsElement(node) || (ignored != nullptr) || verdict == Verdict::FAILED) return;
             const bool isTop = isStylesheet && node->parent == root;
-            if (isTop && !IsXslt(node) && !IsOfFunctions(node, "function")) {
+            const bool isXslt = IsXslt(node);
+            if (isTop && !isXslt && !IsOfFunctions(node, "function")) {
                 ignored = node; // data of the stylesheet's own (2.2)
                 if (node->ns == nullptr) verdict = FailPlace(node);
                 return;
             }
-            const xmlAttr* version = IsXslt(node) ? (node == root ? xmlHasProp(node, Chars("version")) : nullptr)
-                                                  : xmlHasNsProp(node, Chars("version"), XSLT_NAMESPACE);
+            const xmlAttr* version = isXslt ? (node == root ? xmlHasProp(node, Chars("version")) : nullptr)
+                                            : xmlHasNsProp(node, Chars("version"), XSLT_NAMESPACE);
             if (version != nullptr) versions.emplace_back(node, Value(version) != "1.0");
-            verdict = IsXslt(node)                    ? CheckInstruction(node, isTop, versions.back().second)
+            verdict = isXslt                          ? CheckInstruction(node, isTop, versions.back().second)
                       : IsOfFunctions(node, "result") ? CheckFunctionResult(node)
                                                       : CheckLiteral(node, versions.back().second);
             if (verdict != Verdict::DROPPED) return;
@@ -305,19 +309,17 @@ bool ModuleCheck::Prepare(xmlDoc* module) {
 
 ModuleCheck::Verdict ModuleCheck::CheckInstruction(xmlNode* element, bool isTop, bool isLater) {
     const std::string_view name = View(element->name);
-    const Element* known = FindElement(name);
+    const Known* known = Find(name);
     if (known == nullptr) {
         if (!isLater) return Fail(element, CODE_UNKNOWN_INSTRUCTION, Tag(element) + " is no element of XSLT 1.0");
         return isTop ? Verdict::DROPPED : Verdict::RIGHT; // where it stands in a template, it may never be reached
     }
-    if (!isLater && !StandsRight(element, *known, isTop)) return FailPlace(element);
+    if (!isLater && !StandsRight(element, *known->element, isTop)) return FailPlace(element);
     if (name == "import" && !StandsFirst(element))
         return Fail(element, CODE_OTHER, Tag(element) + " must stand before all other elements");
-    if (!isLater && !CheckAttributeNames(element, known->attributes)) return Verdict::FAILED;
-    for (const Rule& rule : RULES) {
-        if (rule.element != name) continue;
-        xmlAttr* attribute = xmlHasProp(element, Chars(std::string(rule.attribute).c_str()));
-        if (attribute != nullptr) {
+    if (!isLater && !CheckAttributeNames(element, *known)) return Verdict::FAILED;
+    for (const Rule& rule : known->rules) {
+        if (xmlAttr* attribute = FindAttribute(element, rule.attribute)) {
             if (!CheckAttribute(element, attribute, rule, isLater)) return Verdict::FAILED;
         } else if (rule.isNeeded) {
             return Fail(element, CODE_OTHER,
@@ -338,13 +340,13 @@ ModuleCheck::Verdict ModuleCheck::CheckFunctionResult(xmlNode* result) {
     for (const xmlNode* next = result->next; next != nullptr; next = next->next)
         if (IsElement(next) && !(IsXslt(next) && View(next->name) == "fallback"))
             return Fail(next, CODE_OTHER, "Nothing but xsl:fallback may follow " + Tag(result));
-    xmlAttr* select = xmlHasProp(result, Chars("select"));
+    xmlAttr* select = FindAttribute(result, "select");
     if (select == nullptr) return Verdict::RIGHT;
     if (result->children != nullptr)
         return Fail(result, CODE_OTHER, Tag(result) + " has content or the attribute 'select', not both");
     const std::string expression = Value(select);
     if (!CheckExpression(result, expression)) return Verdict::FAILED;
-    Change(result, select, Prepared(expression, false));
+    Change(result, select, expressions_.Prepared(expression, false));
     return Verdict::RIGHT;
 }
 
@@ -355,17 +357,15 @@ ModuleCheck::Verdict ModuleCheck::CheckLiteral(xmlNode* element, bool isLater) {
 }
 
 // Those of other namespaces may stand anywhere (2.1).
-bool ModuleCheck::CheckAttributeNames(const xmlNode* element, std::string_view others) {
-    const std::vector<std::string> allowed = Words(std::string(others));
+bool ModuleCheck::CheckAttributeNames(const xmlNode* element, const Known& known) {
     for (const xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next) {
         if (attribute->ns != nullptr && !IsXslt(AsNode(attribute))) continue;
         const std::string name = Tag(AsNode(attribute));
-        const auto allows = [&](const Rule& rule) {
-            return rule.element == View(element->name) && rule.attribute == name;
-        };
-        if (std::find(allowed.begin(), allowed.end(), name) != allowed.end()
-            || std::any_of(std::begin(RULES), std::end(RULES), allows))
+        if (std::any_of(known.rules.begin(), known.rules.end(),
+                        [&name](const Rule& rule) { return rule.attribute == name; }))
             continue;
+        const std::vector<std::string> allowed = Words(std::string(known.element->attributes));
+        if (std::find(allowed.begin(), allowed.end(), name) != allowed.end()) continue;
         Fail(element, CODE_OTHER, "The attribute '" + name + "' is not allowed in " + Tag(element));
         return false;
     }
@@ -378,18 +378,19 @@ bool ModuleCheck::CheckAttribute(xmlNode* element, xmlAttr* attribute, const Rul
     switch (rule.content) {
     case Content::TEMPLATE: return CheckTemplate(element, attribute, isLater);
     case Content::EXPRESSION:
-        if (isLater && !Parses(value)) {
+        if (isLater && !expressions_.Parses(value)) {
             Change(element, attribute, WrappedAsRefused(value));
             return true;
         }
         if (!CheckExpression(element, value)) return false;
-        Change(element, attribute, Prepared(value, rule.isText));
+        Change(element, attribute, expressions_.Prepared(value, rule.isText));
         return true;
     case Content::PATTERN:
         if (!CheckExpression(element, value)) return false;
         Change(element, attribute, NodeSetsAsCalls(rule.element == "key" ? WithoutStream(value, true) : value, true));
         return true;
     case Content::NAMES:
+        if (value.find(':') == std::string::npos) return true;
         for (const std::string& name : Words(value)) {
             const std::string prefix = name.substr(0, std::min(name.find(':'), name.size()));
             if (prefix != name && !CheckPrefix(element, prefix, name)) return false;
@@ -405,15 +406,9 @@ bool ModuleCheck::CheckAttribute(xmlNode* element, xmlAttr* attribute, const Rul
     }
 }
 
-bool ModuleCheck::Parses(const std::string& expression) {
-    const XPathPointer<xmlXPathCompExpr> compiled(xmlXPathCtxtCompile(context_.get(), Chars(expression.c_str())));
-    return compiled != nullptr && IsComplete(expression);
-}
-
 bool ModuleCheck::CheckExpression(const xmlNode* element, const std::string& expression) {
-    reason_ = ReasonOf(0);
-    if (!Parses(expression)) {
-        Fail(element, CODE_XPATH_SYNTAX, reason_ + ": '" + expression + "'");
+    if (!expressions_.Parses(expression)) {
+        Fail(element, CODE_XPATH_SYNTAX, expressions_.Reason() + ": '" + expression + "'");
         return false;
     }
     const std::vector<std::string_view> prefixes = PrefixesOf(expression);
@@ -473,11 +468,11 @@ bool ModuleCheck::CheckTemplate(xmlNode* element, xmlAttr* attribute, bool isLat
             return false;
         }
         const std::string expression = value.substr(at + 1, end - at - 1);
-        if (isLater && !Parses(expression)) {
+        if (isLater && !expressions_.Parses(expression)) {
             prepared += '{' + WrappedAsRefused(expression) + '}';
         } else {
             if (!CheckExpression(element, expression)) return false;
-            prepared += '{' + Prepared(expression, true) + '}';
+            prepared += '{' + expressions_.Prepared(expression, true) + '}';
         }
         at = end;
     }

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "sablotron/transform/error_collector.h"
-#include "sablotron/tree/xpath.h"
+#include "sablotron/transform/expressions.h"
 
 #include <map>
 #include <string>
@@ -24,6 +24,7 @@ public:
 
 private:
     struct Rule;
+    struct Known;
     enum class Verdict { RIGHT, DROPPED, FAILED }; // DROPPED: it means nothing and is taken out
     struct AttributeSet {
         const xmlNode* declaration = nullptr;
@@ -35,7 +36,7 @@ private:
     Verdict CheckInstruction(xmlNode* element, bool isTop, bool isLater);
     Verdict CheckFunctionResult(xmlNode* result);
     Verdict CheckLiteral(xmlNode* element, bool isLater);
-    bool CheckAttributeNames(const xmlNode* element, std::string_view others);
+    bool CheckAttributeNames(const xmlNode* element, const Known& known);
     bool CheckAttribute(xmlNode* element, xmlAttr* attribute, const Rule& rule, bool isLater);
     bool CheckExpression(const xmlNode* element, const std::string& expression);
     bool CheckPrefix(const xmlNode* element, const std::string& prefix, const std::string& text);
@@ -44,16 +45,15 @@ private:
     bool CheckTopLevelText(const xmlNode* stylesheet);
     Verdict CheckDecimalFormat(const xmlNode* element);
     void NoteAttributeSet(const xmlNode* element);
-    bool Parses(const std::string& expression);
     bool FailRoot(const xmlNode* root);
     Verdict FailPlace(const xmlNode* element);
     Verdict Fail(const xmlNode* element, int code, std::string text);
 
     static const Rule RULES[];
+    static const Known* Find(std::string_view name);
 
     ErrorCollector& errors_;
-    XPathPointer<xmlXPathContext> context_;
-    std::string reason_; // why the last expression did not parse
+    Expressions expressions_;
     std::map<std::string, std::map<std::string, std::string>> decimalFormats_;
     std::map<std::string, AttributeSet> attributeSets_;
 };

@@ -217,6 +217,7 @@ std::string WithoutWaysBack(std::string_view expression) {
 } // namespace
 
 std::string WaysBackAsPredicates(std::string_view expression) {
+    if (expression.find('/') == std::string_view::npos) return std::string(expression);
     std::string result;
     while (!expression.empty()) {
         const size_t begin = std::min(expression.find_first_of("\"'"), expression.size());
@@ -305,6 +306,8 @@ std::string UnionsAsCalls(std::string_view expression) {
 }
 
 std::string NodeSetsAsCalls(std::string_view expression, bool isPattern) {
+    const auto has = [expression](std::string_view part) { return expression.find(part) != std::string_view::npos; };
+    if (!has("|") && !has("node") && !(has("/") && has("."))) return std::string(expression);
     return NodeSetCalls(isPattern, true).Run(expression);
 }
 
@@ -338,6 +341,7 @@ std::string FirstKeysAsCalls(std::string_view expression) {
 }
 
 std::vector<std::string_view> PrefixesOf(std::string_view expression) {
+    if (expression.find(':') == std::string_view::npos) return {};
     Tokenizer tokenizer(expression);
     tokenizer.Run();
     return tokenizer.Prefixes();
