@@ -56,6 +56,13 @@ struct Bindings {
     }
 };
 
+// What takes the place of a function of libxml2's.
+xmlXPathFunction FindFunction(void*, const xmlChar* name, const xmlChar* uri) {
+    if (uri != nullptr) return nullptr;
+    const xmlXPathFunction function = FindNodeFunction(View(name));
+    return function != nullptr ? function : FindStringFunction(View(name));
+}
+
 // The compiled queries, the latest used first, and the context that they are evaluated in.
 class QueryEngine {
 public:
@@ -65,8 +72,7 @@ public:
         context_->userData = &noMemory_;
         xmlXPathContextSetCache(context_.get(), 1, -1, 0);
         RegisterXsltFunctions(context_.get());
-        RegisterStringFunctions(context_.get());
-        RegisterNodeFunctions(context_.get());
+        xmlXPathRegisterFuncLookup(context_.get(), FindFunction, nullptr);
     }
 
     // Null when the text does not parse. It lives until the next call.

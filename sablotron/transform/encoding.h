@@ -29,6 +29,7 @@ class Repertoire {
 public:
     explicit Repertoire(const std::string& encoding);
     ~Repertoire();
+    bool HasAll() const { return set_ == nullptr; }
     // The place of the first character of the UTF-8 text that the encoding lacks; npos when it has all.
     size_t FindMissing(std::string_view text, size_t start = 0) const;
 

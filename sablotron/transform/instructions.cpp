@@ -21,7 +21,6 @@
 #include <libxslt/variables.h>
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <iterator>
 #include <utility>
@@ -36,9 +35,9 @@ xmlDoc* FragmentOf(const xmlXPathObject* value) {
     return (nodes != nullptr) && nodes->nodeNr > 0 && IsFragment(nodes->nodeTab[0]) ? nodes->nodeTab[0]->doc : nullptr;
 }
 
-// Registers a tree that the run may walk.
-bool RegisterTree(xsltTransformContext* context, const xmlDoc* tree) {
-    RunOf(context).guard.Register(tree);
+// Registers the depth of a tree that the run may walk.
+bool RegisterDepth(xsltTransformContext* context, size_t depth) {
+    RunOf(context).guard.Register(depth);
     return CheckStack(context, true);
 }
 
@@ -48,7 +47,7 @@ void RegisterFragment(xsltTransformContext* context, xmlDoc* fragment) {
     static char isRegistered;
     if (fragment->children == nullptr || fragment->children->_private == &isRegistered) return;
     fragment->children->_private = &isRegistered;
-    RegisterTree(context, fragment);
+    RegisterDepth(context, MeasureTree(fragment, [](const xmlNode*) {}).depth);
 }
 
 bool FailForMemory(const xsltTransformContext* context) {
@@ -61,17 +60,17 @@ bool CheckMemory(const xsltTransformContext* context) {
     return !RunOf(context).memory.IsExceeded() || FailForMemory(context);
 }
 
-// What makes texts, and the functions that do it.
-constexpr const char* TEXT_MAKERS[] = {"concat",          "normalize-space",  "string",   "substring",
-                                       "substring-after", "substring-before", "translate"};
-std::array<xmlXPathFunction, std::size(TEXT_MAKERS)> textMakers{};
+// What makes texts.
+constexpr std::string_view TEXT_MAKERS[] = {"concat",          "normalize-space",  "string",   "substring",
+                                            "substring-after", "substring-before", "translate"};
 
 template <size_t INDEX>
 void MakeText(xmlXPathParserContext* parser, int argumentCount) {
+    static const xmlXPathFunction MAKE = FindStringFunction(TEXT_MAKERS[INDEX]);
     const xsltTransformContext* context = xsltXPathGetTransformContext(parser);
     bool hasMemory = CheckMemory(context);
     if (hasMemory) {
-        textMakers[INDEX](parser, argumentCount);
+        MAKE(parser, argumentCount);
         // libxml2 goes on with a text that there was no memory for.
         const xmlXPathObject* made = parser->error == 0 ? parser->value : nullptr;
         const bool isLost = made != nullptr && made->type == XPATH_STRING && made->stringval == nullptr;
@@ -81,13 +80,10 @@ void MakeText(xmlXPathParserContext* parser, int argumentCount) {
 }
 
 template <size_t... INDEX>
-void RegisterTextMakers(xmlXPathContext* context, std::index_sequence<INDEX...>) {
-    const auto replace = [context](size_t index, xmlXPathFunction function) {
-        textMakers[index] = xmlXPathFunctionLookup(context, Chars(TEXT_MAKERS[index]));
-        xmlXPathRegisterFunc(context, Chars(TEXT_MAKERS[index]), nullptr);
-        xmlXPathRegisterFunc(context, Chars(TEXT_MAKERS[index]), function);
-    };
-    (replace(INDEX, MakeText<INDEX>), ...);
+xmlXPathFunction FindTextMaker(std::string_view name, std::index_sequence<INDEX...>) {
+    xmlXPathFunction found = nullptr;
+    ((found = TEXT_MAKERS[INDEX] == name ? MakeText<INDEX> : found), ...);
+    return found;
 }
 
 // A variable; a result tree fragment is a node set of its root.
@@ -169,11 +165,20 @@ void CallFunction(xmlXPathParserContext* parser, int argumentCount) {
     SortValue(parser); // what follows the call takes them as they are
 }
 
+// What takes the place of a core function, or is one here. Looked up when an expression calls it first: registering
+// all of them for each run took a tenth of a small one.
+xmlXPathFunction FindCoreFunction(std::string_view name) {
+    if (name == TEXT_FUNCTION) return AsText;
+    if (name == REFUSED_FUNCTION) return Refuse;
+    if (name == "key") return FindByKey;
+    if (name == FIRST_KEY_FUNCTION) return FindFirstByKey;
+    if (const auto maker = FindTextMaker(name, std::make_index_sequence<std::size(TEXT_MAKERS)>())) return maker;
+    const xmlXPathFunction function = FindNodeFunction(name);
+    return function != nullptr ? function : FindStringFunction(name);
+}
+
 xmlXPathFunction LookUpFunction(void* xpathContext, const xmlChar* name, const xmlChar* uri) {
-    if (uri == nullptr && View(name) == TEXT_FUNCTION) return AsText;
-    if (uri == nullptr && View(name) == REFUSED_FUNCTION) return Refuse;
-    if (uri == nullptr && View(name) == "key") return FindByKey;
-    if (uri == nullptr && View(name) == FIRST_KEY_FUNCTION) return FindFirstByKey;
+    if (uri == nullptr) return FindCoreFunction(View(name));
     return xsltXPathFunctionLookup(xpathContext, name, uri) != nullptr ? CallFunction : nullptr;
 }
 
@@ -264,9 +269,10 @@ Instructions::Instructions(xsltStylesheet* stylesheet) {
         NewInstruction([](xsltTransformContext*, xmlNode*, xmlNode*, xsltElemPreComp*) {});
     ForEachModule(stylesheet, [](xmlDoc* module) {
         for (xmlNode* node : Walk(AsNode(module))) {
-            if (!IsElement(node) || !IsXslt(node)) continue;
-            if (View(node->name) == "message") node->psvi = &message;
-            if (View(node->name) == "fallback") node->psvi = &fallback;
+            if (!IsElement(node)) continue;
+            const std::string_view name = View(node->name);
+            const bool isMessage = name == "message";
+            if ((isMessage || name == "fallback") && IsXslt(node)) node->psvi = isMessage ? &message : &fallback;
         }
     });
 }
@@ -291,28 +297,22 @@ bool CheckStack(xsltTransformContext* context, bool walks) {
     return false;
 }
 
-bool RegisterDocument(xsltTransformContext* context, const xmlDoc* tree) {
-    ExtendLimits(context, tree);
-    return RegisterTree(context, tree);
+bool RegisterDocument(xsltTransformContext* context, xmlDoc* tree) {
+    const TreeSize size = MeasureTree(tree, [](const xmlNode*) {});
+    ExtendLimits(context, size);
+    return RegisterDepth(context, size.depth);
 }
 
-void ExtendLimits(xsltTransformContext* context, const xmlDoc* tree) {
+void ExtendLimits(xsltTransformContext* context, const TreeSize& size) {
     constexpr uint64_t INSTRUCTIONS_OF_NODE = 10'000;
     const uint64_t stepsOfNode = maxXPathOperations / 4'000;
     constexpr uint64_t MAX_INSTRUCTIONS = 1'000'000'000; // some minutes
-    constexpr size_t BYTES_LIKE_A_NODE = 100;
-    uint64_t size = 0;
-    for (const xmlNode* node : Walk(AsNode(tree)))
-        size += 1 + (IsElement(node) || IsDocument(node) ? 0 : View(node->content).size() / BYTES_LIKE_A_NODE);
     context->opLimit =
-        static_cast<unsigned long>(std::min(context->opLimit + size * INSTRUCTIONS_OF_NODE, MAX_INSTRUCTIONS));
-    RunOf(context).maxSteps += size * stepsOfNode;
+        static_cast<unsigned long>(std::min(context->opLimit + size.nodes * INSTRUCTIONS_OF_NODE, MAX_INSTRUCTIONS));
+    RunOf(context).maxSteps += size.nodes * stepsOfNode;
 }
 
 void GuardFunctions(xsltTransformContext* context) {
-    RegisterStringFunctions(context->xpathCtxt);
-    RegisterNodeFunctions(context->xpathCtxt);
-    RegisterTextMakers(context->xpathCtxt, std::make_index_sequence<std::size(TEXT_MAKERS)>());
     xmlXPathRegisterVariableLookup(context->xpathCtxt, LookUpVariable, context);
     xmlXPathRegisterFuncLookup(context->xpathCtxt, LookUpFunction, context->xpathCtxt);
 }

@@ -51,15 +51,15 @@ inline bool IsFragment(const xmlNode* node) {
     return node->type == XML_DOCUMENT_NODE && View(node->name).starts_with(' ');
 }
 
-// Lets a run that reads the tree take the more steps the larger it is.
-void ExtendLimits(xsltTransformContext* context, const xmlDoc* tree);
+// Lets a run that reads a tree take the more steps the larger that is.
+void ExtendLimits(xsltTransformContext* context, const TreeSize& size);
 
 // Ends the run with a failure when the stack could be too small for what comes next; with `walks`, for a walk of a
 // tree.
 bool CheckStack(xsltTransformContext* context, bool walks);
 
 // Registers a document that the run reads; false after a failure when it is too deep to be walked.
-bool RegisterDocument(xsltTransformContext* context, const xmlDoc* tree);
+bool RegisterDocument(xsltTransformContext* context, xmlDoc* tree);
 
 // Makes the extension functions of a run go through the check.
 void GuardFunctions(xsltTransformContext* context);

@@ -96,6 +96,7 @@ public:
 
     // False when a character cannot be written; Failure() tells it.
     bool Fit(xmlDoc* result) {
+        if (repertoire_.HasAll()) return true;
         for (xmlNode* node = result->children; node != nullptr && failure_.empty(); node = After(node)) Fit(*node);
         return failure_.empty();
     }

@@ -42,7 +42,7 @@ class BorrowedTree {
 public:
     BorrowedTree(xmlDoc* tree, const std::string& uri)
         : tree_(tree), url_(std::exchange(tree->URL, xmlStrdup(Chars(uri.c_str())))) {
-        ForEachNode(tree, [this](xmlNode* node) {
+        size_ = MeasureTree(tree, [this](xmlNode* node) {
             if (node->psvi == nullptr) return;
             lines_.push_back({node, node->line, node->psvi});
             node->psvi = nullptr;
@@ -70,9 +70,12 @@ public:
         xmlFree(const_cast<xmlChar*>(std::exchange(tree_->URL, url_)));
     }
 
+    const TreeSize& Size() const { return size_; }
+
 private:
     xmlDoc* tree_;
     const xmlChar* url_;
+    TreeSize size_;
     struct Line {
         xmlNode* node;
         unsigned short number;
@@ -122,15 +125,15 @@ private:
         if (input->isTree && !stylesheet->StripsSpace()) {
             Document& document = **input->document;
             const BorrowedTree borrowed(document.Tree(), UriOf(*document.Tree(), inputUri));
-            if (!Apply(*stylesheet, document.Tree())) return false;
+            if (!Apply(*stylesheet, document.Tree(), borrowed.Size())) return false;
         } else {
             const TreePointer own = sandbox.Load(*input, inputUri, nullptr);
             if (!own) return false;
             const std::string uri =
                 input->isTree ? UriOf(*(*input->document)->Tree(), inputUri) : ArgumentBase(ArgumentName(inputUri));
             xmlFree(const_cast<xmlChar*>(std::exchange(own->URL, xmlStrdup(Chars(uri.c_str())))));
-            ForEachNode(own.get(), [](xmlNode* node) { node->psvi = nullptr; });
-            if (!Apply(*stylesheet, own.get())) return false;
+            const TreeSize size = MeasureTree(own.get(), [](xmlNode* node) { node->psvi = nullptr; });
+            if (!Apply(*stylesheet, own.get(), size)) return false;
         }
         std::string failure;
         std::optional<std::string> text = ResultText(outcome_.result.get(), stylesheet->Get(), encoding, failure);
@@ -155,7 +158,7 @@ private:
         return false;
     }
 
-    bool Apply(const Stylesheet& stylesheet, xmlDoc* source) {
+    bool Apply(const Stylesheet& stylesheet, xmlDoc* source, const TreeSize& size) {
         const std::unique_ptr<xsltTransformContext, ContextDeleter> context(
             xsltNewTransformContext(stylesheet.Get(), source));
         if (!context) return false;
@@ -164,13 +167,13 @@ private:
                         .errors = errors_,
                         .memory = memory,
                         .maxSteps = EXPRESSIONS_OF_MANY_STEPS * uint64_t{maxXPathOperations}};
-        run.guard.Register(source);
+        run.guard.Register(size.depth);
         context->_private = &run;
         context->opLimit = processor_->maxInstructions;
         context->maxTemplateDepth = INT_MAX; // the stack decides
         context->maxTemplateVars = INT_MAX;
         context->xpathCtxt->opLimit = maxXPathOperations;
-        ExtendLimits(context.get(), source);
+        ExtendLimits(context.get(), size);
         xsltSetCtxtSecurityPrefs(ReadOnlyPreferences(), context.get());
         GuardFunctions(context.get());
         errors_.SetRun(context.get());

@@ -28,7 +28,7 @@ public:
     // The processor's arguments are reachable; it may be null.
     Sandbox(SablotHandle processor, ErrorCollector& errors);
     // Asked about every document that a run reads, which may refuse it with a failure.
-    using DocumentCheck = bool (*)(xsltTransformContext* run, const xmlDoc* tree);
+    using DocumentCheck = bool (*)(xsltTransformContext* run, xmlDoc* tree);
     void SetDocumentCheck(DocumentCheck check) { isAllowed_ = check; }
     // The main module and its URI.
     void SetStylesheet(const Argument& stylesheet, std::string uri) {

@@ -69,10 +69,9 @@ void FindById(xmlXPathParserContext* parser, int argumentCount) noexcept {
 
 } // namespace
 
-void RegisterNodeFunctions(xmlXPathContext* context) {
-    xmlXPathRegisterFunc(context, Chars(std::string(UNION_FUNCTION).c_str()), Unite);
-    xmlXPathRegisterFunc(context, Chars("id"), nullptr);
-    xmlXPathRegisterFunc(context, Chars("id"), FindById);
+xmlXPathFunction FindNodeFunction(std::string_view name) {
+    if (name == UNION_FUNCTION) return Unite;
+    return name == "id" ? FindById : nullptr;
 }
 
 } // namespace sablot

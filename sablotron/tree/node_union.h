@@ -3,8 +3,11 @@
 
 #include <libxml/xpath.h>
 
+#include <string_view>
+
 namespace sablot {
 
-void RegisterNodeFunctions(xmlXPathContext* context);
+// One of these functions; null for another name.
+xmlXPathFunction FindNodeFunction(std::string_view name);
 
 } // namespace sablot

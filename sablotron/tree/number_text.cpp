@@ -16,7 +16,7 @@ namespace {
 
 // A core function whose first `strings` arguments are strings.
 struct StringFunction {
-    const char* name;
+    std::string_view name;
     xmlXPathFunction function;
     int strings;
 };
@@ -24,7 +24,6 @@ constexpr int ALL = std::numeric_limits<int>::max();
 constexpr StringFunction STRING_FUNCTIONS[] = {
     {"concat", xmlXPathConcatFunction, ALL},
     {"contains", xmlXPathContainsFunction, ALL},
-    {"id", xmlXPathIdFunction, ALL},
     {"lang", xmlXPathLangFunction, ALL},
     {"normalize-space", xmlXPathNormalizeFunction, ALL},
     {"starts-with", xmlXPathStartsWithFunction, ALL},
@@ -79,15 +78,13 @@ void NumbersToStrings(xmlXPathParserContext* parser, int argumentCount, int stri
     if (argumentCount > 0) parser->value = parser->valueTab[parser->valueNr - 1];
 }
 
-void RegisterStringFunctions(xmlXPathContext* context) {
-    const auto replace = [context](const StringFunction& function, xmlXPathFunction replacement) {
-        xmlXPathRegisterFunc(context, Chars(function.name), nullptr);
-        xmlXPathRegisterFunc(context, Chars(function.name), replacement);
-    };
+xmlXPathFunction FindStringFunction(std::string_view name) {
+    xmlXPathFunction found = nullptr;
     [&]<size_t... INDEX>(std::index_sequence<INDEX...>) {
-        (replace(STRING_FUNCTIONS[INDEX], CallWithText<INDEX>), ...);
+        ((found = STRING_FUNCTIONS[INDEX].name == name ? CallWithText<INDEX> : found), ...);
     }
     (std::make_index_sequence<std::size(STRING_FUNCTIONS)>());
+    return found;
 }
 
 } // namespace sablot

@@ -5,6 +5,7 @@
 
 #include <limits>
 #include <string>
+#include <string_view>
 
 namespace sablot {
 
@@ -17,7 +18,7 @@ xmlXPathObject* NumberAsString(xmlXPathObject* number);
 // Does so with the first `strings` of the arguments of a function.
 void NumbersToStrings(xmlXPathParserContext* parser, int argumentCount, int strings = std::numeric_limits<int>::max());
 
-// Makes the core functions that take strings turn numbers into text this way in this context.
-void RegisterStringFunctions(xmlXPathContext* context);
+// A core function that takes strings, turning numbers into text this way; null for another name.
+xmlXPathFunction FindStringFunction(std::string_view name);
 
 } // namespace sablot
