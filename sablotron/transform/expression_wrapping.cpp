@@ -2,7 +2,6 @@
 #include "sablotron/transform/expression_wrapping.h"
 
 #include "sablotron/tree/tree.h"
-#include "sablotron/tree/xpath_rewrite.h"
 
 #include <libxml/uri.h>
 
@@ -43,10 +42,10 @@ bool MayBeNumber(std::string_view expression) {
     return !std::all_of(expression.begin(), expression.end(), isOfPath);
 }
 
-// Without the call of a function that begins there: of key() what it was, of others their arguments.
-void RemoveCall(std::string& text, size_t at, std::string_view function) {
-    const bool isKey = function == FIRST_KEY_FUNCTION;
-    text.replace(at, function.size() + 1, isKey ? "key(" : "");
+// Without the call that begins there: of key() what it was, of others their arguments.
+void RemoveCall(std::string& text, size_t at, const std::string& call) {
+    const bool isKey = call.starts_with(FIRST_KEY_FUNCTION);
+    text.replace(at, call.size(), isKey ? "key(" : "");
     int depth = isKey ? 0 : 1;
     for (size_t end = at; end < text.size(); ++end) {
         const char c = text[end];
@@ -78,9 +77,9 @@ std::string WithoutStream(const std::string& expression, bool isBelowAnything) {
     return slashes == std::string::npos ? expression : std::string(expression).replace(slashes, 2, ANYWHERE);
 }
 
-std::string Prepared(const std::string& expression, bool isText) {
-    const std::string wrapped = isText ? WrappedAsText(expression) : expression;
-    return WithoutStream(NodeSetsAsCalls(WaysBackAsPredicates(FirstKeysAsCalls(wrapped))), false);
+std::string Prepared(const std::string& expression, ExpressionUse use) {
+    const std::string wrapped = use == ExpressionUse::TEXT ? WrappedAsText(expression) : expression;
+    return WithoutStream(NodeSetsAsCalls(WaysBackAsPredicates(FirstKeysAsCalls(wrapped)), use), false);
 }
 
 std::string WrappedAsRefused(const std::string& expression) {
@@ -91,10 +90,9 @@ std::string WrappedAsRefused(const std::string& expression) {
 }
 
 std::string WithoutCalls(std::string text) {
-    for (const std::string_view function : {TEXT_FUNCTION, UNION_FUNCTION, FIRST_KEY_FUNCTION}) {
-        const std::string call = std::string(function) + '(';
-        for (size_t at = text.find(call); at != std::string::npos; at = text.find(call)) RemoveCall(text, at, function);
-    }
+    for (const std::string& call : {std::string(TEXT_FUNCTION) + '(', std::string(UNION_CALL),
+                                    std::string(FIRST_KEY_FUNCTION) + '(', std::string(SORTED_CALL)})
+        for (size_t at = text.find(call); at != std::string::npos; at = text.find(call)) RemoveCall(text, at, call);
     return text;
 }
 

@@ -1,6 +1,8 @@
 // Expressions of stylesheets in forms that libxml2 evaluates as XSLT has it, and back.
 #pragma once
 
+#include "sablotron/tree/xpath_rewrite.h"
+
 #include <string>
 #include <string_view>
 
@@ -16,8 +18,8 @@ std::string WrappedAsText(const std::string& expression);
 // The expression in a form that libxml2 does not evaluate as a stream, which passes over what is below 10,000 levels.
 // With `isBelowAnything` it is a pattern whose nodes may stand anywhere.
 std::string WithoutStream(const std::string& expression, bool isBelowAnything);
-// An expression of a stylesheet as it is compiled; `isText`: its value becomes text.
-std::string Prepared(const std::string& expression, bool isText);
+// An expression of a stylesheet as it is compiled.
+std::string Prepared(const std::string& expression, ExpressionUse use);
 // What stands for an expression that does not parse: a call of REFUSED_FUNCTION with it.
 std::string WrappedAsRefused(const std::string& expression);
 

@@ -3,7 +3,6 @@
 
 #include "sablotron/transform/expression_wrapping.h"
 #include "sablotron/tree/tree.h"
-#include "sablotron/tree/xpath_rewrite.h"
 
 #include <libxml/xpathInternals.h>
 
@@ -42,9 +41,9 @@ bool Expressions::Parses(const std::string& expression) {
     return compiled != nullptr && IsComplete(expression) && known_.try_emplace(expression).second;
 }
 
-const std::string& Expressions::Prepared(const std::string& expression, bool isText) {
-    std::optional<std::string>& form = known_[expression][isText ? 1 : 0];
-    if (!form) form = sablot::Prepared(expression, isText);
+const std::string& Expressions::Prepared(const std::string& expression, ExpressionUse use) {
+    std::optional<std::string>& form = known_[expression].at(static_cast<size_t>(use));
+    if (!form) form = sablot::Prepared(expression, use);
     return *form;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "sablotron/tree/xpath.h"
+#include "sablotron/tree/xpath_rewrite.h"
 
 #include <array>
 #include <optional>
@@ -19,16 +20,16 @@ public:
     bool Parses(const std::string& expression);
     // Why the latest one did not.
     const std::string& Reason() const { return reason_; }
-    // The form in which one that parses is compiled; `isText`: its value becomes text.
-    const std::string& Prepared(const std::string& expression, bool isText);
+    // The form in which one that parses is compiled.
+    const std::string& Prepared(const std::string& expression, ExpressionUse use);
 
 private:
     xmlXPathContext* Context();
 
     XPathPointer<xmlXPathContext> context_; // null before the first one: most runs load no module
     std::string reason_;
-    // Those that parse, with their forms once these are known, the second one as text.
-    std::unordered_map<std::string, std::array<std::optional<std::string>, 2>> known_;
+    // Those that parse, with their forms for each use once these are known.
+    std::unordered_map<std::string, std::array<std::optional<std::string>, 3>> known_;
 };
 
 } // namespace sablot

@@ -138,7 +138,7 @@ void Refuse(xmlXPathParserContext* parser, int) {
 void PrepareExpression(xmlXPathObject* value) {
     if (value == nullptr || value->type != XPATH_STRING) return;
     const std::string expression(View(value->stringval));
-    const std::string prepared = Prepared(expression, false);
+    const std::string prepared = Prepared(expression, ExpressionUse::VALUE);
     if (prepared == expression) return;
     xmlFree(value->stringval);
     value->stringval = xmlStrdup(Chars(prepared.c_str()));

@@ -174,13 +174,15 @@ struct ModuleCheck::Rule {
     std::string_view attribute;
     Content content;
     bool isNeeded = false;
-    bool isText = false; // the value of the expression becomes text
+    ExpressionUse use = ExpressionUse::VALUE;
     // One of these words, where there are any; ':' among them stands for every name with a prefix.
     std::string_view words = {};
 };
 
 constexpr bool NEEDED = true;
-constexpr bool TEXT = true;
+constexpr ExpressionUse VALUE = ExpressionUse::VALUE;
+constexpr ExpressionUse TEXT = ExpressionUse::TEXT;
+constexpr ExpressionUse TEST = ExpressionUse::TEST;
 constexpr std::string_view YES_NO = "yes no";
 constexpr ModuleCheck::Rule ModuleCheck::RULES[] = {
     {"apply-templates", "mode", Content::NAMES},
@@ -197,45 +199,45 @@ constexpr ModuleCheck::Rule ModuleCheck::RULES[] = {
     {"element", "namespace", Content::TEMPLATE},
     {"element", "use-attribute-sets", Content::NAMES},
     {"for-each", "select", Content::EXPRESSION, NEEDED},
-    {"if", "test", Content::EXPRESSION, NEEDED},
+    {"if", "test", Content::EXPRESSION, NEEDED, TEST},
     {"import", "href", Content::OTHER, NEEDED},
     {"include", "href", Content::OTHER, NEEDED},
     {"key", "name", Content::NAMES, NEEDED},
     {"key", "match", Content::PATTERN, NEEDED},
     {"key", "use", Content::EXPRESSION, NEEDED, TEXT},
-    {"message", "terminate", Content::OTHER, false, false, YES_NO},
+    {"message", "terminate", Content::OTHER, false, VALUE, YES_NO},
     {"namespace-alias", "stylesheet-prefix", Content::PREFIX, NEEDED},
     {"namespace-alias", "result-prefix", Content::PREFIX, NEEDED},
     {"number", "value", Content::EXPRESSION},
     {"number", "count", Content::PATTERN},
     {"number", "from", Content::PATTERN},
     {"number", "format", Content::TEMPLATE},
-    {"number", "letter-value", Content::TEMPLATE, false, false, "alphabetic traditional"},
-    {"number", "level", Content::OTHER, false, false, "single multiple any"},
+    {"number", "letter-value", Content::TEMPLATE, false, VALUE, "alphabetic traditional"},
+    {"number", "level", Content::OTHER, false, VALUE, "single multiple any"},
     {"output", "cdata-section-elements", Content::NAMES},
-    {"output", "indent", Content::OTHER, false, false, YES_NO},
-    {"output", "method", Content::OTHER, false, false, "xml html text :"},
-    {"output", "omit-xml-declaration", Content::OTHER, false, false, YES_NO},
-    {"output", "standalone", Content::OTHER, false, false, YES_NO},
+    {"output", "indent", Content::OTHER, false, VALUE, YES_NO},
+    {"output", "method", Content::OTHER, false, VALUE, "xml html text :"},
+    {"output", "omit-xml-declaration", Content::OTHER, false, VALUE, YES_NO},
+    {"output", "standalone", Content::OTHER, false, VALUE, YES_NO},
     {"param", "name", Content::NAMES, NEEDED},
     {"param", "select", Content::EXPRESSION},
     {"preserve-space", "elements", Content::NAMES, NEEDED},
     {"processing-instruction", "name", Content::TEMPLATE, NEEDED},
     {"sort", "select", Content::EXPRESSION, false, TEXT},
-    {"sort", "case-order", Content::TEMPLATE, false, false, "upper-first lower-first"},
-    {"sort", "data-type", Content::TEMPLATE, false, false, "text number :"},
-    {"sort", "order", Content::TEMPLATE, false, false, "ascending descending"},
+    {"sort", "case-order", Content::TEMPLATE, false, VALUE, "upper-first lower-first"},
+    {"sort", "data-type", Content::TEMPLATE, false, VALUE, "text number :"},
+    {"sort", "order", Content::TEMPLATE, false, VALUE, "ascending descending"},
     {"strip-space", "elements", Content::NAMES, NEEDED},
     {"template", "match", Content::PATTERN},
     {"template", "mode", Content::NAMES},
     {"template", "name", Content::NAMES},
     {"template", "priority", Content::NUMBER},
-    {"text", "disable-output-escaping", Content::OTHER, false, false, YES_NO},
+    {"text", "disable-output-escaping", Content::OTHER, false, VALUE, YES_NO},
     {"value-of", "select", Content::EXPRESSION, NEEDED, TEXT},
-    {"value-of", "disable-output-escaping", Content::OTHER, false, false, YES_NO},
+    {"value-of", "disable-output-escaping", Content::OTHER, false, VALUE, YES_NO},
     {"variable", "name", Content::NAMES, NEEDED},
     {"variable", "select", Content::EXPRESSION},
-    {"when", "test", Content::EXPRESSION, NEEDED},
+    {"when", "test", Content::EXPRESSION, NEEDED, TEST},
     {"with-param", "name", Content::NAMES, NEEDED},
     {"with-param", "select", Content::EXPRESSION},
 };
@@ -346,7 +348,7 @@ ModuleCheck::Verdict ModuleCheck::CheckFunctionResult(xmlNode* result) {
         return Fail(result, CODE_OTHER, Tag(result) + " has content or the attribute 'select', not both");
     const std::string expression = Value(select);
     if (!CheckExpression(result, expression)) return Verdict::FAILED;
-    Change(result, select, expressions_.Prepared(expression, false));
+    Change(result, select, expressions_.Prepared(expression, VALUE));
     return Verdict::RIGHT;
 }
 
@@ -383,11 +385,12 @@ bool ModuleCheck::CheckAttribute(xmlNode* element, xmlAttr* attribute, const Rul
             return true;
         }
         if (!CheckExpression(element, value)) return false;
-        Change(element, attribute, expressions_.Prepared(value, rule.isText));
+        Change(element, attribute, expressions_.Prepared(value, rule.use));
         return true;
     case Content::PATTERN:
         if (!CheckExpression(element, value)) return false;
-        Change(element, attribute, NodeSetsAsCalls(rule.element == "key" ? WithoutStream(value, true) : value, true));
+        Change(element, attribute,
+               NodeSetsAsCalls(rule.element == "key" ? WithoutStream(value, true) : value, ExpressionUse::PATTERN));
         return true;
     case Content::NAMES:
         if (value.find(':') == std::string::npos) return true;
@@ -472,7 +475,7 @@ bool ModuleCheck::CheckTemplate(xmlNode* element, xmlAttr* attribute, bool isLat
             prepared += '{' + WrappedAsRefused(expression) + '}';
         } else {
             if (!CheckExpression(element, expression)) return false;
-            prepared += '{' + expressions_.Prepared(expression, true) + '}';
+            prepared += '{' + expressions_.Prepared(expression, TEXT) + '}';
         }
         at = end;
     }

@@ -1,4 +1,4 @@
-// The union of node sets at a cost that is linear in their sizes, counted as steps of the evaluation, and id().
+// The union of node sets at a cost that is linear in their sizes, counted as steps of the evaluation, count() and id().
 #include "sablotron/tree/node_union.h"
 
 #include "sablotron/tree/element_numbers.h"
@@ -67,10 +67,24 @@ void FindById(xmlXPathParserContext* parser, int argumentCount) noexcept {
     SortValue(parser);
 }
 
+// Also SORTED_CALL, which is a union whose first argument is the mark.
+void Count(xmlXPathParserContext* parser, int argumentCount) noexcept {
+    const bool hasMore = argumentCount > 1 && parser->valueNr >= argumentCount;
+    const xmlXPathObject* mark = hasMore ? parser->valueTab[parser->valueNr - argumentCount] : nullptr;
+    if (mark == nullptr || mark->type != XPATH_STRING || View(mark->stringval) != SORTED_MARK)
+        return xmlXPathCountFunction(parser, argumentCount);
+    Unite(parser, argumentCount - 1);
+    if (parser->error != 0) return;
+    xmlXPathObject* sorted = valuePop(parser);
+    xmlXPathFreeObject(valuePop(parser));
+    valuePush(parser, sorted);
+}
+
 } // namespace
 
 xmlXPathFunction FindNodeFunction(std::string_view name) {
     if (name == UNION_FUNCTION) return Unite;
+    if (name == "count") return Count;
     return name == "id" ? FindById : nullptr;
 }
 

@@ -1,4 +1,4 @@
-// The union of node sets as a function of XPath, see UnionsAsCalls, and id() in document order.
+// Functions of XPath: the union of node sets, see UnionsAsCalls, count() with SORTED_CALL, id() in document order.
 #pragma once
 
 #include <libxml/xpath.h>

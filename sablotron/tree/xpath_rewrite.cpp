@@ -244,7 +244,7 @@ namespace {
 // See NodeSetsAsCalls.
 class NodeSetCalls {
 public:
-    NodeSetCalls(bool isPattern, bool wrapsPaths) : isPattern_(isPattern), wrapsPaths_(wrapsPaths) {}
+    NodeSetCalls(ExpressionUse use, bool wrapsPaths) : use_(use), wrapsPaths_(wrapsPaths) {}
 
     std::string Run(std::string_view expression) {
         for (const Token& token : Tokenizer(expression).Run()) Take(token);
@@ -253,18 +253,21 @@ public:
     }
 
 private:
-    // The operands at work, each in brackets of the one before: where it begins, and whether a call was put there.
+    // The operands at work, each in brackets of the one before: where it begins, whether a call was put there, and
+    // whether libxml2 would sort it.
     struct Operand {
         size_t begin = std::string::npos;
         bool isArgument = false;
+        bool isSorted = false;
     };
 
     void Take(const Token& token) {
         const bool hasBegun = operands_.back().begin < result_.size();
-        const bool isReplaced = hasBegun && !(isPattern_ && operands_.size() == 1);
+        const bool isReplaced = hasBegun && !(use_ == ExpressionUse::PATTERN && operands_.size() == 1);
         if (isReplaced && token.kind == Token::BAR) {
             Begin();
             result_ += ',';
+            followsOperand_ = false;
             return;
         }
         if (isReplaced && wrapsPaths_ && MayFindAnyKind(token)) Begin();
@@ -272,9 +275,11 @@ private:
         if (token.kind == Token::CLOSING && operands_.size() > 1) operands_.pop_back();
         const bool isBlank = BLANKS.find(token.text[0]) != std::string_view::npos;
         if (operands_.back().begin == std::string::npos && !isBlank) operands_.back().begin = result_.size();
+        if (wrapsPaths_ && operands_.back().isSorted && IsReverseAxis(token)) Begin(SORTED_CALL);
         result_.append(token.text);
-        if (token.kind == Token::OPERATOR) operands_.back() = {};
-        if (token.kind == Token::OPENING) operands_.emplace_back();
+        if (token.kind == Token::OPERATOR) operands_.back() = {.isSorted = operands_.back().isSorted};
+        if (token.kind == Token::OPENING) operands_.push_back({.isSorted = token.text == "(" && !followsOperand_});
+        if (!isBlank) followsOperand_ = token.kind == Token::OPERAND;
     }
 
     // Of a step that is not the first: that would find children or the node itself.
@@ -282,33 +287,38 @@ private:
         return token.kind == Token::OPERAND && (token.text == "node" || token.text == ".");
     }
 
-    void Begin() {
+    static bool IsReverseAxis(const Token& token) {
+        return token.kind == Token::OTHER && token.text.starts_with("preceding");
+    }
+
+    void Begin(std::string_view call = UNION_CALL) {
         if (std::exchange(operands_.back().isArgument, true)) return;
         const size_t at = operands_.back().begin;
         const bool followsName = at > 0 && IsNameChar(result_[at - 1]);
-        result_.insert(at, (followsName ? " " : "") + std::string(UNION_FUNCTION) + '(');
+        result_.insert(at, (followsName ? " " : "") + std::string(call));
     }
     void End() {
         if (operands_.back().isArgument) result_ += ')';
     }
 
     std::string result_;
-    std::vector<Operand> operands_{1};
-    const bool isPattern_;
+    const ExpressionUse use_;
     const bool wrapsPaths_;
+    std::vector<Operand> operands_{{.isSorted = use_ < ExpressionUse::TEST}};
+    bool followsOperand_ = false; // as an opening bracket follows the name of a function
 };
 
 } // namespace
 
 std::string UnionsAsCalls(std::string_view expression) {
     if (expression.find('|') == std::string_view::npos) return std::string(expression);
-    return NodeSetCalls(false, false).Run(expression);
+    return NodeSetCalls(ExpressionUse::TEST, false).Run(expression);
 }
 
-std::string NodeSetsAsCalls(std::string_view expression, bool isPattern) {
+std::string NodeSetsAsCalls(std::string_view expression, ExpressionUse use) {
     const auto has = [expression](std::string_view part) { return expression.find(part) != std::string_view::npos; };
-    if (!has("|") && !has("node") && !(has("/") && has("."))) return std::string(expression);
-    return NodeSetCalls(isPattern, true).Run(expression);
+    if (!has("|") && !has("node") && !has("preceding") && !(has("/") && has("."))) return std::string(expression);
+    return NodeSetCalls(use, true).Run(expression);
 }
 
 std::string FirstKeysAsCalls(std::string_view expression) {

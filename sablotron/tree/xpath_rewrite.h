@@ -21,10 +21,16 @@ std::string WaysBackAsPredicates(std::string_view expression);
 // `expression` with calls of UNION_FUNCTION in place of unions, "count(a | b)" as "count(sablot.union(a , b))": libxml2
 // compares each node with each.
 constexpr std::string_view UNION_FUNCTION = "sablot.union";
+constexpr std::string_view UNION_CALL = "sablot.union(";
 std::string UnionsAsCalls(std::string_view expression);
 // Also with paths that may find nodes of several kinds and parents as arguments of that function. In a pattern only
-// what stands in its predicates.
-std::string NodeSetsAsCalls(std::string_view expression, bool isPattern = false);
+// what stands in its predicates. Paths to what stands before become arguments of SORTED_CALL where libxml2 would sort
+// their nodes: in parentheses, or as a whole unless for a test, for which it finds one node. It compares such nodes
+// slowly once numbers are hidden, and sorts the arguments of each function but count().
+constexpr std::string_view SORTED_MARK = "sablot.sorted";
+constexpr std::string_view SORTED_CALL = "count('sablot.sorted',";
+enum class ExpressionUse { VALUE, TEXT, TEST, PATTERN }; // TEXT: a value that becomes text
+std::string NodeSetsAsCalls(std::string_view expression, ExpressionUse use = ExpressionUse::VALUE);
 
 // `expression` with calls of FIRST_KEY_FUNCTION in place of "key(name, value)[1]", which libxslt would find all nodes
 // for.

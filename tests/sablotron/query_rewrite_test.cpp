@@ -132,9 +132,13 @@ TEST(XpathRewrite, MakesFirstKeysCalls) {
 
 TEST(XpathRewrite, MakesUnionsCalls) {
     for (const Case& c : UNIONS) EXPECT_EQ(UnionsAsCalls(c.expression), c.expected) << c.expression;
-    EXPECT_EQ(NodeSetsAsCalls("a[b|c]|.//node()[.]", true), "a[sablot.union(b,c)]|.//node()[.]");
+    EXPECT_EQ(NodeSetsAsCalls("a[b|c]|.//node()[.]", ExpressionUse::PATTERN), "a[sablot.union(b,c)]|.//node()[.]");
     EXPECT_EQ(NodeSetsAsCalls("-x:f(//., node(), .5)[self::node()] - a/node ( )/b"),
               "-x:f(sablot.union(//.), node(), .5)[sablot.union(self::node())] - sablot.union(a/node ( )/b)");
+    EXPECT_EQ(NodeSetsAsCalls("b/preceding::a[preceding-sibling::b] + f(preceding::a, (preceding-sibling::a)[1])"),
+              "count('sablot.sorted',b/preceding::a[preceding-sibling::b] )+ "
+              "f(preceding::a, (count('sablot.sorted',preceding-sibling::a))[1])");
+    EXPECT_EQ(NodeSetsAsCalls("preceding::a", ExpressionUse::TEST), "preceding::a");
 }
 
 } // namespace
