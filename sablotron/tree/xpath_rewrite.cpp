@@ -174,14 +174,19 @@ struct WayBack {
     std::string replacement;
 };
 
-WayBack WayBackAt(std::string_view text) {
+WayBack WayBackAt(std::string_view text, const std::string& step) {
     constexpr std::string_view TO_PARENT = "/parent::";
     if (text.starts_with("/..")) return {3, "[$]"};
-    for (const auto& [step, back] : {std::pair<std::string_view, std::string_view>("following", "preceding"),
-                                     std::pair<std::string_view, std::string_view>("preceding", "following")}) {
-        const std::string way = '/' + std::string(step) + "-sibling::*[1]";
-        if (text.starts_with(way) && !text.substr(way.size()).starts_with('['))
-            return {way.size(), "/*[" + std::string(back) + "-sibling::*[1]/self::$]"};
+    for (const auto& [axis, back] : {std::pair<std::string_view, std::string>("/following-sibling::", "preceding"),
+                                     std::pair<std::string_view, std::string>("/preceding-sibling::", "following")}) {
+        if (!text.starts_with(axis)) continue;
+        const std::string_view test = text.substr(axis.size());
+        const auto isTest = [test](const std::string& first) {
+            const size_t next = test.starts_with(first) ? test.find_first_not_of(BLANKS, first.size()) : 0;
+            return next != 0 && (next == std::string_view::npos || test[next] != '[');
+        };
+        if (isTest("*[1]")) return {axis.size() + 4, "/*[" + back + "-sibling::*[1]/self::$]"};
+        if (isTest(step + "[1]")) return {axis.size() + step.size() + 3, "/$[" + back + "-sibling::" + step + ']'};
     }
     if (!text.starts_with(TO_PARENT)) return {};
     const std::string_view test = text.substr(TO_PARENT.size());
@@ -198,8 +203,8 @@ std::string WithoutWaysBack(std::string_view expression) {
     for (size_t at = result.find('/'); at != std::string::npos; at = result.find('/', at + 1)) {
         const size_t slash = at > 0 ? result.rfind('/', at - 1) : std::string::npos;
         if (slash == std::string::npos || slash == 0) continue;
-        WayBack way = WayBackAt(std::string_view(result).substr(at));
         const std::string step = result.substr(slash + 1, at - slash - 1);
+        WayBack way = WayBackAt(std::string_view(result).substr(at), step);
         const bool isAnywhere = result[slash - 1] == '/';
         const bool toSibling = way.replacement.starts_with('/');
         if (way.length == 0 || !(IsNamedStep(step) || (!toSibling && IsChildTest(step)))

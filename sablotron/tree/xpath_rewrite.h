@@ -14,8 +14,8 @@ namespace sablot {
 std::string QualifyElementNames(std::string_view expression, std::string_view prefix);
 
 // `expression` with paths to children or attributes and back, "a/b/..", as predicates, "a[b]", and paths to neighbours,
-// "a/b/following-sibling::*[1]", as "a/*[preceding-sibling::*[1]/self::b]": the same nodes, found without comparing
-// each with each as libxml2 does.
+// "a/b/following-sibling::*[1]", as "a/*[preceding-sibling::*[1]/self::b]", or to the next of the same name as
+// "a/b[preceding-sibling::b]": the same nodes, found without comparing each with each as libxml2 does.
 std::string WaysBackAsPredicates(std::string_view expression);
 
 // `expression` with calls of UNION_FUNCTION in place of unions, "count(a | b)" as "count(sablot.union(a , b))": libxml2

@@ -93,6 +93,8 @@ constexpr Case PARENTS[] = {
     {"//b/parent::* | x/p:a/b/@c/parent::p:a[1]", "/descendant-or-self::node()[b]/self::* | x/p:a/b[@c]/self::p:a[1]"},
     {"//b/following-sibling::*[1] | a/*/preceding-sibling::*[1]/c",
      "//*[preceding-sibling::*[1]/self::b] | a/*[following-sibling::*[1]/self::*]/c"},
+    {"//p:b/following-sibling::p:b[1]/c | a/b/preceding-sibling::b[1]",
+     "//p:b[preceding-sibling::p:b]/c | a/b[following-sibling::b]"},
     // These stay.
     {"b/..", "b/.."},
     {"a/b/following-sibling::c[1] | //b/following-sibling::*[1][2] | a/@b/following-sibling::*[1]",
