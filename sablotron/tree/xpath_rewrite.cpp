@@ -190,7 +190,12 @@ WayBack WayBackAt(std::string_view text, const std::string& step) {
     }
     if (!text.starts_with(TO_PARENT)) return {};
     const std::string_view test = text.substr(TO_PARENT.size());
-    if (test.starts_with("node()")) return {TO_PARENT.size() + 6, "[$]"};
+    if (test.starts_with("node()")) {
+        // What a predicate counts after it are not the nodes that the step before finds.
+        const size_t next = test.find_first_not_of(BLANKS, 6);
+        const bool isCounted = next != std::string_view::npos && test[next] == '[';
+        return {TO_PARENT.size() + 6, isCounted ? "[$]/self::node()" : "[$]"};
+    }
     size_t length = test.starts_with('*') ? 1 : 0;
     while (length < test.size() && (IsNameChar(test[length]) || test[length] == ':')) ++length;
     if (length == 0 || test.substr(length).starts_with('(') || test.substr(length).starts_with('*')) return {};

@@ -90,6 +90,7 @@ constexpr Case PARENTS[] = {
     {"p:*/b/..[a[1]/b/..]", "p:*[b][a[1][b]]"},
     {"f()/b.c/.. | $v/b/..", "f()[b.c] | $v[b]"},
     {"a/text()/.. | a/node()/parent::node()", "a[text()] | a[node()]"},
+    {"//c/parent::node()[a][2]", "/descendant-or-self::node()[c]/self::node()[a][2]"},
     {"//b/parent::* | x/p:a/b/@c/parent::p:a[1]", "/descendant-or-self::node()[b]/self::* | x/p:a/b[@c]/self::p:a[1]"},
     {"//b/following-sibling::*[1] | a/*/preceding-sibling::*[1]/c",
      "//*[preceding-sibling::*[1]/self::b] | a/*[following-sibling::*[1]/self::*]/c"},
