@@ -23,7 +23,7 @@ set(CMAKE_CXX_FLAGS_INIT "-m32 -msse2 -mfpmath=sse")
 
 # One glibc serves the process: the sysroot's loader and an old-style RPATH, which libraries
 # inherit, so that indirect ones (ICU) come from the sysroot too. The path of the loader is filled up with slashes: in
-# every folder the same commit gives the same bytes.
+# every folder, and with ccache or without, the same commit gives the same bytes.
 set(KOVA_LIBRARY_PATH "$ORIGIN/../sysroot/usr/lib/i386-linux-gnu:$ORIGIN/../sysroot/lib/i386-linux-gnu")
 set(KOVA_LOADER "${CMAKE_SYSROOT}/lib/ld-linux.so.2")
 string(LENGTH "${KOVA_LOADER}" length)
@@ -33,5 +33,5 @@ if(missing GREATER 0)
 endif()
 set(CMAKE_EXE_LINKER_FLAGS_INIT
     "-Wl,--build-id=none,--disable-new-dtags,-rpath,'${KOVA_LIBRARY_PATH}' -Wl,--dynamic-linker,${slashes}${KOVA_LOADER}")
-set(CMAKE_SHARED_LINKER_FLAGS_INIT "-Wl,--disable-new-dtags")
-set(CMAKE_MODULE_LINKER_FLAGS_INIT "-Wl,--disable-new-dtags")
+set(CMAKE_SHARED_LINKER_FLAGS_INIT "-Wl,--build-id=none,--disable-new-dtags")
+set(CMAKE_MODULE_LINKER_FLAGS_INIT "-Wl,--build-id=none,--disable-new-dtags")
