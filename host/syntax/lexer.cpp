@@ -299,8 +299,10 @@ private:
         }
         std::string_view digits = text_.substr(start, at_ - start);
         if (IsNamePart(Peek())) {
+            const bool isHexadecimal = digits == "0" && (Peek() == 'x' || Peek() == 'X');
             while (IsNamePart(Peek())) at_++;
-            diagnostics_.Error(Since(start), "a number cannot be followed by letters");
+            diagnostics_.Error(Since(start), std::string("a number cannot be followed by letters")
+                                                 + (isHexadecimal ? " (&hFF is hexadecimal)" : ""));
         }
         Token& token = Add(isDouble ? TokenKind::DOUBLE : TokenKind::INTEGER, start);
         const char* end = digits.data() + digits.size();
