@@ -7,7 +7,7 @@
 # make manual   man pages and one HTML page of the documents, in build/manual
 # make dist     an archive that runs anywhere   make deb   a Debian package   make uninstall PREFIX=/usr/local
 .DELETE_ON_ERROR:
-.PHONY: all product demo test asan fuzz faults bench conformance lint format manual install uninstall dist deb clean configure-product configure-tests
+.PHONY: all product libraries demo test asan fuzz faults bench conformance lint format manual install uninstall dist deb clean configure-product configure-tests
 
 PREFIX ?= /usr/local
 SECONDS ?= 60
@@ -32,10 +32,14 @@ configure-tests:
 	@cmake/fetch
 	@grep -qsx KOVA_TESTS:BOOL=ON build/i386/CMakeCache.txt || cmake/progress Configuring cmake --preset i386
 
+# libxml2 and libxslt as the packages have them; what is built takes them from there too.
+libraries: product
+	@cmake/libraries/build build/i386
+
 demo: product
 	@build/i386/kova run examples/tour.kova
 
-test: all
+test: all libraries
 	@ctest --preset i386 --parallel $$(nproc)
 
 asan: configure-tests
@@ -57,6 +61,7 @@ bench: configure-tests
 	@cmake/tools bench
 	@cmake/sysroot build/peers peers
 	@$(BUILD) --target benchmarks -- $(BUILD_FLAGS)
+	@cmake/libraries/build build/i386
 	@bench/run
 
 conformance: configure-tests
@@ -78,17 +83,17 @@ manual:
 	@cmake/tools manual
 	@cmake/manual . build/manual
 
-install: product manual
+install: libraries manual
 	@cmake --install build/i386 --strip --prefix $(PREFIX)
 
 uninstall:
 	@packaging/uninstall $(DESTDIR)$(PREFIX)
 
 # Packages, in build/packages: an archive that runs from any folder, and one for Debian.
-dist: product manual
+dist: libraries manual
 	@packaging/build archive build/i386 build/packages
 
-deb: product manual
+deb: libraries manual
 	@packaging/build deb build/i386 build/packages
 
 clean:

@@ -24,7 +24,7 @@ set(CMAKE_CXX_FLAGS_INIT "-m32 -msse2 -mfpmath=sse")
 # One glibc serves the process: the sysroot's loader and an old-style RPATH, which libraries
 # inherit, so that indirect ones (ICU) come from the sysroot too. The path of the loader is filled up with slashes: in
 # every folder, and with ccache or without, the same commit gives the same bytes.
-set(KOVA_LIBRARY_PATH "$ORIGIN/../sysroot/usr/lib/i386-linux-gnu:$ORIGIN/../sysroot/lib/i386-linux-gnu")
+set(KOVA_LIBRARY_PATH "$ORIGIN/libraries:$ORIGIN/../sysroot/usr/lib/i386-linux-gnu:$ORIGIN/../sysroot/lib/i386-linux-gnu")
 set(KOVA_LOADER "${CMAKE_SYSROOT}/lib/ld-linux.so.2")
 string(LENGTH "${KOVA_LOADER}" length)
 math(EXPR missing "250 - ${length}")

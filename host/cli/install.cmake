@@ -28,22 +28,26 @@ install(FILES "${CMAKE_SOURCE_DIR}/build/manual/kova.html" DESTINATION share/doc
 # The licences of all that is installed, as NOTICE lists it.
 install(FILES "${CMAKE_SOURCE_DIR}/LICENSE" "${CMAKE_SOURCE_DIR}/NOTICE" DESTINATION share/doc/kova)
 install(FILES "${CMAKE_SOURCE_DIR}/build/expat/source/COPYING" DESTINATION share/doc/kova/licenses RENAME expat)
-foreach(package IN ITEMS libxml2 libxslt1.1 libicu72 libffi8 libedit2 libbsd0 libmd0 libmimalloc2.0 libtinfo6 libcli11-dev nlohmann-json3-dev zlib1g
-                         liblzma5 libgcrypt20 libgpg-error0 libc6 gcc-12-base)
+foreach(package IN ITEMS libxml2 libxslt1.1 libicu72 libffi8 libedit2 libbsd0 libmd0 libmimalloc2.0 libtinfo6 libcli11-dev nlohmann-json3-dev
+                         libgcrypt20 libgpg-error0 libc6 gcc-12-base)
   install(FILES "${CMAKE_SYSROOT}/usr/share/doc/${package}/copyright" DESTINATION share/doc/kova/licenses
     RENAME "${package}")
 endforeach()
 
 install(CODE "set(sysroot \"${CMAKE_SYSROOT}\")
+set(trained \"${CMAKE_BINARY_DIR}/libraries\")
 set(private \"${KOVA_PRIVATE_FOLDER}\")
 set(folder \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/\${private}\")")
 install(CODE [[
-# The loader itself tells which libraries it takes: "libexpat.so.1 => /path/libexpat.so.1 (0x…)".
+if(NOT EXISTS "${trained}/versions")
+  message(FATAL_ERROR "There is no ${trained}: cmake/libraries/build makes it")
+endif()
+# The loader itself tells which libraries it takes: "libxml2.so.2 => /path/libxml2.so.2 (0x…)".
 set(libraries)
 foreach(file kova kova-xml.so)
   execute_process(
     COMMAND "${sysroot}/lib/ld-linux.so.2"
-      --library-path "${sysroot}/usr/lib/i386-linux-gnu:${sysroot}/lib/i386-linux-gnu" --list "${folder}/${file}"
+      --library-path "${trained}:${sysroot}/usr/lib/i386-linux-gnu:${sysroot}/lib/i386-linux-gnu" --list "${folder}/${file}"
     OUTPUT_VARIABLE list COMMAND_ERROR_IS_FATAL ANY)
   if(list MATCHES "not found")
     message(FATAL_ERROR "Libraries of ${file} are missing:\n${list}")
