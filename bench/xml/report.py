@@ -3,6 +3,7 @@ import os
 import pathlib
 import random
 import resource
+import shutil
 import subprocess
 import sys
 
@@ -85,6 +86,10 @@ def arguments(job):
 def peers_of(build):
     yield "kova", [build / "kova", "run", HERE / "jobs.kova"], f"{EVENTS} {TREES} {SHEETS}".split()
     yield "C", [build / "floor"], f"{EVENTS} {TREES} {SHEETS}".split()
+    # From another folder it finds the libraries as Debian compiles them only.
+    packaged = build.parent / "packaged"
+    packaged.mkdir(exist_ok=True)
+    yield "C packaged", [shutil.copy2(build / "floor", packaged)], f"{TREES} {SHEETS}".split()
     yield "pugixml", [build / "pugi"], TREES.split()
     for name, trial, command, jobs in PEERS:
         for column, prefix in [(name, ["chroot", ROOT])] * bool(ROOT) + [(f"[{name}]", [])]:
