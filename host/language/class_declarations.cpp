@@ -205,7 +205,6 @@ void ProgramCompiler::DeclareClassMembers(ClassSymbol& cls) {
     cls.initializer = std::make_unique<FunctionSymbol>();
     cls.initializer->name = cls.name;
     cls.initializer->owner = &cls;
-    cls.initializer->file = cls.file;
     cls.initializer->index = environment_.NewCode();
 }
 
