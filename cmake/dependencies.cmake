@@ -22,9 +22,12 @@ add_library(LibFfi INTERFACE)
 target_include_directories(LibFfi SYSTEM INTERFACE "${LIBFFI_INCLUDE_DIR}")
 target_link_libraries(LibFfi INTERFACE "${LIBFFI}")
 
-find_library(LIBEDIT edit REQUIRED)
+# Static, with what it stands on: only the dialogue needs them, and four libraries fewer are looked for at each start.
 add_library(LibEdit INTERFACE)
-target_link_libraries(LibEdit INTERFACE "${LIBEDIT}")
+foreach(library IN ITEMS edit tinfo bsd md)
+  find_library(LIB${library} lib${library}.a REQUIRED)
+  target_link_libraries(LibEdit INTERFACE "${LIB${library}}")
+endforeach()
 
 # Static: a few hash functions.
 find_library(LIBMD libmd.a REQUIRED)

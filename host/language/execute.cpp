@@ -28,18 +28,6 @@ void ReleaseArguments(const Code& code, const Slot* window) {
 
 } // namespace
 
-bool Machine::Execute() {
-    const size_t entry = frames_.size();
-    for (;;) {
-        try {
-            return ExecuteFrom(entry);
-        } catch (const std::bad_alloc&) {
-            RaiseOutOfMemory();
-        }
-        if (!Unwind(entry)) return false;
-    }
-}
-
 // What throws has saved where it is: without a try block around them the instructions can keep that in a register.
 bool Machine::ExecuteFrom(size_t entry) {
     static const void* const LABELS[] = {

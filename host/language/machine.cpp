@@ -131,18 +131,33 @@ bool Machine::HasRoom() const {
 
 Slot* Machine::Top() const { return frames_.empty() ? stack_ : frames_.back().base + frames_.back().code->frameSize; }
 
-bool Machine::Push(const Code& code, Slot* base) {
-    if (frames_.size() >= options_.callDepthLimit || stackEnd_ - base <= code.frameSize || stack_ == nullptr) {
+// The capacity never passes the limit of calls.
+bool Machine::MakeRoom(const Code& code, const Slot* base) {
+    constexpr size_t FIRST = 16;
+    const size_t count = frames_.size();
+    if (count >= options_.callDepthLimit || stackEnd_ - base <= code.frameSize) {
         RaiseNew("StackOverflowException", 0, "the calls are nested too deeply");
         return false;
     }
     try {
-        frames_.push_back({&code, code.instructions.data(), base});
+        frames_.reserve(std::min<size_t>(std::max(2 * count, FIRST), options_.callDepthLimit));
     } catch (const std::bad_alloc&) {
         RaiseOutOfMemory();
         return false;
     }
     return true;
+}
+
+inline bool Machine::Execute() {
+    const size_t entry = frames_.size();
+    for (;;) {
+        try {
+            return ExecuteFrom(entry);
+        } catch (const std::bad_alloc&) {
+            RaiseOutOfMemory();
+        }
+        if (!Unwind(entry)) return false;
+    }
 }
 
 bool Machine::Invoke(const Code& code, const Slot* arguments, Slot* result) {
@@ -156,12 +171,12 @@ bool Machine::Invoke(const Code& code, const Slot* arguments, Slot* result) {
     }
     if (!Push(code, base)) return false;
     for (size_t i = 0; i < code.parameters.size(); ++i) {
-        base[i] = arguments[i];
-        if (code.parameters[i] == Storage::STRING) LockString(base[i].string);
-        if (code.parameters[i] == Storage::OBJECT) LockObject(base[i].object);
+        if (code.parameters[i] == Storage::STRING) LockString(arguments[i].string);
+        if (code.parameters[i] == Storage::OBJECT) LockObject(arguments[i].object);
+        CopySlot(base[i], arguments[i]);
     }
     if (!Execute()) return false;
-    if (code.resultKind != Kind::NOTHING) *result = base[0];
+    if (code.resultKind != Kind::NOTHING) CopySlot(*result, *base);
     return true;
 }
 

@@ -48,7 +48,15 @@ private:
     bool Invoke(const Code& code, const Slot* arguments, Slot* result);
     bool Execute();
     bool ExecuteFrom(size_t entry);
-    bool Push(const Code& code, Slot* base);
+    // Enters a function whose registers begin at `base`. false, with an exception pending, without room for it.
+    bool Push(const Code& code, Slot* base) {
+        const bool hasRoom = frames_.size() < frames_.capacity() && stackEnd_ - base > code.frameSize;
+        if (!hasRoom && !MakeRoom(code, base)) [[unlikely]]
+            return false;
+        frames_.push_back({&code, code.instructions.data(), base});
+        return true;
+    }
+    bool MakeRoom(const Code& code, const Slot* base);
     // After an exception: continues at a handler of a frame from `entry` on (true), or leaves those frames.
     bool Unwind(size_t entry);
     void ReleaseLifetimes(const Frame& frame, const Handler* handler);

@@ -62,21 +62,6 @@ int32_t CallWithCount(void* function, const Slot* arguments) {
 constexpr std::array WORD_CALLS = {CallWithCount<0>, CallWithCount<1>, CallWithCount<2>, CallWithCount<3>,
                                    CallWithCount<4>, CallWithCount<5>, CallWithCount<6>};
 
-// Not by ffi_raw_call, which would take the words as they are: that of libffi 3.4 damages the fourth word on i386.
-void CallThroughFfi(const CallShape& shape, void* function, const Slot* arguments, Slot* result) {
-    const size_t count = shape.types.size();
-    void* few[FEW_ARGUMENTS];
-    std::vector<void*> many;
-    void** values = few;
-    if (count > FEW_ARGUMENTS) {
-        many.resize(count);
-        values = many.data();
-    }
-    for (size_t i = 0; i < count; ++i) values[i] = const_cast<Slot*>(&arguments[i]);
-    auto* cif = const_cast<ffi_cif*>(&shape.cif); // libffi only reads it
-    ffi_call(cif, reinterpret_cast<void (*)()>(function), result, values);
-}
-
 } // namespace
 
 const CallShape* ShapeOf(const std::vector<Kind>& arguments, Kind result) {
@@ -113,15 +98,19 @@ const CallShape* SetterShapeOf(const Signature& signature, bool withObject) {
     return ShapeOf(kinds, Kind::NOTHING);
 }
 
-void CallNative(const CallShape* shape, void* function, const Slot* arguments, Slot* result) {
-    const size_t mark = ConversionPoolMark();
-    if (shape->wordCall != nullptr) {
-        int32_t word = shape->wordCall(function, arguments);
-        if (result != nullptr) result->integer = word;
-    } else {
-        CallThroughFfi(*shape, function, arguments, result);
+// Not by ffi_raw_call, which would take the words as they are: that of libffi 3.4 damages the fourth word on i386.
+void CallThroughFfi(const CallShape& shape, void* function, const Slot* arguments, Slot* result) {
+    const size_t count = shape.types.size();
+    void* few[FEW_ARGUMENTS];
+    std::vector<void*> many;
+    void** values = few;
+    if (count > FEW_ARGUMENTS) {
+        many.resize(count);
+        values = many.data();
     }
-    ReleaseConversionPool(mark);
+    for (size_t i = 0; i < count; ++i) values[i] = const_cast<Slot*>(&arguments[i]);
+    auto* cif = const_cast<ffi_cif*>(&shape.cif); // libffi only reads it
+    ffi_call(cif, reinterpret_cast<void (*)()>(function), result, values);
 }
 
 Closure::Closure(const CallShape* shape, ClosureCallback callback, void* context)
@@ -136,45 +125,46 @@ Closure::Closure(const CallShape* shape, ClosureCallback callback, void* context
 
 Closure::~Closure() { ffi_closure_free(memory_); }
 
-void Closure::Call(ffi_raw* words, Slot& value) const {
-    const CallShape& shape = *shape_;
-    const size_t count = shape.types.size();
-    Slot few[FEW_ARGUMENTS];
-    std::vector<Slot> many;
-    Slot* arguments = few;
-    if (count > FEW_ARGUMENTS) {
-        many.resize(count);
-        arguments = many.data();
-    }
-    // The words of a raw closure are the caller's stack: a wide value takes two.
-    for (size_t i = 0; i < count; ++i) {
-        if (shape.isWide[i]) {
+inline void Closure::CallBack(const Slot* arguments, Slot& value) const {
+    if (!IsExceptionPending()) [[likely]]
+        return callback_(context_, arguments, &value);
+    SuspendedException suspended;
+    callback_(context_, arguments, &value);
+}
+
+// The words of a raw closure are the caller's stack: a wide value takes two.
+void Closure::CallWithWide(const ffi_raw* words, Slot& value) const {
+    std::vector<Slot> arguments(shape_->types.size());
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        if (shape_->isWide[i]) {
             std::memcpy(&arguments[i].wide, words, sizeof(int64_t));
             words += 2;
         } else {
             arguments[i].integer = (words++)->sint;
         }
     }
-    if (IsExceptionPending()) {
-        SuspendedException suspended;
-        callback_(context_, arguments, &value);
-    } else {
-        callback_(context_, arguments, &value);
-    }
+    CallBack(arguments.data(), value);
 }
 
 void Closure::Enter(ffi_cif*, void* result, ffi_raw* words, void* self) noexcept {
-    const auto* closure = static_cast<const Closure*>(self);
-    const CallShape& shape = *closure->shape_;
+    const auto& closure = *static_cast<const Closure*>(self);
+    const CallShape& shape = *closure.shape_;
     Slot value{};
     try {
-        closure->Call(words, value);
+        if (shape.wordCall != nullptr) {
+            Slot arguments[WORD_CALLS.size()];
+            for (size_t i = 0; i < shape.types.size(); ++i) arguments[i].integer = words[i].sint;
+            closure.CallBack(arguments, value);
+        } else {
+            closure.CallWithWide(words, value);
+        }
     } catch (const std::bad_alloc&) {
         RaiseOutOfMemory();
     }
+    if (shape.result == Kind::NOTHING) return;
     if (IsWide(shape.result)) {
         std::memcpy(result, &value.wide, sizeof(int64_t));
-    } else if (shape.result != Kind::NOTHING) {
+    } else {
         *static_cast<ffi_sarg*>(result) = value.integer;
     }
 }

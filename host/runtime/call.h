@@ -1,6 +1,7 @@
 // Typed calls between the host and native code, both ways, by libffi (cdecl).
 #pragma once
 
+#include "host/runtime/encoding.h"
 #include "host/runtime/signature.h"
 
 #include <ffi.h>
@@ -50,11 +51,23 @@ const CallShape* ShapeOf(const Signature& signature, bool withObject);
 const CallShape* SetterShapeOf(const Signature& signature, bool withObject);
 const CallShape* ShapeOf(const std::vector<Kind>& arguments, Kind result);
 
+// For CallNative: calls that pass more than words, or many.
+void CallThroughFfi(const CallShape& shape, void* function, const Slot* arguments, Slot* result);
+
 // Calls a native function. `arguments` holds one slot for each argument, the object first. Arguments are borrowed by
 // the callee; a string or object result carries one reference for the caller. The unused part of the result is
 // unspecified. Strings lent by the conversion pool during the call are released. An exception raised meanwhile is
 // pending afterwards.
-void CallNative(const CallShape* shape, void* function, const Slot* arguments, Slot* result);
+inline void CallNative(const CallShape* shape, void* function, const Slot* arguments, Slot* result) {
+    const size_t mark = ConversionPoolMark();
+    if (shape->wordCall != nullptr) {
+        int32_t word = shape->wordCall(function, arguments);
+        if (result != nullptr) result->integer = word;
+    } else {
+        CallThroughFfi(*shape, function, arguments, result);
+    }
+    ReleaseConversionPool(mark);
+}
 
 // Called for a call of a closure's function: arguments are borrowed from the native caller, the result (if the shape
 // has one) passes with a reference. Must not throw. `result` starts as 0.
@@ -72,7 +85,8 @@ public:
     void* Function() const { return function_; }
 
 private:
-    void Call(ffi_raw* words, Slot& value) const;
+    void CallWithWide(const ffi_raw* words, Slot& value) const;
+    void CallBack(const Slot* arguments, Slot& value) const;
     static void Enter(ffi_cif* cif, void* result, ffi_raw* words, void* self) noexcept;
 
     const CallShape* shape_;
