@@ -20,9 +20,18 @@ struct Guarded<FUNCTION> {
     }
 };
 
+// What throws nothing is called as it is.
+template <typename Function>
+inline constexpr bool IS_NOEXCEPT = false;
+template <typename Result, typename... Arguments>
+inline constexpr bool IS_NOEXCEPT<Result (*)(Arguments...) noexcept> = true;
+
 template <auto FUNCTION>
 void* Native() {
-    return reinterpret_cast<void*>(&Guarded<FUNCTION>::Call);
+    if constexpr (IS_NOEXCEPT<decltype(FUNCTION)>)
+        return reinterpret_cast<void*>(FUNCTION);
+    else
+        return reinterpret_cast<void*>(&Guarded<FUNCTION>::Call);
 }
 
 } // namespace host

@@ -80,19 +80,21 @@ Object* PluginNewInstance(void* reference) {
     return NewObject(static_cast<const char*>(reference));
 }
 
-String* KOVABuildString(const char* bytes, int32_t length) { return BuildString(bytes, length); }
-void KOVALockString(String* string) { LockString(string); }
-void KOVAUnlockString(String* string) { UnlockString(string); }
-uint32_t KOVAGetStringEncoding(String* string) { return string != nullptr ? string->encoding : ENCODING_UNKNOWN; }
+void KOVALockString(String* string) noexcept { LockString(string); }
+void KOVAUnlockString(String* string) noexcept { UnlockString(string); }
 
-void KOVASetStringEncoding(String* string, uint32_t encoding) {
+uint32_t KOVAGetStringEncoding(String* string) noexcept {
+    return string != nullptr ? string->encoding : ENCODING_UNKNOWN;
+}
+
+void KOVASetStringEncoding(String* string, uint32_t encoding) noexcept {
     if (string != nullptr) string->encoding = encoding;
 }
 
-void KOVALockObject(Object* object) { LockObject(object); }
+void KOVALockObject(Object* object) noexcept { LockObject(object); }
 void KOVAUnlockObject(Object* object) { UnlockObject(object); }
 
-void* GetEventInstance(const Object* object, const Event* event) {
+void* GetEventInstance(const Object* object, const Event* event) noexcept {
     if ((object == nullptr) || (event == nullptr) || IsExceptionPending()) return nullptr;
     return EventHandlerOf(object, event);
 }
@@ -147,7 +149,7 @@ const std::array SERVICES = {
     Entry<PluginNewInstance>("PluginNewInstance"),
     Entry<KOVALockObject>("KOVALockObject"),
     Entry<KOVAUnlockObject>("KOVAUnlockObject"),
-    Entry<KOVABuildString>("KOVABuildString"),
+    Entry<BuildBytes>("KOVABuildString"),
     Entry<KOVALockString>("KOVALockString"),
     Entry<KOVAUnlockString>("KOVAUnlockString"),
     Entry<CString>("StringGetCString"),

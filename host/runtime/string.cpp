@@ -178,6 +178,11 @@ String* BuildString(const char* bytes, int32_t length, uint32_t encoding) {
     return Build(std::string_view(bytes, static_cast<size_t>(length)), encoding);
 }
 
+String* BuildBytes(const char* bytes, int32_t length) noexcept {
+    if ((bytes == nullptr) || length < 0) length = 0;
+    return Build(std::string_view(bytes, static_cast<size_t>(length)), ENCODING_UNKNOWN);
+}
+
 String* PartOfString(String* string, size_t offset, size_t length) {
     LongString* whole = AsLongString(string);
     if (whole == nullptr || length <= LONGEST_SHORT)
@@ -203,7 +208,7 @@ String* RetagString(String* string, uint32_t encoding) {
     return part;
 }
 
-void FreeString(String* string) {
+void FreeString(String* string) noexcept {
     --liveStrings;
     LongString* longString = AsLongString(string);
     if (longString == nullptr) {
@@ -217,7 +222,7 @@ void FreeString(String* string) {
 
 uint32_t LiveStringCount() { return liveStrings; }
 
-const char* CString(String* string) {
+const char* CString(String* string) noexcept {
     LongString* longString = AsLongString(string);
     if (longString == nullptr) return string != nullptr ? string->bytes : "";
     if (longString->cString != nullptr) return longString->cString;

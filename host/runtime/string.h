@@ -21,6 +21,7 @@ struct String {
 // A new string with one reference, for the caller. The bytes may contain NULs. A negative length or null bytes give an
 // empty string (not nil). Without memory the result is nil and OutOfMemoryException is raised.
 String* BuildString(const char* bytes, int32_t length, uint32_t encoding = 0);
+String* BuildBytes(const char* bytes, int32_t length) noexcept; // of unknown encoding
 String* BuildString(std::string_view bytes, uint32_t encoding = 0);
 
 // A new string of `length` bytes for the caller to fill before anyone else sees it. nil without memory.
@@ -30,7 +31,7 @@ String* AllocateString(size_t length, uint32_t encoding);
 String* PartOfString(String* string, size_t offset, size_t length);
 String* RetagString(String* string, uint32_t encoding);
 
-void FreeString(String* string); // only for UnlockString
+void FreeString(String* string) noexcept; // only for UnlockString
 
 inline void LockString(String* string) {
     if (string != nullptr) ++string->references;
@@ -45,7 +46,7 @@ inline std::string_view StringView(const String* string) {
 }
 
 // The bytes and a NUL, which stay while the string lives; "" for nil, and without memory.
-const char* CString(String* string);
+const char* CString(String* string) noexcept;
 
 // A new string: the two joined, in the encoding they share. If they differ, the right one is converted to the left
 // one's (an empty side does not count), or both to UTF-8 when the left one's cannot express it. A string that was
