@@ -60,6 +60,21 @@ void RemoveCall(std::string& text, size_t at, const std::string& call) {
     }
 }
 
+// The path and its step as they were.
+void RemoveStep(std::string& text, size_t at) {
+    const size_t begin = at + STEP_CALL.size();
+    const size_t quote = std::min(text.find('\'', begin), text.size());
+    const std::string step = text.substr(begin, quote - begin);
+    text.erase(at, quote + 2 - at); // what a message holds of an expression may end anywhere
+    int depth = 1;
+    for (size_t end = at; end < text.size(); ++end) {
+        depth += text[end] == '(' ? 1 : text[end] == ')' ? -1 : 0;
+        if (depth > 0) continue;
+        text.replace(end, 1, step == "//" ? "/" : step.starts_with("//") ? step : '/' + step);
+        break;
+    }
+}
+
 } // namespace
 
 std::string WrappedAsText(const std::string& expression) {
@@ -79,7 +94,11 @@ std::string WithoutStream(const std::string& expression, bool isBelowAnything) {
 
 std::string Prepared(const std::string& expression, ExpressionUse use) {
     const std::string wrapped = use == ExpressionUse::TEXT ? WrappedAsText(expression) : expression;
-    return WithoutStream(NodeSetsAsCalls(WaysBackAsPredicates(FirstKeysAsCalls(wrapped)), use), false);
+    return WithoutStream(NodeSetsAsCalls(StepsAsCalls(FirstKeysAsCalls(wrapped), use), use), false);
+}
+
+std::string PreparedPattern(const std::string& pattern) {
+    return NodeSetsAsCalls(StepsAsCalls(pattern, ExpressionUse::PATTERN), ExpressionUse::PATTERN);
 }
 
 std::string WrappedAsRefused(const std::string& expression) {
@@ -90,6 +109,9 @@ std::string WrappedAsRefused(const std::string& expression) {
 }
 
 std::string WithoutCalls(std::string text) {
+    for (size_t at = text.find(STEP_CALL); at != std::string::npos; at = text.find(STEP_CALL)) RemoveStep(text, at);
+    for (size_t at = text.find(FIRST_OF_STEP); at != std::string::npos; at = text.find(FIRST_OF_STEP))
+        text.erase(at, FIRST_OF_STEP.size());
     for (const std::string& call : {std::string(TEXT_FUNCTION) + '(', std::string(UNION_CALL),
                                     std::string(FIRST_KEY_FUNCTION) + '(', std::string(SORTED_CALL)})
         for (size_t at = text.find(call); at != std::string::npos; at = text.find(call)) RemoveCall(text, at, call);

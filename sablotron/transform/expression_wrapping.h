@@ -20,6 +20,7 @@ std::string WrappedAsText(const std::string& expression);
 std::string WithoutStream(const std::string& expression, bool isBelowAnything);
 // An expression of a stylesheet as it is compiled.
 std::string Prepared(const std::string& expression, ExpressionUse use);
+std::string PreparedPattern(const std::string& pattern);
 // What stands for an expression that does not parse: a call of REFUSED_FUNCTION with it.
 std::string WrappedAsRefused(const std::string& expression);
 

@@ -389,8 +389,7 @@ bool ModuleCheck::CheckAttribute(xmlNode* element, xmlAttr* attribute, const Rul
         return true;
     case Content::PATTERN:
         if (!CheckExpression(element, value)) return false;
-        Change(element, attribute,
-               NodeSetsAsCalls(rule.element == "key" ? WithoutStream(value, true) : value, ExpressionUse::PATTERN));
+        Change(element, attribute, PreparedPattern(rule.element == "key" ? WithoutStream(value, true) : value));
         return true;
     case Content::NAMES:
         if (value.find(':') == std::string::npos) return true;

@@ -2,6 +2,7 @@
 #include "sablotron/tree/node_union.h"
 
 #include "sablotron/tree/element_numbers.h"
+#include "sablotron/tree/node_steps.h"
 #include "sablotron/tree/tree.h"
 #include "sablotron/tree/xpath.h"
 #include "sablotron/tree/xpath_rewrite.h"
@@ -67,13 +68,25 @@ void FindById(xmlXPathParserContext* parser, int argumentCount) noexcept {
     SortValue(parser);
 }
 
-// Also SORTED_CALL, which is a union whose first argument is the mark.
+void Step(xmlXPathParserContext* parser, std::string_view step) {
+    try {
+        TakeStep(parser, step);
+    } catch (const std::bad_alloc&) {
+        xmlXPathErr(parser, XPATH_MEMORY_ERROR);
+    }
+}
+
+// Also SORTED_CALL, which is a union whose first argument is the mark, and STEP_CALL.
 void Count(xmlXPathParserContext* parser, int argumentCount) noexcept {
     const bool hasMore = argumentCount > 1 && parser->valueNr >= argumentCount;
-    const xmlXPathObject* mark = hasMore ? parser->valueTab[parser->valueNr - argumentCount] : nullptr;
-    if (mark == nullptr || mark->type != XPATH_STRING || View(mark->stringval) != SORTED_MARK)
+    const xmlXPathObject* first = hasMore ? parser->valueTab[parser->valueNr - argumentCount] : nullptr;
+    const std::string_view mark = first != nullptr && first->type == XPATH_STRING ? View(first->stringval) : "";
+    if (mark == SORTED_MARK)
+        Unite(parser, argumentCount - 1);
+    else if (mark.starts_with(STEP_MARK) && argumentCount == 2)
+        Step(parser, mark.substr(STEP_MARK.size()));
+    else
         return xmlXPathCountFunction(parser, argumentCount);
-    Unite(parser, argumentCount - 1);
     if (parser->error != 0) return;
     xmlXPathObject* sorted = valuePop(parser);
     xmlXPathFreeObject(valuePop(parser));

@@ -32,6 +32,15 @@ constexpr std::string_view SORTED_CALL = "count('sablot.sorted',";
 enum class ExpressionUse { VALUE, TEXT, TEST, PATTERN }; // TEXT: a value that becomes text
 std::string NodeSetsAsCalls(std::string_view expression, ExpressionUse use = ExpressionUse::VALUE);
 
+// `expression` with calls in place of steps from sets of nodes to what is around, beside, before, after or below them:
+// "//a/following::b[c]" as "count('sablot.step following::b',//a)[c]". libxml2 takes such a step for each node and
+// compares what it finds with all found before. Steps with predicates that depend on positions stay, but for "[n]".
+// And "not(following::b[01])" in place of "not(following::b)", for which libxml2 goes on to the last node.
+constexpr std::string_view STEP_MARK = "sablot.step ";
+constexpr std::string_view STEP_CALL = "count('sablot.step ";
+constexpr std::string_view FIRST_OF_STEP = "[01]"; // as nobody writes it
+std::string StepsAsCalls(std::string_view expression, ExpressionUse use);
+
 // `expression` with calls of FIRST_KEY_FUNCTION in place of "key(name, value)[1]", which libxslt would find all nodes
 // for.
 constexpr std::string_view FIRST_KEY_FUNCTION = "sablot.first-key";

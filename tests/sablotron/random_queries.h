@@ -95,7 +95,7 @@ private:
         static constexpr const char* PREDICATES[] = {"[1]",       "[2]",          "[last()]",
                                                      "[@i]",      "[@i='1']",     "['x'=@j]",
                                                      "[a]",       "[b/c]",        "[position()>1]",
-                                                     "[@i > 0]",  "[not(@j)]",    "[count(*)]",
+                                                     "[@i > 0]",  "[not(@j)]",    "[not(following::b)]",
                                                      "[.//b]",    "[text()='t']", "[position()=last()]",
                                                      "[../a[1]]", "[*/a/../b]",   "[count(..//@i/..) > 1]"};
         if (Pick(8) == 0) return Pick(2) == 0 ? ".." : ".";
