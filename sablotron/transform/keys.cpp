@@ -2,6 +2,7 @@
 #include "sablotron/transform/keys.h"
 
 #include "sablotron/transform/instructions.h"
+#include "sablotron/transform/key_tables.h"
 #include "sablotron/tree/element_numbers.h"
 #include "sablotron/tree/number_text.h"
 #include "sablotron/tree/tree.h"
@@ -72,20 +73,26 @@ void FindBySeveral(xmlXPathParserContext* parser) {
     valuePush(parser, result.release());
 }
 
+void FillTables(xmlXPathParserContext* parser) {
+    xsltTransformContext* context = xsltXPathGetTransformContext(parser);
+    const xmlNode* node = parser->context->node;
+    if (context != nullptr && node != nullptr && !IsDeclaration(node)) FillKeyTables(context, node->doc);
+}
+
 } // namespace
 
 void FindByKey(xmlXPathParserContext* parser, int argumentCount) {
     NumbersToStrings(parser, argumentCount);
     const xmlXPathObject* value = parser->value;
-    if (argumentCount == 2 && value != nullptr && value->type == XPATH_NODESET && value->nodesetval != nullptr
-        && value->nodesetval->nodeNr > 1) {
-        try {
+    try {
+        FillTables(parser);
+        if (argumentCount == 2 && value != nullptr && value->type == XPATH_NODESET && value->nodesetval != nullptr
+            && value->nodesetval->nodeNr > 1)
             FindBySeveral(parser);
-        } catch (const std::bad_alloc&) {
-            xmlXPathErr(parser, XPATH_MEMORY_ERROR);
-        }
-    } else {
-        xsltKeyFunction(parser, argumentCount);
+        else
+            xsltKeyFunction(parser, argumentCount);
+    } catch (const std::bad_alloc&) {
+        xmlXPathErr(parser, XPATH_MEMORY_ERROR);
     }
     SortValue(parser); // nodes of several values come by value
 }
@@ -96,6 +103,7 @@ void FindFirstByKey(xmlXPathParserContext* parser, int argumentCount) {
     const xmlNode* node = parser->context->node;
     const bool isSteady = argumentCount == 2 && context != nullptr && node != nullptr && !IsFragment(AsNode(node->doc));
     try {
+        FillTables(parser);
         std::optional<std::string> text = isSteady ? TextOf(*parser) : std::nullopt;
         if (!text) {
             xsltKeyFunction(parser, argumentCount);
