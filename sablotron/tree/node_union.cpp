@@ -11,7 +11,9 @@
 
 #include <algorithm>
 #include <new>
+#include <string>
 #include <unordered_set>
+#include <utility>
 
 namespace sablot {
 namespace {
@@ -62,10 +64,43 @@ void Unite(xmlXPathParserContext* parser, int argumentCount) noexcept {
     SortValue(parser);
 }
 
-// libxml2 leaves the elements as their IDs come.
+// Adds the elements of a text that lists IDs, and frees the text.
+void AddById(xmlXPathContext* context, xmlChar* text, xmlNodeSet* elements) {
+    constexpr std::string_view BLANKS = " \t\r\n";
+    if (text == nullptr || elements == nullptr) throw std::bad_alloc();
+    std::string ids(View(text));
+    xmlFree(text);
+    for (size_t end = 0, at = 0; (at = ids.find_first_not_of(BLANKS, end)) != std::string::npos; ++end) {
+        end = std::min(ids.find_first_of(BLANKS, at), ids.size());
+        ids[end] = '\0';
+        ++context->opCount;
+        const xmlAttr* id = xmlGetID(context->doc, Chars(ids.c_str() + at));
+        if (id != nullptr && id->parent != nullptr && xmlXPathNodeSetAddUnique(elements, id->parent) < 0)
+            throw std::bad_alloc();
+    }
+}
+
+// libxml2 compares each element with all found before, and leaves them as their IDs come.
 void FindById(xmlXPathParserContext* parser, int argumentCount) noexcept {
-    xmlXPathIdFunction(parser, argumentCount);
-    SortValue(parser);
+    if (argumentCount != 1) return xmlXPathErr(parser, XPATH_INVALID_ARITY);
+    const XPathPointer<xmlXPathObject> ids(valuePop(parser));
+    if (!ids) return xmlXPathErr(parser, XPATH_INVALID_OPERAND);
+    const bool isSet = ids->type == XPATH_NODESET || ids->type == XPATH_XSLT_TREE;
+    const xmlNodeSet* nodes = isSet ? ids->nodesetval : nullptr;
+    XPathPointer<xmlXPathObject> result(xmlXPathNewNodeSet(nullptr));
+    xmlNodeSet* elements = result ? result->nodesetval : nullptr;
+    try {
+        for (int i = 0; nodes != nullptr && i < nodes->nodeNr; ++i)
+            AddById(parser->context, xmlXPathCastNodeToString(nodes->nodeTab[i]), elements);
+        if (!isSet) AddById(parser->context, xmlXPathCastToString(ids.get()), elements);
+        SortNodes(elements);
+    } catch (const std::bad_alloc&) {
+        return xmlXPathErr(parser, XPATH_MEMORY_ERROR);
+    }
+    if (elements != nullptr)
+        elements->nodeNr =
+            static_cast<int>(std::unique(elements->nodeTab, elements->nodeTab + elements->nodeNr) - elements->nodeTab);
+    valuePush(parser, result.release());
 }
 
 void Step(xmlXPathParserContext* parser, std::string_view step) {
