@@ -46,12 +46,6 @@ int32_t HiddenAttributes(const XmlData& xml, SDOM_Node element, int32_t count) {
 
 } // namespace
 
-NodeData* NodeOf(KOVAObject wrapper) {
-    return wrapper != nullptr ? InstanceData<NodeData>(wrapper, xmlNodeClass) : nullptr;
-}
-
-SDOM_Node LibraryNodeOf(KOVAObject wrapper) { return NodeOf(wrapper)->node; }
-
 SDOM_NodeType TypeOf(const XmlData& xml, SDOM_Node node) {
     SDOM_NodeType type{};
     Checked(SDOM_getNodeType(xml.situation, node, &type));
@@ -60,8 +54,8 @@ SDOM_NodeType TypeOf(const XmlData& xml, SDOM_Node node) {
 
 void SetNode(NodeData& wrapper, SDOM_Node node) {
     if (const XmlData* xml = XmlOf(wrapper.xml)) {
-        SDOM_holdNode(node);
-        SDOM_endHold(xml->situation, wrapper.node);
+        if (node != nullptr) SDOM_holdNode(node);
+        if (wrapper.node != nullptr) SDOM_endHold(xml->situation, wrapper.node);
     }
     wrapper.node = node;
 }
@@ -77,13 +71,6 @@ KOVAObject WrapNode(KOVAObject xml, SDOM_Node node) {
     wrapper.xml = LockedObject(xml);
     SetNode(wrapper, node);
     return object;
-}
-
-bool CheckDocument(NodeData& wrapper) {
-    const XmlData* xml = XmlOf(wrapper.xml);
-    if (xml != nullptr && xml->document != nullptr) return false;
-    wrapper.lastError = SDOM_NOT_FOUND_ERR;
-    return true;
 }
 
 int32_t Checked(int32_t code) {

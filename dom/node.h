@@ -2,7 +2,6 @@
 #pragma once
 
 #include "dom/xml.h"
-#include "glue/host_types.h"
 #include "sablotron/sdom.h"
 
 #include <cstdint>
@@ -20,8 +19,12 @@ struct NodeData {
 
 static_assert(sizeof(NodeData) == 16 && offsetof(NodeData, lastError) == 12);
 
-NodeData* NodeOf(KOVAObject wrapper); // null for nil
-SDOM_Node LibraryNodeOf(KOVAObject wrapper);
+// Null for nil.
+inline NodeData* NodeOf(KOVAObject wrapper) {
+    return wrapper != nullptr ? InstanceData<NodeData>(wrapper, xmlNodeClass) : nullptr;
+}
+
+inline SDOM_Node LibraryNodeOf(KOVAObject wrapper) { return NodeOf(wrapper)->node; }
 
 // Lets the wrapper stand for another node (null: none). It holds the node's handle as long as it has an `Xml` object.
 void SetNode(NodeData& wrapper, SDOM_Node node);
@@ -30,7 +33,12 @@ void SetNode(NodeData& wrapper, SDOM_Node node);
 KOVAObject WrapNode(KOVAObject xml, SDOM_Node node);
 
 // Whether the document is gone; `LastError` is 8 then.
-bool CheckDocument(NodeData& wrapper);
+inline bool CheckDocument(NodeData& wrapper) {
+    const XmlData* xml = XmlOf(wrapper.xml);
+    if (xml != nullptr && xml->document != nullptr) return false;
+    wrapper.lastError = SDOM_NOT_FOUND_ERR;
+    return true;
+}
 
 // Want of memory is the host's OutOfMemoryException in every member, also in those that raise nothing else: a program
 // must not take it for "there is none". Answers the code.

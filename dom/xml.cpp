@@ -42,8 +42,6 @@ void BuildLibraryObjects(XmlData& xml) {
 
 } // namespace
 
-XmlData* XmlOf(KOVAObject xml) { return xml != nullptr ? InstanceData<XmlData>(xml, xmlClass) : nullptr; }
-
 uint32_t ProcessorSerial(SablotHandle processor) {
     const auto found = ProcessorSerials().find(processor);
     return found != ProcessorSerials().end() ? found->second : 0;

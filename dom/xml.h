@@ -1,7 +1,8 @@
 // The hidden per-document object: library handles and state that all wrappers of one document share.
 #pragma once
 
-#include "glue/host_types.h"
+#include "dom/classes.h"
+#include "glue/objects.h"
 #include "sablotron/sablot.h"
 #include "sablotron/sdom.h"
 
@@ -30,7 +31,8 @@ struct XmlData {
 
 static_assert(sizeof(XmlData) == 60 && offsetof(XmlData, document) == 32 && offsetof(XmlData, loadedFromText) == 56);
 
-XmlData* XmlOf(KOVAObject xml); // null for nil
+// Null for nil.
+inline XmlData* XmlOf(KOVAObject xml) { return xml != nullptr ? InstanceData<XmlData>(xml, xmlClass) : nullptr; }
 
 // Tells the processors that ever lived apart, also when one has the address of a former one. 0: none lives there.
 uint32_t ProcessorSerial(SablotHandle processor);

@@ -73,11 +73,12 @@ struct Class {
     std::vector<std::unique_ptr<Closure>> handlerClosures;
 };
 
-// Whether this is a class reference rather than a NUL-terminated class name; not nullptr.
+// Whether this is a class reference rather than a NUL-terminated class name, which may be shorter than the mark; not
+// nullptr.
 inline bool IsClassReference(const void* reference) {
-    return std::strncmp(static_cast<const char*>(reference), reinterpret_cast<const char*>(&Class::MARK),
-                        sizeof Class::MARK)
-           == 0;
+    const auto* bytes = static_cast<const unsigned char*>(reference);
+    return bytes[0] == (Class::MARK & 0xFF) && bytes[1] == (Class::MARK >> 8 & 0xFF)
+           && bytes[2] == (Class::MARK >> 16 & 0xFF) && bytes[3] == Class::MARK >> 24;
 }
 
 Class* FindClass(std::string_view name);
