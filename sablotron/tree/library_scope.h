@@ -20,14 +20,15 @@ struct ErrorHandlers {
     xmlGenericErrorFunc generic = nullptr; // of what expressions and stylesheets say beside their structured errors
 };
 
-// Sends the errors to these handlers; nothing reaches standard error. Looks up once where libxml2 keeps them in this
-// thread, for a small edit takes no longer than that.
+// Sends the errors to these handlers; nothing reaches standard error. Looks up once for each thread where libxml2
+// keeps them: a small edit takes little longer than that.
 class ErrorScope {
 public:
     explicit ErrorScope(const ErrorHandlers& handlers = {}) {
         if (handlers.structured != nullptr) {
-            structured_ = {&xmlStructuredError, handlers.structured};
-            structuredData_ = {&xmlStructuredErrorContext, handlers.data};
+            const StructuredPlaces& places = StructuredOfThread();
+            structured_ = {places.handler, handlers.structured};
+            structuredData_ = {places.data, handlers.data};
         }
         if (handlers.generic != nullptr) {
             generic_ = {&xmlGenericError, handlers.generic};
@@ -44,6 +45,17 @@ public:
     }
 
 private:
+    // Where libxml2 keeps a thread's handler, which stays there.
+    struct StructuredPlaces {
+        xmlStructuredErrorFunc* handler = nullptr;
+        void** data = nullptr;
+    };
+    static const StructuredPlaces& StructuredOfThread() {
+        static thread_local StructuredPlaces places;
+        if (places.handler == nullptr) places = {&xmlStructuredError, &xmlStructuredErrorContext};
+        return places;
+    }
+
     // A value of libxml2's, and what it was.
     template <typename Value>
     struct Kept {
