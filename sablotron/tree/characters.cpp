@@ -4,6 +4,7 @@
 #include <emmintrin.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -28,10 +29,22 @@ constexpr Range XML_CHARACTERS[] = {{'\t', '\n'}, {'\r', '\r'}, {' ', 0xD7FF}, {
 constexpr uint32_t INVALID = 0xFFFFFFFF;
 
 template <size_t N>
-bool IsIn(const Range (&ranges)[N], uint32_t character) {
+constexpr bool IsIn(const Range (&ranges)[N], uint32_t character) {
     return std::any_of(std::begin(ranges), std::end(ranges),
                        [=](Range range) { return character >= range.first && character <= range.last; });
 }
+
+// What a character of ASCII may be in a name without colon.
+constexpr uint8_t STARTS = 1;
+constexpr uint8_t CONTINUES = 2;
+constexpr auto IN_NAMES = [] {
+    std::array<uint8_t, 0x80> uses{};
+    for (uint32_t character = 0; character < uses.size(); ++character) {
+        if (IsIn(NAME_START, character)) uses[character] = STARTS | CONTINUES;
+        if (IsIn(NAME_REST, character)) uses[character] = CONTINUES;
+    }
+    return uses;
+}();
 
 // Takes the first character off the text, which is not empty; INVALID when it is not UTF-8 in shortest form.
 uint32_t TakeCharacter(std::string_view& text) {
@@ -63,10 +76,15 @@ size_t PlainLength(std::string_view text) {
 }
 
 bool IsNcName(std::string_view name) {
-    if (name.empty() || !IsIn(NAME_START, TakeCharacter(name))) return false;
-    while (!name.empty()) {
-        uint32_t character = TakeCharacter(name);
-        if (!IsIn(NAME_START, character) && !IsIn(NAME_REST, character)) return false;
+    if (name.empty()) return false;
+    for (uint8_t use = STARTS; !name.empty(); use = CONTINUES) {
+        if (const auto first = static_cast<unsigned char>(name[0]); first < IN_NAMES.size()) {
+            if ((IN_NAMES[first] & use) == 0) return false;
+            name.remove_prefix(1);
+            continue;
+        }
+        const uint32_t character = TakeCharacter(name);
+        if (!IsIn(NAME_START, character) && (use == STARTS || !IsIn(NAME_REST, character))) return false;
     }
     return true;
 }
