@@ -11,14 +11,14 @@ namespace sablot {
 
 namespace {
 
-using Text = std::optional<std::string>;
+using Text = std::optional<std::string_view>;
 
 // Runs body(node), which answers a text or none, and hands the text out.
 template <typename Body>
 SDOM_Exception GetText(SablotSituation situation, SDOM_Node node, char** text, Body body) {
     *text = nullptr;
     return CallOnNode(situation, node, [&](xmlNode* found) {
-        if (Text answer = body(found)) *text = NewDeletableString(*answer);
+        if (const auto answer = body(found)) *text = NewDeletableString(*answer);
         return SDOM_OK;
     });
 }
@@ -58,7 +58,8 @@ SDOM_Exception SDOM_getNodeType(SablotSituation situation, SDOM_Node node, SDOM_
 }
 
 SDOM_Exception SDOM_getNodeName(SablotSituation situation, SDOM_Node node, char** name) {
-    return GetText(situation, node, name, [](const xmlNode* found) { return NameOf(found).QualifiedName(); });
+    return GetText(situation, node, name,
+                   [](const xmlNode* found) { return std::optional(NameOf(found).QualifiedName()); });
 }
 
 SDOM_Exception SDOM_getNodeNSUri(SablotSituation situation, SDOM_Node node, char** uri) {
@@ -78,8 +79,9 @@ SDOM_Exception SDOM_getNodeLocalName(SablotSituation situation, SDOM_Node node, 
 }
 
 SDOM_Exception SDOM_getNodeValue(SablotSituation situation, SDOM_Node node, char** value) {
+    std::string joined;
     return GetText(situation, node, value,
-                   [](xmlNode* found) { return IsParent(found) ? Text() : Text(ValueOf(found)); });
+                   [&](xmlNode* found) { return IsParent(found) ? Text() : Text(ValueOf(found, joined)); });
 }
 
 SDOM_Exception SDOM_getParentNode(SablotSituation situation, SDOM_Node node, SDOM_Node* parent) {

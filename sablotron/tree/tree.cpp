@@ -229,12 +229,18 @@ void Unlink(xmlNode* node) {
     node->parent = node->prev = node->next = nullptr;
 }
 
+std::string_view ValueOf(const xmlNode* node, std::string& joined) {
+    if (IsDeclaration(node)) return View(AsDeclaration(node)->href);
+    if (!IsAttribute(node)) return View(node->content);
+    const xmlNode* part = node->children;
+    if (part != nullptr && part->next == nullptr) return View(part->content);
+    for (; part != nullptr; part = part->next) joined += View(part->content);
+    return joined;
+}
+
 std::string ValueOf(const xmlNode* node) {
-    if (IsDeclaration(node)) return std::string(View(AsDeclaration(node)->href));
-    if (!IsAttribute(node)) return std::string(View(node->content));
-    std::string value;
-    for (const xmlNode* part = node->children; part != nullptr; part = part->next) value += View(part->content);
-    return value;
+    std::string joined;
+    return std::string(ValueOf(node, joined));
 }
 
 } // namespace sablot

@@ -163,5 +163,7 @@ void Unlink(xmlNode* node);
 
 // The value of an attribute or a declaration; the content of text, comments and processing instructions.
 std::string ValueOf(const xmlNode* node);
+// The same where it lies; that of an attribute which stands in pieces is put together in `joined`.
+std::string_view ValueOf(const xmlNode* node, std::string& joined);
 
 } // namespace sablot
