@@ -49,7 +49,7 @@ private:
     bool Execute();
     bool ExecuteFrom(size_t entry);
     // Enters a function whose registers begin at `base`. false, with an exception pending, without room for it.
-    bool Push(const Code& code, Slot* base) {
+    [[gnu::always_inline]] bool Push(const Code& code, Slot* base) {
         const bool hasRoom = frames_.size() < frames_.capacity() && stackEnd_ - base > code.frameSize;
         if (!hasRoom && !MakeRoom(code, base)) [[unlikely]]
             return false;
