@@ -29,13 +29,6 @@ KOVAString BuildUTF8String(const char* text) {
     return text != nullptr ? BuildUTF8String(text, static_cast<int32_t>(std::strlen(text))) : nullptr;
 }
 
-KOVAString BuildUTF8String(const char* bytes, int32_t length) {
-    if (bytes == nullptr) return nullptr;
-    KOVAString string = KOVABuildString(bytes, length);
-    KOVASetStringEncoding(string, UTF8_ENCODING);
-    return string;
-}
-
 KOVAString EnsureUTF8(KOVAString string) {
     return KOVAGetStringEncoding(string) == UTF8_ENCODING ? string : KOVAConvertString(string, UTF8_ENCODING);
 }

@@ -21,7 +21,12 @@ std::string_view StringBytes(KOVAString string);
 
 // A new string marked UTF-8, owned by the caller; nil for a null pointer, without a host call.
 KOVAString BuildUTF8String(const char* text);
-KOVAString BuildUTF8String(const char* bytes, int32_t length);
+inline KOVAString BuildUTF8String(const char* bytes, int32_t length) {
+    if (bytes == nullptr) return nullptr;
+    const KOVAString string = KOVABuildString(bytes, length);
+    KOVASetStringEncoding(string, UTF8_ENCODING);
+    return string;
+}
 
 // The string itself if it is marked UTF-8, else converted. Borrowed either way: never unlock it.
 KOVAString EnsureUTF8(KOVAString string);
