@@ -42,10 +42,10 @@ AttributeListView* AttributeListView::Of(KOVAObject list) {
 
 const char* AttributeListView::ValueOf(std::string_view name, size_t pairs) {
     pairs = std::min(pairs, length_ / 2);
-    if (compared_ > SCANS_BEFORE_INDEX * length_ && index_.empty()) BuildIndex();
-    if (!index_.empty()) {
-        const auto found = index_.find(name);
-        return found != index_.end() && found->second < pairs ? attributes_[found->second * 2 + 1] : nullptr;
+    if (compared_ > SCANS_BEFORE_INDEX * length_ && !index_) BuildIndex();
+    if (index_) {
+        const auto found = index_->find(name);
+        return found != index_->end() && found->second < pairs ? attributes_[found->second * 2 + 1] : nullptr;
     }
     for (size_t pair = 0; pair < pairs; ++pair) {
         if (name == attributes_[pair * 2]) return attributes_[pair * 2 + 1];
@@ -56,9 +56,10 @@ const char* AttributeListView::ValueOf(std::string_view name, size_t pairs) {
 
 void AttributeListView::BuildIndex() {
     try {
-        for (size_t pair = 0; pair < length_ / 2; ++pair) index_.try_emplace(attributes_[pair * 2], pair);
+        index_.emplace();
+        for (size_t pair = 0; pair < length_ / 2; ++pair) index_->try_emplace(attributes_[pair * 2], pair);
     } catch (const std::bad_alloc&) {
-        index_.clear(); // looking through the list still works
+        index_.reset(); // looking through the list still works
     }
 }
 

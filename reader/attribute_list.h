@@ -4,6 +4,7 @@
 #include "glue/objects.h"
 #include "reader/classes.h"
 
+#include <optional>
 #include <string_view>
 #include <unordered_map>
 
@@ -45,8 +46,9 @@ private:
     OwnedObject object_;
     const char* const* attributes_ = nullptr;
     size_t length_ = 0;
-    size_t compared_ = 0;                                // names, by ValueOf so far
-    std::unordered_map<std::string_view, size_t> index_; // the pair of each name, once many were compared
+    size_t compared_ = 0; // names, by ValueOf so far
+    // The pair of each name, once many were compared.
+    std::optional<std::unordered_map<std::string_view, size_t>> index_;
     AttributeListView* outer_;
 
     static AttributeListView* innermost_;
