@@ -41,7 +41,7 @@ struct Run {
     uint64_t maxSteps = 0;
     // Found once, see keys.h and numbering.h. What the documents of the run hold does not change.
     std::unordered_map<const xmlDoc*, std::unordered_map<std::string, xmlNode*>> firstByKeys{};
-    std::unordered_map<const xsltElemPreComp*, std::unordered_map<const xmlNode*, int>> siblingNumbers{};
+    std::unordered_map<const xsltElemPreComp*, std::unordered_map<const xmlNode*, int>> numbers{};
 };
 
 inline Run& RunOf(const xsltTransformContext* context) { return *static_cast<Run*>(context->_private); }

@@ -69,22 +69,47 @@ bool Counts(xsltTransformContext* context, const xsltNumberData& number, const x
     return IsElement(other) && View(other->name) == View(node->name) && UriOf(other) == UriOf(node);
 }
 
-// Writes the number of an element among its siblings, which libxslt would count anew for each of them. False where
-// that is to count: on several levels, in fragments, and by patterns that need not match each time.
-bool WriteSiblingNumber(xsltTransformContext* context, xmlNode* node, const xsltElemPreComp* instruction,
-                        const xsltNumberData& number) {
-    const bool isSingle = number.level == nullptr || View(number.level) == "single";
-    const bool isSteady = number.from == nullptr && View(number.count).find_first_of("[($") == std::string_view::npos;
-    if (!isSingle || !isSteady || !IsElement(node) || IsFragment(AsNode(node->doc))) return false;
-    xmlNode* counted = node;
-    while (IsElement(counted) && !Counts(context, number, node, counted)) counted = counted->parent;
-    if (!IsElement(counted) || counted->parent == nullptr) return false;
+// Whether a pattern matches the same nodes each time.
+bool IsSteady(const xmlChar* pattern) { return View(pattern).find_first_of("[($") == std::string_view::npos; }
 
-    auto& numbers = RunOf(context).siblingNumbers[instruction];
+using Numbers = std::unordered_map<const xmlNode*, int>;
+
+// Numbers an element and its siblings.
+void NumberSiblings(xsltTransformContext* context, const xsltNumberData& number, const xmlNode* node, Numbers& numbers,
+                    const xmlNode* counted) {
+    int last = 0;
+    for (xmlNode* sibling = counted->parent->children; sibling != nullptr; sibling = sibling->next)
+        if (Counts(context, number, node, sibling)) numbers.emplace(sibling, ++last);
+}
+
+// Numbers what counts in the document of an element, anew from each node that matches "from".
+void NumberDocument(xsltTransformContext* context, const xsltNumberData& number, const xmlNode* node,
+                    Numbers& numbers) {
+    int last = 0;
+    for (xmlNode* other : Walk(AsNode(node->doc))) {
+        if (number.fromPat != nullptr && xsltTestCompMatchList(context, other, number.fromPat) == 1) last = 0;
+        if (Counts(context, number, node, other)) numbers.emplace(other, ++last);
+    }
+}
+
+// Writes the number of an element among its siblings or in its document, which libxslt would count anew for each. False
+// where that is to count: on several levels, in fragments, and by patterns that need not match each time.
+bool WriteKnownNumber(xsltTransformContext* context, xmlNode* node, const xsltElemPreComp* instruction,
+                      const xsltNumberData& number) {
+    const bool isSingle = number.level == nullptr || View(number.level) == "single";
+    const bool isAny = View(number.level) == "any";
+    const bool isSteady = IsSteady(number.count) && (number.from == nullptr || (isAny && IsSteady(number.from)));
+    if (!(isSingle || isAny) || !isSteady || !IsElement(node) || IsFragment(AsNode(node->doc))) return false;
+    xmlNode* counted = node;
+    while (isSingle && IsElement(counted) && !Counts(context, number, node, counted)) counted = counted->parent;
+    if (!IsElement(counted) || counted->parent == nullptr || !Counts(context, number, node, counted)) return false;
+
+    Numbers& numbers = RunOf(context).numbers[instruction];
     if (!numbers.contains(counted)) {
-        int last = 0;
-        for (xmlNode* sibling = counted->parent->children; sibling != nullptr; sibling = sibling->next)
-            if (Counts(context, number, node, sibling)) numbers.emplace(sibling, ++last);
+        if (isAny)
+            NumberDocument(context, number, node, numbers);
+        else
+            NumberSiblings(context, number, node, numbers, counted);
     }
     const std::string value = std::to_string(numbers.at(counted));
     xsltNumberData known = number;
@@ -102,7 +127,7 @@ bool WriteNumber(xsltTransformContext* context, xmlNode* node, const xsltElemPre
         run.errors.Fail({.code = CODE_OTHER, .text = "More than 1,024 levels to number"});
         return true;
     }
-    if (compiled.numdata.value == nullptr) return WriteSiblingNumber(context, node, instruction, compiled.numdata);
+    if (compiled.numdata.value == nullptr) return WriteKnownNumber(context, node, instruction, compiled.numdata);
     xmlXPathCompExpr* value = run.instructions.NumberValue(instruction);
     return value != nullptr && WriteNegative(context, node, compiled, value);
 }
