@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <limits>
+#include <string_view>
 #include <unordered_set>
 #include <utility>
 
@@ -74,6 +75,34 @@ void StartElement(void* data, const xmlChar* name, const xmlChar* prefix, const 
         xmlUnlinkNode(holder);
         xmlFreeNode(holder);
     }
+}
+
+// Where a comment, a CDATA section or an instruction that begins at a place ends, in which no reference is read; the
+// next place for anything else.
+size_t EndOfOpaque(std::string_view text, size_t at) {
+    for (auto [begin, end] : {std::pair<std::string_view, std::string_view>("<!--", "-->"),
+                              std::pair<std::string_view, std::string_view>("<![CDATA[", "]]>"),
+                              std::pair<std::string_view, std::string_view>("<?", "?>")}) {
+        if (!text.substr(at).starts_with(begin)) continue;
+        size_t last = text.find(end, at + begin.size());
+        return last == std::string_view::npos ? text.size() : last + end.size();
+    }
+    return at + 1;
+}
+
+// libxml2 parses the value of an entity again where it is referred to, and takes a carriage return for a line end: it
+// was a character reference and becomes one again.
+void DeclareEntity(void* data, const xmlChar* name, int type, const xmlChar* publicId, const xmlChar* systemId,
+                   xmlChar* content) {
+    std::string value = Text(content);
+    std::string escaped;
+    for (size_t at = 0, end = 0; at < value.size(); at = end) {
+        end = EndOfOpaque(value, at);
+        bool isReference = value[at] == '\r' && type == XML_INTERNAL_GENERAL_ENTITY;
+        escaped += isReference ? "&#13;" : value.substr(at, end - at);
+    }
+    xmlChar* declared = content != nullptr ? const_cast<xmlChar*>(Text(escaped)) : nullptr;
+    xmlSAX2EntityDecl(data, name, type, publicId, systemId, declared);
 }
 
 // Adds declarations to an element for as long as it is written.
@@ -159,6 +188,7 @@ Document ReadText(xmlParserCtxtPtr parser, const Input& input, int options) {
     options |= XML_PARSE_NONET | XML_PARSE_BIG_LINES;
     if (!MayDeclareEntities(input.text)) options |= XML_PARSE_HUGE;
     parser->sax->startElementNs = StartElement;
+    if ((options & XML_PARSE_NOENT) != 0) parser->sax->entityDecl = DeclareEntity;
     return Document(xmlCtxtReadMemory(parser, input.text.data(), static_cast<int>(input.text.size()),
                                       input.name.c_str(), nullptr, options));
 }
