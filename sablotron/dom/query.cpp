@@ -88,7 +88,8 @@ public:
         Query query;
         const ErrorScope errors({.data = &noMemory_, .structured = OnError, .generic = DropGeneric});
         Reset(0);
-        query.expression.reset(xmlXPathCtxtCompile(context_.get(), Chars(UnionsAsCalls(rewritten).c_str())));
+        query.expression.reset(
+            xmlXPathCtxtCompile(context_.get(), Chars(UnionsAsCalls(ShortNegations(rewritten)).c_str())));
         if (noMemory_) throw std::bad_alloc();
         if (!query.expression || !IsComplete(text)) return nullptr;
         for (const std::string_view prefix : PrefixesOf(text)) query.prefixes.emplace_back(prefix);
@@ -166,7 +167,7 @@ private:
         for (Predicate& predicate : predicates) {
             if (predicate.kind != Predicate::EXPRESSION) continue;
             // Without parentheses libxml2 might evaluate it as a stream, which ends at 10,000 levels.
-            const std::string text = "(" + UnionsAsCalls(WaysBackAsPredicates(predicate.text)) + ")";
+            const std::string text = "(" + UnionsAsCalls(ShortNegations(WaysBackAsPredicates(predicate.text))) + ")";
             predicate.compiled.reset(xmlXPathCtxtCompile(context_.get(), Chars(text.c_str())));
             if (!predicate.compiled) return false;
         }

@@ -35,11 +35,13 @@ std::string NodeSetsAsCalls(std::string_view expression, ExpressionUse use = Exp
 // `expression` with calls in place of steps from sets of nodes to what is around, beside, before, after or below them:
 // "//a/following::b[c]" as "count('sablot.step following::b',//a)[c]". libxml2 takes such a step for each node and
 // compares what it finds with all found before. Steps with predicates that depend on positions stay, but for "[n]".
-// And "not(following::b[01])" in place of "not(following::b)", for which libxml2 goes on to the last node.
+// And "not(following::b[01])" in place of "not(following::b)", for which libxml2 goes on to the last node and sorts
+// them.
 constexpr std::string_view STEP_MARK = "sablot.step ";
 constexpr std::string_view STEP_CALL = "count('sablot.step ";
 constexpr std::string_view FIRST_OF_STEP = "[01]"; // as nobody writes it
 std::string StepsAsCalls(std::string_view expression, ExpressionUse use);
+std::string ShortNegations(std::string_view expression); // the latter only
 
 // `expression` with calls of FIRST_KEY_FUNCTION in place of "key(name, value)[1]", which libxslt would find all nodes
 // for.

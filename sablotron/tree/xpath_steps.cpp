@@ -21,12 +21,14 @@ constexpr std::string_view AXES[] = {"ancestor",         "ancestor-or-self",  "d
 
 class StepCalls {
 public:
-    StepCalls(std::string_view expression, ExpressionUse use) : tokens_(TokensOf(expression)), use_(use) {}
+    StepCalls(std::string_view expression, ExpressionUse use, bool takesSteps)
+        : tokens_(TokensOf(expression)), use_(use), takesSteps_(takesSteps) {}
 
     std::string Run() {
         for (size_t at = 0; at < tokens_.size();) {
             const bool isKept = use_ == ExpressionUse::PATTERN && operands_.size() == 1;
-            if (isKept || !(followsOperand_ ? TextAt(at) == "/" && TakeStep(at) : TakeAny(at))) Take(tokens_[at++]);
+            if (isKept || !(followsOperand_ ? takesSteps_ && TextAt(at) == "/" && TakeStep(at) : TakeAny(at)))
+                Take(tokens_[at++]);
         }
         return std::move(result_);
     }
@@ -210,6 +212,7 @@ private:
 
     const std::vector<Token> tokens_;
     const ExpressionUse use_;
+    const bool takesSteps_;
     std::string result_;
     std::vector<Operand> operands_{{}};
     std::string_view last_; // token but blanks
@@ -222,7 +225,12 @@ std::string StepsAsCalls(std::string_view expression, ExpressionUse use) {
     const auto has = [expression](std::string_view part) { return expression.find(part) != std::string_view::npos; };
     const bool hasAxes = has("::") && (has("/") || has("not"));
     if (!hasAxes && !has("/..") && !has("//")) return std::string(expression);
-    return StepCalls(expression, use).Run();
+    return StepCalls(expression, use, true).Run();
+}
+
+std::string ShortNegations(std::string_view expression) {
+    if (expression.find("not") == std::string_view::npos) return std::string(expression);
+    return StepCalls(expression, ExpressionUse::VALUE, false).Run();
 }
 
 } // namespace sablot
