@@ -5,6 +5,7 @@
 #include "sablotron/transform/keys.h"
 #include "sablotron/transform/modules.h"
 #include "sablotron/transform/numbering.h"
+#include "sablotron/transform/set_functions.h"
 #include "sablotron/tree/element_numbers.h"
 #include "sablotron/tree/node_union.h"
 #include "sablotron/tree/number_text.h"
@@ -159,7 +160,8 @@ void CallFunction(xmlXPathParserContext* parser, int argumentCount) {
     // What this one is asked is what it is for.
     if (View(parser->context->function) == "object-type" && FragmentOf(parser->value) != nullptr)
         parser->value->type = XPATH_XSLT_TREE;
-    function(parser, argumentCount);
+    if (uri != Chars(EXSLT_SETS_NAMESPACE) || !RunSetFunction(parser, argumentCount, View(parser->context->function)))
+        function(parser, argumentCount);
     if (parser->error != 0) return;
     if (xmlDoc* fragment = FragmentOf(parser->value)) RegisterFragment(context, fragment);
     SortValue(parser); // what follows the call takes them as they are
