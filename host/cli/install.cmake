@@ -40,7 +40,11 @@ set(private \"${KOVA_PRIVATE_FOLDER}\")
 set(folder \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/\${private}\")")
 install(CODE [[
 if(NOT EXISTS "${trained}/versions")
-  message(FATAL_ERROR "There is no ${trained}: cmake/libraries/build makes it")
+  # Debian's libxml2, which is taken then, brings others along.
+  foreach(package zlib1g liblzma5)
+    file(INSTALL "${sysroot}/usr/share/doc/${package}/copyright" RENAME "${package}"
+      DESTINATION "${CMAKE_INSTALL_PREFIX}/share/doc/kova/licenses")
+  endforeach()
 endif()
 # The loader itself tells which libraries it takes: "libxml2.so.2 => /path/libxml2.so.2 (0x…)".
 set(libraries)
