@@ -90,10 +90,12 @@ uninstall:
 	@packaging/uninstall $(DESTDIR)$(PREFIX)
 
 # Packages, in build/packages: an archive that runs from any folder, and one for Debian.
-dist: libraries manual
+dist: product manual
+	@cmake/libraries/build build/i386 exact
 	@packaging/build archive build/i386 build/packages
 
-deb: libraries manual
+deb: product manual
+	@cmake/libraries/build build/i386 exact
 	@packaging/build deb build/i386 build/packages
 
 clean:
