@@ -16,9 +16,6 @@ struct CommandLine {
     std::function<int()> action;
 };
 
-// Runs the command that the arguments name; the exit code of the process.
-int RunCommandLine(int argc, char** argv);
-
 struct CommandHelp {
     const char* name;
     const char* usage; // after the name

@@ -22,6 +22,9 @@ struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// Runs the command that the arguments name.
+int RunCommandLine(int argc, char** argv);
+
 // What all commands that load the plug-in share.
 struct HostOptions {
     std::vector<std::string> plugins; // paths of bundles; empty means the one that belongs to this command

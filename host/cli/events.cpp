@@ -155,13 +155,13 @@ private:
 };
 
 // The report of the one command that runs; the handlers have no other way to it.
-EventReport* report;
+EventReport* running;
 
 template <size_t EVENT, typename Result, typename... Arguments>
 Result Handle(Object*, Arguments... arguments) {
     // Nothing may be thrown through the parser.
     try {
-        report->Count<EVENT>(arguments...);
+        running->Count<EVENT>(arguments...);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "kova: %s\n", error.what());
     }
@@ -170,11 +170,11 @@ Result Handle(Object*, Arguments... arguments) {
 }
 
 void HandleStart(Object* self) {
-    if (report->first) Handle<0, void>(self);
+    if (running->first) Handle<0, void>(self);
 }
 
 void HandleEnd(Object* self) {
-    if (report->last) Handle<1, void>(self);
+    if (running->last) Handle<1, void>(self);
 }
 
 struct Row {
@@ -291,17 +291,17 @@ ObjectRef CreateReader(const HandlerClass& readerClass, const EventsCommandOptio
 void Feed(const ObjectRef& reader, ChunkedFile& file) {
     const Method* parse = reader.Get()->cls->FindMethod(ParseSignature("Parse(s as String, isFinal as Boolean)"));
     if (parse == nullptr) throw DefinitionError("XmlReader has no Parse(s as String, isFinal as Boolean)");
-    while (!report->last) {
+    while (!running->last) {
         std::string_view chunk = file.Read();
-        report->last = file.AtEnd() || chunk.size() < CHUNK_SIZE;
+        running->last = file.AtEnd() || chunk.size() < CHUNK_SIZE;
         StringRef text = StringRef::Adopt(BuildString(chunk, ENCODING_UTF8));
         std::array<Slot, 3> arguments{};
         arguments[0].object = reader.Get();
         arguments[1].string = text.Get();
-        arguments[2].integer = static_cast<int32_t>(report->last);
+        arguments[2].integer = static_cast<int32_t>(running->last);
         Slot result;
         CallNative(parse->shape, parse->function, arguments.data(), &result);
-        report->first = false;
+        running->first = false;
         ThrowPending();
     }
 }
@@ -312,7 +312,7 @@ int ShowEvents(const HostOptions& host, const EventsCommandOptions& options) {
     ChunkedFile file(options.file, options.quiet || (isatty(STDOUT_FILENO) == 0));
     StartHost(host);
     EventReport events(options.quiet);
-    report = &events;
+    running = &events;
     HandlerClass readerClass("XmlReader");
     for (size_t i = 0; i < HANDLERS.size(); ++i) {
         const Event* event = readerClass.Get()->FindEvent(HANDLERS[i].name);

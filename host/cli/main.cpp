@@ -1,6 +1,5 @@
 // Runs the command line, and tells what no command has handled.
-#include "host/cli/command_line.h"
-#include "host/cli/session.h"
+#include "host/cli/commands.h"
 
 #include <clocale>
 #include <csignal>

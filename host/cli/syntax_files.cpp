@@ -16,7 +16,7 @@ namespace host {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
+using OrderedJson = nlohmann::ordered_json;
 using Words = std::vector<std::string>;
 
 constexpr const char* VIM_DETECTION = "autocmd BufNewFile,BufRead *.kova setfiletype kova\n";
@@ -91,7 +91,7 @@ std::string VimSyntax(const std::vector<WordList>& lists) {
 }
 
 std::string Grammar(const std::vector<WordList>& lists) {
-    Json patterns = Json::array();
+    OrderedJson patterns = OrderedJson::array();
     auto add = [&](const char* scope, const std::string& match) {
         patterns.push_back({{"name", scope}, {"match", match}});
     };
@@ -100,28 +100,31 @@ std::string Grammar(const std::vector<WordList>& lists) {
     add("string.quoted.double.kova", "\"([^\"]|\"\")*\"");
     add("constant.numeric.kova", "(?i)\\b\\d+(\\.\\d+)?(e[+-]?\\d+)?\\b|&[hbo][0-9a-f]+\\b");
     for (const WordList& list : lists) add(list.scope, "(?i)(?<!\\.)\\b(" + Joined(list.words, "|") + ")\\b");
-    Json grammar{{"name", "KOVA XML"}, {"scopeName", "source.kova"}, {"patterns", patterns}};
+    OrderedJson grammar{{"name", "KOVA XML"}, {"scopeName", "source.kova"}, {"patterns", patterns}};
     return grammar.dump(2) + "\n";
 }
 
 std::string Extension() {
-    Json language{{"id", "kova"},
-                  {"aliases", {"KOVA XML"}},
-                  {"extensions", {".kova"}},
-                  {"configuration", "./language-configuration.json"}};
-    Json grammar{{"language", "kova"}, {"scopeName", "source.kova"}, {"path", "./syntaxes/kova.tmLanguage.json"}};
-    Json extension{{"name", "kova-xml"},
-                   {"displayName", "KOVA XML"},
-                   {"version", "1.0.0"},
-                   {"publisher", "kova"},
-                   {"engines", {{"vscode", "^1.70.0"}}},
-                   {"contributes", {{"languages", Json::array({language})}, {"grammars", Json::array({grammar})}}}};
+    OrderedJson language{{"id", "kova"},
+                         {"aliases", {"KOVA XML"}},
+                         {"extensions", {".kova"}},
+                         {"configuration", "./language-configuration.json"}};
+    OrderedJson grammar{
+        {"language", "kova"}, {"scopeName", "source.kova"}, {"path", "./syntaxes/kova.tmLanguage.json"}};
+    OrderedJson extension{
+        {"name", "kova-xml"},
+        {"displayName", "KOVA XML"},
+        {"version", "1.0.0"},
+        {"publisher", "kova"},
+        {"engines", {{"vscode", "^1.70.0"}}},
+        {"contributes", {{"languages", OrderedJson::array({language})}, {"grammars", OrderedJson::array({grammar})}}}};
     return extension.dump(2) + "\n";
 }
 
 std::string Configuration() {
-    Json configuration{{"comments", {{"lineComment", "'"}}},
-                       {"brackets", Json::array({Json::array({"(", ")"}), Json::array({"[", "]"})})}};
+    OrderedJson configuration{
+        {"comments", {{"lineComment", "'"}}},
+        {"brackets", OrderedJson::array({OrderedJson::array({"(", ")"}), OrderedJson::array({"[", "]"})})}};
     return configuration.dump(2) + "\n";
 }
 

@@ -1,6 +1,7 @@
 // Dispatches events to attached handlers.
 #include "host/language/attachments.h"
 
+#include "host/language/operations.h"
 #include "host/runtime/call.h"
 #include "host/runtime/class_program.h"
 #include "host/runtime/exception.h"
@@ -49,12 +50,6 @@ void DropAttachments(Object* object, Class*) {
     auto dropped = Attachments().extract(object);
 }
 
-void ReleaseResult(Kind kind, Slot& result) {
-    if (kind == Kind::STRING) UnlockString(result.string);
-    if (kind == Kind::OBJECT || kind == Kind::VARIANT || kind == Kind::ARRAY) UnlockObject(result.object);
-    result = {};
-}
-
 void Dispatch(void* context, const Slot* arguments, Slot* result) {
     const auto& dispatcher = *static_cast<const Dispatcher*>(context);
     const Event& event = *dispatcher.event;
@@ -68,7 +63,7 @@ void Dispatch(void* context, const Slot* arguments, Slot* result) {
     }
     for (const ObjectRef& delegate : delegates) {
         if (IsExceptionPending()) return;
-        ReleaseResult(event.shape->result, *result);
+        ReleaseResult(event.shape->result, std::exchange(*result, {}));
         dispatcher.call(*AsDelegate(delegate.Get()), arguments, result);
     }
 }

@@ -21,10 +21,6 @@ Operation Negated(Operation operation) {
     }
 }
 
-bool IsComparison(Operation operation) {
-    return operation >= Operation::EQUAL && operation <= Operation::GREATER_EQUAL;
-}
-
 // Comparisons as equal, unequal, less and less-or-equal; the others exchange their sides.
 struct Comparison {
     int index;

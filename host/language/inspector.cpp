@@ -3,6 +3,7 @@
 
 #include "host/language/expression_checker.h"
 #include "host/syntax/lexer.h"
+#include "host/syntax/names.h"
 #include "host/syntax/parser.h"
 
 #include <algorithm>
@@ -11,13 +12,6 @@ namespace host {
 
 using namespace language;
 
-namespace {
-
-bool IsNamePart(char c) {
-    return c == '_' || (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
-// Where the expression that ends the text begins: "Print a.b(c)" -> "a.b(c)".
 size_t StartOfExpression(std::string_view text) {
     int depth = 0;
     size_t start = text.size();
@@ -30,6 +24,8 @@ size_t StartOfExpression(std::string_view text) {
     }
     return start;
 }
+
+namespace {
 
 class Inspector {
 public:

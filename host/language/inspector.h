@@ -12,6 +12,9 @@
 
 namespace host {
 
+// Where the expression that ends the text begins: "Print a.b(c)" -> "a.b(c)".
+size_t StartOfExpression(std::string_view text);
+
 // What a name stands for.
 struct NamedThing {
     std::string declaration; // "Parse(s As String) As Boolean"

@@ -33,10 +33,6 @@ const char* SymbolOf(Operation operation) {
 
 bool IsEquality(Operation operation) { return operation == Operation::EQUAL || operation == Operation::NOT_EQUAL; }
 
-bool IsComparison(Operation operation) {
-    return operation >= Operation::EQUAL && operation <= Operation::GREATER_EQUAL;
-}
-
 bool IsLogical(Operation operation) {
     return operation == Operation::AND || operation == Operation::OR || operation == Operation::XOR;
 }

@@ -1,5 +1,6 @@
 // Interactive sessions and their completions.
 #include "host/language/importer.h"
+#include "host/language/inspector.h"
 #include "host/language/machine.h"
 #include "host/language/program.h"
 #include "host/language/program_compiler.h"
@@ -65,25 +66,6 @@ std::vector<std::string> Matching(std::vector<std::string> names, std::string_vi
     std::sort(names.begin(), names.end());
     names.erase(std::unique(names.begin(), names.end()), names.end());
     return names;
-}
-
-// Where the expression that ends the line begins: "Print a.b(c)" -> "a.b(c)".
-size_t StartOfExpression(std::string_view line) {
-    int depth = 0;
-    size_t start = line.size();
-    while (start > 0) {
-        char c = line[start - 1];
-        bool isPart = c == '.' || c == '_' || c == '"' || (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z')
-                      || (c >= 'A' && c <= 'Z');
-        if (c == ')')
-            depth++;
-        else if (c == '(' && depth > 0)
-            depth--;
-        else if (!isPart && depth == 0)
-            break;
-        start--;
-    }
-    return start;
 }
 
 } // namespace

@@ -51,6 +51,9 @@ enum class Operation : uint8_t {
     OR,
     XOR,
 };
+inline bool IsComparison(Operation operation) {
+    return operation >= Operation::EQUAL && operation <= Operation::GREATER_EQUAL;
+}
 
 struct Expression;
 using ExpressionPtr = std::unique_ptr<Expression>;

@@ -1,6 +1,8 @@
 // Amounts of money from text and numbers, and back.
 #include "host/syntax/currency.h"
 
+#include "host/syntax/names.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -11,8 +13,6 @@ namespace host {
 namespace {
 
 constexpr int DECIMALS = 4;
-
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
 // The digits of a number without its point, and where that was: the value is 0.DIGITS times 10 to the `magnitude`.
 struct Decimal {

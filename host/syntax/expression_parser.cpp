@@ -9,8 +9,7 @@ using namespace ast;
 
 namespace {
 
-// Bounds the recursion of everything that walks over the tree.
-constexpr int MAX_NESTING = 100;
+// As MAX_NESTING, of what the parser has built.
 constexpr int MAX_DEPTH = 500;
 
 enum Precedence { OR_LEVEL = 1, AND_LEVEL, COMPARISON_LEVEL, SUM_LEVEL, PRODUCT_LEVEL };

@@ -6,6 +6,9 @@
 
 namespace host {
 
+// Blocks and operands within each other. It bounds the recursion of everything that walks over the tree.
+constexpr int MAX_NESTING = 100;
+
 // Parses expressions by precedence, from weak to strong: Or Xor, And, Not, comparisons with Is and IsA, + -, * / \ Mod,
 // minus, ^, members and calls. Never null: INVALID stands for what could not be parsed.
 class ExpressionParser {

@@ -93,9 +93,6 @@ Keyword FindKeyword(std::string_view word) {
     return found == table->end() ? Keyword::NONE : found->second;
 }
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-bool IsNameStart(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
-bool IsNamePart(char c) { return IsNameStart(c) || IsDigit(c); }
 bool IsLineEnd(char c) { return c == '\n' || c == '\r'; }
 
 constexpr std::pair<std::string_view, TokenKind> SYMBOLS[] = {

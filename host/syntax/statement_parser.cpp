@@ -9,8 +9,6 @@ using namespace ast;
 
 namespace {
 
-constexpr int MAX_NESTING = 100;
-
 // What other languages write there; read as a modifier so that nothing follows from it.
 bool IsForeignModifier(std::string_view word) {
     return SameName(word, "Public") || SameName(word, "ReadOnly") || SameName(word, "WriteOnly");

@@ -1,6 +1,9 @@
 // The parser of location paths.
 #include "sablotron/dom/location_path.h"
 
+#include "sablotron/tree/characters.h"
+#include "sablotron/tree/xpath_tokens.h"
+
 #include <algorithm>
 #include <charconv>
 #include <utility>
@@ -9,7 +12,6 @@ namespace sablot {
 
 namespace {
 
-constexpr std::string_view BLANKS = " \t\r\n";
 constexpr int MAX_PARENTHESES = 32;
 
 constexpr std::pair<std::string_view, Axis> AXES[] = {
@@ -33,12 +35,6 @@ constexpr std::pair<std::string_view, NodeTest::Kind> NODE_TYPES[] = {
     {"comment", NodeTest::COMMENT},
     {"processing-instruction", NodeTest::INSTRUCTION},
 };
-
-bool IsNameStart(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || (static_cast<unsigned char>(c) & 0x80U) != 0;
-}
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-bool IsNameChar(char c) { return IsNameStart(c) || IsDigit(c) || c == '-' || c == '.'; }
 
 std::string_view Trim(std::string_view text) {
     const size_t first = text.find_first_not_of(BLANKS);

@@ -1,6 +1,7 @@
 // Which expressions can be wrapped, and how.
 #include "sablotron/transform/expression_wrapping.h"
 
+#include "sablotron/tree/characters.h"
 #include "sablotron/tree/tree.h"
 
 #include <libxml/uri.h>
@@ -10,7 +11,7 @@
 namespace sablot {
 namespace {
 
-constexpr std::string_view ANYWHERE = "/descendant-or-self::node()/"; // what "//" stands for
+constexpr std::string_view ALL_NODES = "/descendant-or-self::node()/"; // what "//" stands for
 
 // Whether the expression can stand as the only argument of a function as it is: a faulty one could become right.
 bool IsClosed(std::string_view expression) {
@@ -85,11 +86,11 @@ std::string WrappedAsText(const std::string& expression) {
 std::string WithoutStream(const std::string& expression, bool isBelowAnything) {
     // What contains any of these is no stream to libxml2.
     if (expression.find_first_of("[(@$\"'") != std::string::npos) return expression;
-    const size_t first = expression.find_first_not_of(" \t\r\n");
+    const size_t first = expression.find_first_not_of(BLANKS);
     const size_t slashes = expression.find("//");
     if (isBelowAnything && first != std::string::npos && expression[first] != '/')
-        return std::string(ANYWHERE) + expression;
-    return slashes == std::string::npos ? expression : std::string(expression).replace(slashes, 2, ANYWHERE);
+        return std::string(ALL_NODES) + expression;
+    return slashes == std::string::npos ? expression : std::string(expression).replace(slashes, 2, ALL_NODES);
 }
 
 std::string Prepared(const std::string& expression, ExpressionUse use) {

@@ -3,6 +3,7 @@
 
 #include "sablotron/transform/expression_wrapping.h"
 #include "sablotron/transform/modules.h"
+#include "sablotron/tree/characters.h"
 #include "sablotron/tree/xpath_rewrite.h"
 
 #include <libxml/parserInternals.h>
@@ -91,8 +92,6 @@ bool StandsFirst(const xmlNode* node) {
         if (IsElement(before) && View(before->name) != View(node->name)) return false;
     return true;
 }
-
-constexpr std::string_view BLANKS = " \t\r\n";
 
 std::string Value(const xmlAttr* attribute) {
     std::string value;

@@ -59,14 +59,14 @@ bool WriteNegative(xsltTransformContext* context, xmlNode* node, const xsltStyle
     return true;
 }
 
-std::string_view UriOf(const xmlNode* element) {
+std::string_view NamespaceUri(const xmlNode* element) {
     return element->ns != nullptr ? View(element->ns->href) : std::string_view();
 }
 
 // Whether an xsl:number at the node counts another one.
 bool Counts(xsltTransformContext* context, const xsltNumberData& number, const xmlNode* node, xmlNode* other) {
     if (number.countPat != nullptr) return xsltTestCompMatchList(context, other, number.countPat) == 1;
-    return IsElement(other) && View(other->name) == View(node->name) && UriOf(other) == UriOf(node);
+    return IsElement(other) && View(other->name) == View(node->name) && NamespaceUri(other) == NamespaceUri(node);
 }
 
 // Whether a pattern matches the same nodes each time.

@@ -102,7 +102,7 @@ std::string WithLineFeeds(std::string_view text) {
 }
 
 std::string AsInstructionData(std::string_view text) {
-    return WithLineFeeds(text.substr(std::min(text.find_first_not_of(" \t\r\n"), text.size())));
+    return WithLineFeeds(text.substr(std::min(text.find_first_not_of(BLANKS), text.size())));
 }
 
 bool IsXmlText(std::string_view text) {

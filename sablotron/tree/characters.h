@@ -6,6 +6,9 @@
 
 namespace sablot {
 
+// White space (production 3).
+constexpr std::string_view BLANKS = " \t\r\n";
+
 // With the line ends that a parser would make of those in comments and instructions (XML 1.0, 2.11).
 std::string WithLineFeeds(std::string_view text);
 

@@ -1,6 +1,8 @@
 // Finding the ends of markup, and cutting start tags.
 #include "sablotron/tree/markup.h"
 
+#include "sablotron/tree/characters.h"
+
 #include <algorithm>
 #include <vector>
 
@@ -9,7 +11,6 @@ namespace {
 
 constexpr size_t MAX_ATTRIBUTES = 1'000; // in one tag
 constexpr size_t ATTRIBUTE_SIZE = 5;     // of the shortest: ' a=""'
-constexpr std::string_view BLANKS = " \t\r\n";
 
 // The attributes of a start tag, each with the blanks before it; none when it is not well-formed.
 std::vector<std::string_view> AttributesOf(std::string_view tag) {

@@ -1,6 +1,7 @@
 // The union of node sets at a cost that is linear in their sizes, counted as steps of the evaluation, count() and id().
 #include "sablotron/tree/node_union.h"
 
+#include "sablotron/tree/characters.h"
 #include "sablotron/tree/element_numbers.h"
 #include "sablotron/tree/node_steps.h"
 #include "sablotron/tree/tree.h"
@@ -66,7 +67,6 @@ void Unite(xmlXPathParserContext* parser, int argumentCount) noexcept {
 
 // Adds the elements of a text that lists IDs, and frees the text.
 void AddById(xmlXPathContext* context, xmlChar* text, xmlNodeSet* elements) {
-    constexpr std::string_view BLANKS = " \t\r\n";
     if (text == nullptr || elements == nullptr) throw std::bad_alloc();
     std::string ids(View(text));
     xmlFree(text);
@@ -103,7 +103,7 @@ void FindById(xmlXPathParserContext* parser, int argumentCount) noexcept {
     valuePush(parser, result.release());
 }
 
-void Step(xmlXPathParserContext* parser, std::string_view step) {
+void TryStep(xmlXPathParserContext* parser, std::string_view step) {
     try {
         TakeStep(parser, step);
     } catch (const std::bad_alloc&) {
@@ -119,7 +119,7 @@ void Count(xmlXPathParserContext* parser, int argumentCount) noexcept {
     if (mark == SORTED_MARK)
         Unite(parser, argumentCount - 1);
     else if (mark.starts_with(STEP_MARK) && argumentCount == 2)
-        Step(parser, mark.substr(STEP_MARK.size()));
+        TryStep(parser, mark.substr(STEP_MARK.size()));
     else
         return xmlXPathCountFunction(parser, argumentCount);
     if (parser->error != 0) return;

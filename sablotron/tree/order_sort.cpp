@@ -8,7 +8,7 @@ namespace sablot {
 
 namespace {
 
-constexpr size_t FEW = 16;
+constexpr size_t FEW_NODES = 16;
 
 size_t DepthOf(const xmlNode* node) {
     size_t depth = 0;
@@ -53,7 +53,7 @@ int CompareInTree(const xmlNode* left, const xmlNode* right) {
 void SortInTree(std::vector<xmlNode*>& nodes, xmlNode* scope) {
     nodes.erase(std::unique(nodes.begin(), nodes.end()), nodes.end());
     if (nodes.size() < 2) return;
-    if (nodes.size() <= FEW) {
+    if (nodes.size() <= FEW_NODES) {
         std::sort(nodes.begin(), nodes.end(),
                   [](const xmlNode* left, const xmlNode* right) { return CompareInTree(left, right) < 0; });
         nodes.erase(std::unique(nodes.begin(), nodes.end()), nodes.end());

@@ -1,6 +1,7 @@
 // Rewriting expressions.
 #include "sablotron/tree/xpath_rewrite.h"
 
+#include "sablotron/tree/characters.h"
 #include "sablotron/tree/xpath_tokens.h"
 
 #include <algorithm>
@@ -238,7 +239,7 @@ bool IsComplete(std::string_view expression) {
         if (c == '"' || c == '\'') i = std::min(expression.find(c, i + 1), expression.size());
         depth += c == '(' ? 1 : c == ')' ? -1 : 0;
     }
-    const size_t last = expression.find_last_not_of(" \t\r\n");
+    const size_t last = expression.find_last_not_of(BLANKS);
     return depth == 0 && (last == std::string_view::npos || expression[last] != '|');
 }
 

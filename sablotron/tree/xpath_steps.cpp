@@ -15,9 +15,9 @@ bool IsOneOf(std::string_view text, const std::string_view (&known)[SIZE]) {
     return std::find(std::begin(known), std::end(known), text) != std::end(known);
 }
 
-constexpr std::string_view AXES[] = {"ancestor",         "ancestor-or-self",  "descendant", "descendant-or-self",
-                                     "following",        "following-sibling", "parent",     "preceding",
-                                     "preceding-sibling"};
+constexpr std::string_view STEPS[] = {"ancestor",         "ancestor-or-self",  "descendant", "descendant-or-self",
+                                      "following",        "following-sibling", "parent",     "preceding",
+                                      "preceding-sibling"};
 
 class StepCalls {
 public:
@@ -126,7 +126,7 @@ private:
         std::string_view axis = TextAt(at);
         if (!axis.ends_with("::")) return false;
         axis = axis.substr(0, std::min(axis.find_first_of(BLANKS), axis.size() - 2));
-        if (!IsOneOf(axis, AXES)) return false;
+        if (!IsOneOf(axis, STEPS)) return false;
         step.append(axis) += "::";
         at = Next(at);
         return true;

@@ -1,12 +1,12 @@
 // The tokens of an XPath expression (XPath 1.0, section 3.7, "Lexical Structure").
 #pragma once
 
+#include "sablotron/tree/characters.h"
+
 #include <string_view>
 #include <vector>
 
 namespace sablot {
-
-constexpr std::string_view BLANKS = " \t\r\n";
 
 inline bool IsNameStart(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || (static_cast<unsigned char>(c) & 0x80U) != 0;

@@ -32,7 +32,7 @@ void FreeText(char* text) { xmlFree(text); }
 
 namespace fs = std::filesystem;
 
-ErrorCollector* reading; // of the document that is validated
+ErrorCollector* validating; // of the document that is validated
 
 using Dtd = std::unique_ptr<xmlDtd, Free<xmlFreeDtd>>;
 using Schema = std::unique_ptr<xmlSchema, Free<xmlSchemaFree>>;
@@ -89,7 +89,8 @@ xmlParserInputPtr LoadFile(const char* uri, const char* id, xmlParserCtxtPtr par
     const std::unique_ptr<char, Free<FreeText>> unescaped(xmlURIUnescapeString(path.c_str(), 0, nullptr));
     if (IsReadable(path) && (unescaped == nullptr || IsReadable(unescaped.get())))
         return xmlNoNetExternalEntityLoader(uri, id, parser);
-    reading->Add(Severity::ERROR, parser->input != nullptr ? parser->input->line : 1, 0, "'" + path + "' is not read");
+    validating->Add(Severity::ERROR, parser->input != nullptr ? parser->input->line : 1, 0,
+                    "'" + path + "' is not read");
     return nullptr;
 }
 
@@ -139,7 +140,7 @@ std::vector<Diagnostic> Validator::Check(const Input& input) const {
     errors.validates = true;
     if (rules.ownDocumentType) {
         const EntityLoader loader(LoadFile);
-        reading = &errors;
+        validating = &errors;
         Parser parser = NewParser();
         document = ReadText(parser.get(), input, XML_PARSE_NOENT | XML_PARSE_DTDVALID);
         if (document == nullptr) throw TextError(errors.found);
