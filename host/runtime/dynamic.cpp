@@ -7,6 +7,8 @@
 #include "host/runtime/variant.h"
 
 #include <algorithm>
+#include <functional>
+#include <map>
 #include <optional>
 
 namespace host {
@@ -94,6 +96,14 @@ size_t ExactMatches(const Signature& signature, Arguments arguments) {
     return exact;
 }
 
+// Declarations are few, and the same come again and again.
+const Signature& SignatureOf(std::string_view declaration) {
+    thread_local std::map<std::string, Signature, std::less<>> known;
+    auto found = known.find(declaration);
+    if (found == known.end()) found = known.emplace(declaration, ParseSignature(declaration)).first;
+    return found->second;
+}
+
 struct Chosen {
     Method* method = nullptr;
     std::vector<Value> arguments;
@@ -102,12 +112,11 @@ struct Chosen {
 // The method that the declaration names, or of those called `member` the one whose parameters fit best; of two that fit
 // alike the one with a result.
 Chosen Choose(const std::vector<Method*>& overloads, std::string_view member, Arguments arguments) {
-    std::optional<Signature> wanted;
-    if (member.find('(') != std::string_view::npos) wanted = ParseSignature(member);
+    const Signature* wanted = member.find('(') != std::string_view::npos ? &SignatureOf(member) : nullptr;
     Chosen chosen;
     size_t best = 0;
     for (Method* method : overloads) {
-        if (wanted && !method->signature.Matches(*wanted)) continue;
+        if (wanted != nullptr && !method->signature.Matches(*wanted)) continue;
         std::optional<std::vector<Value>> fitted = Fit(method->signature, arguments);
         if (!fitted) continue;
         size_t rank = 2 * ExactMatches(method->signature, arguments)
@@ -122,7 +131,7 @@ Chosen Choose(const std::vector<Method*>& overloads, std::string_view member, Ar
 }
 
 std::string MemberName(std::string_view member) {
-    return member.find('(') == std::string_view::npos ? std::string(member) : ParseSignature(member).name;
+    return member.find('(') == std::string_view::npos ? std::string(member) : SignatureOf(member).name;
 }
 
 Value Invoke(Object* object, const Chosen& chosen) {
