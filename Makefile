@@ -7,7 +7,7 @@
 # make manual   man pages and one HTML page of the documents, in build/manual
 # make dist     an archive that runs anywhere   make deb   a Debian package   make uninstall PREFIX=/usr/local
 .DELETE_ON_ERROR:
-.PHONY: all product libraries demo test asan fuzz faults bench conformance lint format manual install uninstall dist deb clean configure-product configure-tests
+.PHONY: all product libraries demo test asan fuzz faults bench conformance lint format manual install uninstall dist deb clean configure-product configure-tests configure-asan
 
 PREFIX ?= /usr/local
 SECONDS ?= 60
@@ -32,6 +32,9 @@ configure-tests:
 	@cmake/fetch
 	@grep -qsx KOVA_TESTS:BOOL=ON build/i386/CMakeCache.txt || cmake/progress Configuring cmake --preset i386
 
+configure-asan: configure-tests
+	@[ -f build/i386-asan/build.ninja ] || cmake/progress Configuring cmake --preset i386-asan
+
 # libxml2 and libxslt as the packages have them; what is built takes them from there too.
 libraries: product
 	@cmake/libraries/build build/i386
@@ -42,8 +45,7 @@ demo: product
 test: all libraries
 	@ctest --preset i386 --parallel $$(nproc)
 
-asan: configure-tests
-	@[ -f build/i386-asan/build.ninja ] || cmake/progress Configuring cmake --preset i386-asan
+asan: configure-asan
 	@cmake --build --preset i386-asan --parallel -- $(BUILD_FLAGS)
 	@ctest --preset i386-asan --parallel $$(nproc)
 
@@ -69,11 +71,11 @@ conformance: configure-tests
 	@$(BUILD) --target kova kova-xml test_extension -- $(BUILD_FLAGS)
 	@tests/conformance/run
 
-lint: configure-tests
+lint: configure-asan
 	@cmake/tools lint
 	@cmake/updates build
-	@$(BUILD) --target generated_sources -- $(BUILD_FLAGS)
-	@cmake/lint build/i386
+	@cmake --build --preset i386-asan --target generated_sources -- $(BUILD_FLAGS)
+	@cmake/lint build/i386-asan
 
 format:
 	@cmake/tools lint
