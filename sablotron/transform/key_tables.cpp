@@ -11,11 +11,9 @@
 #include <libxslt/keys.h>
 #include <libxslt/xsltutils.h>
 
-#include <algorithm>
 #include <new>
 #include <unordered_map>
 #include <unordered_set>
-#include <vector>
 
 namespace sablot {
 namespace {
@@ -59,22 +57,34 @@ class KeyTables {
 public:
     KeyTables(xsltTransformContext* context, xsltDocument* document) : context_(context), document_(document) {}
 
+    // All keys of one name before those of the next, which may ask for them.
     void Fill() {
-        for (xsltStylesheet* level = context_->style; level != nullptr; level = xsltNextImport(level)) {
-            for (auto* key = static_cast<xsltKeyDef*>(level->keys); key != nullptr; key = key->next) {
-                const xsltKeyTable* table = Find(*key);
-                isAgain_ = std::find(own_.begin(), own_.end(), table) != own_.end();
-                if (table != nullptr && !isAgain_) continue; // another key needed it
-                if (key->comp == nullptr || key->usecomp == nullptr || !Fill(*key)) return;
-            }
-        }
+        for (xsltStylesheet* level = context_->style; level != nullptr; level = xsltNextImport(level))
+            for (auto* key = static_cast<xsltKeyDef*>(level->keys); key != nullptr; key = key->next)
+                if (Find(*key) == nullptr && !FillNamed(*key)) return; // else another key needed it
     }
 
 private:
+    template <typename Named>
+    static bool HasName(const Named& named, const xsltKeyDef& key) {
+        return View(named.name) == View(key.name) && View(named.nameURI) == View(key.nameURI);
+    }
+
+    bool FillNamed(const xsltKeyDef& first) {
+        isAgain_ = false;
+        for (xsltStylesheet* level = context_->style; level != nullptr; level = xsltNextImport(level)) {
+            for (auto* key = static_cast<xsltKeyDef*>(level->keys); key != nullptr; key = key->next) {
+                if (!HasName(*key, first)) continue;
+                if (key->comp == nullptr || key->usecomp == nullptr || !Fill(*key)) return false;
+                isAgain_ = true;
+            }
+        }
+        return true;
+    }
+
     xsltKeyTable* Find(const xsltKeyDef& key) const {
         auto* table = static_cast<xsltKeyTable*>(document_->keys);
-        while (table != nullptr && (View(table->name) != View(key.name) || View(table->nameURI) != View(key.nameURI)))
-            table = table->next;
+        while (table != nullptr && !HasName(*table, key)) table = table->next;
         return table;
     }
 
@@ -84,7 +94,6 @@ private:
         *table = {static_cast<xsltKeyTable*>(document_->keys), xmlStrdup(key.name), xmlStrdup(key.nameURI),
                   xmlHashCreate(0)};
         document_->keys = table;
-        own_.push_back(table);
         return table;
     }
 
@@ -150,8 +159,7 @@ private:
 
     xsltTransformContext* context_;
     xsltDocument* document_;
-    std::vector<const xsltKeyTable*> own_; // that are filled here
-    bool isAgain_ = false;                 // the key at work has the name of one before
+    bool isAgain_ = false; // the key at work has the name of one before
     std::unordered_map<const xmlNodeSet*, std::unordered_set<const xmlNode*>> entered_;
 };
 

@@ -62,9 +62,9 @@ public:
         } else if (text.starts_with("//")) {
             if (text.size() > 2) axis = "descendant", test_ = text.substr(2);
         } else {
-            const size_t colons = text.find("::");
+            const size_t colons = std::min(text.find("::"), text.size());
             axis = text.substr(0, colons);
-            test_ = text.substr(colons + 2);
+            test_ = text.substr(std::min(colons + 2, text.size()));
         }
         axis_ =
             std::find_if(std::begin(AXES), std::end(AXES), [axis](const Axis& known) { return known.name == axis; });
@@ -79,6 +79,8 @@ public:
         test_.remove_prefix(colon + 1);
     }
 
+    // Whether it is one, as nobody else writes the mark.
+    bool IsKnown() const { return axis_ != std::end(AXES); }
     const Axis& GetAxis() const { return *axis_; }
     bool IsBound() const { return isBound_; }
     // The place among the nodes that match which one has to have; 0 for any.
@@ -154,6 +156,7 @@ void TakeStep(xmlXPathParserContext* parser, std::string_view text) {
     const XPathPointer<xmlXPathObject> from(valuePop(parser));
     if (!from || from->type != XPATH_NODESET) return xmlXPathErr(parser, XPATH_INVALID_TYPE);
     const Step step(parser->context, text);
+    if (!step.IsKnown()) return xmlXPathErr(parser, XPATH_INVALID_ARITY);
     if (!step.IsBound()) return xmlXPathErr(parser, XPATH_UNDEF_PREFIX_ERROR);
     XPathPointer<xmlXPathObject> result(xmlXPathNewNodeSet(nullptr));
     if (!result || result->nodesetval == nullptr) return xmlXPathErr(parser, XPATH_MEMORY_ERROR);
