@@ -39,8 +39,10 @@ private:
         bool isPredicate = false;
         bool isNegated = false; // the brackets are those of not()
         bool isFirst = true;
+        int calls = 0; // each in the next
         size_t begin = std::string::npos;
     };
+    static constexpr int MAX_CALLS = 100; // of the 500 that libxml2 lets stand in each other
 
     static bool IsBlank(const Token& token) { return BLANKS.find(token.text[0]) != std::string_view::npos; }
 
@@ -89,6 +91,7 @@ private:
     // Puts a call in place of the step behind a slash. False for one that stays as it is.
     bool TakeStep(size_t& at) {
         const size_t begin = operands_.back().begin;
+        if (operands_.back().calls == MAX_CALLS) return false;
         if (begin == std::string::npos || IsOneNode(std::string_view(result_).substr(begin))) return false;
         size_t end = Next(at);
         std::string step;
@@ -112,6 +115,7 @@ private:
         const bool followsName = begin > 0 && IsNameChar(result_[begin - 1]);
         result_.insert(begin, (followsName ? " " : "") + std::string(STEP_CALL) + step + "',");
         result_ += ')';
+        ++operands_.back().calls;
         at = end;
         return true;
     }
