@@ -86,10 +86,10 @@ manual:
 	@cmake/manual . build/manual
 
 install: libraries manual
-	@cmake --install build/i386 --strip --prefix $(PREFIX)
+	@cmake --install build/i386 --strip --prefix "$(PREFIX)"
 
 uninstall:
-	@packaging/uninstall $(DESTDIR)$(PREFIX)
+	@packaging/uninstall "$(DESTDIR)$(PREFIX)"
 
 # Packages, in build/packages: an archive that runs from any folder, and one for Debian.
 dist: product manual

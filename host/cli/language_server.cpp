@@ -14,6 +14,7 @@
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <strings.h>
 
 namespace host {
 
@@ -99,7 +100,10 @@ public:
         std::string body;
         while (!hasEnded_ && Receive(body)) {
             Json message = Json::parse(body, nullptr, false);
-            if (message.is_object() && message.contains("method")) Handle(message);
+            if (message.is_discarded())
+                Send({{"id", nullptr}, {"error", {{"code", -32700}, {"message", "no JSON"}}}});
+            else if (message.is_object() && message.contains("method") && message["method"].is_string())
+                Handle(message);
         }
         return hasShutDown_ ? EXIT_OK : EXIT_FAILED;
     }
@@ -115,7 +119,8 @@ private:
         size_t length = 0;
         for (std::string line; std::getline(std::cin, line) && line != "\r" && !line.empty();) {
             constexpr std::string_view LENGTH = "Content-Length:";
-            if (line.starts_with(LENGTH)) length = std::strtoul(line.c_str() + LENGTH.size(), nullptr, 10);
+            if (strncasecmp(line.c_str(), LENGTH.data(), LENGTH.size()) == 0)
+                length = std::strtoul(line.c_str() + LENGTH.size(), nullptr, 10);
         }
         if (!std::cin || length > MAX_MESSAGE) return false;
         body.resize(length);
@@ -155,7 +160,8 @@ private:
         const auto uri = document.at("uri").get<std::string>();
         if (method == "textDocument/didOpen") return Change(uri, document.at("text").get<std::string>());
         if (method == "textDocument/didChange") {
-            return Change(uri, parameters.at("contentChanges").back().at("text").get<std::string>());
+            const Json& changes = parameters.at("contentChanges");
+            return changes.empty() ? nullptr : Change(uri, changes.back().at("text").get<std::string>());
         }
         if (method == "textDocument/didClose") {
             documents_.erase(uri);
