@@ -43,12 +43,19 @@ bool MayBeNumber(std::string_view expression) {
     return !std::all_of(expression.begin(), expression.end(), isOfPath);
 }
 
+// The end of a literal that begins there; what a message holds of an expression may lack it. Else the place itself.
+size_t EndOfLiteral(std::string_view text, size_t at) {
+    if (text[at] != '"' && text[at] != '\'') return at;
+    return std::min(text.find(text[at], at + 1), text.size() - 1);
+}
+
 // Without the call that begins there: of key() what it was, of others their arguments.
 void RemoveCall(std::string& text, size_t at, const std::string& call) {
     const bool isKey = call.starts_with(FIRST_KEY_FUNCTION);
     text.replace(at, call.size(), isKey ? "key(" : "");
     int depth = isKey ? 0 : 1;
     for (size_t end = at; end < text.size(); ++end) {
+        end = EndOfLiteral(text, end);
         const char c = text[end];
         if (c == ',' && depth == 1 && !isKey) text[end] = '|';
         depth += c == '(' || c == '[' ? 1 : c == ')' || c == ']' ? -1 : 0;
@@ -69,6 +76,7 @@ void RemoveStep(std::string& text, size_t at) {
     text.erase(at, quote + 2 - at); // what a message holds of an expression may end anywhere
     int depth = 1;
     for (size_t end = at; end < text.size(); ++end) {
+        end = EndOfLiteral(text, end);
         depth += text[end] == '(' ? 1 : text[end] == ')' ? -1 : 0;
         if (depth > 0) continue;
         text.replace(end, 1, step == "//" ? "/" : step.starts_with("//") ? step : '/' + step);

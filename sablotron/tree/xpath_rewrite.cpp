@@ -217,7 +217,7 @@ std::string FirstKeysAsCalls(std::string_view expression) {
         const size_t end = next(next(bracket));
         if (name == tokens.size() || !isAt(bracket, "[") || !isAt(next(bracket), "1") || !isAt(end, "]")) continue;
         tokens[name].text = FIRST_KEY_FUNCTION;
-        for (size_t removed = bracket; removed <= end; ++removed) tokens[removed].text = " ";
+        for (size_t removed = bracket; removed <= end; ++removed) tokens[removed].text = {};
         at = end;
     }
     std::string result;
