@@ -65,6 +65,12 @@ void Unite(xmlXPathParserContext* parser, int argumentCount) noexcept {
     SortValue(parser);
 }
 
+// An element that was removed keeps its ID.
+bool IsInTree(const xmlDoc* document, const xmlNode* node) {
+    while (node->parent != nullptr) node = node->parent;
+    return node == AsNode(document);
+}
+
 // Adds the elements of a text that lists IDs, and frees the text.
 void AddById(xmlXPathContext* context, xmlChar* text, xmlNodeSet* elements) {
     if (text == nullptr || elements == nullptr) throw std::bad_alloc();
@@ -75,8 +81,9 @@ void AddById(xmlXPathContext* context, xmlChar* text, xmlNodeSet* elements) {
         ids[end] = '\0';
         ++context->opCount;
         const xmlAttr* id = xmlGetID(context->doc, Chars(ids.c_str() + at));
-        if (id != nullptr && id->parent != nullptr && xmlXPathNodeSetAddUnique(elements, id->parent) < 0)
-            throw std::bad_alloc();
+        xmlNode* element = id != nullptr ? id->parent : nullptr;
+        const bool isFound = element != nullptr && IsInTree(context->doc, element);
+        if (isFound && xmlXPathNodeSetAddUnique(elements, element) < 0) throw std::bad_alloc();
     }
 }
 
