@@ -105,6 +105,17 @@ void DeclareEntity(void* data, const xmlChar* name, int type, const xmlChar* pub
     xmlSAX2EntityDecl(data, name, type, publicId, systemId, declared);
 }
 
+// What is written again of a default value is what references in it stood for: they become references again.
+void DeclareAttribute(void* data, const xmlChar* element, const xmlChar* name, int type, int kind,
+                      const xmlChar* defaultValue, xmlEnumerationPtr values) {
+    std::string escaped;
+    for (char c : std::string_view(Text(defaultValue))) {
+        bool isReference = std::string_view("<\t\n\r").find(c) != std::string_view::npos;
+        escaped += isReference ? "&#" + std::to_string(c) + ";" : std::string(1, c);
+    }
+    xmlSAX2AttributeDecl(data, element, name, type, kind, defaultValue != nullptr ? Text(escaped) : nullptr, values);
+}
+
 // Adds declarations to an element for as long as it is written.
 class BorrowedNamespaces {
 public:
@@ -188,7 +199,10 @@ Document ReadText(xmlParserCtxtPtr parser, const Input& input, int options) {
     options |= XML_PARSE_NONET | XML_PARSE_BIG_LINES;
     if (!MayDeclareEntities(input.text)) options |= XML_PARSE_HUGE;
     parser->sax->startElementNs = StartElement;
-    if ((options & XML_PARSE_NOENT) != 0) parser->sax->entityDecl = DeclareEntity;
+    if ((options & XML_PARSE_NOENT) != 0)
+        parser->sax->entityDecl = DeclareEntity;
+    else
+        parser->sax->attributeDecl = DeclareAttribute;
     return Document(xmlCtxtReadMemory(parser, input.text.data(), static_cast<int>(input.text.size()),
                                       input.name.c_str(), nullptr, options));
 }
@@ -199,7 +213,9 @@ Document Parse(const Input& input, References references, std::vector<Diagnostic
     Reading current{parser.get(), errors};
     reading = &current;
     EntityLoader loader(Refuse);
-    Document document = ReadText(parser.get(), input, references == References::REPLACE ? XML_PARSE_NOENT : 0);
+    parser->sax->externalSubset = nullptr; // XML_PARSE_DTDATTR, meant for the internal one, would read it
+    const int options = references == References::REPLACE ? XML_PARSE_NOENT | XML_PARSE_DTDATTR : 0;
+    Document document = ReadText(parser.get(), input, options);
     for (Diagnostic& fault : errors.found) {
         if (fault.severity == Severity::ERROR) throw TextError({fault});
         warnings.push_back(std::move(fault));

@@ -28,8 +28,8 @@ struct TextError : std::runtime_error {
 };
 
 enum class References {
-    REPLACE, // references to entities of the internal subset give way to what they stand for
-    KEEP,    // they stay as written
+    REPLACE, // references to entities of the internal subset give way to what they stand for, its defaults are added
+    KEEP,    // they stay as written, and what is missing is missing
 };
 
 // Parses a text. External entities and subsets are never read. Throws TextError with the first fault; what is odd but
