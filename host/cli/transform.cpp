@@ -125,7 +125,12 @@ Loaded LoadWithParameters(const TransformCommandOptions& options) {
                 + "\"/>";
     text += "</xsl:stylesheet>";
     Loaded loaded{{options.stylesheet, text}, Create("XmlStyleSheet", {}, "Constructor()")};
-    Call(loaded.document, "LoadXml(doc as String)", {text});
+    try {
+        Call(loaded.document, "LoadXml(doc as String)", {text});
+    } catch (const ProgramException& error) {
+        if (error.className != "XmlException") throw;
+        throw UsageError("--param: " + WithoutName(error.message, "msg:"));
+    }
     return loaded;
 }
 
