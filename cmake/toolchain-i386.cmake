@@ -32,6 +32,6 @@ if(missing GREATER 0)
   string(REPEAT / ${missing} slashes)
 endif()
 set(CMAKE_EXE_LINKER_FLAGS_INIT
-    "-Wl,--build-id=none,--disable-new-dtags,-rpath,'${KOVA_LIBRARY_PATH}' -Wl,--dynamic-linker,${slashes}${KOVA_LOADER}")
+    "-Wl,--build-id=none,--disable-new-dtags,-rpath,'${KOVA_LIBRARY_PATH}' -Wl,--dynamic-linker,'${slashes}${KOVA_LOADER}'")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "-Wl,--build-id=none,--disable-new-dtags")
 set(CMAKE_MODULE_LINKER_FLAGS_INIT "-Wl,--build-id=none,--disable-new-dtags")
