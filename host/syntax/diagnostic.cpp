@@ -46,6 +46,17 @@ size_t CellsOf(std::string_view character) {
     return width == U_EA_WIDE || width == U_EA_FULLWIDTH ? 2 : 1;
 }
 
+// A character of a source; what a terminal would obey is a picture of it.
+void AppendVisible(std::string& shown, std::string_view character) {
+    const auto byte = static_cast<unsigned char>(character[0]);
+    if (character.size() == 1 && byte != '\t' && (byte < ' ' || byte == 0x7F))
+        shown.append("\u2400", 2) += static_cast<char>(byte == 0x7F ? 0xA1 : 0x80 + byte);
+    else if (character.size() == 2 && byte == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0)
+        shown += "\uFFFD";
+    else
+        shown += character;
+}
+
 // More of a line is not shown.
 constexpr size_t MAX_SHOWN = 160;
 // What is shown of a longer line before the marked text.
@@ -71,7 +82,7 @@ std::string MarkedLine(std::string_view line, uint32_t column, uint32_t length, 
     std::string blanks = first > 0 ? " " : "";
     size_t marked = 0; // cells
     for (size_t i = first; i < last; ++i) {
-        shown += characters[i];
+        AppendVisible(shown, characters[i]);
         const size_t cells = CellsOf(characters[i]);
         // Tabs are kept before the caret so that it stands under its text whatever their width.
         if (i + 1 < column)
