@@ -7,6 +7,8 @@
 #include "host/syntax/formatter.h"
 #include "host/syntax/names.h"
 
+#include <strings.h>
+
 #include <cstdio>
 #include <iostream>
 #include <map>
@@ -14,7 +16,6 @@
 #include <set>
 #include <stdexcept>
 #include <string>
-#include <strings.h>
 
 namespace host {
 
