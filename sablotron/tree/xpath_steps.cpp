@@ -61,7 +61,7 @@ private:
         const bool isBlank = IsBlank(token);
         const bool endsOperand = token.kind == Token::OPERATOR || token.kind == Token::BAR;
         if (endsOperand)
-            operand = {.isPredicate = operand.isPredicate, .isNegated = operand.isNegated, .isFirst = false};
+            operand = {.isPredicate = operand.isPredicate, .isFirst = false};
         else if (!isBlank && token.kind != Token::CLOSING && operand.begin == std::string::npos)
             operand.begin = result_.size();
         if (token.kind == Token::OPENING)
@@ -78,8 +78,9 @@ private:
     bool TakeAny(size_t& at) {
         std::string step;
         size_t end = at;
-        const bool isAll = operands_.back().isNegated && operands_.back().begin == std::string::npos
-                           && TakeAxis(end, step) && TakeTest(end, step) && TextAt(end) == ")";
+        const Operand& operand = operands_.back();
+        const bool isAll = operand.isNegated && operand.begin == std::string::npos && TakeAxis(end, step)
+                           && TakeTest(end, step) && TextAt(end) == ")";
         if (!isAll) return false;
         operands_.back().begin = result_.size();
         result_.append(step) += FIRST_OF_STEP;

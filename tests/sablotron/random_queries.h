@@ -92,16 +92,29 @@ private:
                                                 "comment()",
                                                 "processing-instruction()",
                                                 "processing-instruction('p')"};
-        static constexpr const char* PREDICATES[] = {"[1]",       "[2]",          "[last()]",
-                                                     "[@i]",      "[@i='1']",     "['x'=@j]",
-                                                     "[a]",       "[b/c]",        "[position()>1]",
-                                                     "[@i > 0]",  "[not(@j)]",    "[not(following::b)]",
-                                                     "[.//b]",    "[text()='t']", "[position()=last()]",
-                                                     "[../a[1]]", "[*/a/../b]",   "[count(..//@i/..) > 1]"};
+        static constexpr const char* PREDICATES[] = {"[1]",
+                                                     "[2]",
+                                                     "[last()]",
+                                                     "[@i]",
+                                                     "[@i='1']",
+                                                     "['x'=@j]",
+                                                     "[a]",
+                                                     "[b/c]",
+                                                     "[position()>1]",
+                                                     "[@i > 0]",
+                                                     "[not(@j)]",
+                                                     "[not(following::b)]",
+                                                     "[.//b]",
+                                                     "[text()='t']",
+                                                     "[position()=last()]",
+                                                     "[../a[1]]",
+                                                     "[*/a/../b]",
+                                                     "[count(..//@i/..) > 1]",
+                                                     "[not('' = following::b)]"};
         if (Pick(8) == 0) return Pick(2) == 0 ? ".." : ".";
         std::string step = std::string(AXES[Pick(18)]) + TESTS[Pick(12)];
-        for (int i = Pick(6); i > 4; --i) step += Blank() + PREDICATES[Pick(18)];
-        if (Pick(5) == 0) step += PREDICATES[Pick(18)];
+        for (int i = Pick(6); i > 4; --i) step += Blank() + PREDICATES[Pick(19)];
+        if (Pick(5) == 0) step += PREDICATES[Pick(19)];
         return step;
     }
 
