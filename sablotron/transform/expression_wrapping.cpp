@@ -68,18 +68,22 @@ void RemoveCall(std::string& text, size_t at, const std::string& call) {
     }
 }
 
-// The path and its step as they were.
-void RemoveStep(std::string& text, size_t at) {
-    const size_t begin = at + STEP_CALL.size();
+// The path and its step as they were. What a message holds of an expression may end anywhere.
+void RemoveStep(std::string& text, size_t at, std::string_view call) {
+    const size_t begin = at + call.size();
     const size_t quote = std::min(text.find('\'', begin), text.size());
     const std::string step = text.substr(begin, quote - begin);
-    text.erase(at, quote + 2 - at); // what a message holds of an expression may end anywhere
+    if (text.substr(quote).starts_with("')")) {
+        text.replace(at, quote + 1 - at, step);
+        return;
+    }
+    text.erase(at, quote + 2 - at);
     int depth = 1;
     for (size_t end = at; end < text.size(); ++end) {
         end = EndOfLiteral(text, end);
         depth += text[end] == '(' ? 1 : text[end] == ')' ? -1 : 0;
         if (depth > 0) continue;
-        text.replace(end, 1, step == "//" ? "/" : step.starts_with("//") ? step : '/' + step);
+        text.replace(end, call == STEP_CALL ? 1 : 0, step == "//" ? "/" : step.starts_with("//") ? step : '/' + step);
         break;
     }
 }
@@ -118,7 +122,8 @@ std::string WrappedAsRefused(const std::string& expression) {
 }
 
 std::string WithoutCalls(std::string text) {
-    for (size_t at = text.find(STEP_CALL); at != std::string::npos; at = text.find(STEP_CALL)) RemoveStep(text, at);
+    for (const std::string_view call : {STEP_CALL, COUNT_BEGIN})
+        for (size_t at = text.find(call); at != std::string::npos; at = text.find(call)) RemoveStep(text, at, call);
     for (size_t at = text.find(FIRST_OF_STEP); at != std::string::npos; at = text.find(FIRST_OF_STEP))
         text.erase(at, FIRST_OF_STEP.size());
     for (const std::string& call : {std::string(TEXT_FUNCTION) + '(', std::string(UNION_CALL),

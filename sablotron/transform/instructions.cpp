@@ -167,11 +167,25 @@ void CallFunction(xmlXPathParserContext* parser, int argumentCount) {
     SortValue(parser); // what follows the call takes them as they are
 }
 
+void Count(xmlXPathParserContext* parser, int argumentCount) {
+    static const xmlXPathFunction COUNT = FindNodeFunction("count");
+    const bool isOne = (argumentCount == 1 || argumentCount == 2) && parser->valueNr >= argumentCount;
+    const xmlXPathObject* first = isOne ? parser->valueTab[parser->valueNr - argumentCount] : nullptr;
+    if (first == nullptr || first->type != XPATH_STRING || !View(first->stringval).starts_with(SIBLINGS_MARK))
+        return COUNT(parser, argumentCount);
+    try {
+        CountSiblings(parser, argumentCount, RunOf(xsltXPathGetTransformContext(parser)).siblings);
+    } catch (const std::bad_alloc&) {
+        xmlXPathErr(parser, XPATH_MEMORY_ERROR);
+    }
+}
+
 // What takes the place of a core function, or is one here. Looked up when an expression calls it first: registering
 // all of them for each run took a tenth of a small one.
 xmlXPathFunction FindCoreFunction(std::string_view name) {
     if (name == TEXT_FUNCTION) return AsText;
     if (name == REFUSED_FUNCTION) return Refuse;
+    if (name == "count") return Count;
     if (name == "key") return FindByKey;
     if (name == FIRST_KEY_FUNCTION) return FindFirstByKey;
     if (const auto maker = FindTextMaker(name, std::make_index_sequence<std::size(TEXT_MAKERS)>())) return maker;

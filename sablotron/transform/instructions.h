@@ -4,6 +4,7 @@
 #include "sablotron/transform/error_collector.h"
 #include "sablotron/transform/memory_guard.h"
 #include "sablotron/transform/stack_guard.h"
+#include "sablotron/tree/node_steps.h"
 #include "sablotron/tree/tree.h"
 #include "sablotron/tree/xpath.h"
 
@@ -39,17 +40,13 @@ struct Run {
     std::vector<Message> messages{}; // of xsl:message, to be sent when the run is over
     uint64_t steps = 0;              // of expressions, before the instruction at work
     uint64_t maxSteps = 0;
-    // Found once, see keys.h and numbering.h. What the documents of the run hold does not change.
+    // Found once, see keys.h, numbering.h and node_steps.h. What the documents of the run hold does not change.
     std::unordered_map<const xmlDoc*, std::unordered_map<std::string, xmlNode*>> firstByKeys{};
     std::unordered_map<const xsltElemPreComp*, std::unordered_map<const xmlNode*, int>> numbers{};
+    std::unordered_map<std::string, SiblingCounts> siblings{};
 };
 
 inline Run& RunOf(const xsltTransformContext* context) { return *static_cast<Run*>(context->_private); }
-
-// Whether the node is the document of a result tree fragment, as libxslt marks it. Fragments come and go in a run.
-inline bool IsFragment(const xmlNode* node) {
-    return node->type == XML_DOCUMENT_NODE && View(node->name).starts_with(' ');
-}
 
 // Lets a run that reads a tree take the more steps the larger that is.
 void ExtendLimits(xsltTransformContext* context, const TreeSize& size);

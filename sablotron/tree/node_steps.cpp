@@ -4,6 +4,7 @@
 #include "sablotron/tree/element_numbers.h"
 #include "sablotron/tree/tree.h"
 #include "sablotron/tree/xpath.h"
+#include "sablotron/tree/xpath_rewrite.h"
 
 #include <libxml/xpathInternals.h>
 
@@ -83,6 +84,7 @@ public:
     bool IsKnown() const { return axis_ != std::end(AXES); }
     const Axis& GetAxis() const { return *axis_; }
     bool IsBound() const { return isBound_; }
+    const xmlChar* Uri() const { return uri_; }
     // The place among the nodes that match which one has to have; 0 for any.
     int Position() const { return position_; }
 
@@ -150,7 +152,68 @@ private:
     std::unordered_set<const xmlNode*> met_;
 };
 
+// Adds what the step finds from each sibling of a node.
+void CountAll(const Step& step, const xmlNode* node, SiblingCounts& counts) {
+    const bool goesBack = step.GetAxis().goesBack;
+    int count = 0;
+    const xmlNode* sibling = goesBack ? node->parent->children : node->parent->last;
+    for (; sibling != nullptr; sibling = goesBack ? sibling->next : sibling->prev) {
+        counts.emplace(sibling, count);
+        count += step.Matches(sibling) ? 1 : 0;
+    }
+}
+
+// Goes along the siblings of the context node; when they are many, looks it up.
+int CountFrom(xmlXPathParserContext* parser, const Step& step, std::string_view text,
+              std::unordered_map<std::string, SiblingCounts>& known) {
+    constexpr int FEW = 32;
+    xmlXPathContext& context = *parser->context;
+    const auto next = step.GetAxis().next;
+    int count = 0;
+    int looked = 0;
+    for (xmlNode* node = next(parser, nullptr); node != nullptr; node = next(parser, node)) {
+        if (++looked == FEW && node->parent != nullptr && !IsFragment(AsNode(node->doc))) {
+            SiblingCounts& counts = known[std::string(text) + '\n' + std::string(View(step.Uri()))];
+            if (!counts.contains(context.node)) {
+                const size_t before = counts.size();
+                CountAll(step, node, counts);
+                context.opCount += counts.size() - before;
+            }
+            return counts.at(context.node);
+        }
+        count += step.Matches(node) ? 1 : 0;
+        if (++context.opCount > context.opLimit) break;
+    }
+    return count;
+}
+
 } // namespace
+
+void CountSiblings(xmlXPathParserContext* parser, int argumentCount,
+                   std::unordered_map<std::string, SiblingCounts>& known) {
+    XPathPointer<xmlXPathObject> path(argumentCount == 2 ? valuePop(parser) : nullptr);
+    const XPathPointer<xmlXPathObject> mark(valuePop(parser));
+    const std::string_view text = View(mark->stringval).substr(SIBLINGS_MARK.size());
+    if (path && path->type != XPATH_NODESET) return xmlXPathErr(parser, XPATH_INVALID_TYPE);
+    const xmlNodeSet* nodes = path ? path->nodesetval : nullptr;
+    int count = 0;
+    if (path && (nodes == nullptr || nodes->nodeNr != 1)) {
+        valuePush(parser, path.release());
+        TakeStep(parser, text);
+        if (parser->error != 0) return;
+        path.reset(valuePop(parser));
+        count = path->nodesetval->nodeNr;
+    } else {
+        const Step step(parser->context, text);
+        if (!step.IsBound()) return xmlXPathErr(parser, XPATH_UNDEF_PREFIX_ERROR);
+        xmlNode* const node = parser->context->node;
+        if (path) parser->context->node = nodes->nodeTab[0];
+        count = CountFrom(parser, step, text, known);
+        parser->context->node = node;
+        if (parser->context->opCount > parser->context->opLimit) return xmlXPathErr(parser, XPATH_OP_LIMIT_EXCEEDED);
+    }
+    valuePush(parser, xmlXPathNewFloat(count));
+}
 
 void TakeStep(xmlXPathParserContext* parser, std::string_view text) {
     const XPathPointer<xmlXPathObject> from(valuePop(parser));

@@ -41,6 +41,10 @@ inline bool IsDeclaration(const xmlNode* node) { return node->type == XML_NAMESP
 inline bool IsDocument(const xmlNode* node) {
     return node->type == XML_DOCUMENT_NODE || node->type == XML_HTML_DOCUMENT_NODE;
 }
+// Whether the node is the document of a result tree fragment, as libxslt marks it. Fragments come and go in a run.
+inline bool IsFragment(const xmlNode* node) {
+    return node->type == XML_DOCUMENT_NODE && View(node->name).starts_with(' ');
+}
 // Whether nodes of this type have children in the tree. (Attributes keep their text as such, entities their content.)
 inline bool IsParent(const xmlNode* node) { return IsElement(node) || IsDocument(node); }
 

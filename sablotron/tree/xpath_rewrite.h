@@ -40,6 +40,9 @@ std::string NodeSetsAsCalls(std::string_view expression, ExpressionUse use = Exp
 constexpr std::string_view STEP_MARK = "sablot.step ";
 constexpr std::string_view STEP_CALL = "count('sablot.step ";
 constexpr std::string_view FIRST_OF_STEP = "[01]"; // as nobody writes it
+// "count(a/preceding-sibling::b)" as "count('sablot.siblings preceding-sibling::b',a)", of the context node without a.
+constexpr std::string_view SIBLINGS_MARK = "sablot.siblings ";
+constexpr std::string_view COUNT_BEGIN = "'sablot.siblings ";
 std::string StepsAsCalls(std::string_view expression, ExpressionUse use);
 std::string ShortNegations(std::string_view expression); // the latter only
 

@@ -37,7 +37,7 @@ private:
     // The latest operand in a pair of brackets: where it begins in the result.
     struct Operand {
         bool isPredicate = false;
-        bool isNegated = false; // the brackets are those of not()
+        std::string_view function = {}; // whose brackets they are, if that could be a name
         bool isFirst = true;
         int calls = 0; // each in the next
         size_t begin = std::string::npos;
@@ -65,7 +65,7 @@ private:
         else if (!isBlank && token.kind != Token::CLOSING && operand.begin == std::string::npos)
             operand.begin = result_.size();
         if (token.kind == Token::OPENING)
-            operands_.push_back({.isPredicate = token.text == "[", .isNegated = token.text == "(" && last_ == "not"});
+            operands_.push_back({.isPredicate = token.text == "[", .function = token.text == "(" ? last_ : ""});
         if (token.kind == Token::CLOSING && operands_.size() > 1) operands_.pop_back();
         result_ += token.text;
         if (isBlank) return;
@@ -76,24 +76,30 @@ private:
 
     // "not(axis::test)" becomes "not(axis::test[01])", for which libxml2 does not go on to find more.
     bool TakeAny(size_t& at) {
+        const Operand& operand = operands_.back();
         std::string step;
         size_t end = at;
-        const Operand& operand = operands_.back();
-        const bool isAll = operand.isNegated && operand.begin == std::string::npos && TakeAxis(end, step)
+        const bool isAll = operand.isFirst && operand.begin == std::string::npos && TakeAxis(end, step)
                            && TakeTest(end, step) && TextAt(end) == ")";
-        if (!isAll) return false;
+        if (!isAll || !(operand.function == "not" || IsCount(step, end))) return false;
         operands_.back().begin = result_.size();
-        result_.append(step) += FIRST_OF_STEP;
+        result_ += operand.function == "not" ? step.append(FIRST_OF_STEP) : std::string(COUNT_BEGIN) + step + '\'';
         followsOperand_ = true;
         at = end;
         return true;
     }
 
+    // Whether the brackets are those of count() and hold a path that ends there with a step to siblings.
+    bool IsCount(std::string_view step, size_t end) const {
+        const Operand& operand = operands_.back();
+        return takesSteps_ && operand.function == "count" && operand.isFirst && TextAt(end) == ")"
+               && step.find("-sibling::") != std::string_view::npos && !step.ends_with(']');
+    }
+
     // Puts a call in place of the step behind a slash. False for one that stays as it is.
     bool TakeStep(size_t& at) {
         const size_t begin = operands_.back().begin;
-        if (operands_.back().calls == MAX_CALLS) return false;
-        if (begin == std::string::npos || IsOneNode(std::string_view(result_).substr(begin))) return false;
+        if (begin == std::string::npos || operands_.back().calls == MAX_CALLS) return false;
         size_t end = Next(at);
         std::string step;
         bool isLast = false;
@@ -112,7 +118,12 @@ private:
                    || !TakePredicates(end, isLast)) {
             return false;
         }
-        if (isLast && IsCutShort(end)) return false;
+        if (IsCount(step, end)) {
+            result_.insert(begin, std::string(COUNT_BEGIN) + step + "',");
+            at = end;
+            return true;
+        }
+        if (IsOneNode(std::string_view(result_).substr(begin)) || (isLast && IsCutShort(end))) return false;
         const bool followsName = begin > 0 && IsNameChar(result_[begin - 1]);
         result_.insert(begin, (followsName ? " " : "") + std::string(STEP_CALL) + step + "',");
         result_ += ')';
@@ -228,7 +239,7 @@ private:
 
 std::string StepsAsCalls(std::string_view expression, ExpressionUse use) {
     const auto has = [expression](std::string_view part) { return expression.find(part) != std::string_view::npos; };
-    const bool hasAxes = has("::") && (has("/") || has("not"));
+    const bool hasAxes = has("::") && (has("/") || has("not") || has("count"));
     if (!hasAxes && !has("/..") && !has("//")) return std::string(expression);
     return StepCalls(expression, use, true).Run();
 }
