@@ -151,6 +151,8 @@ int ReadPiece(void* data, char* buffer, int size) {
     }
     size_t length = parse.rest.copy(buffer, static_cast<size_t>(size));
     parse.rest.remove_prefix(length);
+    // Near the end libxml2 would ask again for every token.
+    if (parse.rest.empty()) context->inputTab[0]->buf->readcallback = nullptr;
     return static_cast<int>(length);
 }
 
