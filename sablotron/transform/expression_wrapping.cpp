@@ -88,6 +88,20 @@ void RemoveStep(std::string& text, size_t at, std::string_view call) {
     }
 }
 
+// The comparison of IDs.
+void RemoveComparison(std::string& text, size_t at) {
+    constexpr std::string_view CALL = "generate-id(";
+    text.replace(at, SAME_FUNCTION.size() + 1, CALL);
+    int depth = 1;
+    for (size_t end = at + CALL.size(); end < text.size() && depth > 0; ++end) {
+        const char c = text[end];
+        depth += c == '(' || c == '[' ? 1 : c == ')' || c == ']' ? -1 : 0;
+        if (depth != 1 || c != ',') continue;
+        text.replace(end, std::min(text.find_first_not_of(' ', end + 1), text.size()) - end, ") = generate-id(");
+        break;
+    }
+}
+
 } // namespace
 
 std::string WrappedAsText(const std::string& expression) {
@@ -107,7 +121,8 @@ std::string WithoutStream(const std::string& expression, bool isBelowAnything) {
 
 std::string Prepared(const std::string& expression, ExpressionUse use) {
     const std::string wrapped = use == ExpressionUse::TEXT ? WrappedAsText(expression) : expression;
-    return WithoutStream(NodeSetsAsCalls(StepsAsCalls(FirstKeysAsCalls(wrapped), use), use), false);
+    const std::string nodeSets = NodeSetsAsCalls(StepsAsCalls(FirstKeysAsCalls(wrapped), use), use);
+    return WithoutStream(ComparedIdsAsCalls(nodeSets), false);
 }
 
 std::string PreparedPattern(const std::string& pattern) {
@@ -129,6 +144,8 @@ std::string WithoutCalls(std::string text) {
     for (const std::string& call : {std::string(TEXT_FUNCTION) + '(', std::string(UNION_CALL),
                                     std::string(FIRST_KEY_FUNCTION) + '(', std::string(SORTED_CALL)})
         for (size_t at = text.find(call); at != std::string::npos; at = text.find(call)) RemoveCall(text, at, call);
+    for (size_t at = text.find(SAME_FUNCTION); at != std::string::npos; at = text.find(SAME_FUNCTION))
+        RemoveComparison(text, at);
     return text;
 }
 

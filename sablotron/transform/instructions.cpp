@@ -188,6 +188,7 @@ xmlXPathFunction FindCoreFunction(std::string_view name) {
     if (name == "count") return Count;
     if (name == "key") return FindByKey;
     if (name == FIRST_KEY_FUNCTION) return FindFirstByKey;
+    if (name == SAME_FUNCTION) return HaveSameId;
     if (const auto maker = FindTextMaker(name, std::make_index_sequence<std::size(TEXT_MAKERS)>())) return maker;
     const xmlXPathFunction function = FindNodeFunction(name);
     return function != nullptr ? function : FindStringFunction(name);

@@ -37,13 +37,25 @@ std::optional<std::string> TextOf(const xmlXPathParserContext& parser) {
     return text;
 }
 
-// In place of what key() found, the first of it.
-xmlNode* TakeFirst(xmlXPathParserContext* parser) {
-    const XPathPointer<xmlXPathObject> found(valuePop(parser));
-    xmlNodeSet* nodes = found && found->type == XPATH_NODESET ? found->nodesetval : nullptr;
+xmlNode* FirstOf(const xmlXPathObject* found) {
+    xmlNodeSet* nodes = found != nullptr && found->type == XPATH_NODESET ? found->nodesetval : nullptr;
     if (nodes == nullptr || nodes->nodeNr == 0) return nullptr;
     SortNodes(nodes);
     return nodes->nodeTab[0];
+}
+
+// In place of what key() found, the first of it.
+xmlNode* TakeFirst(xmlXPathParserContext* parser) {
+    const XPathPointer<xmlXPathObject> found(valuePop(parser));
+    return FirstOf(found.get());
+}
+
+// Namespace nodes are copies.
+bool AreSame(const xmlNode* node, const xmlNode* other) {
+    if (node == nullptr || other == nullptr || !IsDeclaration(node) || !IsDeclaration(other)) return node == other;
+    const xmlNs* one = AsDeclaration(node);
+    const xmlNs* two = AsDeclaration(other);
+    return one->next == two->next && View(one->prefix) == View(two->prefix);
 }
 
 // Asks for each value once; libxslt compares what it finds for one with all that it has.
@@ -121,6 +133,22 @@ void FindFirstByKey(xmlXPathParserContext* parser, int argumentCount) {
             xmlXPathFreeObject(valuePop(parser));
         }
         valuePush(parser, xmlXPathNewNodeSet(found->second));
+    } catch (const std::bad_alloc&) {
+        xmlXPathErr(parser, XPATH_MEMORY_ERROR);
+    }
+}
+
+void HaveSameId(xmlXPathParserContext* parser, int argumentCount) {
+    if (argumentCount != 2 || parser->valueNr < 2) return xmlXPathErr(parser, XPATH_INVALID_ARITY);
+    XPathPointer<xmlXPathObject> other(valuePop(parser));
+    if (parser->value->type != XPATH_NODESET) return xsltGenerateIdFunction(parser, 1); // it tells the fault
+    const XPathPointer<xmlXPathObject> one(valuePop(parser));
+    if (other->type != XPATH_NODESET) {
+        valuePush(parser, other.release());
+        return xsltGenerateIdFunction(parser, 1);
+    }
+    try {
+        valuePush(parser, xmlXPathNewBoolean(AreSame(FirstOf(one.get()), FirstOf(other.get())) ? 1 : 0));
     } catch (const std::bad_alloc&) {
         xmlXPathErr(parser, XPATH_MEMORY_ERROR);
     }

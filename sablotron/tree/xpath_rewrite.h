@@ -51,6 +51,10 @@ std::string ShortNegations(std::string_view expression); // the latter only
 constexpr std::string_view FIRST_KEY_FUNCTION = "sablot.first-key";
 std::string FirstKeysAsCalls(std::string_view expression);
 
+// `expression` with calls of SAME_FUNCTION in place of "generate-id(a) = generate-id(b)", which makes two texts.
+constexpr std::string_view SAME_FUNCTION = "sablot.same";
+std::string ComparedIdsAsCalls(std::string_view expression);
+
 // The prefixes of names, functions and variables in the expression, as they come.
 std::vector<std::string_view> PrefixesOf(std::string_view expression);
 

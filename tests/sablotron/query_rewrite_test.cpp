@@ -133,6 +133,14 @@ TEST(XpathRewrite, MakesFirstKeysCalls) {
         EXPECT_EQ(WithoutBlanks(FirstKeysAsCalls(c.expression)), WithoutBlanks(c.expected));
 }
 
+TEST(XpathRewrite, MakesComparedIdsCalls) {
+    EXPECT_EQ(WithoutBlanks(ComparedIdsAsCalls("a[generate-id() = generate-id(b[generate-id(..)=generate-id(c)])]")),
+              "a[sablot.same(.,b[sablot.same(..,c)])]");
+    for (const char* kept : {"1+generate-id()=generate-id()", "generate-id()=generate-id(.)=true()",
+                             "generate-id(a,b)=generate-id()", "generate-id()=generate-id"})
+        EXPECT_EQ(ComparedIdsAsCalls(kept), kept);
+}
+
 TEST(XpathRewrite, MakesUnionsCalls) {
     for (const Case& c : UNIONS) EXPECT_EQ(UnionsAsCalls(c.expression), c.expected) << c.expression;
     EXPECT_EQ(NodeSetsAsCalls("a[b|c]|.//node()[.]", ExpressionUse::PATTERN), "a[sablot.union(b,c)]|.//node()[.]");
