@@ -113,7 +113,8 @@ void FindFirstByKey(xmlXPathParserContext* parser, int argumentCount) {
     NumbersToStrings(parser, argumentCount);
     const xsltTransformContext* context = xsltXPathGetTransformContext(parser);
     const xmlNode* node = parser->context->node;
-    const bool isSteady = argumentCount == 2 && context != nullptr && node != nullptr && !IsFragment(AsNode(node->doc));
+    const bool isSteady = argumentCount == 2 && context != nullptr && node != nullptr && !IsDeclaration(node)
+                          && !IsFragment(AsNode(node->doc));
     try {
         FillTables(parser);
         std::optional<std::string> text = isSteady ? TextOf(*parser) : std::nullopt;
