@@ -102,6 +102,23 @@ void RemoveComparison(std::string& text, size_t at) {
     }
 }
 
+// The comparison with a path.
+void RemoveAmong(std::string& text, size_t at) {
+    text.erase(at, AMONG_CALL.size());
+    int depth = 1;
+    for (; at < text.size(); ++at) {
+        const char c = text[at];
+        depth += c == '(' || c == '[' ? 1 : c == ')' || c == ']' ? -1 : 0;
+        if (depth == 1 && c == ',') break;
+    }
+    const size_t quote = text.find_first_of("'\"", at);
+    if (quote == std::string::npos) return;
+    text[at] = '=';
+    const size_t end = text.find(text[quote], quote + 1);
+    if (end != std::string::npos) text.erase(end, 2);
+    text.erase(quote, 1);
+}
+
 } // namespace
 
 std::string WrappedAsText(const std::string& expression) {
@@ -121,7 +138,8 @@ std::string WithoutStream(const std::string& expression, bool isBelowAnything) {
 
 std::string Prepared(const std::string& expression, ExpressionUse use) {
     const std::string wrapped = use == ExpressionUse::TEXT ? WrappedAsText(expression) : expression;
-    const std::string nodeSets = NodeSetsAsCalls(StepsAsCalls(FirstKeysAsCalls(wrapped), use), use);
+    const std::string nodeSets =
+        NodeSetsAsCalls(StepsAsCalls(FirstKeysAsCalls(AbsolutePathsAsTexts(wrapped)), use), use);
     return WithoutStream(ComparedIdsAsCalls(nodeSets), false);
 }
 
@@ -144,6 +162,7 @@ std::string WithoutCalls(std::string text) {
     for (const std::string& call : {std::string(TEXT_FUNCTION) + '(', std::string(UNION_CALL),
                                     std::string(FIRST_KEY_FUNCTION) + '(', std::string(SORTED_CALL)})
         for (size_t at = text.find(call); at != std::string::npos; at = text.find(call)) RemoveCall(text, at, call);
+    for (size_t at = text.find(AMONG_CALL); at != std::string::npos; at = text.find(AMONG_CALL)) RemoveAmong(text, at);
     for (size_t at = text.find(SAME_FUNCTION); at != std::string::npos; at = text.find(SAME_FUNCTION))
         RemoveComparison(text, at);
     return text;

@@ -189,6 +189,7 @@ xmlXPathFunction FindCoreFunction(std::string_view name) {
     if (name == "key") return FindByKey;
     if (name == FIRST_KEY_FUNCTION) return FindFirstByKey;
     if (name == SAME_FUNCTION) return HaveSameId;
+    if (name == AMONG_FUNCTION) return IsAmong;
     if (const auto maker = FindTextMaker(name, std::make_index_sequence<std::size(TEXT_MAKERS)>())) return maker;
     const xmlXPathFunction function = FindNodeFunction(name);
     return function != nullptr ? function : FindStringFunction(name);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "sablotron/transform/error_collector.h"
+#include "sablotron/transform/known_values.h"
 #include "sablotron/transform/memory_guard.h"
 #include "sablotron/transform/stack_guard.h"
 #include "sablotron/tree/node_steps.h"
@@ -44,6 +45,7 @@ struct Run {
     std::unordered_map<const xmlDoc*, std::unordered_map<std::string, xmlNode*>> firstByKeys{};
     std::unordered_map<const xsltElemPreComp*, std::unordered_map<const xmlNode*, int>> numbers{};
     std::unordered_map<std::string, SiblingCounts> siblings{};
+    KnownValues knownValues{};
 };
 
 inline Run& RunOf(const xsltTransformContext* context) { return *static_cast<Run*>(context->_private); }

@@ -55,6 +55,11 @@ std::string FirstKeysAsCalls(std::string_view expression);
 constexpr std::string_view SAME_FUNCTION = "sablot.same";
 std::string ComparedIdsAsCalls(std::string_view expression);
 
+// `expression` with "a = //b/@c" as "sablot.among(a,'//b/@c')": libxml2 would find the right side again for each a.
+constexpr std::string_view AMONG_FUNCTION = "sablot.among";
+constexpr std::string_view AMONG_CALL = " sablot.among(";
+std::string AbsolutePathsAsTexts(std::string_view expression);
+
 // The prefixes of names, functions and variables in the expression, as they come.
 std::vector<std::string_view> PrefixesOf(std::string_view expression);
 

@@ -196,8 +196,8 @@ private:
 
     bool IsTruth(size_t at, size_t end) const {
         static constexpr std::string_view COMPARING[] = {"=", "<", ">", "!", "and", "or"};
-        static constexpr std::string_view BOOLEANS[] = {"boolean",     "contains", "false", "lang", "not",
-                                                        "starts-with", "true",     "node",  "text", "comment"};
+        static constexpr std::string_view BOOLEANS[] = {AMONG_FUNCTION, "boolean", "contains", "false", "lang",   "not",
+                                                        "starts-with",  "true",    "node",     "text",  "comment"};
         static constexpr std::string_view POSITIONS[] = {"position", "last"};
         bool isCompared = false;
         bool isCalculated = false;

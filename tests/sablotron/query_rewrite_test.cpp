@@ -141,6 +141,14 @@ TEST(XpathRewrite, MakesComparedIdsCalls) {
         EXPECT_EQ(ComparedIdsAsCalls(kept), kept);
 }
 
+TEST(XpathRewrite, MakesComparedPathsTexts) {
+    EXPECT_EQ(AbsolutePathsAsTexts("a[b or(@c) = //d[e=/f]/@g]=2 and . =/h['1']"),
+              "a[b or sablot.among((@c) , '//d[e=/f]/@g')]=2 and  sablot.among(. ,\"/h['1']\")");
+    for (const char* kept : {"a!=/b", "a<=/b", "a=/b+1", "a=/b=c", "a=/p:b", "a=/b[$c]", "a=/b[last()]", "a=/b|c",
+                             "a=/b['c'=\"d\"]", "/a=b"})
+        EXPECT_EQ(AbsolutePathsAsTexts(kept), kept);
+}
+
 TEST(XpathRewrite, MakesUnionsCalls) {
     for (const Case& c : UNIONS) EXPECT_EQ(UnionsAsCalls(c.expression), c.expected) << c.expression;
     EXPECT_EQ(NodeSetsAsCalls("a[b|c]|.//node()[.]", ExpressionUse::PATTERN), "a[sablot.union(b,c)]|.//node()[.]");
