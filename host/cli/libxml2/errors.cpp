@@ -35,6 +35,9 @@ ErrorCollector::~ErrorCollector() {
 
 void ErrorCollector::Collect(void* collector, xmlErrorPtr error) {
     auto& self = *static_cast<ErrorCollector*>(collector);
+    // What is said of markup as a whole, or of the parser, after what was wrong in it.
+    const bool isEcho = error->code == XML_ERR_NOT_WELL_BALANCED || error->code == XML_ERR_INTERNAL_ERROR;
+    if (isEcho && !self.found.empty()) return;
     // What breaks another rule than those of well-formed documents: a prefix without namespace, an ID given twice.
     bool isMinor = error->domain == XML_FROM_NAMESPACE || (error->domain == XML_FROM_VALID && !self.validates);
     bool isWarning = error->level == XML_ERR_WARNING || isMinor;
