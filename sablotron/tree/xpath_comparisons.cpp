@@ -2,6 +2,7 @@
 #include "sablotron/tree/xpath_rewrite.h"
 #include "sablotron/tree/xpath_tokens.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <deque>
 
@@ -116,10 +117,11 @@ std::string ComparedIdsAsCalls(std::string_view expression) {
 }
 
 std::string AbsolutePathsAsTexts(std::string_view expression) {
-    const size_t equals = expression.find('=');
-    if (equals == std::string_view::npos || expression.find('/', equals) == std::string_view::npos)
-        return std::string(expression);
-    return Comparisons(expression).Run(&Comparisons::ReplacePath);
+    for (size_t at = expression.find('='); at != std::string_view::npos; at = expression.find('=', at + 1))
+        if (expression.substr(std::min(expression.find_first_not_of(BLANKS, at + 1), expression.size()))
+                .starts_with('/'))
+            return Comparisons(expression).Run(&Comparisons::ReplacePath);
+    return std::string(expression);
 }
 
 } // namespace sablot
