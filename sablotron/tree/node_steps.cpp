@@ -194,6 +194,9 @@ void CountSiblings(xmlXPathParserContext* parser, int argumentCount,
     XPathPointer<xmlXPathObject> path(argumentCount == 2 ? valuePop(parser) : nullptr);
     const XPathPointer<xmlXPathObject> mark(valuePop(parser));
     const std::string_view text = View(mark->stringval).substr(SIBLINGS_MARK.size());
+    const Step step(parser->context, text);
+    if (!step.IsKnown() || !step.GetAxis().name.ends_with("-sibling")) return xmlXPathErr(parser, XPATH_INVALID_TYPE);
+    if (!step.IsBound()) return xmlXPathErr(parser, XPATH_UNDEF_PREFIX_ERROR);
     if (path && path->type != XPATH_NODESET) return xmlXPathErr(parser, XPATH_INVALID_TYPE);
     const xmlNodeSet* nodes = path ? path->nodesetval : nullptr;
     int count = 0;
@@ -204,8 +207,6 @@ void CountSiblings(xmlXPathParserContext* parser, int argumentCount,
         path.reset(valuePop(parser));
         count = path->nodesetval->nodeNr;
     } else {
-        const Step step(parser->context, text);
-        if (!step.IsBound()) return xmlXPathErr(parser, XPATH_UNDEF_PREFIX_ERROR);
         xmlNode* const node = parser->context->node;
         if (path) parser->context->node = nodes->nodeTab[0];
         count = CountFrom(parser, step, text, known);
